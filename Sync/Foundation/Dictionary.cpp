@@ -1,0 +1,144 @@
+#include "Sync/Foundation/Dictionary.h"
+
+#include <algorithm>
+
+#include "Sync/Foundation/Exception.h"
+
+namespace kt {
+
+namespace {
+
+constexpr std::size_t kHandful =
+    32;  // records and components stay below; up to here a linear look-up is faster
+
+constexpr std::size_t kFirstRoom = 8;  // most dictionaries hold more than one entry
+
+}  // namespace
+
+Dictionary::Dictionary(std::initializer_list<Entry> entries)
+{
+    _entries.reserve(entries.size());
+    for (const Entry& entry : entries)
+        set(entry.first, entry.second);
+}
+
+void Dictionary::set(std::string_view key, Value value)
+{
+    if (value.isNil())
+        throw Exception(NSInvalidArgumentException,
+                        "nil kann nicht in ein Wörterbuch (Schlüssel: " + std::string(key) + ")");
+    const std::size_t index = indexOf(key);
+    if (index < _entries.size()) {
+        _entries[index].second = std::move(value);
+        return;
+    }
+    if (_entries.empty())
+        _entries.reserve(kFirstRoom);
+    _entries.emplace_back(std::string(key), std::move(value));
+    if (!_index.empty())
+        _index.emplace(_entries.back().first, index);
+    else if (_entries.size() > kHandful)
+        rebuildIndex();
+}
+
+void Dictionary::setIfPresent(std::string_view key, Value value)
+{
+    if (!value.isNil())
+        set(key, std::move(value));
+}
+
+void Dictionary::remove(std::string_view key)
+{
+    const std::size_t index = indexOf(key);
+    if (index == _entries.size())
+        return;
+    if (_index.empty()) {
+        _entries.erase(_entries.begin() + static_cast<std::ptrdiff_t>(index));
+        return;
+    }
+    // The gap stays until gaps are the greater part: removing many keys stays linear.
+    _index.erase(_index.find(key));
+    _entries[index] = Entry();
+    if (_index.size() < _entries.size() / 2)
+        compact();
+    else
+        while (_entries[_first].second.isNil())
+            ++_first;
+}
+
+void Dictionary::clear()
+{
+    _entries.clear();
+    _index.clear();
+    _first = 0;
+}
+
+std::vector<Dictionary::Entry> Dictionary::takeEntries()
+{
+    if (!_index.empty())
+        compact();
+    std::vector<Entry> entries = std::move(_entries);
+    clear();
+    return entries;
+}
+
+void Dictionary::merge(const Dictionary& other)
+{
+    if (&other == this)
+        return;
+    for (const Entry& entry : other)
+        set(entry.first, entry.second);
+}
+
+const Value* Dictionary::find(std::string_view key) const
+{
+    const std::size_t index = indexOf(key);
+    return index < _entries.size() ? &_entries[index].second : nullptr;
+}
+
+const Value& Dictionary::operator[](std::string_view key) const
+{
+    static const Value kNil;
+    const Value* found = find(key);
+    return found == nullptr ? kNil : *found;
+}
+
+bool operator==(const Dictionary& left, const Dictionary& right)
+{
+    if (left.size() != right.size())
+        return false;
+    return std::all_of(left.begin(), left.end(), [&](const Dictionary::Entry& entry) {
+        const Value* other = right.find(entry.first);
+        return other != nullptr && entry.second == *other;
+    });
+}
+
+std::size_t Dictionary::indexOf(std::string_view key) const
+{
+    if (!_index.empty()) {
+        const auto found = _index.find(key);
+        return found == _index.end() ? _entries.size() : found->second;
+    }
+    const auto found = std::find_if(_entries.begin(), _entries.end(),
+                                    [&](const Entry& entry) { return entry.first == key; });
+    return static_cast<std::size_t>(found - _entries.begin());
+}
+
+void Dictionary::compact()
+{
+    std::erase_if(_entries, [](const Entry& entry) { return entry.second.isNil(); });
+    rebuildIndex();
+}
+
+void Dictionary::rebuildIndex()
+{
+    _index.clear();
+    _first = 0;
+    if (_entries.size() <= kHandful)
+        return;
+    _index.reserve(_entries.size());
+    for (std::size_t index = 0; index < _entries.size(); ++index)
+        _index.emplace(_entries[index].first, index);
+}
+
+}  // namespace kt

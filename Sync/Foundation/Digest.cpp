@@ -1,0 +1,82 @@
+#include "Sync/Foundation/Digest.h"
+
+#include <array>
+#include <memory>
+
+#include <openssl/evp.h>
+
+#include "Sync/Foundation/Exception.h"
+
+namespace kt {
+
+namespace {
+
+using DigestBytes = std::array<unsigned char, EVP_MAX_MD_SIZE>;
+
+struct ContextDeleter {
+    void operator()(EVP_MD_CTX* context) const { EVP_MD_CTX_free(context); }
+};
+
+/// Fills `bytes` and returns how many they are.
+std::size_t compute(const EVP_MD* algorithm, std::string_view text, DigestBytes& bytes)
+{
+    // One context for each thread: making one costs more than digesting a record.
+    thread_local const std::unique_ptr<EVP_MD_CTX, ContextDeleter> context(EVP_MD_CTX_new());
+    unsigned int length = 0;
+    if (algorithm == nullptr || !context ||
+        EVP_DigestInit_ex2(context.get(), algorithm, nullptr) != 1 ||
+        EVP_DigestUpdate(context.get(), text.data(), text.size()) != 1 ||
+        EVP_DigestFinal_ex(context.get(), bytes.data(), &length) != 1)
+        throw Exception(NSGenericException, "Prüfsummenverfahren nicht verfügbar");
+    return length;
+}
+
+Data digest(const EVP_MD* algorithm, std::string_view text)
+{
+    DigestBytes bytes;
+    const std::size_t length = compute(algorithm, text, bytes);
+    return Data{std::string(reinterpret_cast<const char*>(bytes.data()), length)};
+}
+
+std::string digestHex(const EVP_MD* algorithm, std::string_view text)
+{
+    constexpr std::string_view kHexDigits = "0123456789abcdef";
+    DigestBytes bytes;
+    const std::size_t length = compute(algorithm, text, bytes);
+    std::string hex(2 * length, '\0');
+    for (std::size_t index = 0; index < length; ++index) {
+        hex[2 * index] = kHexDigits[bytes[index] >> 4];
+        hex[2 * index + 1] = kHexDigits[bytes[index] & 0xF];
+    }
+    return hex;
+}
+
+// Fetched once: looking an algorithm up by name costs more than digesting a record.
+const EVP_MD* md5()
+{
+    static const EVP_MD* const kAlgorithm = EVP_MD_fetch(nullptr, "MD5", nullptr);
+    return kAlgorithm;
+}
+
+const EVP_MD* sha1()
+{
+    static const EVP_MD* const kAlgorithm = EVP_MD_fetch(nullptr, "SHA1", nullptr);
+    return kAlgorithm;
+}
+
+const EVP_MD* sha256()
+{
+    static const EVP_MD* const kAlgorithm = EVP_MD_fetch(nullptr, "SHA256", nullptr);
+    return kAlgorithm;
+}
+
+}  // namespace
+
+Data md5Digest(std::string_view bytes) { return digest(md5(), bytes); }
+Data sha1Digest(std::string_view bytes) { return digest(sha1(), bytes); }
+Data sha256Digest(std::string_view bytes) { return digest(sha256(), bytes); }
+std::string md5DigestHex(std::string_view bytes) { return digestHex(md5(), bytes); }
+std::string sha1DigestHex(std::string_view bytes) { return digestHex(sha1(), bytes); }
+std::string sha256DigestHex(std::string_view bytes) { return digestHex(sha256(), bytes); }
+
+}  // namespace kt

@@ -1,0 +1,209 @@
+// Single files: reading, writing, attributes.
+
+#include "Sync/Foundation/PosixFileManager.h"
+
+#include <algorithm>
+#include <atomic>
+#include <cerrno>
+#include <climits>
+#include <cstdlib>
+#include <string>
+
+#include <dirent.h>
+#include <fcntl.h>
+#include <sys/stat.h>
+
+#include "Sync/Foundation/FileDescriptor.h"
+
+namespace kt {
+
+namespace {
+
+constexpr mode_t kPermissionBits = 07777;
+
+/// A file may be dated further away than nanoseconds can be counted (beyond the year 2262); such a
+/// date is given as the furthest one.
+std::chrono::sys_time<std::chrono::nanoseconds> instantOf(const timespec& time)
+{
+    using std::chrono::nanoseconds;
+    using std::chrono::seconds;
+    constexpr seconds kFurthest = std::chrono::floor<seconds>(nanoseconds::max()) - seconds(1);
+    const seconds whole = std::clamp(seconds(time.tv_sec), -kFurthest, kFurthest);
+    return std::chrono::sys_time<nanoseconds>(whole + nanoseconds(time.tv_nsec));
+}
+
+FileStatus fileStatusOf(const struct stat& status)
+{
+    FileStatus result;
+    if (S_ISREG(status.st_mode))
+        result.kind = FileStatus::Kind::file;
+    else if (S_ISDIR(status.st_mode))
+        result.kind = FileStatus::Kind::directory;
+    else if (S_ISLNK(status.st_mode))
+        result.kind = FileStatus::Kind::symbolicLink;
+    else
+        result.kind = FileStatus::Kind::other;
+    result.size = static_cast<std::uint64_t>(status.st_size);
+    result.modified = instantOf(status.st_mtim);
+    result.permissions = status.st_mode & kPermissionBits;
+    return result;
+}
+
+struct DirectoryCloser {
+    void operator()(DIR* directory) const { ::closedir(directory); }
+};
+
+/// A name for a file that is still being written: hidden, beside its target, taken by nobody else.
+std::string temporaryPath(const std::string& path)
+{
+    static std::atomic<unsigned> counter{0};
+    constexpr std::size_t kLongestName = 255;
+    const std::string suffix =
+        ".tmp-" + std::to_string(::getpid()) + "-" + std::to_string(++counter);
+    const std::size_t nameBegin = path.rfind('/') + 1;
+    return path.substr(0, nameBegin) + "." +
+           path.substr(nameBegin, kLongestName - 1 - suffix.size()) + suffix;
+}
+
+/// The file that a link leads to, so that the link survives; the path itself otherwise.
+std::string resolvedTarget(const std::string& path)
+{
+    struct stat status {};
+    if (::lstat(path.c_str(), &status) != 0 || !S_ISLNK(status.st_mode))
+        return path;
+    char resolved[PATH_MAX];
+    return ::realpath(path.c_str(), resolved) == nullptr ? path : std::string(resolved);
+}
+
+/// A new file beside the target; its name goes to `temporary`.
+FileDescriptor openTemporary(const std::string& target, std::string& temporary)
+{
+    constexpr int kMostTries = 100;  // a run that was killed may have left some behind
+    for (int tries = 0; tries < kMostTries; ++tries) {
+        temporary = temporaryPath(target);
+        const int flags = O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC;
+        const int descriptor = ::open(temporary.c_str(), flags, 0666);
+        if (descriptor >= 0 || errno != EEXIST)
+            return FileDescriptor(descriptor);
+    }
+    return FileDescriptor(-1);
+}
+
+bool fill(FileDescriptor& file, std::string_view bytes, const std::string& target)
+{
+    struct stat old {};
+    const bool isFilled =
+        writeFully(file.get(), bytes) && (::stat(target.c_str(), &old) != 0 ||
+                                          ::fchmod(file.get(), old.st_mode & kPermissionBits) == 0);
+    return file.close() && isFilled;
+}
+
+}  // namespace
+
+std::shared_ptr<FileManager> makePosixFileManager() { return std::make_shared<PosixFileManager>(); }
+
+std::optional<std::vector<std::string>> PosixFileManager::listDirectory(
+    const std::string& path) const
+{
+    const std::unique_ptr<DIR, DirectoryCloser> directory(::opendir(path.c_str()));
+    if (!directory)
+        return std::nullopt;
+    std::vector<std::string> names;
+    errno = 0;
+    while (const dirent* entry = ::readdir(directory.get())) {
+        const std::string_view name = entry->d_name;
+        if (name != "." && name != "..")
+            names.emplace_back(name);
+        errno = 0;
+    }
+    if (errno != 0)
+        return std::nullopt;
+    std::sort(names.begin(), names.end());
+    return names;
+}
+
+std::optional<FileStatus> PosixFileManager::statusAtPath(const std::string& path) const
+{
+    struct stat status {};
+    if (::stat(path.c_str(), &status) != 0)
+        return std::nullopt;
+    return fileStatusOf(status);
+}
+
+std::optional<FileStatus> PosixFileManager::linkStatusAtPath(const std::string& path) const
+{
+    struct stat status {};
+    if (::lstat(path.c_str(), &status) != 0)
+        return std::nullopt;
+    return fileStatusOf(status);
+}
+
+std::optional<std::string> PosixFileManager::contentsAtPath(const std::string& path) const
+{
+    // Not to wait for a writer, should it be a pipe.
+    const FileDescriptor file(::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
+    struct stat status {};
+    if (!file.isOpen() || ::fstat(file.get(), &status) != 0 || !S_ISREG(status.st_mode))
+        return std::nullopt;
+
+    // One byte more than there should be: a short read then says that this was all.
+    std::string bytes(static_cast<std::size_t>(status.st_size) + 1, '\0');
+    std::size_t length = 0;
+    while (true) {
+        const ssize_t count = ::read(file.get(), bytes.data() + length, bytes.size() - length);
+        if (count < 0 && errno == EINTR)
+            continue;
+        if (count < 0)
+            return std::nullopt;
+        length += static_cast<std::size_t>(count);
+        if (length < bytes.size() &&
+            (count == 0 || length == static_cast<std::size_t>(status.st_size)))
+            break;
+        if (length == bytes.size())
+            bytes.resize(2 * bytes.size());
+    }
+    bytes.resize(length);
+    return bytes;
+}
+
+bool PosixFileManager::writeAtomically(std::string_view bytes, const std::string& path)
+{
+    const std::string target = resolvedTarget(path);
+    std::string temporary;
+    FileDescriptor file = openTemporary(target, temporary);
+    if (!file.isOpen())
+        return false;
+    if (fill(file, bytes, target) && ::rename(temporary.c_str(), target.c_str()) == 0)
+        return true;
+    ::unlink(temporary.c_str());
+    return false;
+}
+
+bool PosixFileManager::createDirectoryAtPath(const std::string& path)
+{
+    return ::mkdir(path.c_str(), 0777) == 0;
+}
+
+bool PosixFileManager::setPermissions(std::uint32_t permissions, const std::string& path)
+{
+    return ::chmod(path.c_str(), permissions & kPermissionBits) == 0;
+}
+
+bool PosixFileManager::setModificationDate(std::chrono::sys_time<std::chrono::nanoseconds> date,
+                                           const std::string& path)
+{
+    const auto seconds = std::chrono::floor<std::chrono::seconds>(date);
+    timespec times[2]{};
+    times[0].tv_nsec = UTIME_OMIT;
+    times[1].tv_sec = seconds.time_since_epoch().count();
+    times[1].tv_nsec = (date - seconds).count();
+    return ::utimensat(AT_FDCWD, path.c_str(), times, 0) == 0;
+}
+
+bool PosixFileManager::synchronizeFileSystem(const std::string& path)
+{
+    const FileDescriptor file(::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
+    return file.isOpen() && ::syncfs(file.get()) == 0;
+}
+
+}  // namespace kt

@@ -1,0 +1,7 @@
+#include "Sync/HostInterface/KTSyncPluginHelper.h"
+
+namespace kt {
+
+void KTSyncPluginHelper::progress(std::string_view, int, int) {}
+
+}  // namespace kt

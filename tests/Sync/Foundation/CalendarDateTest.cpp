@@ -1,0 +1,260 @@
+#include <limits>
+
+#include <gtest/gtest.h>
+#include <rapidcheck/gtest.h>
+
+#include "Sync/Foundation/CalendarDate.h"
+#include "tests/support/PlatformScope.h"
+#include "tests/support/ValueGenerator.h"
+
+namespace kt {
+namespace {
+
+using test::PlatformScope;
+using testing::TestWithParam;
+using testing::Values;
+
+constexpr std::string_view kDateTime = "%Y%m%dT%H%M%S";
+
+struct ParseRow {
+    std::string text;
+    std::string format;
+    std::optional<CalendarDate> date;
+};
+
+class CalendarDateParse : public TestWithParam<ParseRow> {};
+INSTANTIATE_TEST_SUITE_P(
+    Rows, CalendarDateParse,
+    Values(
+        ParseRow{"20071224T100000", "%Y%m%dT%H%M%S", CalendarDate{2007, 12, 24, 10, 0, 0}},
+        ParseRow{"20071224", "%Y%m%d", CalendarDate{2007, 12, 24, 0, 0, 0}},
+        ParseRow{"20071224T100000Z", "%Y%m%dT%H%M%SZ", CalendarDate{2007, 12, 24, 10, 0, 0}},
+        ParseRow{"00000101", "%Y%m%d", CalendarDate{0, 1, 1, 0, 0, 0}},
+        ParseRow{"99991231", "%Y%m%d", CalendarDate{9999, 12, 31, 0, 0, 0}},
+        ParseRow{"20080229", "%Y%m%d", CalendarDate{2008, 2, 29, 0, 0, 0}},
+        ParseRow{"20070229", "%Y%m%d", std::nullopt},
+        ParseRow{"20000229", "%Y%m%d", CalendarDate{2000, 2, 29, 0, 0, 0}},
+        ParseRow{"19000229", "%Y%m%d", std::nullopt}, ParseRow{"20070431", "%Y%m%d", std::nullopt},
+        ParseRow{"20070132", "%Y%m%d", std::nullopt}, ParseRow{"20070100", "%Y%m%d", std::nullopt},
+        ParseRow{"20071301", "%Y%m%d", std::nullopt}, ParseRow{"20070001", "%Y%m%d", std::nullopt},
+        ParseRow{"20071231T235960", "%Y%m%dT%H%M%S", CalendarDate{2007, 12, 31, 23, 59, 60}},
+        ParseRow{"20071231T235961", "%Y%m%dT%H%M%S", std::nullopt},
+        ParseRow{"20071231T240000", "%Y%m%dT%H%M%S", std::nullopt},
+        ParseRow{"20071231T236000", "%Y%m%dT%H%M%S", std::nullopt},
+        ParseRow{"2007122", "%Y%m%d", std::nullopt}, ParseRow{"200712240", "%Y%m%d", std::nullopt},
+        ParseRow{"2007 224", "%Y%m%d", std::nullopt}, ParseRow{"-0071224", "%Y%m%d", std::nullopt},
+        ParseRow{"+0071224", "%Y%m%d", std::nullopt},
+        ParseRow{"20071224t100000", "%Y%m%dT%H%M%S", std::nullopt},
+        ParseRow{"20071224T100000z", "%Y%m%dT%H%M%SZ", std::nullopt},
+        ParseRow{"", "%Y%m%d", std::nullopt}, ParseRow{"", "", CalendarDate{}},
+        ParseRow{"2007-12-24 10:00", "%Y-%m-%d %H:%M", CalendarDate{2007, 12, 24, 10, 0, 0}},
+        ParseRow{"%B2007", "%B%Y", CalendarDate{2007, 1, 1, 0, 0, 0}},
+        ParseRow{"2007%", "%Y%", CalendarDate{2007, 1, 1, 0, 0, 0}}));
+
+TEST_P(CalendarDateParse, WantsTheWholeTextAndARealDate)
+{
+    EXPECT_EQ(CalendarDate::dateWithString(GetParam().text, GetParam().format), GetParam().date);
+}
+
+TEST(CalendarDate, WritesWhatItReads)
+{
+    const CalendarDate date{7, 2, 3, 4, 5, 60};
+    EXPECT_EQ(date.descriptionWithCalendarFormat(kDateTime), "00070203T040560");
+    EXPECT_EQ(date.descriptionWithCalendarFormat("%d.%m.%Y %H:%M:%S"), "03.02.0007 04:05:60");
+}
+
+TEST(CalendarDate, CopiesWhatItDoesNotKnow)
+{
+    EXPECT_EQ(CalendarDate().descriptionWithCalendarFormat("%B %% %"), "%B %% %");
+}
+
+TEST(CalendarDate, IsComparedFieldByField)
+{
+    EXPECT_LT((CalendarDate{2007, 12, 24, 9, 0, 0}), (CalendarDate{2007, 12, 24, 10, 0, 0}));
+    EXPECT_EQ((CalendarDate{2007, 12, 24, 9, 0, 0}), (CalendarDate{2007, 12, 24, 9, 0, 0}));
+}
+
+struct ZoneRow {
+    std::string name;
+    bool isKnown;
+};
+
+class CalendarDateZoneName : public TestWithParam<ZoneRow> {};
+INSTANTIATE_TEST_SUITE_P(
+    Rows, CalendarDateZoneName,
+    Values(ZoneRow{"UTC", true}, ZoneRow{"Etc/UTC", true}, ZoneRow{"GMT", true},
+           ZoneRow{"Europe/Berlin", true}, ZoneRow{"Asia/Kathmandu", true},
+           ZoneRow{"Etc/GMT+5", true}, ZoneRow{"", false}, ZoneRow{"Europe", false},
+           ZoneRow{"Europe/Nowhere", false}, ZoneRow{"W. Europe Standard Time", false},
+           ZoneRow{"/etc/localtime", false}, ZoneRow{"/usr/share/zoneinfo/Europe/Berlin", false},
+           ZoneRow{"../zoneinfo/Europe/Berlin", false}, ZoneRow{"libc:localtime", false},
+           ZoneRow{"file:Europe/Berlin", false}, ZoneRow{"Fixed/UTC+01:00:00", false},
+           ZoneRow{std::string("UTC\0x", 5), false}, ZoneRow{std::string(100'000, 'x'), false}));
+
+TEST_P(CalendarDateZoneName, IsKnownWhenTheDatabaseHasIt)
+{
+    EXPECT_EQ(isKnownTimeZone(GetParam().name), GetParam().isKnown);
+    EXPECT_EQ(isKnownTimeZone(GetParam().name), GetParam().isKnown) << "the second time";
+}
+
+struct InstantRow {
+    CalendarDate date;
+    std::string zone;
+    std::string instant;
+    LocalTimeKind kind;
+};
+
+class CalendarDateInstant : public TestWithParam<InstantRow> {};
+INSTANTIATE_TEST_SUITE_P(
+    Rows, CalendarDateInstant,
+    Values(
+        InstantRow{{2007, 12, 24, 10, 0, 0},
+                   "Europe/Berlin",
+                   "2007-12-24T09:00:00Z",
+                   LocalTimeKind::unique},
+        InstantRow{
+            {2007, 7, 1, 10, 0, 0}, "Europe/Berlin", "2007-07-01T08:00:00Z", LocalTimeKind::unique},
+        InstantRow{
+            {2007, 12, 24, 10, 0, 0}, "Etc/UTC", "2007-12-24T10:00:00Z", LocalTimeKind::unique},
+        InstantRow{{2007, 12, 24, 10, 0, 0}, "UTC", "2007-12-24T10:00:00Z", LocalTimeKind::unique},
+        InstantRow{{2007, 12, 24, 10, 0, 0},
+                   "Asia/Kathmandu",
+                   "2007-12-24T04:15:00Z",
+                   LocalTimeKind::unique},
+        // On 25 March 2007 at 2 o'clock Berlin's clocks went on to 3 o'clock.
+        InstantRow{{2007, 3, 25, 2, 30, 0},
+                   "Europe/Berlin",
+                   "2007-03-25T01:30:00Z",
+                   LocalTimeKind::skipped},
+        InstantRow{{2007, 3, 25, 1, 59, 59},
+                   "Europe/Berlin",
+                   "2007-03-25T00:59:59Z",
+                   LocalTimeKind::unique},
+        InstantRow{
+            {2007, 3, 25, 3, 0, 0}, "Europe/Berlin", "2007-03-25T01:00:00Z", LocalTimeKind::unique},
+        // On 28 October 2007 at 3 o'clock they went back to 2 o'clock.
+        InstantRow{{2007, 10, 28, 2, 30, 0},
+                   "Europe/Berlin",
+                   "2007-10-28T00:30:00Z",
+                   LocalTimeKind::repeated},
+        InstantRow{{2007, 10, 28, 3, 0, 0},
+                   "Europe/Berlin",
+                   "2007-10-28T02:00:00Z",
+                   LocalTimeKind::unique},
+        InstantRow{
+            {2007, 12, 31, 23, 59, 60}, "UTC", "2008-01-01T00:00:00Z", LocalTimeKind::unique},
+        InstantRow{{0, 1, 1, 0, 0, 0}, "UTC", "0000-01-01T00:00:00Z", LocalTimeKind::unique},
+        InstantRow{
+            {9999, 12, 31, 23, 59, 59}, "UTC", "9999-12-31T23:59:59Z", LocalTimeKind::unique}));
+
+TEST_P(CalendarDateInstant, TakesTheOffsetBeforeAChangeOfTheClock)
+{
+    LocalTimeKind kind{};
+    EXPECT_EQ(iso8601(instantOfCalendarDate(GetParam().date, GetParam().zone, &kind)),
+              GetParam().instant);
+    EXPECT_EQ(kind, GetParam().kind);
+}
+
+TEST(CalendarDate, StandsInTheLocalZoneUnderAnUnknownName)
+{
+    const PlatformScope scope("", "America/New_York");
+    const CalendarDate noon{2007, 12, 24, 12, 0, 0};
+    EXPECT_EQ(iso8601(instantOfCalendarDate(noon, "Nowhere/AtAll")), "2007-12-24T17:00:00Z");
+    EXPECT_EQ(iso8601(instantOfCalendarDate(noon, "")), "2007-12-24T17:00:00Z");
+    EXPECT_EQ(calendarDateOfInstant(instantOfCalendarDate(noon, "UTC"), "Nowhere/AtAll").hour, 7);
+}
+
+TEST(CalendarDate, FollowsTheLocalZoneWhenItChanges)
+{
+    PlatformScope scope;
+    const CalendarDate noon{2007, 12, 24, 12, 0, 0};
+    EXPECT_EQ(iso8601(instantOfCalendarDate(noon, "x")), "2007-12-24T11:00:00Z");
+    Platform::shared().setLocalTimeZoneName("Asia/Tokyo");
+    EXPECT_EQ(iso8601(instantOfCalendarDate(noon, "x")), "2007-12-24T03:00:00Z");
+}
+
+TEST(CalendarDate, StandsInUTCWhenTheLocalZoneIsUnknownToo)
+{
+    const PlatformScope scope("", "Nowhere/Either");
+    EXPECT_EQ(iso8601(instantOfCalendarDate({2007, 12, 24, 12, 0, 0}, "x")),
+              "2007-12-24T12:00:00Z");
+}
+
+TEST(CalendarDate, RemembersManyZoneNamesWithoutMixingThem)
+{
+    const PlatformScope scope("", "Asia/Tokyo");
+    for (int number = 0; number < 3000; ++number)
+        EXPECT_FALSE(isKnownTimeZone("Made/Up" + std::to_string(number)));
+    EXPECT_TRUE(isKnownTimeZone("Europe/Berlin"));
+    EXPECT_EQ(iso8601(instantOfCalendarDate({2007, 12, 24, 10, 0, 0}, "Europe/Berlin")),
+              "2007-12-24T09:00:00Z");
+}
+
+TEST(CalendarDate, DropsFractionsOfASecondDownwards)
+{
+    using namespace std::chrono;
+    EXPECT_EQ(iso8601(Date{sys_time<microseconds>(microseconds(1'999'999))}),
+              "1970-01-01T00:00:01Z");
+    EXPECT_EQ(iso8601(Date{sys_time<microseconds>(microseconds(-1))}), "1969-12-31T23:59:59Z");
+}
+
+TEST(CalendarDate, SurvivesTheFarthestInstants)
+{
+    using Instant = std::chrono::sys_time<std::chrono::microseconds>;
+    EXPECT_EQ(calendarDateOfInstant(Date{Instant::max()}, "UTC").year, 294247);
+    EXPECT_EQ(calendarDateOfInstant(Date{Instant::min()}, "UTC").year, -290308);
+}
+
+struct ISORow {
+    std::string text;
+    std::optional<std::string> written;
+};
+
+class CalendarDateISO8601 : public TestWithParam<ISORow> {};
+INSTANTIATE_TEST_SUITE_P(Rows, CalendarDateISO8601,
+                         Values(ISORow{"2007-12-24T09:00:00Z", "2007-12-24T09:00:00Z"},
+                                ISORow{"2007-12-24T09:00:00.999Z", "2007-12-24T09:00:00Z"},
+                                ISORow{"2007-12-24T09:00:00.Z", std::nullopt},
+                                ISORow{"2007-12-24T09:00:00.9", std::nullopt},
+                                ISORow{"2007-12-24T09:00:00.9xZ", std::nullopt},
+                                ISORow{"2007-12-24T09:00:00", std::nullopt},
+                                ISORow{"2007-12-24 09:00:00Z", std::nullopt},
+                                ISORow{"2007-02-30T09:00:00Z", std::nullopt},
+                                ISORow{"2007-12-24T09:00:00+01:00", std::nullopt},
+                                ISORow{"", std::nullopt}, ISORow{".", std::nullopt}));
+
+TEST_P(CalendarDateISO8601, IsReadInOneFormOnly)
+{
+    const std::optional<Date> date = dateWithISO8601(GetParam().text);
+    EXPECT_EQ(date ? std::optional(iso8601(*date)) : std::nullopt, GetParam().written);
+}
+
+class CalendarDateRoundTrip : public TestWithParam<std::string> {};
+INSTANTIATE_TEST_SUITE_P(Zones, CalendarDateRoundTrip,
+                         Values("UTC", "Europe/Berlin", "America/New_York", "Asia/Kathmandu",
+                                "Australia/Lord_Howe", "Africa/Monrovia"));
+
+TEST_P(CalendarDateRoundTrip, ComesBackToTheInstantUnlessTheLocalTimeIsRepeated)
+{
+    EXPECT_TRUE(rc::check("instant, wall clock, instant", [] {
+        const Date instant = *test::dates();
+        const CalendarDate date = calendarDateOfInstant(instant, GetParam());
+        LocalTimeKind kind{};
+        const Date again = instantOfCalendarDate(date, GetParam(), &kind);
+        RC_ASSERT(kind != LocalTimeKind::skipped);
+        if (kind == LocalTimeKind::unique)
+            RC_ASSERT(again == instant);
+        RC_ASSERT(again <= instant);
+        RC_ASSERT(calendarDateOfInstant(again, GetParam()) == date);
+    }));
+}
+
+RC_GTEST_PROP(CalendarDateText, IsReadAsItWasWritten, ())
+{
+    const CalendarDate date = calendarDateOfInstant(*test::dates(), "UTC");
+    const std::string text = date.descriptionWithCalendarFormat(kDateTime);
+    RC_ASSERT(CalendarDate::dateWithString(text, kDateTime) == std::optional(date));
+}
+
+}  // namespace
+}  // namespace kt
