@@ -1,0 +1,88 @@
+#include "Sync/PlugIns/iCal/Calendar/ComponentProperties.h"
+
+#include <algorithm>
+#include <utility>
+
+namespace kt {
+
+namespace {
+
+constexpr std::size_t kHandful = 24;    // most components have a dozen
+constexpr std::size_t kFirstRoom = 16;  // spares the growing of most lists
+
+}  // namespace
+
+ComponentProperties::ComponentProperties(std::initializer_list<Entry> entries)
+{
+    for (const Entry& entry : entries)
+        set(entry.key, entry.value);
+}
+
+ComponentProperties::ComponentProperties(const Dictionary& dictionary)
+{
+    for (const auto& [key, value] : dictionary)
+        set(key, value);
+}
+
+ComponentProperties::operator Dictionary() const
+{
+    Dictionary dictionary;
+    for (const Entry& entry : _entries)
+        dictionary.setIfPresent(entry.key, entry.value);
+    return dictionary;
+}
+
+std::size_t ComponentProperties::enter(std::string_view key)
+{
+    const std::size_t place = find(key);
+    if (place < _entries.size())
+        return place;
+    if (_entries.empty())
+        _entries.reserve(kFirstRoom);
+    _entries.push_back(Entry{key, Value()});
+    if (_index)
+        _index->emplace(key, place);
+    else if (_entries.size() > kHandful)
+        makeIndex();
+    return place;
+}
+
+void ComponentProperties::set(std::string_view key, Value value)
+{
+    if (value.isNil())
+        Dictionary().set(key, value);  // throws as dictionaries do
+    valueAt(enter(key)) = std::move(value);
+}
+
+Value ComponentProperties::take(std::string_view key)
+{
+    const std::size_t place = find(key);
+    return place < _entries.size() ? std::exchange(_entries[place].value, Value()) : Value();
+}
+
+const Value& ComponentProperties::operator[](std::string_view key) const
+{
+    static const Value kNil;
+    const std::size_t place = find(key);
+    return place < _entries.size() ? _entries[place].value : kNil;
+}
+
+std::size_t ComponentProperties::find(std::string_view key) const
+{
+    if (_index) {
+        const auto found = _index->find(key);
+        return found == _index->end() ? _entries.size() : found->second;
+    }
+    const auto found = std::find_if(_entries.begin(), _entries.end(),
+                                    [&](const Entry& entry) { return entry.key == key; });
+    return static_cast<std::size_t>(found - _entries.begin());
+}
+
+void ComponentProperties::makeIndex()
+{
+    _index = std::make_unique<Index>();
+    for (std::size_t place = 0; place < _entries.size(); ++place)
+        _index->emplace(_entries[place].key, place);
+}
+
+}  // namespace kt

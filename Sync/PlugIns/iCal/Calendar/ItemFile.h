@@ -1,0 +1,39 @@
+#pragma once
+
+#include <optional>
+#include <string>
+#include <string_view>
+
+#include "Sync/PlugIns/iCal/Calendar/LineList.h"
+
+namespace kt {
+
+// An iCalendar file of a store, up to the point where its components begin (RFC 5545, 3.4).
+
+/// The file's text; nullopt when it cannot be read, is empty or is no UTF-8. A line end that the
+/// fold at 75 characters cut in two (CR, CR LF, blank, LF) is put together again.
+std::optional<std::string> itemFileText(const std::string& path);
+
+/// The text cut at every CR LF, and only there. The lines point into the text.
+LineList itemFileLines(std::string_view text);
+
+/// Whether the first line opens a calendar.
+bool beginsCalendar(const LineList& lines);
+
+/// What stands between the first line of a file and its last END:VCALENDAR.
+enum class Envelope { filled, empty, notClosed };
+
+/// Takes the first line, all from the last END:VCALENDAR on, and the calendar's own properties in
+/// front of the first component out of the lines, which must begin a calendar. All lines go from a
+/// file that is not closed.
+Envelope removeEnvelope(LineList& lines);
+
+// The text of an item file around the lines of its items.
+inline constexpr std::string_view kItemFileHeader =
+    "BEGIN:VCALENDAR\r\n"
+    "CALSCALE:GREGORIAN\r\n"
+    "PRODID:-//Apple Computer\\, Inc//iCal 2.0//EN\r\n"
+    "VERSION:2.0\r\n";
+inline constexpr std::string_view kItemFileFooter = "END:VCALENDAR\r\n";
+
+}  // namespace kt

@@ -1,0 +1,333 @@
+// Reads the item files of a calendar's folder into its two lists.
+
+#include <cstddef>
+#include <optional>
+#include <string_view>
+#include <unordered_map>
+#include <utility>
+
+#include "Sync/Foundation/FileManager.h"
+#include "Sync/HostInterface/Guard.h"
+#include "Sync/HostInterface/KTLossReport.h"
+#include "Sync/PlugIns/iCal/Calendar/ItemFile.h"
+#include "Sync/PlugIns/iCal/Calendar/KTSyncCalendar.h"
+#include "Sync/PlugIns/iCal/Calendar/KTSyncCalendarTools.h"
+#include "Sync/PlugIns/iCal/Calendar/StorePaths.h"
+
+namespace kt {
+
+namespace {
+
+constexpr std::string_view kItemFileExtension = "ics";
+constexpr std::string_view kBegin = "BEGIN:";
+constexpr std::string_view kEnd = "END:";
+
+void reportComponentLoss(std::string_view name)
+{
+    reportLoss(stringWithFormat("Komponente '%@' wird nicht übernommen", name));
+}
+
+/// Time zones are known by their names, so the definitions that files carry are not needed.
+bool isTimeZonePart(std::string_view name)
+{
+    return name == "VTIMEZONE" || name == "STANDARD" || name == "DAYLIGHT";
+}
+
+// Which ENDs too many hide what follows, beside those that taking the components out has told of.
+bool hidesNothing(std::string_view /*name*/) { return false; }
+bool hidesProperties(std::string_view name) { return name != "VALARM"; }
+
+/// Goes through the lines that nobody took and tells of components, the outermost of each nest, and
+/// of the first END without a BEGIN, behind which nothing is read.
+class LeftLinesReport {
+public:
+    /// `stopsReading` knows the names whose END too many hides what follows.
+    explicit LeftLinesReport(bool (*stopsReading)(std::string_view name))
+        : _stopsReading(stopsReading)
+    {}
+
+    void add(std::string_view line)
+    {
+        tellOfStrayEnd();
+        if (line.starts_with(kBegin))
+            begin(line.substr(kBegin.size()));
+        else if (line.starts_with(kEnd))
+            end(line.substr(kEnd.size()));
+    }
+
+private:
+    /// Only once there is a line behind it.
+    void tellOfStrayEnd()
+    {
+        if (_strayEnd && !std::exchange(_hasTold, true))
+            reportLoss(stringWithFormat("Ende ohne Anfang: END:%@, was folgt, bleibt ungelesen",
+                                        *_strayEnd));
+    }
+
+    void begin(std::string_view name)
+    {
+        if (_depth > 0) {
+            _depth += name == _open ? 1 : 0;
+        } else if (name == "VCALENDAR") {
+            reportLoss("Zweiter VCALENDAR: seine Eigenschaften werden nicht übernommen");
+        } else if (isTimeZonePart(name)) {
+            ++_timeZoneParts;
+        } else {
+            reportComponentLoss(name);
+            _open = name;
+            _depth = 1;
+        }
+    }
+
+    void end(std::string_view name)
+    {
+        if (_depth > 0)
+            _depth -= name == _open ? 1 : 0;
+        else if (isTimeZonePart(name) && _timeZoneParts > 0)
+            --_timeZoneParts;
+        else if (!_strayEnd && _stopsReading(name))
+            _strayEnd = name;
+    }
+
+    bool (*_stopsReading)(std::string_view name);
+    std::string_view _open;
+    std::size_t _depth = 0;  // of components named as the open one
+    std::size_t _timeZoneParts = 0;
+    std::optional<std::string_view> _strayEnd;
+    bool _hasTold = false;
+};
+
+void reportLeftLines(const LineList& lines, bool (*stopsReading)(std::string_view name))
+{
+    LeftLinesReport report(stopsReading);
+    for (std::string_view line : lines)
+        report.add(line);
+}
+
+/// What two copies of one event may differ in without anything being lost with the second.
+Dictionary withoutRevision(Dictionary record)
+{
+    for (std::string_view key :
+         {"Sequence", "DateStamp", "RecurrenceParentRecordKey", "RecurrenceExceptionDates"})
+        record.remove(key);
+    return record;
+}
+
+bool isCopyOf(const KTSyncEvent& first, const KTSyncEvent& second)
+{
+    return guardedOr(
+        [&] { return withoutRevision(first.syncRecord()) == withoutRevision(second.syncRecord()); },
+        [](const Exception&) { return false; });
+}
+
+/// A UID may have come twice and is an array then, which is no text but as good a name.
+std::string nameOfUID(const Value& uid) { return (uid.isString() ? "s" : "v") + uid.description(); }
+
+}  // namespace
+
+/// One run over a calendar's files. Copies of an event are found across files, the occurrences of a
+/// series within one.
+class KTSyncCalendar::Loading {
+public:
+    Loading(KTSyncCalendar& calendar, std::size_t fileCount)
+        : _calendar(calendar),
+          _helper(calendar._pluginHelper),
+          _logger(calendar.fileLogger())
+    {
+        _known.reserve(fileCount);  // one event a file in the newer layout
+    }
+
+    void loadFile(const std::string& path)
+    {
+        const LossScope scope(_calendar._title.value_or(""), path);
+        const std::optional<std::string> text = itemFileText(path);
+        if (!text && !FileManager::defaultManager().fileExistsAtPath(path)) {
+            logMsg(_helper, "'%@' existiert nicht", path);
+            reportLoss("Datei existiert nicht");
+        } else if (!text) {
+            refuseEmptyFile("Datei ist leer, nicht lesbar oder kein UTF-8");
+        } else {
+            LineList lines = itemFileLines(*text);
+            if (opensCalendar(lines))
+                loadItems(lines);
+        }
+    }
+
+private:
+    template <class Name>
+    using EventsBy = std::unordered_map<Name, std::shared_ptr<KTSyncEvent>>;
+
+    void refuseEmptyFile(std::string_view reason) const
+    {
+        logMsg(_helper, "Leere iCalendar-Datei fuer Kalender '%@'", _calendar._title);
+        reportLoss(reason);
+    }
+
+    bool opensCalendar(LineList& lines) const
+    {
+        if (!beginsCalendar(lines)) {
+            logMsg(_helper, "Fehlerhafte iCalendar-Datei fuer '%@': kein BEGIN:VCALENDAR",
+                   _calendar._title);
+            reportLoss("Datei beginnt nicht mit BEGIN:VCALENDAR");
+            return false;
+        }
+        switch (removeEnvelope(lines)) {
+        case Envelope::filled:
+            return true;
+        case Envelope::empty:
+            refuseEmptyFile("Datei enthält nichts");
+            return false;
+        case Envelope::notClosed:
+            refuseEmptyFile("END:VCALENDAR fehlt");
+            return false;
+        }
+        return false;
+    }
+
+    void loadItems(LineList& lines)
+    {
+        _series.clear();
+        _occurrences.clear();
+        for (LineList& component :
+             KTSyncCalendarTools::findAndRemoveComponents("VEVENT", lines, _logger))
+            loadItem(component, "[ICalCalendar loadEvents(event)]: '%@'\n%@", &Loading::loadEvent);
+        linkOccurrences();
+        for (LineList& component :
+             KTSyncCalendarTools::findAndRemoveComponents("VTODO", lines, _logger))
+            loadItem(component, "[ICalCalendar loadEvents(task)]: '%@'\n%@", &Loading::loadTask);
+        reportLeftLines(lines, hidesNothing);
+    }
+
+    void loadItem(LineList& component, std::string_view failure,
+                  void (Loading::*load)(LineList&, const LineList&))
+    {
+        const LineList asRead = component;  // making the item empties the component
+        guarded(
+            _logger, failure, [&] { return asRead.description(); },
+            [&] { (this->*load)(component, asRead); });
+        reportLeftLines(component, hidesProperties);
+    }
+
+    void loadEvent(LineList& component, const LineList& asRead)
+    {
+        auto event =
+            KTSyncEvent::syncEventWithPluginHelper(_helper, _calendar._recordKey, component);
+        if (!event) {
+            logMsg(_helper, "Leeres Ereignis aus:\n%@", asRead.description());
+            return;
+        }
+        const auto [known, isNew] = _known.try_emplace(*event->uniquenessKey(), event);
+        if (!isNew) {
+            logMsg(_helper, "Doppeltes Ereignis:\n%@", asRead.description());
+            if (!isCopyOf(*known->second, *event))
+                reportLoss("Doppeltes Ereignis, das vom ersten abweicht, wird nicht übernommen");
+            return;
+        }
+        if (!event->uid().isNil()) {
+            if (event->recurrenceRule())
+                _series[nameOfUID(event->uid())] = event;
+            else if (event->recurrenceId())
+                _occurrences.push_back(event);
+        }
+        _calendar._events->push_back(std::move(event));
+    }
+
+    void linkOccurrences() const
+    {
+        for (const auto& occurrence : _occurrences) {
+            const auto series = _series.find(nameOfUID(occurrence->uid()));
+            if (series == _series.end())
+                continue;
+            occurrence->setRecurrenceParentRecordKey(series->second->recordKey());
+            series->second->addRecurrenceExceptionDate(occurrence->recurrenceId());
+        }
+    }
+
+    void loadTask(LineList& component, const LineList& asRead)
+    {
+        auto task = KTSyncTask::syncTaskWithPluginHelper(_helper, _calendar._recordKey, component);
+        if (task)
+            _calendar._tasks->push_back(std::move(task));
+        else
+            logMsg(_helper, "Leere Aufgabe aus:\n%@", asRead.description());
+    }
+
+    KTSyncCalendar& _calendar;
+    KTSyncPluginHelper* _helper;
+    KTFileLogger* _logger;
+    EventsBy<std::string_view> _known;                       // by their own uniqueness keys
+    EventsBy<std::string> _series;                           // of this file, by UID
+    std::vector<std::shared_ptr<KTSyncEvent>> _occurrences;  // of this file, detached
+};
+
+std::optional<std::string> KTSyncCalendar::itemsFolder() const
+{
+    std::optional<std::string> folder = corestoragePath();
+    if (folder && systemVersion() > 4)
+        folder = StorePaths::eventsFolder(*folder);
+    return folder;
+}
+
+bool KTSyncCalendar::loadEventsAndTasks()
+{
+    const std::optional<std::string> folder = itemsFolder();
+    if (!folder) {
+        logMsg(_pluginHelper, "loadEventsAndTasks: _corestoragePath == nil");
+        return false;
+    }
+    if (!_events)
+        _events.emplace();
+    if (!_tasks)
+        _tasks.emplace();
+    const FileManager& files = FileManager::defaultManager();
+    const auto names = files.listDirectory(*folder);
+    if (!names && files.linkStatusAtPath(*folder)) {
+        const LossScope scope(_title.value_or(""), *folder);
+        reportLoss("Ordner kann nicht gelesen werden");
+    }
+    if (!names || names->empty()) {
+        logMsg(_pluginHelper, "Es gibt keine Dateien fuer '%@' in '%@'", _title, folder);
+        return true;
+    }
+    loadItemFiles(*folder, *names);
+    return true;
+}
+
+void KTSyncCalendar::loadItemFiles(const std::string& folder, const std::vector<std::string>& names)
+{
+    Loading loading(*this, names.size());
+    for (const std::string& name : names) {
+        if (pathExtension(name) != kItemFileExtension)
+            continue;
+        const std::string path = stringByAppendingPathComponent(folder, name);
+        try {
+            loading.loadFile(path);
+        } catch (const Exception& exception) {
+            logMsg(_pluginHelper, "[ICalCalendar loadEvents] fuer '%@': %@", _title,
+                   exception.description());
+            const LossScope scope(_title.value_or(""), path);
+            reportLoss(stringWithFormat("Kalender abgebrochen: %@", exception.description()));
+            throw;
+        }
+    }
+}
+
+/// A list that was only filled in part would pass for the whole calendar, so it goes as well.
+void KTSyncCalendar::loadBothLists()
+{
+    const auto drop = [&] {
+        _events.reset();
+        _tasks.reset();
+    };
+    _events.emplace();
+    _tasks.emplace();
+    try {
+        if (!loadEventsAndTasks())
+            drop();
+    } catch (const Exception&) {
+        drop();
+        throw;
+    }
+}
+
+}  // namespace kt

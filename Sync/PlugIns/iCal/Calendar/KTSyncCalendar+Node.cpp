@@ -1,0 +1,191 @@
+// What a store keeps of a calendar itself: its node, with publishing and subscription settings.
+
+#include <array>
+#include <string_view>
+#include <utility>
+
+#include "Sync/Additions/KTDictionaryAdditions.h"
+#include "Sync/Foundation/KeyedArchive.h"
+#include "Sync/HostInterface/Guard.h"
+#include "Sync/PlugIns/iCal/Calendar/KTSyncCalendar.h"
+
+namespace kt {
+
+namespace {
+
+constexpr int kFormat104 = 4;
+constexpr int kFormat105 = 5;
+
+/// 0 for settings of neither key set.
+int publisherFormat(const Dictionary& publisher)
+{
+    if (publisher.contains("UploadURL"))
+        return kFormat104;
+    return publisher.contains("PublicationURL") ? kFormat105 : 0;
+}
+
+/// What is published, as 10.4 counts it, from the three switches of 10.5.
+int publisherFilter(const Dictionary& publisher)
+{
+    const bool alarms = publisher["AlarmFilter"].boolValue();
+    const bool tasks = publisher["TaskFilter"].boolValue();
+    const bool text = publisher["TextFilter"].boolValue();
+    if (alarms && text)
+        return tasks ? 0 : 1;
+    if (alarms && !tasks)
+        return 3;
+    if (!alarms && tasks && text)
+        return 4;
+    return 5;
+}
+
+void setRenamed(Dictionary& target, std::string_view key, const Dictionary& source,
+                std::string_view sourceKey)
+{
+    target.setIfPresent(key, source[sourceKey]);
+}
+
+/// What a subscription leaves out, as 10.4 counts it, as the three switches of 10.5.
+void setSubscriptionFilter(Dictionary& node, std::int32_t filter)
+{
+    if (filter < 0 || filter > 3)
+        return;
+    node.set("AlarmFilter", filter / 2);
+    node.set("TaskFilter", filter % 2);
+    node.set("AttachmentFilter", 0);
+}
+
+std::string_view nodeType105(std::int32_t calendarType)
+{
+    switch (calendarType) {
+    case kCalendarTypeBirthday:
+        return "Birthday";
+    case kCalendarTypeSubscriber:
+        return "Subscription";
+    default:
+        return "Local";
+    }
+}
+
+}  // namespace
+
+Dictionary KTSyncCalendar::iCalNode() const
+{
+    switch (systemVersion()) {
+    case 4:
+        return iCalNode104();
+    case 5:
+        return iCalNode105();
+    default:
+        return {};
+    }
+}
+
+Dictionary KTSyncCalendar::iCalNode104() const
+{
+    Dictionary node;
+    guarded(
+        fileLogger(), "[KTSyncCalendar iCalNode(104)]:\n%@\n%@", [&] { return node.description(); },
+        [&] {
+            const bool isGroup = _calendarType == kCalendarTypeGroup;
+            node.setIfPresent("Key", recordKey());
+            node.setIfPresent("ThemeColor", _color);
+            node.set("Selection", _selected);
+            if (isGroup) {
+                node.setIfPresent("Title", _title);
+                node.setIfPresent("Notes", _notes);
+            }
+            node.set("Type", isGroup ? "CALNamedGroupNode" : "CALSourceNode");
+            if (isGroup)
+                node.set("Expanded", _expanded);
+            else
+                node.setIfPresent("SourceKey", _sourceKey);
+            if (!_publisher.isNil()) {
+                if (auto publisher = convertPublisher(_publisher.dictionary(), kFormat104))
+                    node.set("Publishers", Array{std::move(*publisher)});
+            }
+        });
+    return node;
+}
+
+Dictionary KTSyncCalendar::iCalNode105() const
+{
+    Dictionary node;
+    guarded(
+        fileLogger(), "[KTSyncCalendar iCalNode(105)]:\n%@\n%@", [&] { return node.description(); },
+        [&] {
+            node.set("Key", sourceKey());
+            node.set("Color", _color);
+            node.set("Order", _order);
+            node.set("Title", _title);
+            node.set("Checked", _selected);
+            if (_calendarType == kCalendarTypeGroup)
+                node.set("Expanded", _expanded);
+            else
+                node.set("AlarmsDisabled", _alarmsDisabled);
+            node.set("Notes", _notes);
+            node.set("Type", nodeType105(_calendarType));
+            if (!_publisher.isNil()) {
+                if (auto publication = convertPublisher(_publisher.dictionary(), kFormat105))
+                    node.set("Publication", std::move(*publication));
+            }
+            addSubscription105(node);
+        });
+    return node;
+}
+
+void KTSyncCalendar::addSubscription105(Dictionary& node) const
+{
+    if (_subscriber.isDictionary() && _subscriber.dictionary().contains("SubscriptionURL")) {
+        node.merge(_subscriber.dictionary());
+        return;
+    }
+    if (_subscriberData.isNil())
+        return;
+
+    // The subscription is one of 10.4's, which keeps it as an archive.
+    const auto archived = unarchiveObjectWithData(_subscriberData.data().bytes);
+    if (!archived || !archived->isDictionary())
+        return;
+    const Dictionary& settings = archived->dictionary();
+    if (const Value* address = settings.find("RemoteURL"))
+        node.set("SubscriptionURL", address->description());
+    setObjectFromDictionary(node, settings, "AutoRefresh");
+    setObjectFromDictionary(node, settings, "RefreshInterval");
+    setRenamed(node, "RefreshDate", settings, "LastRefreshDate");
+    if (const Value* filter = settings.find("Filter"))
+        setSubscriptionFilter(node, filter->intValue());
+}
+
+std::optional<Dictionary> KTSyncCalendar::convertPublisher(const Dictionary& publisher,
+                                                           int toFormat) const
+{
+    const int format = publisherFormat(publisher);
+    if (format == 0 || (toFormat != kFormat104 && toFormat != kFormat105))
+        return Dictionary();
+    if (format == toFormat)
+        return publisher;
+    if (format == kFormat104)
+        return std::nullopt;
+
+    Dictionary converted;
+    const auto convert = [&] {
+        Array sources;
+        appendTo(sources, sourceKey());
+        converted.set("Sources", std::move(sources));
+        converted.set("Type", "CALURLPublisher");
+        setRenamed(converted, "AutoUpdate", publisher, "AutoPublish");
+        setRenamed(converted, "LastUpdateDate", publisher, "PublishDate");
+        setRenamed(converted, "PublishName", publisher, "Name");
+        setRenamed(converted, "UploadURL", publisher, "PublicationURL");
+        converted.set("Filter", publisherFilter(publisher));
+        return converted;
+    };
+    return guardedOr(convert, [&](const Exception& exception) {
+        logTo(fileLogger(), "[KTSyncCalendar convertPublisherToFormat(105->104)]:\n%@\n%@",
+              publisher, exception.description());
+        return converted;
+    });
+}
+
+}  // namespace kt

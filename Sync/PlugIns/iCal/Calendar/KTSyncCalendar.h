@@ -1,0 +1,162 @@
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "Sync/Foundation/Dictionary.h"
+#include "Sync/HostInterface/KTSyncPluginHelper.h"
+#include "Sync/PlugIns/iCal/Calendar/KTSyncEvent.h"
+#include "Sync/PlugIns/iCal/Calendar/KTSyncTask.h"
+
+namespace kt {
+
+// Calendar types; any other number is treated like an ordinary calendar.
+inline constexpr std::int32_t kCalendarTypeNode = 0;
+inline constexpr std::int32_t kCalendarTypeGroup = 1;
+inline constexpr std::int32_t kCalendarTypeSubscriber = 2;
+inline constexpr std::int32_t kCalendarTypeBirthday = 3;
+
+/// One calendar or calendar group of iCal's store. Owns its items, which it loads from its folder
+/// on demand and stores there. Conduit "ical-calendar".
+class KTSyncCalendar {
+public:
+    using Events = std::vector<std::shared_ptr<KTSyncEvent>>;
+    using Tasks = std::vector<std::shared_ptr<KTSyncTask>>;
+
+    /// Null for a null helper.
+    static std::shared_ptr<KTSyncCalendar> syncCalendarWithPluginHelper(
+        KTSyncPluginHelper* pluginHelper, std::int32_t calendarType,
+        std::optional<std::string> sourceKey, std::optional<std::string> parentRecordKey);
+    static std::shared_ptr<KTSyncCalendar> syncCalendarWithPluginHelper(
+        KTSyncPluginHelper* pluginHelper, std::optional<std::string> recordKey,
+        const Dictionary& andSyncRecord);
+
+    /// initWithPluginHelper:calendarType:sourceKey:parentRecordKey:
+    KTSyncCalendar(KTSyncPluginHelper* pluginHelper, std::int32_t calendarType,
+                   std::optional<std::string> sourceKey,
+                   std::optional<std::string> parentRecordKey);
+    /// initWithPluginHelper:recordKey:andSyncRecord:
+    KTSyncCalendar(KTSyncPluginHelper* pluginHelper, std::optional<std::string> recordKey,
+                   const Dictionary& syncRecord);
+
+    /// Throws Exception, logged, when colour, title or notes are missing.
+    Dictionary syncRecord() const;
+    /// Counts the lists as they are, without loading them. Never throws an Exception.
+    std::string description() const;
+
+    /// Digest of title and type, kept once computed; nullopt, after the assertion handler, without
+    /// a title.
+    std::optional<std::string> recordKey() const;
+    /// The source key, or the record key where there is none.
+    std::optional<std::string> sourceKey() const;
+    /// The calendar's folder, kept once computed; nullopt without a source key, for one that is no
+    /// plain path component (logged once), and on a system without a store.
+    std::optional<std::string> corestoragePath() const;
+    std::string calendarTypeString() const;
+    static std::int32_t calendarTypeForString(const std::optional<std::string>& string);
+
+    /// Loaded on first use; null when the items could not be loaded, and then tried again next
+    /// time. Asking for a list that is missing loads both anew, whatever was added to the other.
+    const Events* events();
+    const Tasks* tasks();
+    /// Append without loading.
+    void addEvent(std::shared_ptr<KTSyncEvent> event);
+    void addTask(std::shared_ptr<KTSyncTask> task);
+
+    /// Reads every item file of the folder and appends to the two lists. A file that cannot be read
+    /// is logged and told as a loss, and the rest goes on. False only without a folder path; throws
+    /// Exception, logged, when an item cannot be made.
+    bool loadEventsAndTasks();
+    /// Writes the lists in the layout of the running system. False without a folder path or after a
+    /// failed write, with what was written before it in place; throws Exception, logged, when an
+    /// item cannot be put into text.
+    bool storeEventsAndTasks();
+
+    /// What the running system's layout keeps of this calendar: its node in the 10.4 node file, or
+    /// the content of its 10.5 Info.plist. Throws Exception, logged, when publishing settings are
+    /// no dictionary, and in 10.5 when colour, title or notes are missing.
+    Dictionary iCalNode() const;
+    /// Publishing settings in the key set of format 4 or 5; nullopt where there is no conversion.
+    std::optional<Dictionary> convertPublisher(const Dictionary& publisher, int toFormat) const;
+
+    std::int32_t calendarType() const { return _calendarType; }
+    const std::optional<std::string>& title() const { return _title; }
+    void setTitle(std::optional<std::string> title) { _title = std::move(title); }
+    const std::optional<std::string>& color() const { return _color; }
+    void setColor(std::optional<std::string> color) { _color = std::move(color); }
+    /// Never nil: supplies, and keeps, the empty string.
+    const std::string& notes();
+    void setNotes(std::optional<std::string> notes);
+    std::int32_t order() const { return _order; }
+    void setOrder(std::int32_t order) { _order = order; }
+    const std::optional<std::string>& parentRecordKey() const { return _parentRecordKey; }
+    void setParentRecordKey(std::optional<std::string> key) { _parentRecordKey = std::move(key); }
+    const std::optional<std::string>& imapFolderKey() const { return _imapFolderKey; }
+    void setImapFolderKey(std::optional<std::string> key) { _imapFolderKey = std::move(key); }
+    /// Nil or a dictionary when well formed; kept as it came.
+    const Value& publisher() const { return _publisher; }
+    void setPublisher(Value publisher) { _publisher = std::move(publisher); }
+    const Value& subscriber() const { return _subscriber; }
+    void setSubscriber(Value subscriber) { _subscriber = std::move(subscriber); }
+    const Value& subscriberData() const { return _subscriberData; }
+    void setSubscriberData(Value data) { _subscriberData = std::move(data); }
+    bool selected() const { return _selected; }
+    void setSelected(bool selected) { _selected = selected; }
+    bool expanded() const { return _expanded; }
+    void setExpanded(bool expanded) { _expanded = expanded; }
+    bool alarmsDisabled() const { return _alarmsDisabled; }
+    void setAlarmsDisabled(bool disabled) { _alarmsDisabled = disabled; }
+
+private:
+    class Loading;  // one run over the item files
+
+    void takeRecord(const Dictionary& syncRecord);
+    int systemVersion() const;
+    KTFileLogger* fileLogger() const;
+    std::optional<std::string> computedCorestoragePath() const;
+
+    void loadBothLists();
+    std::optional<std::string> itemsFolder() const;
+    void loadItemFiles(const std::string& folder, const std::vector<std::string>& names);
+
+    bool storeEventsAndTasks104(const std::string& folder);
+    void addItems104(std::string& text);
+    bool writeDescription104(const std::string& folder) const;
+    void writeSubscription104(const std::string& folder) const;
+    bool storeEventsAndTasks105(const std::string& folder);
+    bool writeItems105(const std::string& folder, std::string& text);
+    bool writeItem105(KTSyncCalendarItem& item, const std::string& folder, std::string& text) const;
+
+    /// An occurrence carries the UID of its series.
+    static Value uidOfSeries(const KTSyncEvent& event);
+
+    Dictionary iCalNode104() const;
+    Dictionary iCalNode105() const;
+    void addSubscription105(Dictionary& node) const;
+
+    KTSyncPluginHelper* _pluginHelper;  // not owned
+    std::int32_t _calendarType = kCalendarTypeNode;
+    std::optional<std::string> _sourceKey;
+    std::optional<std::string> _title;
+    std::optional<std::string> _color;
+    std::optional<std::string> _notes;
+    std::int32_t _order = 0;
+    mutable std::optional<std::string> _corestoragePath;  // once computed
+    mutable bool _isSourceKeyRefused = false;             // said so in the log
+    mutable std::optional<std::string> _recordKey;        // given, or once computed
+    std::optional<std::string> _parentRecordKey;
+    std::optional<std::string> _imapFolderKey;
+    std::optional<Events> _events;
+    std::optional<Tasks> _tasks;
+    Value _publisher;
+    Value _subscriber;
+    Value _subscriberData;
+    bool _selected = true;
+    bool _expanded = true;
+    bool _alarmsDisabled = false;
+};
+
+}  // namespace kt

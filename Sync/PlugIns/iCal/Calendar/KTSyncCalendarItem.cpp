@@ -1,0 +1,239 @@
+#include "Sync/PlugIns/iCal/Calendar/KTSyncCalendarItem.h"
+
+#include <memory>
+#include <vector>
+
+#include "Sync/Foundation/Platform.h"
+#include "Sync/HostInterface/Guard.h"
+#include "Sync/PlugIns/iCal/Calendar/KTSyncCalendarTools.h"
+
+namespace kt {
+
+namespace {
+
+constexpr std::string_view kSpecialPrefix = "X-";
+
+template <class T>
+bool hasElements(const ComponentList<T>& list)
+{
+    return list && !list->empty();
+}
+
+template <class T>
+Array syncRecords(const std::vector<std::shared_ptr<const T>>& components)
+{
+    Array records;
+    records.reserve(components.size());
+    for (const auto& component : components)
+        appendTo(records, component->syncRecord());
+    return records;
+}
+
+template <class T>
+void appendICalLines(std::string& lines, const ComponentList<T>& list)
+{
+    if (!list)
+        return;
+    for (const auto& component : *list)
+        lines += component->iCalLines();
+}
+
+}  // namespace
+
+KTSyncCalendarItem::~KTSyncCalendarItem() = default;
+
+KTSyncCalendarItem::KTSyncCalendarItem(KTSyncPluginHelper* pluginHelper,
+                                       std::optional<std::string> parentRecordKey, LineList& lines)
+    : _pluginHelper(pluginHelper),
+      _parentRecordKey(std::move(parentRecordKey)),
+      _alarms(std::in_place),
+      _appleSpecialFields(std::in_place)
+{
+    takeAlarms(lines);
+    takeProperties(lines);
+}
+
+KTSyncCalendarItem::KTSyncCalendarItem(KTSyncPluginHelper* pluginHelper,
+                                       std::optional<std::string> recordKey,
+                                       const Dictionary& syncRecord)
+    : _pluginHelper(pluginHelper),
+      _recordKey(std::move(recordKey))
+{
+    guarded(
+        fileLogger(), "[KTSyncCalendarItem init]:\n%@\n%@",
+        [&] { return syncRecord.description(); }, [&] { takeRecord(syncRecord); });
+}
+
+KTFileLogger* KTSyncCalendarItem::fileLogger() const
+{
+    return _pluginHelper == nullptr ? nullptr : _pluginHelper->fileLogger();
+}
+
+void KTSyncCalendarItem::takeAlarms(LineList& lines)
+{
+    KTFileLogger* const logger = fileLogger();
+    const auto noContext = [] { return nullptr; };
+    guarded(logger, "[KTSyncCalendarItem init(alarms)]:\n%@\n%@", noContext, [&] {
+        for (LineList& component :
+             KTSyncCalendarTools::findAndRemoveComponents("VALARM", lines, logger)) {
+            if (auto alarm = KTSyncAlarm::alarmWithICalendLines(component, logger))
+                _alarms->push_back(std::move(alarm));
+        }
+    });
+}
+
+void KTSyncCalendarItem::takeProperties(LineList& lines)
+{
+    KTFileLogger* const logger = fileLogger();
+    guarded(
+        logger, "[KTSyncCalendarItem init]:\n%@\n%@", [&] { return lines.description(); },
+        [&] {
+            _components = KTSyncCalendarTools::filterICalValuesInComponents(
+                KTSyncCalendarTools::findAndRemovePropertiesFromLines(lines, logger),
+                Platform::shared().localTimeZoneName(), logger);
+            _title = _components["SUMMARY"];
+            _notes = takeComponent("DESCRIPTION");
+            _url = takeComponent("URL");
+            _uid = takeComponent("UID");
+            _sequence = takeComponent("SEQUENCE");
+            if (_sequence.isNil())
+                _sequence = "1";
+            _attachments = componentListWithValue<KTSyncAttachment>(_components["ATTACH"]);
+            _dateStamp = dateInComponents("DTSTAMP");
+            _startDate = dateInComponents("DTSTART");
+            for (const auto& [name, value] : _components) {
+                if (name.starts_with(kSpecialPrefix))
+                    _appleSpecialFields->set(name, takeComponent(name));
+            }
+        });
+}
+
+void KTSyncCalendarItem::takeRecord(const Dictionary& syncRecord)
+{
+    _parentRecordKey = syncRecord["ParentRecordKey"].stringOrNil();
+    _title = syncRecord["Title"];
+    _url = syncRecord["URL"];
+    _notes = syncRecord["Notes"];
+    _sequence = syncRecord["Sequence"];
+    takeAttachments(syncRecord);
+    _dateStamp = KTSyncCalendarTools::enhancedDate(syncRecord["DateStamp"]);
+    _startDate = KTSyncCalendarTools::enhancedDate(syncRecord["StartDate"]);
+    if (const Value* special = syncRecord.find("AppleSpecialFields"))
+        _appleSpecialFields = special->dictionary();
+
+    const Value* alarms = syncRecord.find("Alarms");
+    if (alarms == nullptr || alarms->array().empty())
+        return;
+    _alarms.emplace();
+    for (const Value& alarm : alarms->array())
+        _alarms->push_back(KTSyncAlarm::alarmWithSyncRecord(alarm, fileLogger()));
+}
+
+void KTSyncCalendarItem::takeAttachments(const Dictionary& syncRecord)
+{
+    KTFileLogger* const logger = fileLogger();
+    if (const Value* attachment = syncRecord.find("Attachment")) {
+        logTo(logger, "Attachment, alte Version bei '%@'", _title);
+        _attachments.emplace();
+        _attachments->push_back(
+            attachment->isString()
+                ? KTSyncAttachment::attachmentWithURI(*attachment, "", logger)
+                : KTSyncAttachment::attachmentWithSyncRecord(*attachment, logger));
+    }
+    if (const Value* attachments = syncRecord.find("Attachments")) {
+        logTo(logger, "Attachment, neue Version bei '%@'", _title);
+        _attachments.emplace();  // what the old form gave goes: the new form holds it as well
+        for (const Value& attachment : attachments->array())
+            _attachments->push_back(KTSyncAttachment::attachmentWithSyncRecord(attachment, logger));
+    }
+}
+
+Dictionary KTSyncCalendarItem::sharedSyncRecord() const
+{
+    Dictionary record;
+    guarded(
+        fileLogger(), "[KTSyncCalendarItem syncRecord]:\n%@\n%@",
+        [&] { return record.description(); },
+        [&] {
+            record.set("Title", _title);
+            record.setIfPresent("URL", _url);
+            record.setIfPresent("Notes", _notes);
+            record.setIfPresent("Sequence", _sequence);
+            record.setIfPresent("DateStamp", _dateStamp);
+            record.setIfPresent("StartDate", _startDate);
+            if (hasElements(_attachments))
+                record.set("Attachments", syncRecords(*_attachments));
+            record.set("ParentRecordKey", _parentRecordKey);
+            record.set("Timezone", Platform::shared().localTimeZoneName());
+            if (_appleSpecialFields && !_appleSpecialFields->empty())
+                record.set("AppleSpecialFields", *_appleSpecialFields);
+            if (hasElements(_alarms))
+                record.set("Alarms", syncRecords(*_alarms));
+        });
+    return record;
+}
+
+std::string KTSyncCalendarItem::sharedICalLines() const
+{
+    KTFileLogger* const logger = fileLogger();
+    std::string lines;
+    guarded(
+        logger, "[KTSyncCalendarItem iCalLines]:\n%@\n%@", [&] { return lines; },
+        [&] {
+            lines +=
+                KTSyncCalendarTools::splitLineUsingFileLogger(logger, "SUMMARY:%@\r\n", _title);
+            appendProperty(lines, "DESCRIPTION:%@\r\n", _notes);
+            appendProperty(lines, "SEQUENCE:%@\r\n", _sequence);
+            appendProperty(lines, "URL;VALUE=URI:%@\r\n", _url);
+            if (_dateStamp)
+                appendProperty(lines, "DTSTAMP:%@\r\n", _dateStamp->iCalDate());
+            appendDate(lines, "DTSTART", _startDate);
+            appendProperty(lines, "UID:%@\r\n", _uid);
+            appendICalLines(lines, _attachments);
+            appendICalLines(lines, _alarms);
+            if (!_appleSpecialFields)
+                return;
+            for (const auto& [name, value] : *_appleSpecialFields)
+                lines +=
+                    KTSyncCalendarTools::splitLineUsingFileLogger(logger, "%@:%@\r\n", name, value);
+        });
+    return lines;
+}
+
+void KTSyncCalendarItem::adoptRecordKeyAsUID()
+{
+    if (_uid.isNil() && _recordKey)
+        _uid = *_recordKey;
+}
+
+EnhancedDate KTSyncCalendarItem::dateInComponents(std::string_view name) const
+{
+    return _components[name].objectOfClass<KTSyncEnhancedDate>();
+}
+
+Value KTSyncCalendarItem::takeComponent(std::string_view name)
+{
+    return _title.isNil() ? _components[name] : _components.take(name);
+}
+
+void KTSyncCalendarItem::appendProperty(std::string& lines, std::string_view format,
+                                        const Value& value) const
+{
+    if (!value.isNil())
+        lines += KTSyncCalendarTools::splitLineUsingFileLogger(fileLogger(), format, value);
+}
+
+void KTSyncCalendarItem::appendDate(std::string& lines, std::string_view name,
+                                    const Value& date) const
+{
+    if (auto line = KTSyncCalendarTools::assembleDateComponent(name, date))
+        lines += KTSyncCalendarTools::splitLine(std::move(*line), fileLogger());
+}
+
+std::string KTSyncCalendarItem::description() const
+{
+    return guardedOr([&] { return syncRecord().description(); },
+                     [&](const Exception&) { return stringWithFormat("Name:'%@'", _title); });
+}
+
+}  // namespace kt

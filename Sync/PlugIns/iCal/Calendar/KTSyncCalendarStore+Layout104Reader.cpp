@@ -1,0 +1,334 @@
+#include <unordered_map>
+#include <utility>
+
+#include "Sync/Foundation/PropertyList.h"
+#include "Sync/HostInterface/Guard.h"
+#include "Sync/HostInterface/KTLossReport.h"
+#include "Sync/PlugIns/iCal/Calendar/HostAndSystemLog.h"
+#include "Sync/PlugIns/iCal/Calendar/KTSyncCalendarStore.h"
+#include "Sync/PlugIns/iCal/Calendar/StorePaths.h"
+
+namespace kt {
+
+namespace {
+
+constexpr std::int32_t kNodeFileVersion = 2;
+constexpr std::string_view kSupportAddress = "support@velorasuite.invalid";
+constexpr std::string_view kGroupKind = "CALNamedGroupNode";
+
+/// What is missing counts as switched on.
+bool boolValueOrYes(const Dictionary& dictionary, std::string_view key)
+{
+    const Value* value = dictionary.find(key);
+    return value == nullptr || value->boolValue();
+}
+
+/// The title for reports, which must not fail over a title of the wrong kind.
+std::string titleForReports(const Value& node)
+{
+    if (!node.isDictionary() || !node.dictionary()["Title"].isString())
+        return {};
+    return node.dictionary()["Title"].string();
+}
+
+/// The address of a subscription among the objects of its archive; nil when there is none.
+Value addressInArchive(const Dictionary& archive)
+{
+    if (!archive.contains("$objects"))
+        return {};
+    for (const Value& object : archive["$objects"].array()) {
+        if (object.isString() && object.string().starts_with("http://"))
+            return object;
+    }
+    return {};
+}
+
+}  // namespace
+
+/// The node tree while it is being read.
+class KTSyncCalendarStore::Layout104Reader {
+public:
+    Layout104Reader(KTSyncPluginHelper* pluginHelper, ParsedCalendars& calendars)
+        : _pluginHelper(pluginHelper),
+          _calendars(calendars)
+    {}
+
+    void readList(const Value& nodes, const std::optional<std::string>& parentRecordKey);
+
+private:
+    /// A node with what the calendar's own files add to it.
+    struct Node {
+        const Dictionary& dictionary;
+        std::optional<std::string> sourceKey;
+        std::optional<std::string> title;
+        std::optional<std::string> color;
+        std::optional<std::string> notes;
+        Value kind;  // the node's type; for a calendar the type that its Info.plist names
+        std::int32_t calendarType = kCalendarTypeNode;
+        bool selected = true;
+        bool expanded = true;
+        Value subscriber;
+        Value subscriberData;
+        std::string file;  // where title and type stand
+    };
+
+    bool readNode(const Dictionary& dictionary, const std::optional<std::string>& parentRecordKey,
+                  std::int32_t order);
+    bool describeGroup(Node& node) const;
+    bool describeCalendar(Node& node) const;
+    void takeSourceType(Node& node) const;
+    void takeSubscription(Node& node) const;
+    std::shared_ptr<KTSyncCalendar> makeCalendar(const Node& node, std::int32_t order) const;
+    void takePublisher(KTSyncCalendar& calendar, const Dictionary& node) const;
+    void keep(const Node& node, const std::string& recordKey,
+              std::shared_ptr<KTSyncCalendar> calendar);
+    KTFileLogger* fileLogger() const
+    {
+        return _pluginHelper == nullptr ? nullptr : _pluginHelper->fileLogger();
+    }
+
+    KTSyncPluginHelper* _pluginHelper;
+    ParsedCalendars& _calendars;
+    std::unordered_map<std::string, std::string> _files;  // record key to the file it came from
+};
+
+std::optional<ParsedCalendars> KTSyncCalendarStore::calendars104()
+{
+    auto nodeFile = dictionaryWithContentsOfFile(StorePaths::nodeFile());
+    if (!nodeFile) {
+        if (FileManager::defaultManager().linkStatusAtPath(StorePaths::nodeFile())) {
+            const LossScope scope("", StorePaths::nodeFile());
+            reportLoss("Die nodes.plist kann nicht gelesen werden");
+        }
+        logToHostAndSystem(_pluginHelper,
+                           "Es gibt keine nodes.plist, evtl. wurde iCal noch nie gestartet");
+        storeCalendars({});
+        nodeFile = dictionaryWithContentsOfFile(StorePaths::nodeFile());
+    }
+    if (!nodeFile) {
+        logToHostAndSystem(_pluginHelper, "Es konnte keine leere nodes.plist angelegt werden!");
+        return std::nullopt;
+    }
+    // A missing version is none, so 0 is as good as any other.
+    if ((*nodeFile)["Version"].intValue() != kNodeFileVersion) {
+        logToHostAndSystem(_pluginHelper,
+                           "Unbekannte Kalender-Version. Bitte wenden Sie sich an den Support: %@",
+                           kSupportAddress);
+        return std::nullopt;
+    }
+    if (!nodeFile->contains("List")) {
+        logToHostAndSystem(_pluginHelper, "nodes.plist ohne Kalender");
+        return std::nullopt;
+    }
+    ParsedCalendars parsed;
+    parseMacOS104CalendarsList((*nodeFile)["List"], parsed, std::nullopt);
+    return parsed;
+}
+
+void KTSyncCalendarStore::parseMacOS104CalendarsList(
+    const Value& list, ParsedCalendars& intoParsedCalendars,
+    const std::optional<std::string>& withParentRecordKey)
+{
+    Layout104Reader(_pluginHelper, intoParsedCalendars).readList(list, withParentRecordKey);
+}
+
+void KTSyncCalendarStore::Layout104Reader::readList(
+    const Value& nodes, const std::optional<std::string>& parentRecordKey)
+{
+    if (nodes.isNil())
+        return;
+    std::int32_t order = 0;  // counts from 0 in every list
+    for (const Value& node : nodes.array()) {
+        const LossScope scope(titleForReports(node), StorePaths::nodeFile());
+        guardedOr(
+            [&] {
+                if (readNode(node.dictionary(), parentRecordKey, order))
+                    ++order;
+            },
+            [&](const Exception& exception) {
+                reportLoss(
+                    stringWithFormat("Der Kalender kann nicht gelesen werden: %@", exception));
+                throw;
+            });
+    }
+}
+
+/// True when a calendar was made, kept or not: those are counted.
+bool KTSyncCalendarStore::Layout104Reader::readNode(
+    const Dictionary& dictionary, const std::optional<std::string>& parentRecordKey,
+    std::int32_t order)
+{
+    Node node{dictionary, {}, {}, {}, {}, {}, kCalendarTypeNode, true, true, {}, {}, {}};
+    node.sourceKey =
+        dictionary[dictionary.contains("SourceKey") ? "SourceKey" : "Key"].stringOrNil();
+    node.color = dictionary["ThemeColor"].stringOrNil();
+    node.selected = boolValueOrYes(dictionary, "Selection");
+    node.kind = dictionary["Type"];
+    node.file = StorePaths::nodeFile();
+    if (!(node.kind == Value(kGroupKind) ? describeGroup(node) : describeCalendar(node)))
+        return false;
+
+    const LossScope scope(node.title.value_or(""), node.file);
+    if (!node.color || !node.title) {
+        logMsg(_pluginHelper, "Fehlerhafter Kalender ohne Farbe oder Name: %@", dictionary);
+        reportLoss("Der Kalender hat keine Farbe oder keinen Namen");
+        return false;
+    }
+    const std::shared_ptr<KTSyncCalendar> calendar = makeCalendar(node, order);
+    if (!calendar) {
+        logMsg(_pluginHelper, "Der Kalender '%@' konnte nicht ausgelesen werden", dictionary);
+        reportLoss("Der Kalender konnte nicht ausgelesen werden");
+        return false;
+    }
+    const std::optional<std::string> recordKey = calendar->recordKey();
+    // At the top level everything is its own parent, which is how the writer knows it.
+    calendar->setParentRecordKey(parentRecordKey ? parentRecordKey : recordKey);
+    calendar->setSelected(node.selected);
+    calendar->setExpanded(node.expanded);
+    if (!recordKey) {
+        logMsg(_pluginHelper,
+               "Fuer den Kalender '%@' konnte kein eindeutiger Schluessel generiert werden",
+               dictionary);
+        reportLoss("Der Kalender hat keinen Schlüssel");
+        return true;
+    }
+    keep(node, *recordKey, calendar);
+    if (node.kind == Value(kGroupKind)) {
+        readList(dictionary["Subnodes"], recordKey);
+        logMsg(_pluginHelper, "Gruppe: '%@'", node.title);
+    } else {
+        logMsg(_pluginHelper, "Kalender: '%@'", node.title);
+    }
+    return true;
+}
+
+bool KTSyncCalendarStore::Layout104Reader::describeGroup(Node& node) const
+{
+    node.notes = node.dictionary["Notes"].stringOrNil();
+    node.title = node.dictionary["Title"].stringOrNil();
+    node.expanded = boolValueOrYes(node.dictionary, "Expanded");
+    node.calendarType = kCalendarTypeGroup;
+    return true;
+}
+
+bool KTSyncCalendarStore::Layout104Reader::describeCalendar(Node& node) const
+{
+    if (!node.sourceKey) {
+        logMsg(_pluginHelper, "Fehlerhafter Kalender ohne SourceKey: %@", node.dictionary);
+        reportLoss("Der Kalender hat keinen SourceKey");
+        return false;
+    }
+    // One with a slash would lead out of the store.
+    if (!StorePaths::isFolderKey(*node.sourceKey)) {
+        logMsg(_pluginHelper,
+               "Der Kalender wird nicht gelesen: '%@' ist als Ordnername nicht erlaubt",
+               *node.sourceKey);
+        reportLoss("Der SourceKey des Kalenders ist als Ordnername nicht erlaubt");
+        return false;
+    }
+    node.file = StorePaths::infoFile(StorePaths::calendarFolder104(*node.sourceKey));
+    const auto info = dictionaryWithContentsOfFile(node.file);
+    if (!info) {
+        logMsg(_pluginHelper, "Fuer den Kalender '%@' gibt es keine Kalenderbeschreibung",
+               node.dictionary);
+        const LossScope scope("", node.file);
+        reportLoss("Die Kalenderbeschreibung fehlt oder kann nicht gelesen werden");
+        return false;
+    }
+    node.notes = (*info)["Notes"].stringOrNil();
+    node.title = (*info)["Title"].stringOrNil();
+    node.kind = (*info)["Type"];
+    takeSourceType(node);
+    return true;
+}
+
+void KTSyncCalendarStore::Layout104Reader::takeSourceType(Node& node) const
+{
+    if (node.kind == Value("com.apple.ical.sources.urlsubscribesource")) {
+        node.calendarType = kCalendarTypeSubscriber;
+        takeSubscription(node);
+    } else if (node.kind == Value("com.apple.ical.sources.birthdays")) {
+        node.calendarType = kCalendarTypeBirthday;
+        if (!node.title)
+            node.title = "Geburtstage";
+    }
+}
+
+void KTSyncCalendarStore::Layout104Reader::takeSubscription(Node& node) const
+{
+    const FileManager& files = FileManager::defaultManager();
+    const std::string file =
+        StorePaths::subscriptionFile104(StorePaths::calendarFolder104(*node.sourceKey));
+    if (auto bytes = files.contentsAtPath(file)) {
+        node.subscriberData = Data{*std::move(bytes)};
+        return;
+    }
+    logMsg(_pluginHelper, "Abo-Beschreibung fuer Kalender '%@' existiert nicht", node.title);
+    if (files.linkStatusAtPath(file)) {
+        const LossScope scope(node.title.value_or(""), file);
+        reportLoss("Die Abo-Beschreibung kann nicht gelesen werden");
+    }
+    const auto takeAddress = [&] {
+        const auto archive = dictionaryWithContentsOfFile(file);
+        const Value address = archive ? addressInArchive(*archive) : Value();
+        if (address.isNil())
+            return;
+        node.subscriber = Dictionary{{"SubscriptionURL", address}};
+        logTo(fileLogger(), "SubscriptionURL: %@", address);
+    };
+    guardedOr(takeAddress, [&](const Exception& exception) {
+        logTo(fileLogger(), "[KTSyncCalendarStore parseMacOS104Calendars]: SubscriptionURL\n%@",
+              exception);
+        node.subscriber = Value();
+    });
+}
+
+std::shared_ptr<KTSyncCalendar> KTSyncCalendarStore::Layout104Reader::makeCalendar(
+    const Node& node, std::int32_t order) const
+{
+    auto calendar = KTSyncCalendar::syncCalendarWithPluginHelper(_pluginHelper, node.calendarType,
+                                                                 node.sourceKey, std::nullopt);
+    if (!calendar)
+        return nullptr;
+    calendar->setTitle(node.title);
+    calendar->setColor(node.color);
+    calendar->setNotes(node.notes);
+    calendar->setOrder(order);
+    calendar->setSubscriber(node.subscriber);
+    calendar->setSubscriberData(node.subscriberData);
+    takePublisher(*calendar, node.dictionary);
+    return calendar;
+}
+
+void KTSyncCalendarStore::Layout104Reader::takePublisher(KTSyncCalendar& calendar,
+                                                         const Dictionary& node) const
+{
+    const auto take = [&] {
+        const Value& publishers = node["Publishers"];
+        // Of another kind it would pass here and stop the writing of every store later on.
+        if (!publishers.isNil() && !publishers.array().empty())
+            calendar.setPublisher(publishers.array().front().dictionary());
+    };
+    guardedOr(take, [&](const Exception& exception) {
+        logTo(fileLogger(), "[KTSyncCalendarStore parseMacOS104CalendarsList(Publishers)]:\n%@",
+              exception);
+        const LossScope scope("", StorePaths::nodeFile());
+        reportLoss(
+            stringWithFormat("Die Veröffentlichung kann nicht gelesen werden: %@", exception));
+    });
+}
+
+void KTSyncCalendarStore::Layout104Reader::keep(const Node& node, const std::string& recordKey,
+                                                std::shared_ptr<KTSyncCalendar> calendar)
+{
+    const auto [earlier, isNew] = _files.try_emplace(recordKey, node.file);
+    if (!isNew) {
+        const LossScope scope("", earlier->second);
+        reportLoss(stringWithFormat(
+            "Der Kalender wird durch einen gleichnamigen derselben Art ersetzt: %@", node.file));
+        earlier->second = node.file;
+    }
+    _calendars.set(recordKey, std::move(calendar));
+}
+
+}  // namespace kt

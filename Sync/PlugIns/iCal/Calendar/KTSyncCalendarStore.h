@@ -1,0 +1,74 @@
+#pragma once
+
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "Sync/Foundation/FileManager.h"
+#include "Sync/HostInterface/KTSyncPluginHelper.h"
+#include "Sync/PlugIns/iCal/Calendar/KTSyncCalendar.h"
+#include "Sync/PlugIns/iCal/Calendar/ParsedCalendars.h"
+
+namespace kt {
+
+/// iCal's store on disk, in the layout of the system that the host reports. Holds nothing between
+/// calls: reading reads it whole, writing replaces it whole. Not to be used from two threads at
+/// once, since both directions work on iCal's files.
+class KTSyncCalendarStore : public FileManagerHandler {
+public:
+    using Calendars = std::vector<std::shared_ptr<KTSyncCalendar>>;
+
+    static std::shared_ptr<KTSyncCalendarStore> calendarStoreWithPluginHelper(
+        KTSyncPluginHelper* pluginHelper);
+    /// initWithPluginHelper:
+    explicit KTSyncCalendarStore(KTSyncPluginHelper* pluginHelper);
+
+    /// Record key to calendar, in reading order; nullopt when the store could not be read, an empty
+    /// list for an empty store and on a system without one. Items are loaded when they are asked
+    /// for. Touches the disk only to create a missing store folder.
+    std::optional<ParsedCalendars> calendars();
+    /// The values of `calendars`.
+    std::optional<Calendars> calendarsList();
+    /// Makes these calendars (none of them null) and their items the complete content of the store.
+    /// False only when an Exception ended the writing, which may leave the store partly written; on
+    /// a system without a store there is nothing to write, and that succeeds.
+    bool storeCalendars(const Calendars& calendars);
+
+    /// fileManager:shouldProceedAfterError: goes on after a failed removal and stops after any
+    /// other failure.
+    bool fileManager(FileManager& fileManager, const Dictionary& error) override;
+
+protected:
+    /// Reads one list of nodes of the 10.4 layout, groups with their members; nothing for nil.
+    /// Throws Exception for an entry of a wrong kind, after reporting it as a loss.
+    void parseMacOS104CalendarsList(const Value& list, ParsedCalendars& intoParsedCalendars,
+                                    const std::optional<std::string>& withParentRecordKey);
+    /// True only when the new node file is in place. Where the node file could not be exchanged the
+    /// old store is back; after a failure before that, or the Exception of a calendar that could
+    /// not be prepared, which is passed on, the old calendars stay in "Sources.bak".
+    bool write104Calendars(const Calendars& calendars);
+
+    /// Reads one folder level of the 10.5 layout. Throws Exception for an entry of Info.plist that
+    /// is of the wrong kind, after reporting it as a loss.
+    void parseMacOS105CalendarsAtPath(const std::string& path, ParsedCalendars& intoParsedCalendars,
+                                      bool parentIsIMAPGroup,
+                                      const std::optional<std::string>& parentIMAPGroupRecordKey);
+    /// True, also when single files could not be written; passes on the Exception of a calendar
+    /// that could not be prepared.
+    bool write105Calendars(const Calendars& calendars);
+
+private:
+    class Layout104Reader;
+    class Layout104Writer;
+    class Layout105Level;
+    class Layout105Writer;
+
+    int systemVersion() const;
+    std::optional<ParsedCalendars> calendars104();
+    std::optional<ParsedCalendars> calendars105();
+
+    KTSyncPluginHelper* _pluginHelper;  // not owned, may be null
+};
+
+}  // namespace kt

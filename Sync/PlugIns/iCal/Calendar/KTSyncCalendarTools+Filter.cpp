@@ -1,0 +1,177 @@
+#include <algorithm>
+#include <array>
+#include <cstddef>
+#include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+#include "Sync/Foundation/Exception.h"
+#include "Sync/Foundation/Platform.h"
+#include "Sync/Foundation/Text.h"
+#include "Sync/HostInterface/KTLossReport.h"
+#include "Sync/PlugIns/iCal/Calendar/KTSyncAttachment.h"
+#include "Sync/PlugIns/iCal/Calendar/KTSyncCalendarTools.h"
+#include "Sync/PlugIns/iCal/Calendar/KTSyncRecurrenceRule.h"
+
+namespace kt {
+
+namespace {
+
+bool isDateProperty(std::string_view key, std::string_view name)
+{
+    constexpr std::array<std::string_view, 6> kNames{"DTSTART",   "DTEND",   "DUE",
+                                                     "COMPLETED", "DTSTAMP", "RECURRENCE-ID"};
+    return std::find(kNames.begin(), kNames.end(), name) != kNames.end() ||
+           key.starts_with("TRIGGER;TZID=");
+}
+
+/// One run of the value filter over the properties of a component. Raw values are moved at the
+/// very end, since a failure has to show the properties as they were.
+class ValueFilter {
+public:
+    ValueFilter(ComponentProperties properties, const std::string& defaultTimezone,
+                KTFileLogger* fileLogger)
+        : _properties(std::move(properties)),
+          _defaultTimezone(defaultTimezone),
+          _fileLogger(fileLogger)
+    {}
+
+    ComponentProperties values()
+    {
+        for (auto& property : _properties)
+            takeGuarded(property);
+        return finished();
+    }
+
+private:
+    using Property = ComponentProperties::Entry;
+
+    void takeGuarded(Property& property)
+    {
+        try {
+            take(property);
+        } catch (const Exception& exception) {
+            logTo(_fileLogger, "filterICalValuesInComponents:\n%@\nKey:'%@', Property:'%@'",
+                  exception, Dictionary(_properties), property.key);
+            throw;
+        }
+    }
+
+    void take(Property& property)
+    {
+        const auto& [key, value] = property;
+        const std::string_view name = KTSyncCalendarTools::propertyNameInKey(key);
+        if (isDateProperty(key, name))
+            takeDate(property, name);
+        else if (name == "ATTENDEE" || name == "ORGANIZER")
+            KTSyncCalendarTools::addCNAndValueToList(listNamed(name), key, value, _fileLogger);
+        else if (name == "EXDATE")
+            set(name, KTSyncCalendarTools::filterExceptionDates(key, value, _defaultTimezone,
+                                                                _fileLogger));
+        else if (name == "RRULE")
+            takeRule(value, name);
+        else if (name == "DURATION")
+            set(name, KTSyncCalendarTools::parseICalDuration(value, _fileLogger));
+        else if (name == "ATTACH")
+            takeAttachments(key, value);
+        else
+            takeRaw(property, name);
+    }
+
+    void takeDate(Property& property, std::string_view name)
+    {
+        const auto& [key, text] = property;
+        const std::string timezone =
+            KTSyncCalendarTools::findTimezone(key, _defaultTimezone, _fileLogger);
+        const EnhancedDate date = KTSyncCalendarTools::parseICalDate(text, timezone, _fileLogger);
+        if (date == nullptr) {
+            reportLoss(stringWithFormat("%@: '%@' ist kein Datum", name, text));
+            takeRaw(property, name);
+            return;
+        }
+        set(name, date);
+        if (name == "DTSTART")
+            set("ALLDAY", utf16Length(text.string()) == 8);
+    }
+
+    void takeRule(const Value& text, std::string_view name)
+    {
+        if (auto rule = KTSyncRecurrenceRule::recurrenceRuleWithRecurrenceString(text, _fileLogger))
+            set(name, std::move(rule));
+    }
+
+    void takeAttachments(std::string_view key, const Value& value)
+    {
+        Array& attachments = listNamed("ATTACH");
+        const auto take = [&](const Value& URI) {
+            appendTo(attachments, KTSyncAttachment::attachmentWithURI(URI, key, _fileLogger));
+        };
+        try {
+            if (!value.isArray())
+                return take(value);
+            for (const Value& URI : value.array())
+                take(URI);
+        } catch (const Exception& exception) {
+            NSLog("attachment: %@", exception);
+            logTo(_fileLogger, "attachment: %@", exception);
+            throw;
+        }
+    }
+
+    /// Of several keys of one name the last one's value stays, at the place of the first.
+    void set(std::string_view name, Value value)
+    {
+        _values.set(name, std::move(value));
+        enter(name, nullptr);
+    }
+
+    /// Enters the name alone; the value follows at the end.
+    void takeRaw(Property& property, std::string_view name) { enter(name, &property); }
+
+    void enter(std::string_view name, Property* raw)
+    {
+        const std::size_t place = _values.enter(name);
+        _raw.resize(_values.size());
+        _raw[place] = raw;
+    }
+
+    /// The list under a name, entered empty when it is new. Lists grow aside: a value is immutable.
+    Array& listNamed(std::string_view name)
+    {
+        const auto list = std::find_if(_lists.begin(), _lists.end(),
+                                       [&](const auto& entry) { return entry.first == name; });
+        if (list != _lists.end())
+            return list->second;
+        set(name, Array());
+        return _lists.emplace_back(name, Array()).second;
+    }
+
+    ComponentProperties finished()
+    {
+        for (std::size_t place = 0; place < _raw.size(); ++place) {
+            if (_raw[place] != nullptr)
+                _values.valueAt(place) = std::move(_raw[place]->value);
+        }
+        for (auto& [name, list] : _lists)
+            _values.set(name, std::move(list));
+        return std::move(_values);
+    }
+
+    ComponentProperties _properties;
+    const std::string& _defaultTimezone;
+    KTFileLogger* _fileLogger;
+    ComponentProperties _values;
+    std::vector<Property*> _raw;  // for each place of a value the property to move it from, if any
+    std::vector<std::pair<std::string_view, Array>> _lists;  // three names at most
+};
+
+}  // namespace
+
+ComponentProperties KTSyncCalendarTools::filterICalValuesInComponents(
+    ComponentProperties components, const std::string& defaultTimezone, KTFileLogger* fileLogger)
+{
+    return ValueFilter(std::move(components), defaultTimezone, fileLogger).values();
+}
+
+}  // namespace kt

@@ -1,0 +1,96 @@
+#include <string>
+#include <vector>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "Sync/PlugIns/iCal/Calendar/ComponentProperties.h"
+#include "tests/support/ExceptionOf.h"
+#include "tests/support/ValuePrinting.h"
+
+namespace kt::test {
+namespace {
+
+std::vector<std::string> keys(const ComponentProperties& properties)
+{
+    std::vector<std::string> keys;
+    for (const auto& entry : properties)
+        keys.emplace_back(entry.key);
+    return keys;
+}
+
+TEST(ComponentProperties, KeepTheOrderInWhichKeysWereEntered)
+{
+    ComponentProperties properties{{"B", "1"}, {"A", "2"}};
+    properties.set("C", "3");
+    properties.set("B", "4");
+    EXPECT_THAT(keys(properties), testing::ElementsAre("B", "A", "C"));
+    EXPECT_EQ(properties["B"], Value("4"));
+}
+
+TEST(ComponentProperties, GiveNilForAnAbsentKey)
+{
+    const ComponentProperties properties{{"A", "1"}};
+    EXPECT_TRUE(properties["B"].isNil());
+    EXPECT_EQ(properties.size(), 1U);
+}
+
+TEST(ComponentProperties, EnterAKeyOnceAndWithoutAValue)
+{
+    ComponentProperties properties;
+    const std::size_t place = properties.enter("A");
+    EXPECT_TRUE(properties.valueAt(place).isNil());
+    properties.valueAt(place) = "1";
+    EXPECT_EQ(properties.enter("A"), place);
+    EXPECT_EQ(properties["A"], Value("1"));
+}
+
+TEST(ComponentProperties, GiveAValueAwayOnce)
+{
+    ComponentProperties properties{{"A", "1"}};
+    EXPECT_EQ(properties.take("A"), Value("1"));
+    EXPECT_TRUE(properties.take("A").isNil());
+    EXPECT_TRUE(properties.take("B").isNil());
+}
+
+TEST(ComponentProperties, RefuseNilAsDictionariesDo)
+{
+    ComponentProperties properties;
+    Dictionary dictionary;
+    EXPECT_EQ(exceptionOf([&] { properties.set("A", Value()); }),
+              exceptionOf([&] { dictionary.set("A", Value()); }));
+    EXPECT_EQ(properties.size(), 0U);
+}
+
+TEST(ComponentProperties, BecomeADictionaryOfWhatTheyStillHold)
+{
+    ComponentProperties properties{{"A", "1"}, {"B", "2"}};
+    properties.take("A");
+    properties.enter("C");
+    EXPECT_EQ(Dictionary(properties), (Dictionary{{"B", "2"}}));
+}
+
+TEST(ComponentProperties, AreMadeFromADictionary)
+{
+    const Dictionary dictionary{{"A", "1"}, {"B", Array{1, 2}}};
+    EXPECT_EQ(Dictionary(ComponentProperties(dictionary)), dictionary);
+}
+
+TEST(ComponentProperties, FindEachOfThousandsOfKeys)
+{
+    std::vector<std::string> names;
+    for (int number = 0; number < 5000; ++number)
+        names.push_back("X-" + std::to_string(number));
+    ComponentProperties properties;
+    for (const std::string& name : names)
+        properties.set(name, name);
+    for (const std::string& name : names) {
+        EXPECT_EQ(properties[name], Value(name));
+        EXPECT_EQ(properties.enter(name), static_cast<std::size_t>(std::stoi(name.substr(2))));
+    }
+    EXPECT_TRUE(properties["X-5000"].isNil());
+    EXPECT_EQ(properties.size(), names.size());
+}
+
+}  // namespace
+}  // namespace kt::test

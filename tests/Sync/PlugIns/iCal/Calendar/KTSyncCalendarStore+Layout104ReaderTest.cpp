@@ -1,0 +1,632 @@
+#include "Sync/Foundation/KeyedArchive.h"
+#include "tests/Sync/PlugIns/iCal/Calendar/Store104Fixture.h"
+#include "tests/support/FailingFileManager.h"
+
+namespace kt::test {
+namespace {
+
+using ::testing::Contains;
+using ::testing::ElementsAre;
+using ::testing::IsEmpty;
+using ::testing::StartsWith;
+
+class Layout104Reader : public Store104Fixture {
+protected:
+    /// The line that the reader writes about a node.
+    static std::string lineAbout(std::string_view format, const Dictionary& node)
+    {
+        return stringWithFormat(format, node);
+    }
+    /// Nothing of this layout's reader goes to the system log.
+    void expectOnHostOnly(const std::string& line) const
+    {
+        EXPECT_THAT(helper.messages(), Contains(line));
+        EXPECT_THAT(platform.consoleLines(), IsEmpty());
+    }
+};
+
+TEST_F(Layout104Reader, ReadsWhatANodeAndTheInfoFileSayOfACalendar)
+{
+    writeInfo("A", {{"Title", "Arbeit"}, {"Notes", "Büro"}, {"Type", kOrdinary}});
+    writeNodes({without(calendarNode("A"), "Expanded")});
+    const auto calendars = readStore();
+    ASSERT_EQ(calendars.size(), 1u);
+    KTSyncCalendar& calendar = *calendars.begin()->second;
+    EXPECT_EQ(calendar.title(), "Arbeit");
+    EXPECT_EQ(calendar.notes(), "Büro");
+    EXPECT_EQ(calendar.color(), "#0252D4");
+    EXPECT_EQ(calendar.sourceKey(), "A");
+    EXPECT_EQ(calendar.order(), 0);
+    EXPECT_EQ(calendar.calendarType(), kCalendarTypeNode);
+    EXPECT_TRUE(calendar.selected());
+    EXPECT_TRUE(calendar.expanded());
+    EXPECT_FALSE(calendar.alarmsDisabled());
+    EXPECT_TRUE(calendar.publisher().isNil());
+    EXPECT_TRUE(calendar.subscriber().isNil());
+    EXPECT_TRUE(calendar.subscriberData().isNil());
+    EXPECT_EQ(calendars.begin()->first, calendar.recordKey());
+    EXPECT_THAT(helper.messages(), ElementsAre("Kalender: 'Arbeit'"));
+    EXPECT_THAT(platform.consoleLines(), IsEmpty());
+    EXPECT_THAT(losses(), IsEmpty());
+}
+
+TEST_F(Layout104Reader, ReadsWhatANodeSaysOfAGroup)
+{
+    writeNodes({with(with(with(groupNode("Team"), "Notes", "alle"), "Expanded", false), "Selection",
+                     false)});
+    const auto group = titled(readStore(), "Team");
+    EXPECT_EQ(group->calendarType(), kCalendarTypeGroup);
+    EXPECT_EQ(group->notes(), "alle");
+    EXPECT_EQ(group->color(), "#FF0000");
+    EXPECT_FALSE(group->expanded());
+    EXPECT_FALSE(group->selected());
+    EXPECT_EQ(group->parentRecordKey(), group->recordKey());
+    EXPECT_THAT(helper.messages(), ElementsAre("Gruppe: 'Team'"));
+}
+
+TEST_F(Layout104Reader, TakesAMissingSelectionAndExpansionForSwitchedOn)
+{
+    writeCalendar("A", "Arbeit");
+    writeNodes({without(calendarNode("A"), "Selection"),
+                without(without(groupNode("Team"), "Selection"), "Expanded")});
+    for (const auto& entry : readStore()) {
+        EXPECT_TRUE(entry.second->selected());
+        EXPECT_TRUE(entry.second->expanded());
+    }
+}
+
+TEST_F(Layout104Reader, TakesACalendarForExpandedWhateverItsNodeSays)
+{
+    writeCalendar("A", "Arbeit");
+    writeNodes({with(with(calendarNode("A"), "Expanded", false), "Selection", false)});
+    EXPECT_TRUE(titled(readStore(), "Arbeit")->expanded());
+    EXPECT_FALSE(titled(readStore(), "Arbeit")->selected());
+}
+
+TEST_F(Layout104Reader, ReadsItemsFromTheFolderThatTheSourceKeyNames)
+{
+    writeCalendar("A", "Arbeit");
+    writeItems("A",
+               "BEGIN:VEVENT\r\nUID:1\r\nSUMMARY:Fest\r\nDTSTART:20071224T100000Z\r\n"
+               "END:VEVENT\r\n");
+    writeNodes({calendarNode("A")});
+    const auto calendar = titled(readStore(), "Arbeit");
+    ASSERT_NE(calendar->events(), nullptr);
+    ASSERT_EQ(calendar->events()->size(), 1u);
+    EXPECT_EQ(calendar->events()->front()->title(), Value("Fest"));
+    EXPECT_EQ(calendar->corestoragePath(),
+              home.path("Library/Application Support/iCal/Sources/A.calendar"));
+}
+
+// Source keys.
+
+TEST_F(Layout104Reader, UsesTheKeyOfANodeWithoutASourceKey)
+{
+    writeCalendar("A", "Arbeit");
+    writeNodes({with(without(calendarNode("A"), "SourceKey"), "Key", "A")});
+    EXPECT_EQ(titled(readStore(), "Arbeit")->sourceKey(), "A");
+}
+
+TEST_F(Layout104Reader, RefusesACalendarWithoutAnyKeyAndReadsTheRest)
+{
+    const Dictionary keyless = without(without(calendarNode("A"), "SourceKey"), "Key");
+    writeCalendar("B", "Zuhause");
+    writeNodes({keyless, calendarNode("B")});
+    EXPECT_THAT(titles(readStore()), ElementsAre("Zuhause"));
+    expectOnHostOnly(lineAbout("Fehlerhafter Kalender ohne SourceKey: %@", keyless));
+    EXPECT_THAT(losses(),
+                ElementsAre(KTLoss{"", home.path(kNodeFile), "Der Kalender hat keinen SourceKey"}));
+}
+
+TEST_F(Layout104Reader, ReadsAGroupWithoutAnyKey)
+{
+    writeNodes({without(groupNode("Team"), "Key")});
+    EXPECT_EQ(titled(readStore(), "Team")->corestoragePath(), std::nullopt);
+}
+
+class Layout104ReaderOutside : public Layout104Reader,
+                               public ::testing::WithParamInterface<std::string> {};
+
+INSTANTIATE_TEST_SUITE_P(SourceKeys, Layout104ReaderOutside,
+                         ::testing::Values("../outside", "a/b", "/", "", ".", "..",
+                                           std::string(250, 'k')));
+
+TEST_P(Layout104ReaderOutside, RefusesASourceKeyThatLeadsOutOfTheStoreWithOneLine)
+{
+    home.write(kICal + "Sources/../outside.calendar/Info.plist",
+               xmlPropertyList(Dictionary{{"Title", "Fremd"}, {"Type", kOrdinary}}));
+    writeCalendar("B", "Zuhause");
+    writeNodes({with(calendarNode("A"), "SourceKey", GetParam()), calendarNode("B")});
+    EXPECT_THAT(titles(readStore()), ElementsAre("Zuhause"));
+    EXPECT_THAT(helper.messages(), ElementsAre("Der Kalender wird nicht gelesen: '" + GetParam() +
+                                                   "' ist als Ordnername nicht erlaubt",
+                                               "Kalender: 'Zuhause'"));
+    EXPECT_THAT(losses(),
+                ElementsAre(
+                    KTLoss{"", home.path(kNodeFile),
+                           "Der SourceKey des Kalenders ist als Ordnername nicht erlaubt"}));
+}
+
+TEST_F(Layout104Reader, AcceptsTheLongestSourceKeyThatNamesAFolder)
+{
+    const std::string longest(255 - std::string(".calendar").size(), 'k');
+    writeCalendar(longest, "Arbeit");
+    writeNodes({calendarNode(longest)});
+    EXPECT_THAT(titles(readStore()), ElementsAre("Arbeit"));
+}
+
+// Description files.
+
+TEST_F(Layout104Reader, RefusesACalendarWithoutAnInfoFile)
+{
+    writeNodes({calendarNode("A")});
+    EXPECT_THAT(readStore(), IsEmpty());
+    expectOnHostOnly(
+        lineAbout("Fuer den Kalender '%@' gibt es keine Kalenderbeschreibung", calendarNode("A")));
+    EXPECT_THAT(losses(),
+                ElementsAre(KTLoss{"", home.path(folderOf("A") + "Info.plist"),
+                                   "Die Kalenderbeschreibung fehlt oder kann nicht gelesen "
+                                   "werden"}));
+}
+
+TEST_F(Layout104Reader, RefusesACalendarWhoseInfoFileIsNoPropertyList)
+{
+    home.write(folderOf("A") + "Info.plist", "no property list");
+    writeNodes({calendarNode("A")});
+    EXPECT_THAT(readStore(), IsEmpty());
+    expectOnHostOnly(
+        lineAbout("Fuer den Kalender '%@' gibt es keine Kalenderbeschreibung", calendarNode("A")));
+    EXPECT_EQ(losses().size(), 1u);
+}
+
+struct SourceTypeRow {
+    const char* sourceType;  // null for none
+    std::int32_t calendarType;
+};
+class Layout104ReaderSourceType : public Layout104Reader,
+                                  public ::testing::WithParamInterface<SourceTypeRow> {};
+
+INSTANTIATE_TEST_SUITE_P(
+    Rows, Layout104ReaderSourceType,
+    ::testing::Values(SourceTypeRow{"com.apple.ical.sources.urlsubscribesource", 2},
+                      SourceTypeRow{"com.apple.ical.sources.birthdays", 3},
+                      SourceTypeRow{"com.apple.ical.sources.naivereadwrite", 0},
+                      SourceTypeRow{"anything", 0}, SourceTypeRow{nullptr, 0}));
+
+TEST_P(Layout104ReaderSourceType, DecidesTheCalendarType)
+{
+    Dictionary info{{"Title", "Arbeit"}};
+    if (GetParam().sourceType != nullptr)
+        info.set("Type", GetParam().sourceType);
+    writeInfo("A", info);
+    writeNodes({calendarNode("A")});
+    EXPECT_EQ(titled(readStore(), "Arbeit")->calendarType(), GetParam().calendarType);
+}
+
+TEST_F(Layout104Reader, TakesAnyNodeTypeButTheGroupsForACalendar)
+{
+    writeCalendar("A", "Arbeit");
+    writeCalendar("B", "Zuhause");
+    writeNodes({with(calendarNode("A"), "Type", "Sonstiges"), without(calendarNode("B"), "Type")});
+    EXPECT_THAT(titles(readStore()), ElementsAre("Arbeit", "Zuhause"));
+}
+
+TEST_F(Layout104Reader, ReadsMembersWhereTheInfoFileCallsACalendarAGroup)
+{
+    // The type of the Info file takes the place of the node's from then on.
+    writeCalendar("A", "Arbeit", "CALNamedGroupNode");
+    writeCalendar("B", "Zuhause");
+    writeNodes({with(calendarNode("A"), "Subnodes", Array{calendarNode("B")})});
+    const auto calendars = readStore();
+    EXPECT_EQ(titled(calendars, "Arbeit")->calendarType(), kCalendarTypeNode);
+    EXPECT_EQ(titled(calendars, "Zuhause")->parentRecordKey(),
+              titled(calendars, "Arbeit")->recordKey());
+    EXPECT_THAT(helper.messages(), ElementsAre("Kalender: 'Zuhause'", "Gruppe: 'Arbeit'"));
+}
+
+TEST_F(Layout104Reader, CallsABirthdayCalendarWithoutATitleGeburtstage)
+{
+    writeInfo("A", {{"Type", kBirthdays}});
+    writeNodes({calendarNode("A")});
+    EXPECT_THAT(titles(readStore()), ElementsAre("Geburtstage"));
+}
+
+TEST_F(Layout104Reader, KeepsTheTitleOfABirthdayCalendar)
+{
+    writeCalendar("A", "Feste", kBirthdays);
+    writeNodes({calendarNode("A")});
+    EXPECT_THAT(titles(readStore()), ElementsAre("Feste"));
+}
+
+TEST_F(Layout104Reader, RejectsAnOrdinaryCalendarWithoutATitle)
+{
+    writeInfo("A", {{"Type", kOrdinary}});
+    writeNodes({calendarNode("A")});
+    EXPECT_THAT(readStore(), IsEmpty());
+    expectOnHostOnly(
+        lineAbout("Fehlerhafter Kalender ohne Farbe oder Name: %@", calendarNode("A")));
+    EXPECT_THAT(losses(), ElementsAre(KTLoss{"", home.path(folderOf("A") + "Info.plist"),
+                                             "Der Kalender hat keine Farbe oder keinen Namen"}));
+}
+
+TEST_F(Layout104Reader, RejectsACalendarWithoutAColour)
+{
+    writeCalendar("A", "Arbeit");
+    const Dictionary colourless = without(calendarNode("A"), "ThemeColor");
+    writeNodes({colourless});
+    EXPECT_THAT(readStore(), IsEmpty());
+    expectOnHostOnly(lineAbout("Fehlerhafter Kalender ohne Farbe oder Name: %@", colourless));
+    EXPECT_EQ(losses().at(0).calendar, "Arbeit");
+}
+
+TEST_F(Layout104Reader, RejectsAGroupWithoutAColourAndAllItsMembers)
+{
+    writeCalendar("A", "Arbeit");
+    const Dictionary colourless = without(groupNode("Team", {calendarNode("A")}), "ThemeColor");
+    writeNodes({colourless});
+    EXPECT_THAT(readStore(), IsEmpty());
+    expectOnHostOnly(lineAbout("Fehlerhafter Kalender ohne Farbe oder Name: %@", colourless));
+    EXPECT_THAT(losses(), ElementsAre(KTLoss{"Team", home.path(kNodeFile),
+                                             "Der Kalender hat keine Farbe oder keinen Namen"}));
+}
+
+TEST_F(Layout104Reader, RejectsAGroupWithoutATitle)
+{
+    writeNodes({without(groupNode("Team"), "Title")});
+    EXPECT_THAT(readStore(), IsEmpty());
+    EXPECT_EQ(losses().size(), 1u);
+}
+
+TEST_F(Layout104Reader, AcceptsAnEmptyTitle)
+{
+    writeNodes({groupNode("")});
+    EXPECT_THAT(titles(readStore()), ElementsAre(""));
+}
+
+// Groups and orders.
+
+TEST_F(Layout104Reader, GivesMembersTheirGroupsRecordKeyAndTopLevelNodesTheirOwn)
+{
+    writeCalendar("A", "Arbeit");
+    writeCalendar("B", "Zuhause");
+    writeNodes({groupNode("Team", {calendarNode("A"), groupNode("Unter")}), calendarNode("B")});
+    const auto calendars = readStore();
+    const auto team = titled(calendars, "Team");
+    EXPECT_EQ(team->parentRecordKey(), team->recordKey());
+    EXPECT_EQ(titled(calendars, "Arbeit")->parentRecordKey(), team->recordKey());
+    EXPECT_EQ(titled(calendars, "Unter")->parentRecordKey(), team->recordKey());
+    EXPECT_EQ(titled(calendars, "Zuhause")->parentRecordKey(),
+              titled(calendars, "Zuhause")->recordKey());
+}
+
+TEST_F(Layout104Reader, LogsAGroupAfterItsMembers)
+{
+    writeCalendar("A", "Arbeit");
+    writeCalendar("B", "Zuhause");
+    writeNodes({groupNode("Team", {calendarNode("A")}), calendarNode("B")});
+    EXPECT_THAT(titles(readStore()), ElementsAre("Team", "Arbeit", "Zuhause"));
+    EXPECT_THAT(helper.messages(),
+                ElementsAre("Kalender: 'Arbeit'", "Gruppe: 'Team'", "Kalender: 'Zuhause'"));
+}
+
+TEST_F(Layout104Reader, RestartsOrdersInEachGroupAndSkipsRejectedNodes)
+{
+    for (const std::string key : {"A", "B", "C", "D"})
+        writeCalendar(key, "Kalender " + key);
+    writeNodes({calendarNode("fehlt"), calendarNode("A"),
+                groupNode("Team", {calendarNode("B"), without(calendarNode("B"), "ThemeColor"),
+                                   calendarNode("C")}),
+                calendarNode("D")});
+    const auto calendars = readStore();
+    EXPECT_EQ(titled(calendars, "Kalender A")->order(), 0);
+    EXPECT_EQ(titled(calendars, "Team")->order(), 1);
+    EXPECT_EQ(titled(calendars, "Kalender B")->order(), 0);
+    EXPECT_EQ(titled(calendars, "Kalender C")->order(), 1);
+    EXPECT_EQ(titled(calendars, "Kalender D")->order(), 2);
+}
+
+TEST_F(Layout104Reader, ReplacesACalendarByALaterOneOfTheSameTitleAndTypeAnywhereInTheTree)
+{
+    writeCalendar("A", "Arbeit");
+    writeCalendar("B", "Arbeit");
+    writeNodes({calendarNode("A"), groupNode("Team", {calendarNode("B")})});
+    const auto calendars = readStore();
+    EXPECT_EQ(calendars.size(), 2u);
+    EXPECT_EQ(titled(calendars, "Arbeit")->sourceKey(), "B");
+    EXPECT_THAT(losses(),
+                ElementsAre(
+                    KTLoss{"Arbeit", home.path(folderOf("A") + "Info.plist"),
+                           "Der Kalender wird durch einen gleichnamigen derselben Art ersetzt: " +
+                               home.path(folderOf("B") + "Info.plist")}));
+}
+
+TEST_F(Layout104Reader, KeepsCalendarsOfOneTitleButDifferentTypes)
+{
+    writeCalendar("A", "Arbeit");
+    writeCalendar("B", "Arbeit", kBirthdays);
+    writeNodes({calendarNode("A"), calendarNode("B"), groupNode("Arbeit")});
+    EXPECT_EQ(readStore().size(), 3u);
+    EXPECT_THAT(losses(), IsEmpty());
+}
+
+TEST_F(Layout104Reader, ReadsAGroupWithoutSubnodesAsEmpty)
+{
+    writeNodes({without(groupNode("Team"), "Subnodes")});
+    EXPECT_THAT(titles(readStore()), ElementsAre("Team"));
+}
+
+TEST_F(Layout104Reader, ReadsAnEmptyListAsAnEmptyStore)
+{
+    writeNodes({});
+    EXPECT_THAT(readStore(), IsEmpty());
+    EXPECT_THAT(helper.messages(), IsEmpty());
+}
+
+class ExposedStore : public KTSyncCalendarStore {
+public:
+    using KTSyncCalendarStore::KTSyncCalendarStore;
+    using KTSyncCalendarStore::parseMacOS104CalendarsList;
+};
+
+TEST_F(Layout104Reader, ReturnsAtOnceForANilList)
+{
+    ParsedCalendars calendars;
+    ExposedStore(&helper).parseMacOS104CalendarsList(Value(), calendars, std::nullopt);
+    EXPECT_TRUE(calendars.empty());
+    EXPECT_THAT(helper.messages(), IsEmpty());
+}
+
+TEST_F(Layout104Reader, AddsToTheGivenCalendarsBelowTheGivenParent)
+{
+    ParsedCalendars calendars;
+    ExposedStore exposed(&helper);
+    exposed.parseMacOS104CalendarsList(Array{groupNode("Eins")}, calendars, std::nullopt);
+    exposed.parseMacOS104CalendarsList(Array{groupNode("Zwei")}, calendars, "Elternteil");
+    EXPECT_THAT(titles(calendars), ElementsAre("Eins", "Zwei"));
+    EXPECT_EQ(titled(calendars, "Zwei")->parentRecordKey(), "Elternteil");
+}
+
+TEST_F(Layout104Reader, WithoutAHelperMakesNoCalendarAndTellsTheLoss)
+{
+    ParsedCalendars calendars;
+    ExposedStore(nullptr).parseMacOS104CalendarsList(Array{groupNode("Team")}, calendars,
+                                                     std::nullopt);
+    EXPECT_TRUE(calendars.empty());
+    EXPECT_THAT(lossReasons(), ElementsAre("Der Kalender konnte nicht ausgelesen werden"));
+}
+
+// Subscriptions.
+
+TEST_F(Layout104Reader, TakesTheBytesOfASubscriptionAndNoDictionary)
+{
+    writeCalendar("A", "Spiele", kSubscription);
+    home.write(folderOf("A") + "Properties.plist", std::string("no\0plist", 8));
+    writeNodes({calendarNode("A")});
+    const auto calendar = titled(readStore(), "Spiele");
+    EXPECT_EQ(calendar->subscriberData(), Value(Data{std::string("no\0plist", 8)}));
+    EXPECT_TRUE(calendar->subscriber().isNil());
+    EXPECT_THAT(helper.messages(), ElementsAre("Kalender: 'Spiele'"));
+    EXPECT_THAT(helper.fileLog(), IsEmpty());
+}
+
+TEST_F(Layout104Reader, ReadsNoSubscriptionOfAnOrdinaryCalendar)
+{
+    writeCalendar("A", "Arbeit");
+    home.write(folderOf("A") + "Properties.plist", "bytes");
+    writeNodes({calendarNode("A")});
+    EXPECT_TRUE(titled(readStore(), "Arbeit")->subscriberData().isNil());
+}
+
+TEST_F(Layout104Reader, KeepsASubscriptionWithoutPropertiesAndSaysSo)
+{
+    writeCalendar("A", "Spiele", kSubscription);
+    writeNodes({calendarNode("A")});
+    const auto calendar = titled(readStore(), "Spiele");
+    EXPECT_TRUE(calendar->subscriberData().isNil());
+    EXPECT_TRUE(calendar->subscriber().isNil());
+    expectOnHostOnly("Abo-Beschreibung fuer Kalender 'Spiele' existiert nicht");
+    EXPECT_THAT(losses(), IsEmpty());  // there was nothing to lose
+}
+
+TEST_F(Layout104Reader, TellsTheLossOfPropertiesThatCannotBeRead)
+{
+    writeCalendar("A", "Spiele", kSubscription);
+    home.makeFolder(folderOf("A") + "Properties.plist");
+    writeNodes({calendarNode("A")});
+    EXPECT_THAT(titles(readStore()), ElementsAre("Spiele"));
+    EXPECT_THAT(losses(),
+                ElementsAre(KTLoss{"Spiele", home.path(folderOf("A") + "Properties.plist"),
+                                   "Die Abo-Beschreibung kann nicht gelesen werden"}));
+}
+
+/// Answers that one file cannot be read, once.
+class OnceUnreadable : public FailingFileManager {
+public:
+    explicit OnceUnreadable(std::string name)
+        : FailingFileManager(makePosixFileManager(), 0),
+          _name(std::move(name))
+    {}
+
+    std::optional<std::string> contentsAtPath(const std::string& path) const override
+    {
+        if (lastPathComponent(path) == _name) {
+            _name.clear();
+            return std::nullopt;
+        }
+        return FailingFileManager::contentsAtPath(path);
+    }
+
+private:
+    mutable std::string _name;
+};
+
+/// A subscription whose file cannot be read at first, then as a dictionary.
+class Layout104ReaderFallback : public Layout104Reader {
+protected:
+    std::shared_ptr<KTSyncCalendar> readSubscription(const std::string& properties)
+    {
+        writeCalendar("A", "Spiele", kSubscription);
+        home.write(folderOf("A") + "Properties.plist", properties);
+        writeNodes({calendarNode("A")});
+        Platform::shared().setFileManager(std::make_shared<OnceUnreadable>("Properties.plist"));
+        auto calendar = titled(readStore(), "Spiele");
+        EXPECT_THAT(helper.messages(),
+                    ElementsAre("Abo-Beschreibung fuer Kalender 'Spiele' existiert nicht",
+                                "Kalender: 'Spiele'"));
+        return calendar;
+    }
+};
+
+TEST_F(Layout104ReaderFallback, TakesTheFirstWebAddressAmongTheObjects)
+{
+    const auto calendar = readSubscription(xmlPropertyList(Dictionary{
+        {"$objects", Array{"$null", 7, "https://sicher.invalid", "http://erste.invalid/a.ics",
+                           "http://zweite.invalid/b.ics"}}}));
+    EXPECT_EQ(calendar->subscriber(),
+              Value(Dictionary{{"SubscriptionURL", "http://erste.invalid/a.ics"}}));
+    EXPECT_TRUE(calendar->subscriberData().isNil());
+    EXPECT_THAT(helper.fileLog(), ElementsAre("SubscriptionURL: http://erste.invalid/a.ics"));
+}
+
+TEST_F(Layout104ReaderFallback, FindsTheAddressInARealArchive)
+{
+    const auto calendar = readSubscription(archivedDataWithRootObject(
+        Dictionary{{"RemoteURL", std::make_shared<URL>("http://erste.invalid/a.ics")}}));
+    EXPECT_EQ(calendar->subscriber(),
+              Value(Dictionary{{"SubscriptionURL", "http://erste.invalid/a.ics"}}));
+}
+
+class Layout104ReaderFallbackWithoutAddress : public Layout104ReaderFallback,
+                                              public ::testing::WithParamInterface<std::string> {};
+
+INSTANTIATE_TEST_SUITE_P(
+    Properties, Layout104ReaderFallbackWithoutAddress,
+    ::testing::Values(xmlPropertyList(Dictionary{{"$objects", Array{"$null", "ftp://a.invalid"}}}),
+                      xmlPropertyList(Dictionary{{"$objects", Array{}}}),
+                      xmlPropertyList(Dictionary{{"Anderes", 1}}), std::string("no property list"),
+                      xmlPropertyList(Array{"http://a.invalid"})));
+
+TEST_P(Layout104ReaderFallbackWithoutAddress, LeavesTheSubscriberNil)
+{
+    EXPECT_TRUE(readSubscription(GetParam())->subscriber().isNil());
+    EXPECT_THAT(helper.fileLog(), IsEmpty());
+}
+
+TEST_F(Layout104ReaderFallback, LogsAnExceptionToTheFileLoggerAndReadsOn)
+{
+    EXPECT_TRUE(readSubscription(xmlPropertyList(Dictionary{{"$objects", "keine Liste"}}))
+                    ->subscriber()
+                    .isNil());
+    EXPECT_THAT(helper.fileLog(),
+                ElementsAre("[KTSyncCalendarStore parseMacOS104Calendars]: SubscriptionURL\n"
+                            "Liste erwartet, Text gefunden"));
+}
+
+// Publishers.
+
+TEST_F(Layout104Reader, UsesTheFirstOfTwoPublishers)
+{
+    writeCalendar("A", "Arbeit");
+    const Dictionary first{{"UploadURL", "http://erste.invalid"}};
+    const Dictionary second{{"UploadURL", "http://zweite.invalid"}};
+    writeNodes({with(calendarNode("A"), "Publishers", Array{first, second})});
+    EXPECT_EQ(titled(readStore(), "Arbeit")->publisher(), Value(first));
+    EXPECT_THAT(losses(), IsEmpty());
+}
+
+TEST_F(Layout104Reader, TakesThePublisherOfAGroup)
+{
+    const Dictionary publisher{{"UploadURL", "http://erste.invalid"}};
+    writeNodes({with(groupNode("Team"), "Publishers", Array{publisher})});
+    EXPECT_EQ(titled(readStore(), "Team")->publisher(), Value(publisher));
+}
+
+TEST_F(Layout104Reader, SetsNoPublisherForAnEmptyList)
+{
+    writeCalendar("A", "Arbeit");
+    writeNodes({with(calendarNode("A"), "Publishers", Array{})});
+    EXPECT_TRUE(titled(readStore(), "Arbeit")->publisher().isNil());
+    EXPECT_THAT(helper.fileLog(), IsEmpty());
+}
+
+class Layout104ReaderPublishers : public Layout104Reader,
+                                  public ::testing::WithParamInterface<Value> {};
+
+INSTANTIATE_TEST_SUITE_P(OfTheWrongKind, Layout104ReaderPublishers,
+                         ::testing::Values(Value("text"), Value(Array{"text"}), Value(4),
+                                           Value(Dictionary{{"UploadURL", "http://a.invalid"}})));
+
+TEST_P(Layout104ReaderPublishers, AreLoggedToTheFileLoggerAndReadingGoesOn)
+{
+    writeCalendar("A", "Arbeit");
+    writeNodes({with(calendarNode("A"), "Publishers", GetParam())});
+    EXPECT_TRUE(titled(readStore(), "Arbeit")->publisher().isNil());
+    EXPECT_THAT(helper.fileLog(),
+                ElementsAre(testing::AllOf(
+                    StartsWith("[KTSyncCalendarStore parseMacOS104CalendarsList(Publishers)]:\n"),
+                    testing::EndsWith(" gefunden"))));
+    EXPECT_THAT(helper.messages(), ElementsAre("Kalender: 'Arbeit'"));
+    ASSERT_EQ(losses().size(), 1u);
+    EXPECT_EQ(losses()[0].calendar, "Arbeit");
+    EXPECT_EQ(losses()[0].file, home.path(kNodeFile));
+    EXPECT_THAT(losses()[0].reason, StartsWith("Die Veröffentlichung kann nicht gelesen werden: "));
+}
+
+// Values of a wrong kind anywhere else end the reading.
+
+struct WrongKindRow {
+    const char* key;
+    Value value;
+};
+class Layout104ReaderWrongKind : public Layout104Reader,
+                                 public ::testing::WithParamInterface<WrongKindRow> {};
+
+INSTANTIATE_TEST_SUITE_P(Nodes, Layout104ReaderWrongKind,
+                         ::testing::Values(WrongKindRow{"SourceKey", Value(7)},
+                                           WrongKindRow{"ThemeColor", Value(Array{})},
+                                           WrongKindRow{"Selection", Value(Dictionary{})}));
+
+TEST_P(Layout104ReaderWrongKind, EndTheReadingAndAreTold)
+{
+    writeCalendar("A", "Arbeit");
+    writeCalendar("B", "Zuhause");
+    writeNodes({calendarNode("B"), with(calendarNode("A"), GetParam().key, GetParam().value)});
+    EXPECT_FALSE(store->calendars().has_value());
+    EXPECT_THAT(helper.messages().back(),
+                StartsWith("KTSyncCalendarStore.calendars: NSInvalidArgumentException, (null), "));
+    EXPECT_EQ(platform.consoleLines(), std::vector<std::string>{helper.messages().back()});
+    EXPECT_THAT(lossReasons(), ElementsAre(StartsWith("Der Kalender kann nicht gelesen werden: ")));
+}
+
+TEST_F(Layout104Reader, EndsAtATitleOfTheWrongKind)
+{
+    writeInfo("A", {{"Title", 2007}, {"Type", kOrdinary}});
+    writeNodes({calendarNode("A")});
+    EXPECT_FALSE(store->calendars().has_value());
+}
+
+TEST_F(Layout104Reader, EndsAtANodeThatIsNoDictionary)
+{
+    writeNodes({"text"});
+    EXPECT_FALSE(store->calendars().has_value());
+    EXPECT_EQ(losses().size(), 1u);
+}
+
+TEST_F(Layout104Reader, EndsAtSubnodesThatAreNoList)
+{
+    writeNodes({with(groupNode("Team"), "Subnodes", "text")});
+    EXPECT_FALSE(store->calendars().has_value());
+}
+
+TEST_F(Layout104Reader, PassesOnAForeignObject)
+{
+    writeNodes({groupNode("Team")});
+    helper.script.before = [](std::string_view call) {
+        if (call == "logMsg:Gruppe: 'Team'")
+            throw 42;
+    };
+    EXPECT_THROW(store->calendars(), int);
+}
+
+}  // namespace
+}  // namespace kt::test
