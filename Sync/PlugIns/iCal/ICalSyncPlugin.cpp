@@ -1,0 +1,96 @@
+#include "Sync/PlugIns/iCal/ICalSyncPlugin.h"
+
+#include "Sync/Foundation/Bundle.h"
+#include "Sync/Foundation/FileManager.h"
+#include "Sync/PlugIns/iCal/Calendar/StorePaths.h"
+
+namespace kt {
+
+ICalSyncPlugin::ICalSyncPlugin(KTSyncPluginHelper* pluginHelper, std::string bundlePath)
+    : _pluginHelper(pluginHelper),
+      _bundlePath(std::move(bundlePath))
+{}
+
+ICalSyncPlugin::~ICalSyncPlugin() = default;
+
+bool ICalSyncPlugin::isEnabled()
+{
+    return _pluginHelper->boolPreferenceForKey(kActivatePreference, false) &&
+           showInSyncPluginsList();
+}
+
+void ICalSyncPlugin::enable()
+{
+    _pluginHelper->updatePreferenceWithBool(kActivatePreference, true);
+}
+
+void ICalSyncPlugin::disable()
+{
+    _pluginHelper->updatePreferenceWithBool(kActivatePreference, false);
+}
+
+std::vector<std::string> ICalSyncPlugin::syncConduits()
+{
+    return {std::string(kConduitEvent), std::string(kConduitTask), std::string(kConduitCalendar)};
+}
+
+std::shared_ptr<Image> ICalSyncPlugin::menuIcon()
+{
+    if (_menuIcon)
+        return _menuIcon;
+    const auto bundle = Bundle::bundleWithPath(_bundlePath);
+    const auto path = bundle ? bundle->pathForResource("iCal.icns") : std::nullopt;
+    if (path)
+        _menuIcon = Image::imageWithContentsOfFile(*path);
+    return _menuIcon;
+}
+
+bool ICalSyncPlugin::showInSyncPluginsList()
+{
+    const int version = _pluginHelper->macOSVersion();
+    // There is no store on 10.3 whose presence could be asked for: the empty path is never there.
+    if (version == 3)
+        return FileManager::defaultManager().fileExistsAtPath("");
+    return version >= 4;
+}
+
+std::optional<std::vector<std::string>> ICalSyncPlugin::filesToBackup()
+{
+    switch (_pluginHelper->macOSVersion()) {
+    case 4:
+        return {{StorePaths::iCalFolder()}};
+    case 5:
+        return {{StorePaths::calendarsFolder()}};
+    default:
+        return std::nullopt;
+    }
+}
+
+std::string ICalSyncPlugin::describeRecord(const KTSyncRecord& record)
+{
+    const Dictionary& fields = record.record();
+    if (record.conduit() == kConduitCalendar)
+        return stringWithFormat("%@: '%@'",
+                                fields["Type"] == Value("CalendarGroup") ? "Gruppe" : "Kalender",
+                                fields["Title"]);
+    if (record.conduit() == kConduitEvent)
+        return stringWithFormat("Ereignis: '%@' (%@)", fields["Title"], fields["StartDate"]);
+    if (record.conduit() == kConduitTask)
+        return stringWithFormat("Aufgabe: '%@'", fields["Title"]);
+    return fields.description();
+}
+
+bool ICalSyncPlugin::resetSync()
+{
+    _pluginHelper->logMsg("Die Synchronisierung der iCal-Kalender wird zurueckgesetzt");
+    _resetSync = true;
+    return _pluginHelper->resetLocalState();
+}
+
+bool ICalSyncPlugin::cancelSync()
+{
+    _cancelSync = true;
+    return true;
+}
+
+}  // namespace kt
