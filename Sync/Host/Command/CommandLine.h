@@ -1,0 +1,47 @@
+#pragma once
+
+#include <optional>
+#include <string>
+#include <variant>
+
+#include "Sync/Host/Services/SyncRun.h"
+
+namespace kt {
+
+/// What icalsync answers to the shell.
+enum class ExitCode {
+    done = 0,
+    failed = 1,      // a run that ended with NO or was held; files that would be skipped
+    wrongUsage = 2,  // of command line or settings
+};
+
+enum class CommandName { sync, calendars, records, check, enable, disable, on, off };
+
+/// What the user typed. Options that were not given are absent: settings and defaults come later.
+struct CommandLine {
+    std::optional<std::string> home;
+    std::optional<std::string> server;
+    std::optional<std::string> device;
+    std::optional<std::string> config;
+    std::optional<std::string> plugin;
+    std::optional<int> systemVersion;
+    bool json = false;
+    bool quiet = false;
+
+    CommandName command = CommandName::sync;
+    SyncRunWishes wishes;     // sync
+    bool fullSync = false;    // sync
+    bool countOnly = false;   // records
+    std::string calendarKey;  // on, off
+};
+
+/// A command line that is answered without a command: help, or what is wrong with it.
+struct UsageAnswer {
+    ExitCode exitCode;
+    std::string text;  // ends in a line feed; for standard output when the exit code is 0
+};
+
+std::variant<CommandLine, UsageAnswer> parsedCommandLine(int argumentCount,
+                                                         const char* const* arguments);
+
+}  // namespace kt

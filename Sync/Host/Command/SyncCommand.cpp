@@ -1,0 +1,89 @@
+#include <utility>
+
+#include <nlohmann/json.hpp>
+
+#include "Sync/Foundation/Format.h"
+#include "Sync/Host/Command/CancelOnSignal.h"
+#include "Sync/Host/Command/Commands.h"
+#include "Sync/Host/Command/SyncReport.h"
+#include "Sync/Host/Command/Workplace.h"
+#include "Sync/Host/Engine/LocalState.h"
+#include "Sync/Host/Server/SyncServer.h"
+#include "Sync/Host/Services/PluginPreferences.h"
+
+namespace kt {
+
+namespace {
+
+/// A held run did only half of what was asked for, so whoever started it has to look.
+ExitCode exitCodeFor(const SyncRunResult& result)
+{
+    return result.isCompleted && !result.summary.held ? ExitCode::done : ExitCode::failed;
+}
+
+/// The first sync on a home switches the plug-in on; whoever switched it off is not overruled.
+bool switchOnAtFirst(Preferences& preferences, KTSyncPluginProtocol& plugin)
+{
+    if (preferences.contains(kActivatePreference))
+        return false;
+    plugin.enable();
+    return true;
+}
+
+/// A dry run's records in the plug-in's own words.
+void describeStaged(SyncReport& report, KTSyncPluginProtocol& plugin)
+{
+    for (const StagedRecord& staged : report.result.summary.staged) {
+        std::string line = plugin.describeRecord(*staged.record);
+        if (staged.record->recordType() == kRecordTypeTombstone)
+            line = "Gelöscht: " + line;
+        if (staged.goesUp)
+            report.goingUp.push_back(line);
+        if (staged.comesDown)
+            report.comingDown.push_back(line);
+    }
+}
+
+void finish(SyncReport& report, const CommandLine& line, Workplace& workplace)
+{
+    workplace.statusLine().setStatus(statusOfRun(report));
+    workplace.statusLine().clear();
+    printResult(line.json ? jsonText(jsonForReport(report)) + "\n" : textForReport(report));
+}
+
+}  // namespace
+
+ExitCode syncCommand(const CommandLine& line, const Place& place)
+{
+    const bool isDry = line.wishes.dryRun;
+    Workplace workplace(place, line, isDry ? Workplace::Access::look : Workplace::Access::change);
+    LocalState state(workplace.suite().localStatePath(),
+                     isDry ? StateAccess::readOnly : StateAccess::readWrite);
+    const auto server = syncServerWithURL(place.serverURL);
+    ReferenceHost* hostForLog = nullptr;
+    SyncEngine engine(state, *server, workplace.lossReport(),
+                      [&](std::string_view message) { hostForLog->logMsg(message); });
+    ReferenceHost host(workplace.services(workplace.preferences()), engine);
+    hostForLog = &host;
+    const auto plugin = workplace.loadPlugin(host);
+
+    SyncReport report;
+    report.wishes = line.wishes;
+    report.device = place.device;
+    report.server = server->description();
+    report.wasSwitchedOn = switchOnAtFirst(workplace.preferences(), **plugin);
+    host.logMsg(stringWithFormat("Gerät '%@', Server %@", report.device, report.server));
+    if (line.fullSync)
+        workplace.preferences().set(kFullSyncPreference, true);
+
+    const StoreBackups backups(workplace.suite().backupsPath());
+    {
+        const CancelOnSignal cancel(**plugin);
+        report.result = SyncRun(host, **plugin, engine, backups, place.home).run(line.wishes);
+    }
+    describeStaged(report, **plugin);
+    finish(report, line, workplace);
+    return exitCodeFor(report.result);
+}
+
+}  // namespace kt

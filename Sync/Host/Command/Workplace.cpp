@@ -1,0 +1,50 @@
+#include "Sync/Host/Command/Workplace.h"
+
+#include <unistd.h>
+
+#include "Sync/Foundation/Exception.h"
+#include "Sync/Foundation/FileManager.h"
+#include "Sync/Foundation/Format.h"
+#include "Sync/Foundation/Platform.h"
+
+namespace kt {
+
+Workplace::Workplace(const Place& place, const CommandLine& line, Access access)
+    : _place(place),
+      _suite(place.home),
+      _statusLine(STDERR_FILENO,
+                  line.quiet ? StatusLine::Detail::warnings : StatusLine::Detail::all),
+      _log(_suite.logPath(), _statusLine),
+      _fileLogger(_suite.fileLogPath(), _statusLine)
+{
+    if (!FileManager::defaultManager().isDirectory(_place.home))
+        throw Exception(NSGenericException,
+                        stringWithFormat("Den Heimordner \"%@\" gibt es nicht.", _place.home));
+    Platform::shared().setHomeDirectory(_place.home);
+    if (access == Access::change) {
+        _suite.create();
+        _lock = HomeLock::exclusive(_suite.lockPath());
+    } else {
+        Platform::shared().setWriteGuarded(true);
+        _lock = HomeLock::shared(_suite.lockPath());
+    }
+    _preferences =
+        std::make_unique<Preferences>(_suite.preferencesPath(), access == Access::change
+                                                                    ? Preferences::Storage::file
+                                                                    : Preferences::Storage::memory);
+}
+
+Workplace::~Workplace() { Platform::shared().reset(); }
+
+HostServices Workplace::services(Preferences& preferences)
+{
+    return {preferences,         _log, _fileLogger, _statusLine, _processes, _place.calendarProgram,
+            _place.systemVersion};
+}
+
+std::unique_ptr<LoadedPlugin> Workplace::loadPlugin(PluginHost& host)
+{
+    return PluginLoader::load(_place.pluginPath, _classes.table(), host);
+}
+
+}  // namespace kt

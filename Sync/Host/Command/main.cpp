@@ -1,0 +1,3 @@
+#include "Sync/Host/Command/Program.h"
+
+int main(int argumentCount, char** arguments) { return kt::runProgram(argumentCount, arguments); }

@@ -1,0 +1,268 @@
+#include "Sync/Host/Engine/Comparison.h"
+
+#include <utility>
+
+#include "Sync/Foundation/Platform.h"
+#include "Sync/Host/Engine/RecordCoding.h"
+#include "Sync/Host/Engine/RecordFields.h"
+#include "Sync/Host/Engine/RecordMerge.h"
+#include "Sync/HostInterface/KTSyncRecord.h"
+
+namespace kt {
+
+namespace {
+
+std::optional<std::string> parentOf(const Dictionary& record)
+{
+    const Value& parent = record["ParentRecordKey"];
+    return parent.isString() ? std::optional(parent.string()) : std::nullopt;
+}
+
+const RemoteChange* usable(const RemoteChange* remote)
+{
+    return remote == nullptr || remote->isRefused ? nullptr : remote;
+}
+
+}  // namespace
+
+Comparison::Comparison(const Knowledge& knowledge, RemoteChanges& remote, const LocalRecords& local,
+                       LocalState& state, SyncServerSession& server, const ComparisonRules& rules)
+    : _knowledge(knowledge),
+      _remote(remote),
+      _local(local),
+      _state(state),
+      _server(server),
+      _rules(rules)
+{}
+
+std::map<RecordId, Outcome> Comparison::outcomes()
+{
+    _outcomes.clear();
+    if (_rules.serverWins) {
+        overwriteWithServer();
+        return std::move(_outcomes);
+    }
+    // Here an edit that shows as a deletion and an addition will be put together again, before
+    // either is looked at.
+    for (const AgreedRow& agreed : _knowledge.agreed())
+        compareAgreed(agreed);
+    for (const LocalRecord& local : _local.all()) {
+        if (!local.isLeftOver && _knowledge.agreedRow(local.agreedId) == nullptr)
+            compareNew(local.agreedId, &local, usable(_remote.change(local.agreedId)));
+    }
+    for (const auto& [id, remote] : _remote.changes()) {
+        if (_knowledge.agreedRow(id) == nullptr && _local.recordAgreedAs(id) == nullptr)
+            compareNew(id, nullptr, usable(&remote));
+    }
+    bringCalendarsBack();
+    return std::move(_outcomes);
+}
+
+Outcome& Comparison::take(const RecordId& id, Dictionary record)
+{
+    Outcome outcome;
+    outcome.id = id;
+    outcome.kind = Outcome::Kind::take;
+    outcome.parentKey = parentOf(record);
+    outcome.record = std::move(record);
+    outcome.isNew = _knowledge.agreedRow(id) == nullptr;
+    return _outcomes.insert_or_assign(id, std::move(outcome)).first->second;
+}
+
+Outcome& Comparison::remove(const AgreedRow& agreed)
+{
+    Outcome outcome;
+    outcome.id = agreed.id;
+    outcome.kind = Outcome::Kind::remove;
+    outcome.record = _state.agreedRecord(agreed.id);
+    outcome.parentKey = agreed.parentKey;
+    return _outcomes.insert_or_assign(agreed.id, std::move(outcome)).first->second;
+}
+
+void Comparison::takeMerged(const RecordId& id, Dictionary merged, const RemoteChange& remote)
+{
+    Outcome& outcome = take(id, std::move(merged));
+    outcome.goesUp = contentHash(outcome.record) != remote.server.hash;
+    outcome.serverRevision = remote.server.revision;
+}
+
+// The user asked for it: the store becomes what the server has, as far as the plug-in lets it
+// through.
+void Comparison::overwriteWithServer()
+{
+    for (const auto& [id, remote] : _remote.changes()) {
+        if (remote.isRefused || !remote.isTaken || remote.server.isTombstone)
+            continue;
+        Outcome& outcome = take(id, remote.record);
+        outcome.comesDown = true;
+        outcome.serverRevision = remote.server.revision;
+    }
+    for (const AgreedRow& agreed : _knowledge.agreed()) {
+        const RemoteChange* remote = _remote.change(agreed.id);
+        const bool isGone = remote != nullptr && remote->server.isTombstone;
+        if (isGone || _remote.isMissingOnServer(agreed.id))
+            remove(agreed).comesDown = true;
+    }
+}
+
+void Comparison::compareAgreed(const AgreedRow& agreed)
+{
+    const LocalRecord* local = _local.recordAgreedAs(agreed.id);
+    const LocalWish wish = wishFor(agreed, local);
+    const RemoteChange* remote = usable(_remote.change(agreed.id));
+    if (remote == nullptr) {
+        const bool isOnServer = agreed.revision != 0 && !_remote.isMissingOnServer(agreed.id);
+        if (isOnServer)
+            meetsNothing(agreed, wish);
+        else
+            goesUpAgain(agreed, wish);
+        return;
+    }
+    if (remote->server.isTombstone)
+        meetsTombstone(agreed, wish, *remote);
+    else
+        meetsRecord(agreed, wish, *remote);
+}
+
+Comparison::LocalWish Comparison::wishFor(const AgreedRow& agreed, const LocalRecord* local)
+{
+    LocalWish wish;
+    if (local == nullptr) {
+        // A record that was never seen was not deleted.
+        const bool wasSeen = _knowledge.seenOfAgreed(agreed.id) != nullptr;
+        if (wasSeen && !_rules.isMissingUnread && _rules.hasBase)
+            wish.kind = LocalWish::Kind::deleted;
+        return wish;
+    }
+    if (local->seen == nullptr)
+        return wishWithoutSeen(agreed, *local);
+    if (local->seen->hash == local->hash)
+        return wish;
+    wish.units = changesSinceSeen(*local);
+    if (wish.units.empty())
+        return wish;
+    // While a rewrite is not settled, a record that differs from what was seen may be what the
+    // rewrite wrote.
+    if (_rules.isHealing)
+        return wishWithoutSeen(agreed, *local);
+    wish.kind = LocalWish::Kind::changed;
+    wish.record = _local.underAgreedKeys(*local);
+    return wish;
+}
+
+Comparison::LocalWish Comparison::wishWithoutSeen(const AgreedRow& agreed, const LocalRecord& local)
+{
+    LocalWish wish;
+    const Dictionary base = _state.agreedRecord(agreed.id);
+    wish.record = mergedWithoutBase(_local.underAgreedKeys(local), base);
+    wish.units = changedUnits(base, wish.record);
+    wish.kind = wish.units.empty() ? LocalWish::Kind::none : LocalWish::Kind::changed;
+    return wish;
+}
+
+Dictionary Comparison::withWish(const Dictionary& agreed, const LocalWish& wish)
+{
+    if (wish.kind != LocalWish::Kind::changed)
+        return agreed;
+    return mergedOntoAgreed(agreed, {wish.record, wish.units}, agreed);
+}
+
+// The server does not know the record, and no deletion of it either: somebody put another file in
+// the server's place. Nobody deleted it, so it goes up again.
+void Comparison::goesUpAgain(const AgreedRow& agreed, const LocalWish& wish)
+{
+    if (wish.kind == LocalWish::Kind::deleted) {
+        remove(agreed).isLocalChange = true;
+        return;
+    }
+    Outcome& outcome = take(agreed.id, withWish(_state.agreedRecord(agreed.id), wish));
+    outcome.goesUp = true;
+    outcome.isLocalChange = wish.kind == LocalWish::Kind::changed;
+    outcome.comesDown = _local.recordAgreedAs(agreed.id) == nullptr &&
+                        _knowledge.seenOfAgreed(agreed.id) != nullptr;
+}
+
+void Comparison::meetsNothing(const AgreedRow& agreed, const LocalWish& wish)
+{
+    if (wish.kind == LocalWish::Kind::none)
+        return;
+    Outcome& outcome = wish.kind == LocalWish::Kind::deleted
+                           ? remove(agreed)
+                           : take(agreed.id, withWish(_state.agreedRecord(agreed.id), wish));
+    outcome.goesUp = true;
+    outcome.isLocalChange = true;
+}
+
+void Comparison::meetsRecord(const AgreedRow& agreed, const LocalWish& wish,
+                             const RemoteChange& remote)
+{
+    // An edit there beats a deletion here, whether the plug-in let the edit through or not; what it
+    // did not let through comes again. But a change of this device never goes up without what the
+    // server has.
+    if (!remote.isTaken && wish.kind != LocalWish::Kind::changed)
+        return;
+    const Dictionary base = _state.agreedRecord(agreed.id);
+    if (!_rules.hasBase)
+        takeMerged(agreed.id, mergedWithoutBase(withWish(base, wish), remote.record), remote);
+    else if (wish.kind == LocalWish::Kind::changed)
+        takeMerged(agreed.id, mergedOntoAgreed(base, {wish.record, wish.units}, remote.record),
+                   remote);
+    else
+        takeMerged(agreed.id, remote.record, remote);
+    Outcome& outcome = _outcomes.at(agreed.id);
+    outcome.comesDown = true;
+    outcome.isLocalChange = wish.kind == LocalWish::Kind::changed;
+}
+
+void Comparison::meetsTombstone(const AgreedRow& agreed, const LocalWish& wish,
+                                const RemoteChange& remote)
+{
+    if (wish.kind == LocalWish::Kind::changed) {
+        // An edit beats a deletion.
+        Outcome& outcome = take(agreed.id, withWish(_state.agreedRecord(agreed.id), wish));
+        outcome.goesUp = true;
+        outcome.isLocalChange = true;
+        return;
+    }
+    if (remote.isTaken || wish.kind == LocalWish::Kind::deleted)
+        remove(agreed).comesDown = true;
+}
+
+void Comparison::compareNew(const RecordId& id, const LocalRecord* local,
+                            const RemoteChange* remote)
+{
+    const bool isOnServer = remote != nullptr && !remote->server.isTombstone;
+    if (local == nullptr || isLeftBehind(*local)) {
+        if (!isOnServer || !remote->isTaken)
+            return;
+        takeMerged(id, remote->record, *remote);
+        _outcomes.at(id).comesDown = true;
+        return;
+    }
+    Dictionary own = _local.underAgreedKeys(*local);
+    if (isOnServer) {
+        const std::string ownHash = contentHash(own);
+        takeMerged(id, mergedWithoutBase(own, remote->record), *remote);
+        _outcomes.at(id).comesDown = contentHash(_outcomes.at(id).record) != ownHash;
+    } else {
+        take(id, std::move(own)).goesUp = true;
+    }
+    _outcomes.at(id).isLocalChange = true;
+}
+
+// Seen, unchanged and no longer agreed: the session that took it away stands, the store only lags
+// behind.
+bool Comparison::isLeftBehind(const LocalRecord& local)
+{
+    if (local.seen == nullptr || !_rules.hasBase)
+        return false;
+    return local.seen->hash == local.hash || changesSinceSeen(local).empty();
+}
+
+std::vector<std::string> Comparison::changesSinceSeen(const LocalRecord& local)
+{
+    return changedUnits({_state.seenRecord(*local.seen), local.seen->timezone},
+                        {local.record->record(), Platform::shared().localTimeZoneName()});
+}
+
+}  // namespace kt

@@ -1,0 +1,102 @@
+#pragma once
+
+#include <map>
+#include <optional>
+#include <string>
+#include <unordered_set>
+#include <vector>
+
+#include "Sync/Foundation/Dictionary.h"
+#include "Sync/Host/Engine/Knowledge.h"
+#include "Sync/Host/Engine/LocalRecords.h"
+#include "Sync/Host/Engine/RemoteChanges.h"
+
+namespace kt {
+
+/// What a session makes of one record, while nothing of it has taken effect yet.
+struct Outcome {
+    enum class Kind {
+        take,    // `record` is what both sides have afterwards
+        remove,  // neither side has it afterwards
+    };
+
+    RecordId id;  // agreed key
+    Kind kind = Kind::take;
+    Dictionary record;  // a removed record's last content
+    std::optional<std::string>
+        parentKey;                    // agreed key of the item's calendar, of the calendar's group
+    bool isNew = false;               // was not agreed before
+    bool goesUp = false;              // the server has to be told
+    bool comesDown = false;           // the store does not have it so
+    bool isLocalChange = false;       // this device did something to it
+    std::int64_t serverRevision = 0;  // what is agreed when nothing goes up
+};
+
+/// Under which circumstances records are compared.
+struct ComparisonRules {
+    /// No common past with this server: nothing is deleted, and a field that only one side has is
+    /// taken.
+    bool hasBase = true;
+    /// Something could not be read, or a rewrite was not settled: what is missing in the store was
+    /// not deleted.
+    bool isMissingUnread = false;
+    /// A rewrite was not settled: the store may hold what was seen before it, what is agreed, or
+    /// half of each.
+    bool isHealing = false;
+    /// The user wants the server's state; what this device changed does not count.
+    bool serverWins = false;
+};
+
+/// Compares, record by record, what the store gives with what it gave (*seen*), and what the server
+/// has with what was *agreed*, and applies the changes of both to what was agreed.
+class Comparison {
+public:
+    Comparison(const Knowledge& knowledge, RemoteChanges& remote, const LocalRecords& local,
+               LocalState& state, SyncServerSession& server, const ComparisonRules& rules);
+
+    /// Only records for which something is to be done, by conduit and key. Throws Exception when
+    /// state or server fail.
+    std::map<RecordId, Outcome> outcomes();
+
+private:
+    /// What this device did to a record.
+    struct LocalWish {
+        enum class Kind { none, deleted, changed };
+        Kind kind = Kind::none;
+        Dictionary record;               // under agreed keys, when changed
+        std::vector<std::string> units;  // what changed in it
+    };
+
+    void compareAgreed(const AgreedRow& agreed);
+    void compareNew(const RecordId& id, const LocalRecord* local, const RemoteChange* remote);
+    void overwriteWithServer();
+
+    LocalWish wishFor(const AgreedRow& agreed, const LocalRecord* local);
+    LocalWish wishWithoutSeen(const AgreedRow& agreed, const LocalRecord& local);
+    bool isLeftBehind(const LocalRecord& local);
+    std::vector<std::string> changesSinceSeen(const LocalRecord& local);
+    Dictionary withWish(const Dictionary& agreed, const LocalWish& wish);
+
+    void goesUpAgain(const AgreedRow& agreed, const LocalWish& wish);
+    void meetsRecord(const AgreedRow& agreed, const LocalWish& wish, const RemoteChange& remote);
+    void meetsTombstone(const AgreedRow& agreed, const LocalWish& wish, const RemoteChange& remote);
+    void meetsNothing(const AgreedRow& agreed, const LocalWish& wish);
+
+    Outcome& take(const RecordId& id, Dictionary record);
+    Outcome& remove(const AgreedRow& agreed);
+    void takeMerged(const RecordId& id, Dictionary merged, const RemoteChange& remote);
+
+    void bringCalendarsBack();
+    void bringBack(const std::string& calendarKey);
+    std::unordered_set<std::string> calendarsWithLiveChanges() const;
+
+    const Knowledge& _knowledge;
+    RemoteChanges& _remote;
+    const LocalRecords& _local;
+    LocalState& _state;
+    SyncServerSession& _server;
+    ComparisonRules _rules;
+    std::map<RecordId, Outcome> _outcomes;
+};
+
+}  // namespace kt

@@ -1,0 +1,223 @@
+#include "Sync/Host/Engine/EqualKeys.h"
+
+#include <algorithm>
+#include <deque>
+#include <functional>
+#include <unordered_map>
+#include <unordered_set>
+#include <utility>
+
+#include "Sync/Foundation/Text.h"
+#include "Sync/Host/Engine/RecordCoding.h"
+
+namespace kt {
+
+namespace {
+
+bool isDetachedOccurrence(const LocalRecord& record)
+{
+    return record.record->record().contains("RecurrenceId");
+}
+
+// One conduit and key, while its records are being named.
+class Group {
+public:
+    Group(const std::vector<LocalRecord*>& records, const std::vector<const SeenRow*>& rows,
+          const EqualKeysContext& context)
+        : _context(context),
+          _id{records.front()->record->conduit(), records.front()->record->recordKey()},
+          _records(records),
+          _unnamed(records.begin(), records.end()),
+          _rows(rows)
+    {}
+
+    void name()
+    {
+        if (_unnamed.size() == 1 && _rows.size() == 1 && _rows.front()->agreedKey) {
+            take(*_unnamed.front(), *_rows.front());
+            return;
+        }
+        keepWhatEqualsItsSeen();
+        keepWhatWasEdited();
+        takeNamesOfEqualContent();
+        takeNamesThatAreLeft();
+        leaveTheBareKeyToTheSeries();
+    }
+
+private:
+    using HashOfRecord = std::function<std::string(const LocalRecord&)>;
+    using HashOfRow = std::function<std::optional<std::string>(const SeenRow&)>;
+
+    static std::string wholeHash(const LocalRecord& record) { return record.hash; }
+    static std::string neutralHash(const LocalRecord& record)
+    {
+        return contentHash(record.record->record(), HashScope::neutral);
+    }
+
+    void take(LocalRecord& record, const SeenRow& row)
+    {
+        record.seen = &row;
+        record.isLeftOver = !row.agreedKey;
+        record.agreedId = {_id.conduit, row.agreedKey.value_or("")};
+        if (row.agreedKey)
+            _taken.insert(*row.agreedKey);
+    }
+
+    void takeName(LocalRecord& record, std::string key)
+    {
+        _taken.insert(key);
+        record.agreedId = {_id.conduit, std::move(key)};
+    }
+
+    void matchRows(const HashOfRecord& hashOfRecord, const HashOfRow& hashOfRow)
+    {
+        if (_unnamed.empty() || _rows.empty())
+            return;
+        std::unordered_map<std::string, std::deque<const SeenRow*>> rowsByHash;
+        for (const SeenRow* row : _rows) {
+            if (const auto hash = hashOfRow(*row))
+                rowsByHash[*hash].push_back(row);
+        }
+        std::unordered_set<const SeenRow*> used;
+        std::vector<LocalRecord*> rest;
+        for (LocalRecord* record : _unnamed) {
+            const auto found = rowsByHash.find(hashOfRecord(*record));
+            if (found == rowsByHash.end() || found->second.empty()) {
+                rest.push_back(record);
+                continue;
+            }
+            used.insert(found->second.front());
+            take(*record, *found->second.front());
+            found->second.pop_front();
+        }
+        _unnamed = std::move(rest);
+        _rows.erase(std::remove_if(_rows.begin(), _rows.end(),
+                                   [&](const SeenRow* row) { return used.count(row) != 0; }),
+                    _rows.end());
+    }
+
+    void keepWhatEqualsItsSeen()
+    {
+        matchRows(wholeHash, [](const SeenRow& row) { return row.hash; });
+        matchRows(neutralHash, [&](const SeenRow& row) { return _context.seenContent(row); });
+        // What a rewrite left in the store without being settled equals what is agreed.
+        matchRows(neutralHash, [&](const SeenRow& row) { return _context.agreedContent(row); });
+    }
+
+    // Names that are left over belong to records that were edited, in load order. What a rewrite
+    // brought without belonging to anything is no name: an edit makes it a new record.
+    void keepWhatWasEdited()
+    {
+        std::stable_sort(_rows.begin(), _rows.end(), [](const SeenRow* left, const SeenRow* right) {
+            return std::make_pair(left->agreedKey.value_or("").size(),
+                                  left->agreedKey.value_or("")) <
+                   std::make_pair(right->agreedKey.value_or("").size(),
+                                  right->agreedKey.value_or(""));
+        });
+        std::vector<LocalRecord*> rest;
+        std::size_t next = 0;
+        for (LocalRecord* record : _unnamed) {
+            while (next < _rows.size() && !_rows[next]->agreedKey)
+                ++next;
+            if (next < _rows.size())
+                take(*record, *_rows[next++]);
+            else
+                rest.push_back(record);
+        }
+        _unnamed = std::move(rest);
+    }
+
+    void takeNamesOfEqualContent()
+    {
+        if (_unnamed.empty())
+            return;
+        std::unordered_map<std::string, std::deque<std::string>> keysByHash;
+        constexpr int kGapsInNumbers = 4;
+        const int last = static_cast<int>(_records.size()) + kGapsInNumbers;
+        for (int number = 1; number <= last; ++number) {
+            const std::string key = numberedKey(_id.key, number);
+            if (const auto hash = _context.unseenContent({_id.conduit, key}))
+                keysByHash[*hash].push_back(key);
+        }
+        if (keysByHash.empty())
+            return;
+        std::vector<LocalRecord*> rest;
+        for (LocalRecord* record : _unnamed) {
+            const auto found = keysByHash.find(neutralHash(*record));
+            if (found == keysByHash.end() || found->second.empty()) {
+                rest.push_back(record);
+                continue;
+            }
+            takeName(*record, found->second.front());
+            found->second.pop_front();
+        }
+        _unnamed = std::move(rest);
+    }
+
+    void takeNamesThatAreLeft()
+    {
+        int number = 1;
+        for (LocalRecord* record : _unnamed) {
+            std::string key = numberedKey(_id.key, number);
+            while (_taken.count(key) != 0 || !_context.mayTake({_id.conduit, key}, *record))
+                key = numberedKey(_id.key, ++number);
+            takeName(*record, std::move(key));
+            ++number;
+        }
+        _unnamed.clear();
+    }
+
+    void leaveTheBareKeyToTheSeries()
+    {
+        const auto holder = std::find_if(_records.begin(), _records.end(), [&](const auto* record) {
+            return record->agreedId.key == _id.key && isDetachedOccurrence(*record);
+        });
+        const auto series = std::find_if(_records.begin(), _records.end(), [](const auto* record) {
+            return !isDetachedOccurrence(*record) && !record->isLeftOver;
+        });
+        if (holder == _records.end() || series == _records.end())
+            return;
+        std::swap((*holder)->agreedId, (*series)->agreedId);
+        std::swap((*holder)->seen, (*series)->seen);
+    }
+
+    const EqualKeysContext& _context;
+    RecordId _id;
+    const std::vector<LocalRecord*>& _records;
+    std::vector<LocalRecord*> _unnamed;
+    std::vector<const SeenRow*> _rows;
+    std::unordered_set<std::string> _taken;
+};
+
+}  // namespace
+
+std::string numberedKey(std::string_view key, int number)
+{
+    std::string result(key);
+    if (number > 1) {
+        result += '-';
+        result += std::to_string(number);
+    }
+    return result;
+}
+
+std::optional<std::string> keyBeforeNumber(std::string_view key)
+{
+    const std::size_t dash = key.rfind('-');
+    if (dash == std::string_view::npos || dash == 0 || dash + 1 == key.size() ||
+        key[dash + 1] == '0')
+        return std::nullopt;
+    const std::string_view digits = key.substr(dash + 1);
+    if (!std::all_of(digits.begin(), digits.end(), isDecimalDigit) || digits == "1")
+        return std::nullopt;
+    return std::string(key.substr(0, dash));
+}
+
+void tellEqualKeysApart(const std::vector<LocalRecord*>& records,
+                        const std::vector<const SeenRow*>& rows, const EqualKeysContext& context)
+{
+    if (!records.empty())
+        Group(records, rows, context).name();
+}
+
+}  // namespace kt

@@ -1,0 +1,127 @@
+#include "Sync/Host/Engine/HandedState.h"
+
+#include <algorithm>
+#include <iterator>
+#include <unordered_map>
+#include <unordered_set>
+
+#include "Sync/Host/Engine/EqualKeys.h"
+#include "Sync/Host/Engine/HostSyncRecord.h"
+#include "Sync/HostInterface/KTSyncRecord.h"
+
+namespace kt {
+
+namespace {
+
+bool isCalendar(const HandedRecord& handed) { return handed.id.conduit == kConduitCalendar; }
+
+// Whether an agreed record belongs to a calendar that is kept as the store gave it.
+bool isOfKeptCalendar(const AgreedRow& row, const Knowledge& knowledge)
+{
+    const std::string* calendar = nullptr;
+    if (row.id.conduit == kConduitCalendar)
+        calendar = &row.id.key;
+    else if (row.parentKey)
+        calendar = &*row.parentKey;
+    return calendar != nullptr &&
+           knowledge.keptCalendars().count(knowledge.localCalendarKey(*calendar)) != 0;
+}
+
+std::vector<HandedRecord> agreedAndKept(LocalState& state, const Knowledge& knowledge)
+{
+    std::vector<HandedRecord> handed;
+    handed.reserve(knowledge.agreed().size() + knowledge.kept().size());
+    for (const AgreedRow& row : knowledge.agreed()) {
+        if (isOfKeptCalendar(row, knowledge))
+            continue;
+        Dictionary record = state.agreedRecord(row.id);
+        // Only acceptable records are ever agreed; one that is not would stop the rewrite halfway.
+        if (isAcceptableRecord(record, row.id.key, row.id.conduit))
+            handed.push_back({row.id, row.parentKey, std::move(record), false});
+    }
+    for (const KeptRow& row : knowledge.kept())
+        handed.push_back({row.id, row.parentKey, state.keptRecord(row.id), true});
+    std::sort(handed.begin(), handed.end(),
+              [](const auto& left, const auto& right) { return left.id < right.id; });
+    return handed;
+}
+
+void dropParentsThatAreMissing(std::vector<HandedRecord>& handed)
+{
+    std::unordered_set<std::string> calendars;
+    for (const HandedRecord& record : handed) {
+        if (isCalendar(record))
+            calendars.insert(record.id.key);
+    }
+    for (HandedRecord& record : handed) {
+        const Value& parent = record.record["ParentRecordKey"];
+        if (!isCalendar(record) || !parent.isString() || calendars.count(parent.string()) != 0)
+            continue;
+        record.record.remove("ParentRecordKey");
+        record.parentKey = std::nullopt;
+    }
+}
+
+// The SourceKey that this store gave for each calendar, by the key it is handed out under.
+std::unordered_map<std::string, std::string> sourceKeysOfStore(LocalState& state,
+                                                               const Knowledge& knowledge)
+{
+    std::unordered_map<std::string, std::string> sourceKeys;
+    for (const SeenRow& row : knowledge.seen()) {
+        if (row.local.conduit != kConduitCalendar || !row.agreedKey)
+            continue;
+        const Value sourceKey = state.seenRecord(row)["SourceKey"];
+        if (sourceKey.isString())
+            sourceKeys.emplace(*row.agreedKey, sourceKey.string());
+    }
+    return sourceKeys;
+}
+
+void tellSourceKeysApart(std::vector<HandedRecord>& handed, LocalState& state,
+                         const Knowledge& knowledge)
+{
+    std::unordered_map<std::string, std::vector<HandedRecord*>> sharers;
+    for (HandedRecord& record : handed) {
+        const Value& sourceKey = record.record["SourceKey"];
+        if (isCalendar(record) && sourceKey.isString())
+            sharers[sourceKey.string()].push_back(&record);
+    }
+    std::unordered_map<std::string, std::string> ofStore;
+    std::vector<HandedRecord*> others;
+    for (auto& [sourceKey, records] : sharers) {
+        if (records.size() < 2)
+            continue;
+        if (ofStore.empty())
+            ofStore = sourceKeysOfStore(state, knowledge);
+        const auto hadIt = [&, &key = sourceKey](const HandedRecord* record) {
+            const auto found = ofStore.find(record->id.key);
+            return record->isKept || (found != ofStore.end() && found->second == key);
+        };
+        const auto owner = std::find_if(records.begin(), records.end(), hadIt);
+        const HandedRecord* stays = owner == records.end() ? records.front() : *owner;
+        std::copy_if(records.begin(), records.end(), std::back_inserter(others),
+                     [&](const HandedRecord* record) { return record != stays; });
+    }
+    std::sort(others.begin(), others.end(),
+              [](const auto* left, const auto* right) { return left->id < right->id; });
+    for (HandedRecord* record : others) {
+        int number = 1;
+        while (sharers.count(numberedKey(record->id.key, number)) != 0)
+            ++number;
+        const std::string sourceKey = numberedKey(record->id.key, number);
+        sharers[sourceKey].push_back(record);
+        record->record.set("SourceKey", sourceKey);
+    }
+}
+
+}  // namespace
+
+std::vector<HandedRecord> handedState(LocalState& state, const Knowledge& knowledge)
+{
+    std::vector<HandedRecord> handed = agreedAndKept(state, knowledge);
+    dropParentsThatAreMissing(handed);
+    tellSourceKeysApart(handed, state, knowledge);
+    return handed;
+}
+
+}  // namespace kt

@@ -1,0 +1,29 @@
+#pragma once
+
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "Sync/Foundation/Dictionary.h"
+#include "Sync/Host/Engine/Knowledge.h"
+
+namespace kt {
+
+/// One record of the state that a store is rewritten from.
+struct HandedRecord {
+    RecordId id;
+    std::optional<std::string> parentKey;
+    Dictionary record;
+    bool isKept = false;  // of a switched-off calendar, under local keys
+};
+
+/// What getLocalState gives, by conduit, then key: what is agreed, and for switched-off calendars
+/// what their store last gave, which is all that counts of them.
+///
+/// Two things are put right on the way out, and stay as they are in what is agreed. A calendar
+/// whose group is no record of the state goes without ParentRecordKey, or a store would have no
+/// place for it. A SourceKey that two calendars share, which would make them one folder, stays with
+/// the one this store had it for; the other gets its record key.
+std::vector<HandedRecord> handedState(LocalState& state, const Knowledge& knowledge);
+
+}  // namespace kt

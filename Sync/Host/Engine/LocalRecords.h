@@ -1,0 +1,63 @@
+#pragma once
+
+#include <string>
+#include <unordered_map>
+#include <unordered_set>
+#include <vector>
+
+#include "Sync/Host/Engine/Knowledge.h"
+#include "Sync/Host/Engine/RemoteChanges.h"
+#include "Sync/HostInterface/KTSyncRecord.h"
+
+namespace kt {
+
+/// One record of the store and what the engine knows it as.
+struct LocalRecord {
+    SyncRecord record;  // as the plug-in gave it
+    std::string hash;   // of its content, under local keys
+    RecordId agreedId;  // what it is, or will be, agreed under
+    const SeenRow* seen =
+        nullptr;  // what it was at the end of the last settled run; null when it is new
+    bool isLeftOver =
+        false;  // comes from a rewrite and belongs to no agreed record; agreedId has no key
+};
+
+/// The records of one run's store under the keys they are agreed under.
+///
+/// Equal keys are told apart here: of several records of one conduit and key, whatever equals what
+/// was seen keeps the name it had; what equals a record that is agreed or on the server under one
+/// of the key's names takes that; the rest take the names that are left, the key itself first, then
+/// the key with `-2`, `-3` behind it, in load order. A record with RecurrenceId never takes the
+/// bare key while another is there: its series is found by that.
+class LocalRecords {
+public:
+    /// Without a base equal names mean the same record; with one, a task that is new here and
+    /// another that is new on the server are two, since a task's key holds nothing but its title.
+    enum class Base { agreed, none };
+
+    LocalRecords(const SyncRecordList& records, const Knowledge& knowledge,
+                 const RemoteChanges& remote, LocalState& state, Base base);
+
+    const std::vector<LocalRecord>& all() const { return _records; }
+    /// Null when the store has no such record.
+    const LocalRecord* recordAgreedAs(const RecordId& id) const;
+
+    /// The record's dictionary with the agreed keys of other records in place of local ones.
+    Dictionary underAgreedKeys(const LocalRecord& record) const;
+    /// A calendar's key as the plug-in knows it.
+    const std::string& localCalendarKey(const std::string& agreedKey) const;
+    /// Whether the store gave a calendar of that key.
+    bool hasCalendar(const std::string& localKey) const;
+
+private:
+    void indexAgreedKeys();
+
+    const Knowledge& _knowledge;
+    std::vector<LocalRecord> _records;
+    std::unordered_map<RecordId, std::size_t, RecordIdHash> _byAgreedId;
+    std::unordered_map<std::string, std::string> _agreedCalendarKeys;
+    std::unordered_map<std::string, std::string> _localCalendarKeys;
+    std::unordered_map<std::string, std::string> _agreedEventKeys;  // only where they differ
+};
+
+}  // namespace kt

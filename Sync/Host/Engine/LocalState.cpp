@@ -1,0 +1,352 @@
+#include "Sync/Host/Engine/LocalState.h"
+
+#include <chrono>
+#include <filesystem>
+#include <system_error>
+#include <utility>
+
+#include "Sync/Host/Engine/RecordCoding.h"
+#include "Sync/Host/Server/SqliteDatabase.h"
+
+namespace kt {
+
+namespace {
+
+constexpr const char* kSchema = R"(
+CREATE TABLE facts (
+    name TEXT PRIMARY KEY,
+    value TEXT NOT NULL
+) WITHOUT ROWID;
+CREATE TABLE agreed (
+    conduit TEXT NOT NULL,
+    key TEXT NOT NULL,
+    parent_key TEXT,
+    revision INTEGER NOT NULL,
+    hash TEXT NOT NULL,
+    record BLOB NOT NULL,
+    PRIMARY KEY (conduit, key)
+);
+CREATE TABLE seen (
+    id INTEGER PRIMARY KEY,
+    conduit TEXT NOT NULL,
+    local_key TEXT NOT NULL,
+    agreed_key TEXT,
+    local_parent_key TEXT,
+    hash TEXT NOT NULL,
+    timezone TEXT NOT NULL,
+    record BLOB NOT NULL
+);
+CREATE TABLE kept (
+    conduit TEXT NOT NULL,
+    key TEXT NOT NULL,
+    parent_key TEXT,
+    hash TEXT NOT NULL,
+    record BLOB NOT NULL,
+    PRIMARY KEY (conduit, key)
+);
+CREATE TABLE untaken (
+    conduit TEXT NOT NULL,
+    key TEXT NOT NULL,
+    parent_key TEXT,
+    revision INTEGER NOT NULL,
+    offers INTEGER NOT NULL,
+    refused INTEGER NOT NULL,
+    PRIMARY KEY (conduit, key)
+);
+)";
+
+constexpr SqliteFormat kFormat{"Der lokale Sync-Stand", 0x4B544C53 /* KTLS */, 1, kSchema};
+
+// Another run of the same device is told to the user at once rather than waited for.
+constexpr std::chrono::milliseconds kWait{200};
+
+constexpr const char* kDevice = "device";
+constexpr const char* kServer = "server";
+constexpr const char* kAnchor = "anchor";
+constexpr const char* kAnchorAfterSettling = "anchor after settling";
+constexpr const char* kOwed = "owed";
+constexpr const char* kMark = "mark";
+
+void makeFolderOf(const std::string& path)
+{
+    // A folder that cannot be made shows when the file is opened.
+    std::error_code error;
+    std::filesystem::create_directories(std::filesystem::path(path).parent_path(), error);
+}
+
+SqliteAccess sqliteAccess(StateAccess access)
+{
+    return access == StateAccess::readOnly ? SqliteAccess::readOnly : SqliteAccess::readWrite;
+}
+
+}  // namespace
+
+struct LocalState::Database {
+    Database(const std::string& filePath, StateAccess stateAccess)
+        : file(filePath, kFormat, sqliteAccess(stateAccess), kWait),
+          path(filePath),
+          access(stateAccess)
+    {}
+
+    std::optional<std::string> fact(const std::string& name)
+    {
+        std::optional<std::string> value;
+        file.each(
+            "SELECT value FROM facts WHERE name = ?",
+            [&](auto& row) { value = textOrNull(row, 0); }, name);
+        return value;
+    }
+
+    void setFact(const std::string& name, const std::optional<std::string>& value)
+    {
+        if (fact(name) == value)
+            return;
+        if (value)
+            file.run("INSERT OR REPLACE INTO facts (name, value) VALUES (?, ?)", name, *value);
+        else
+            file.run("DELETE FROM facts WHERE name = ?", name);
+    }
+
+    std::int64_t number(const std::string& name)
+    {
+        const auto value = fact(name);
+        return value ? Value(*value).longLongValue() : 0;
+    }
+
+    void setNumber(const std::string& name, std::int64_t number)
+    {
+        setFact(name, number == 0 ? std::nullopt : std::optional(std::to_string(number)));
+    }
+
+    SqliteDatabase file;
+    std::string path;
+    StateAccess access;
+    std::string deviceId;
+};
+
+LocalState::LocalState(std::string path, StateAccess access)
+{
+    if (access == StateAccess::readWrite)
+        makeFolderOf(path);
+    _database = std::make_unique<Database>(path, access);
+    _database->deviceId = _database->fact(kDevice).value_or("");
+    if (!_database->deviceId.empty())
+        return;
+    // Two processes may meet here; the first one's id is everybody's.
+    _database->file.run("INSERT OR IGNORE INTO facts (name, value) VALUES (?, ?)",
+                        std::string(kDevice), randomIdentifier());
+    _database->deviceId = _database->fact(kDevice).value_or("");
+}
+
+LocalState::~LocalState() = default;
+
+const std::string& LocalState::path() const { return _database->path; }
+
+const std::string& LocalState::deviceId() const { return _database->deviceId; }
+
+StateAccess LocalState::access() const { return _database->access; }
+
+bool LocalState::begin() { return _database->file.begin(); }
+
+void LocalState::commit() { _database->file.commit(); }
+
+void LocalState::rollback() noexcept { _database->file.rollback(); }
+
+bool LocalState::isOpen() const { return _database->file.isInTransaction(); }
+
+StateFacts LocalState::facts()
+{
+    StateFacts facts;
+    facts.serverIdentity = _database->fact(kServer).value_or("");
+    facts.anchor = _database->number(kAnchor);
+    facts.anchorAfterSettling = _database->number(kAnchorAfterSettling);
+    facts.owed = _database->number(kOwed) != 0;
+    facts.mark = _database->fact(kMark);
+    return facts;
+}
+
+void LocalState::setFacts(const StateFacts& facts)
+{
+    _database->setFact(kServer, facts.serverIdentity.empty() ? std::nullopt
+                                                             : std::optional(facts.serverIdentity));
+    _database->setNumber(kAnchor, facts.anchor);
+    _database->setNumber(kAnchorAfterSettling, facts.anchorAfterSettling);
+    _database->setNumber(kOwed, facts.owed ? 1 : 0);
+    _database->setFact(kMark, facts.mark);
+}
+
+std::vector<AgreedRow> LocalState::agreedRows()
+{
+    std::vector<AgreedRow> rows;
+    _database->file.each(
+        "SELECT conduit, key, parent_key, revision, hash FROM agreed ORDER BY conduit, key",
+        [&](auto& row) {
+            rows.push_back({{row.getColumn(0).getString(), row.getColumn(1).getString()},
+                            textOrNull(row, 2),
+                            row.getColumn(3).getInt64(),
+                            row.getColumn(4).getString()});
+        });
+    return rows;
+}
+
+Dictionary LocalState::agreedRecord(const RecordId& id)
+{
+    std::string bytes;
+    _database->file.each(
+        "SELECT record FROM agreed WHERE conduit = ? AND key = ?",
+        [&](auto& row) { bytes = row.getColumn(0).getString(); }, id.conduit, id.key);
+    return decodedRecord(bytes);
+}
+
+void LocalState::setAgreed(const AgreedRow& row, const Dictionary& record)
+{
+    const std::string bytes = encodedRecord(record);
+    _database->file.run(
+        "INSERT OR REPLACE INTO agreed (conduit, key, parent_key, revision, hash, record)"
+        " VALUES (?, ?, ?, ?, ?, ?)",
+        row.id.conduit, row.id.key, row.parentKey, row.revision, row.hash, SqliteBytes{bytes});
+}
+
+void LocalState::setAgreedRevision(const RecordId& id, std::int64_t revision)
+{
+    _database->file.run("UPDATE agreed SET revision = ? WHERE conduit = ? AND key = ?", revision,
+                        id.conduit, id.key);
+}
+
+void LocalState::clearAgreedRevisions() { _database->file.run("UPDATE agreed SET revision = 0"); }
+
+void LocalState::removeAgreed(const RecordId& id)
+{
+    _database->file.run("DELETE FROM agreed WHERE conduit = ? AND key = ?", id.conduit, id.key);
+}
+
+std::vector<SeenRow> LocalState::seenRows()
+{
+    std::vector<SeenRow> rows;
+    _database->file.each(
+        "SELECT id, conduit, local_key, agreed_key, local_parent_key, hash, timezone FROM seen "
+        "ORDER BY id",
+        [&](auto& row) {
+            SeenRow seen;
+            seen.row = row.getColumn(0).getInt64();
+            seen.local = {row.getColumn(1).getString(), row.getColumn(2).getString()};
+            seen.agreedKey = textOrNull(row, 3);
+            seen.localParentKey = textOrNull(row, 4);
+            seen.hash = row.getColumn(5).getString();
+            seen.timezone = row.getColumn(6).getString();
+            rows.push_back(std::move(seen));
+        });
+    return rows;
+}
+
+Dictionary LocalState::seenRecord(const SeenRow& row)
+{
+    std::string bytes;
+    _database->file.each(
+        "SELECT record FROM seen WHERE id = ?",
+        [&](auto& found) { bytes = found.getColumn(0).getString(); }, row.row);
+    return decodedRecord(bytes);
+}
+
+void LocalState::addSeen(const SeenRow& row, const Dictionary& record)
+{
+    const std::string bytes = encodedRecord(record);
+    _database->file.run(
+        "INSERT INTO seen (conduit, local_key, agreed_key, local_parent_key, hash, timezone, "
+        "record)"
+        " VALUES (?, ?, ?, ?, ?, ?, ?)",
+        row.local.conduit, row.local.key, row.agreedKey, row.localParentKey, row.hash, row.timezone,
+        SqliteBytes{bytes});
+}
+
+void LocalState::setSeen(const SeenRow& row, const Dictionary& record)
+{
+    const std::string bytes = encodedRecord(record);
+    _database->file.run(
+        "UPDATE seen SET conduit = ?, local_key = ?, agreed_key = ?, local_parent_key = ?, hash = "
+        "?,"
+        " timezone = ?, record = ? WHERE id = ?",
+        row.local.conduit, row.local.key, row.agreedKey, row.localParentKey, row.hash, row.timezone,
+        SqliteBytes{bytes}, row.row);
+}
+
+void LocalState::removeSeen(const SeenRow& row)
+{
+    _database->file.run("DELETE FROM seen WHERE id = ?", row.row);
+}
+
+std::vector<KeptRow> LocalState::keptRows()
+{
+    std::vector<KeptRow> rows;
+    _database->file.each("SELECT conduit, key, parent_key, hash FROM kept ORDER BY conduit, key",
+                         [&](auto& row) {
+                             rows.push_back(
+                                 {{row.getColumn(0).getString(), row.getColumn(1).getString()},
+                                  textOrNull(row, 2),
+                                  row.getColumn(3).getString()});
+                         });
+    return rows;
+}
+
+Dictionary LocalState::keptRecord(const RecordId& id)
+{
+    std::string bytes;
+    _database->file.each(
+        "SELECT record FROM kept WHERE conduit = ? AND key = ?",
+        [&](auto& row) { bytes = row.getColumn(0).getString(); }, id.conduit, id.key);
+    return decodedRecord(bytes);
+}
+
+void LocalState::setKept(const KeptRow& row, const Dictionary& record)
+{
+    const std::string bytes = encodedRecord(record);
+    _database->file.run(
+        "INSERT OR REPLACE INTO kept (conduit, key, parent_key, hash, record) VALUES (?, ?, ?, ?, "
+        "?)",
+        row.id.conduit, row.id.key, row.parentKey, row.hash, SqliteBytes{bytes});
+}
+
+void LocalState::removeKept(const RecordId& id)
+{
+    _database->file.run("DELETE FROM kept WHERE conduit = ? AND key = ?", id.conduit, id.key);
+}
+
+std::vector<UntakenRow> LocalState::untakenRows()
+{
+    std::vector<UntakenRow> rows;
+    _database->file.each(
+        "SELECT conduit, key, parent_key, revision, offers, refused FROM untaken ORDER BY conduit, "
+        "key",
+        [&](auto& row) {
+            rows.push_back({{row.getColumn(0).getString(), row.getColumn(1).getString()},
+                            textOrNull(row, 2),
+                            row.getColumn(3).getInt64(),
+                            row.getColumn(4).getInt(),
+                            row.getColumn(5).getInt() != 0});
+        });
+    return rows;
+}
+
+void LocalState::setUntaken(const UntakenRow& row)
+{
+    _database->file.run(
+        "INSERT OR REPLACE INTO untaken (conduit, key, parent_key, revision, offers, refused)"
+        " VALUES (?, ?, ?, ?, ?, ?)",
+        row.id.conduit, row.id.key, row.parentKey, row.revision,
+        static_cast<std::int64_t>(row.offers), static_cast<std::int64_t>(row.refused ? 1 : 0));
+}
+
+void LocalState::removeUntaken(const RecordId& id)
+{
+    _database->file.run("DELETE FROM untaken WHERE conduit = ? AND key = ?", id.conduit, id.key);
+}
+
+void LocalState::clear()
+{
+    for (const char* statement :
+         {"DELETE FROM agreed", "DELETE FROM seen", "DELETE FROM kept", "DELETE FROM untaken",
+          "DELETE FROM facts WHERE name <> 'device'"})
+        _database->file.run(statement);
+}
+
+}  // namespace kt

@@ -1,0 +1,128 @@
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "Sync/Foundation/Dictionary.h"
+#include "Sync/Host/Server/RecordId.h"
+
+namespace kt {
+
+enum class StateAccess {
+    readWrite,
+    readOnly,  // for a dry run: a file that does not exist yet is not made
+};
+
+/// A record as server and device last exchanged it, without its content.
+struct AgreedRow {
+    RecordId id;
+    std::optional<std::string> parentKey;
+    std::int64_t revision = 0;  // the server's; 0: this server has never had it
+    std::string hash;           // contentHash of the record
+};
+
+/// What this device's store gave for a record at the end of its last settled run, without its
+/// content.
+struct SeenRow {
+    std::int64_t row = 0;  // names the row; 0 while it is not stored
+    RecordId local;  // conduit and the key that the plug-in computed; several rows may share it
+    std::optional<std::string>
+        agreedKey;  // nullopt: comes from a rewrite, but belongs to no agreed record
+    std::optional<std::string> localParentKey;  // of its calendar, as the plug-in computed it
+    std::string hash;
+    std::string timezone;  // the machine's own zone at that time
+};
+
+/// A record of a switched-off calendar, as the store last gave it, under local keys, without its
+/// content.
+struct KeptRow {
+    RecordId id;
+    std::optional<std::string> parentKey;
+    std::string hash;
+};
+
+/// A server's record that was offered and not taken. It is offered again.
+struct UntakenRow {
+    RecordId id;
+    std::optional<std::string> parentKey;
+    std::int64_t revision = 0;
+    int offers = 0;        // how often so far
+    bool refused = false;  // no store could take it
+};
+
+/// Small facts that stand beside the records.
+struct StateFacts {
+    std::string serverIdentity;  // empty before the first meeting
+    std::int64_t anchor = 0;     // server revision up to which changes have been taken
+    std::int64_t anchorAfterSettling =
+        0;              // what the anchor becomes when the rewrite under way is settled
+    bool owed = false;  // a full comparison was asked for and could not be made yet
+    std::optional<std::string>
+        mark;  // a rewrite is under way: the name of the backup made before it
+
+    friend bool operator==(const StateFacts&, const StateFacts&) = default;
+};
+
+/// What one device remembers between runs: a SQLite file. Between begin() and commit() all reads
+/// and writes are one transaction. Every operation throws Exception with a German reason when the
+/// file fails.
+class LocalState {
+public:
+    /// Opens the file, making it and its folder where they are missing, with a random device id.
+    /// Throws Exception, and leaves the file alone, when it is no database or was written by a
+    /// newer version.
+    explicit LocalState(std::string path, StateAccess access = StateAccess::readWrite);
+    ~LocalState();
+    LocalState(const LocalState&) = delete;
+    LocalState& operator=(const LocalState&) = delete;
+
+    const std::string& path() const;
+    const std::string& deviceId() const;
+    StateAccess access() const;
+
+    /// False when another connection holds the file.
+    bool begin();
+    void commit();
+    /// Undoes what was written since begin(); does nothing without one. Never throws.
+    void rollback() noexcept;
+    bool isOpen() const;  // between begin() and commit() or rollback()
+
+    StateFacts facts();
+    void setFacts(const StateFacts& facts);
+
+    std::vector<AgreedRow> agreedRows();  // by conduit and key
+    Dictionary agreedRecord(const RecordId& id);
+    void setAgreed(const AgreedRow& row, const Dictionary& record);
+    void setAgreedRevision(const RecordId& id, std::int64_t revision);
+    /// No agreed record has ever been on this server.
+    void clearAgreedRevisions();
+    void removeAgreed(const RecordId& id);
+
+    std::vector<SeenRow> seenRows();  // in the order in which they were first stored
+    Dictionary seenRecord(const SeenRow& row);
+    void addSeen(const SeenRow& row, const Dictionary& record);
+    /// Replaces the content of a stored row.
+    void setSeen(const SeenRow& row, const Dictionary& record);
+    void removeSeen(const SeenRow& row);
+
+    std::vector<KeptRow> keptRows();  // by conduit and key
+    Dictionary keptRecord(const RecordId& id);
+    void setKept(const KeptRow& row, const Dictionary& record);
+    void removeKept(const RecordId& id);
+
+    std::vector<UntakenRow> untakenRows();
+    void setUntaken(const UntakenRow& row);
+    void removeUntaken(const RecordId& id);
+
+    /// Forgets everything but the device id.
+    void clear();
+
+private:
+    struct Database;
+    std::unique_ptr<Database> _database;
+};
+
+}  // namespace kt

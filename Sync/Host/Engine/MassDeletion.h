@@ -1,0 +1,21 @@
+#pragma once
+
+#include <cstddef>
+#include <optional>
+#include <string>
+
+namespace kt {
+
+/// What a session is about to do, as far as it decides whether somebody has to confirm it.
+struct MassDeletionFacts {
+    std::size_t deletions = 0;  // that go up to the server
+    std::size_t recordsOfAccount = 0;
+    bool isStoreEmpty = false;   // it gives no record at all
+    bool wasStoreEmpty = false;  // nothing was seen in it before
+};
+
+/// One German line when the session would delete more than half of the account's records and more
+/// than ten, or when a store that held something is empty; nullopt when it may go on.
+std::optional<std::string> massDeletionReason(const MassDeletionFacts& facts);
+
+}  // namespace kt

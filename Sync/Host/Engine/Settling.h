@@ -1,0 +1,24 @@
+#pragma once
+
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "Sync/Host/Engine/HandedState.h"
+#include "Sync/HostInterface/KTSyncRecord.h"
+
+namespace kt {
+
+/// Finds, for each record that the store gives after a rewrite, the agreed record that it was
+/// handed out as; nullopt for one that belongs to none. Every handed record is found at most once.
+/// Kept records take no part.
+///
+/// A store computes keys from what it can hold, so a record does not always come back under the key
+/// it went out with. Calendars are found by key, then by SourceKey, then by what else tells them
+/// apart; items by key, where numbers behind a key mean nothing, then by their content within their
+/// calendar. Nobody touched the store since it was rewritten, or the run would not count, so all of
+/// it stems from what was handed out.
+std::vector<std::optional<std::string>> pairWithHanded(const SyncRecordList& local,
+                                                       const std::vector<HandedRecord>& handed);
+
+}  // namespace kt

@@ -1,0 +1,221 @@
+#include "Sync/Host/Engine/SyncEngine.h"
+
+#include <exception>
+#include <utility>
+
+#include "Sync/Foundation/Exception.h"
+#include "Sync/Foundation/Format.h"
+#include "Sync/Host/Engine/HandedState.h"
+#include "Sync/Host/Engine/HostSyncRecord.h"
+#include "Sync/Host/Engine/Knowledge.h"
+#include "Sync/Host/Engine/SyncSession.h"
+
+namespace kt {
+
+// One run between beginRun and endRun.
+class SyncEngine::Run {
+public:
+    SyncRunOptions options;
+    SyncRunSummary summary;
+    std::unique_ptr<SyncSession> session;  // null while none is open
+};
+
+SyncEngine::SyncEngine(LocalState& state, SyncServer& server, HostLossReport& lossReport,
+                       LogLine log, std::string account)
+    : _state(state),
+      _server(server),
+      _lossReport(lossReport),
+      _log(std::move(log)),
+      _account(std::move(account)),
+      _run(std::make_unique<Run>())
+{}
+
+SyncEngine::~SyncEngine() = default;
+
+// No operation of a host raises: what fails inside becomes a reason, a log line and a plain "no".
+template <class Body, class Result>
+Result SyncEngine::guarded(Body&& body, Result failed)
+{
+    try {
+        return body();
+    } catch (const std::exception& failure) {
+        const std::string reason = failure.what();
+        _run->summary.reasons.push_back(reason);
+        try {
+            log(reason);
+        } catch (const std::exception&) {
+            // The reason is in the summary; a log that cannot be written cannot say so.
+        }
+    }
+    return failed;
+}
+
+void SyncEngine::log(std::string_view line)
+{
+    if (_log)
+        _log(line);
+}
+
+void SyncEngine::beginRun(const SyncRunOptions& options)
+{
+    _run = std::make_unique<Run>();
+    _run->options = options;
+    _lossReport.clear();
+}
+
+SyncRunSummary SyncEngine::endRun(bool doSyncResult)
+{
+    _run->session.reset();  // rolls back what was not finished
+    SyncRunSummary summary = std::move(_run->summary);
+    summary.losses = _lossReport.losses();
+    summary.needsSettling = doSyncResult && summary.rewriteExpected;
+    _run = std::make_unique<Run>();
+    return summary;
+}
+
+std::optional<std::string> SyncEngine::markedBackup()
+{
+    return guarded([&] { return _state.facts().mark; }, std::optional<std::string>());
+}
+
+int SyncEngine::startSync(int mode)
+{
+    Run& run = *_run;
+    run.session.reset();
+    const StartResult result = guarded(
+        [&] {
+            auto session = std::make_unique<SyncSession>(
+                SessionSetting{_state, _server, _account, run.options, !_lossReport.empty(),
+                               [this](std::string_view line) { log(line); }, run.summary});
+            const StartResult answer = session->start(mode);
+            if (answer != StartResult::noSession && answer != StartResult::accountOff)
+                run.session = std::move(session);
+            return answer;
+        },
+        StartResult::noSession);
+    run.summary.startResult = static_cast<int>(result);
+    // After 1 the plug-in leaves its store alone, which is all that a dry run needs of it.
+    const bool isRewriteHidden = run.options.dryRun && isRewriteExpected(result);
+    return static_cast<int>(isRewriteHidden ? StartResult::onlyUp : result);
+}
+
+std::optional<SyncRecordList> SyncEngine::pullRecords()
+{
+    if (!_run->session)
+        return std::nullopt;
+    return guarded([&] { return std::optional(_run->session->pull()); },
+                   std::optional<SyncRecordList>());
+}
+
+std::optional<SyncResult> SyncEngine::diffLocalStateWithLocalUpdates(
+    const SyncRecordList& localUpdates, const std::optional<SyncRecordList>& remoteUpdates,
+    int diffMode)
+{
+    if (!_run->session)
+        return std::nullopt;
+    return guarded(
+        [&] { return std::optional(_run->session->diff(localUpdates, remoteUpdates, diffMode)); },
+        std::optional<SyncResult>());
+}
+
+bool SyncEngine::pushSyncResult(const SyncResult& result)
+{
+    if (!_run->session)
+        return false;
+    return guarded(
+        [&] {
+            _run->session->push(result);
+            return true;
+        },
+        false);
+}
+
+void SyncEngine::updateLocalStateWithUpdates(const SyncRecordList& updates)
+{
+    if (!_run->session)
+        return;
+    guarded(
+        [&] {
+            _run->session->keep(updates);
+            return true;
+        },
+        false);
+}
+
+bool SyncEngine::finishSync()
+{
+    Run& run = *_run;
+    if (!run.session)
+        return false;
+    const bool wasPushed = run.session->isPushed();
+    const bool isClean = guarded([&] { return run.session->finish(); }, false);
+    run.session.reset();
+    run.summary.finished = isClean && wasPushed;
+    run.summary.rewriteExpected =
+        run.summary.finished && !run.options.dryRun &&
+        isRewriteExpected(static_cast<StartResult>(run.summary.startResult));
+    return isClean;
+}
+
+SyncRecordMap SyncEngine::getLocalState()
+{
+    auto state = guarded(
+        [&] {
+            const Knowledge knowledge(_state);
+            std::optional<SyncRecordMap> map(std::in_place);
+            for (HandedRecord& handed : handedState(_state, knowledge)) {
+                std::string key = handed.id.key;
+                map->emplace_back(key, std::make_shared<HostSyncRecord>(kRecordTypeRecord,
+                                                                        std::move(handed.record),
+                                                                        key, handed.parentKey,
+                                                                        handed.id.conduit));
+            }
+            return map;
+        },
+        std::optional<SyncRecordMap>());
+    // An empty state would be written out as an empty store.
+    if (!state)
+        throw Exception(
+            NSGenericException,
+            "Der lokale Stand kann nicht gelesen werden; die Kalender bleiben, wie sie sind");
+    return *std::move(state);
+}
+
+bool SyncEngine::resetLocalState()
+{
+    if (_run->session)
+        return false;
+    return guarded(
+        [&] {
+            if (!_state.begin())
+                return false;
+            try {
+                forgetState();
+                _state.commit();
+            } catch (...) {
+                _state.rollback();
+                throw;
+            }
+            return true;
+        },
+        false);
+}
+
+// While a rewrite is not settled, kept records may be nowhere else than in the state.
+void SyncEngine::forgetState()
+{
+    const Knowledge knowledge(_state);
+    std::vector<std::pair<KeptRow, Dictionary>> kept;
+    if (knowledge.facts().mark) {
+        for (const KeptRow& row : knowledge.kept())
+            kept.emplace_back(row, _state.keptRecord(row.id));
+    }
+    _state.clear();
+    StateFacts facts;
+    facts.mark = knowledge.facts().mark;
+    _state.setFacts(facts);
+    for (const auto& [row, record] : kept)
+        _state.setKept(row, record);
+}
+
+}  // namespace kt

@@ -1,0 +1,58 @@
+#pragma once
+
+#include <cstddef>
+#include <functional>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "Sync/HostInterface/KTLossReport.h"
+#include "Sync/HostInterface/KTSyncRecord.h"
+
+namespace kt {
+
+/// What makes a run a settling run: what the store's files looked like when the rewrite returned,
+/// and how to look again. A fingerprint is any text that changes when a name, size or time of a
+/// file of the store changes.
+struct SettlingCheck {
+    std::string notedFingerprint;
+    std::function<std::string()>
+        currentFingerprint;  // asked in finishSync, after the store was loaded
+};
+
+struct SyncRunOptions {
+    bool fromServer = false;       // the user wants the store overwritten with what the server has
+    bool acceptLosses = false;     // go on although something in the store could not be read
+    bool allowMassDelete = false;  // the user really deleted most of it
+    bool dryRun = false;           // count, but change nothing
+    std::string backupName;        // the dated backup made before this run; the mark carries it
+    std::optional<SettlingCheck> settling;
+};
+
+/// A record that a dry run would have exchanged.
+struct StagedRecord {
+    SyncRecord record;  // a tombstone where it would be deleted
+    bool goesUp = false;
+    bool comesDown = false;
+};
+
+/// What came of a run.
+struct SyncRunSummary {
+    int startResult = 0;    // as of the rules; a dry run tells the plug-in 1 where this is 3 to 6
+    bool finished = false;  // finishSync took effect (or would have, in a dry run)
+    std::size_t sent = 0;   // records added or changed on the server
+    std::size_t received = 0;  // records added or changed here
+    std::size_t deletedOnServer = 0;
+    std::size_t deletedHere = 0;
+    std::size_t refused = 0;           // records of the server that no store could take
+    bool held = false;                 // losses kept everything from coming down
+    std::vector<KTLoss> losses;        // all that the plug-in told in this run
+    bool rewriteExpected = false;      // the session ended so that the plug-in rewrites the store
+    bool needsSettling = false;        // ... and doSync said YES: a settling run is due
+    bool settled = false;              // this was a settling run and it counted
+    std::vector<StagedRecord> staged;  // of a dry run, by conduit and key
+    std::vector<std::string>
+        reasons;  // German lines: why the session was not opened or not finished
+};
+
+}  // namespace kt

@@ -1,0 +1,306 @@
+#include <algorithm>
+#include <utility>
+
+#include "Sync/Foundation/Platform.h"
+#include "Sync/Host/Engine/HandedState.h"
+#include "Sync/Host/Engine/KeptRecords.h"
+#include "Sync/Host/Engine/MassDeletion.h"
+#include "Sync/Host/Engine/RecordCoding.h"
+#include "Sync/Host/Engine/SeenUpdate.h"
+#include "Sync/Host/Engine/Settling.h"
+#include "Sync/Host/Engine/SyncSession.h"
+
+namespace kt {
+
+namespace {
+
+bool isDeletion(const Outcome& outcome) { return outcome.kind == Outcome::Kind::remove; }
+
+}  // namespace
+
+// Nothing takes effect before this, and then only if a push succeeded: a session that was cancelled
+// or failed ends here too.
+bool SyncSession::finish()
+{
+    if (!_isPushed) {
+        close();
+        return true;
+    }
+    _keptCalendars = _keptRecords ? calendarsOf(*_keptRecords) : _knowledge->keptCalendars();
+    const bool isDone = isSettling() ? finishSettling() : takeEffect();
+    close();
+    return isDone;
+}
+
+// What concerns a switched-off calendar is withdrawn: its records are kept, not compared.
+bool SyncSession::isWithdrawn(const Outcome& outcome) const
+{
+    const auto isKept = [&](const std::string& agreedKey) {
+        return _keptCalendars.count(_local->localCalendarKey(agreedKey)) != 0;
+    };
+    if (outcome.id.conduit == kConduitCalendar)
+        return isKept(outcome.id.key);
+    const AgreedRow* agreed = _knowledge->agreedRow(outcome.id);
+    return (outcome.parentKey && isKept(*outcome.parentKey)) ||
+           (agreed != nullptr && agreed->parentKey && isKept(*agreed->parentKey));
+}
+
+// What the plug-in handed back takes effect. It cannot tell a calendar that was deleted from one
+// that is switched off, so it thins out the deletions of both; those of calendars that are not kept
+// stand.
+std::vector<const Outcome*> SyncSession::effectiveOutcomes() const
+{
+    std::vector<const Outcome*> effective;
+    for (const auto& [record, outcome] : _staged) {
+        const bool stands = _handedBack.count(record.get()) != 0 || isDeletion(*outcome);
+        if (stands && !isWithdrawn(*outcome))
+            effective.push_back(outcome);
+    }
+    return effective;
+}
+
+std::optional<std::string> SyncSession::reasonAgainst(
+    const std::vector<const Outcome*>& effective) const
+{
+    if (_setting.options.allowMassDelete || _setting.options.fromServer)
+        return std::nullopt;
+    MassDeletionFacts facts;
+    facts.deletions = static_cast<std::size_t>(
+        std::count_if(effective.begin(), effective.end(), [](const Outcome* outcome) {
+            return isDeletion(*outcome) && outcome->goesUp;
+        }));
+    if (facts.deletions != 0)
+        facts.recordsOfAccount = static_cast<std::size_t>(_server->recordCount());
+    // An empty store says nothing when what is missing in it was not deleted.
+    facts.isStoreEmpty = !isMissingUnread() && _localRecords.empty() && _keptCalendars.empty();
+    facts.wasStoreEmpty = _knowledge->seen().empty();
+    return massDeletionReason(facts);
+}
+
+bool SyncSession::takeEffect()
+{
+    const std::vector<const Outcome*> effective = effectiveOutcomes();
+    if (const auto reason = reasonAgainst(effective)) {
+        _setting.summary.reasons.push_back(*reason);
+        _setting.log(*reason);
+        return false;
+    }
+    count(effective);
+    if (isDryRun())
+        return true;
+    const std::int64_t head = writeToServer(effective);
+    writeAgreed(effective, head);
+    writeUntaken(effective);
+    writeKept();
+    writeSeen(effective);
+    writeFacts(effective, head);
+    // The server first: what it has and this device does not know of comes back as equal to what
+    // the device has. The other way round the device would take for exchanged what nobody else ever
+    // got.
+    _server->commit();
+    _setting.state.commit();
+    return true;
+}
+
+std::int64_t SyncSession::writeToServer(const std::vector<const Outcome*>& effective)
+{
+    std::vector<ServerWrite> writes;
+    for (const Outcome* outcome : effective) {
+        if (!outcome->goesUp)
+            continue;
+        ServerWrite write;
+        write.id = outcome->id;
+        write.parentKey = outcome->parentKey;
+        write.isDeletion = isDeletion(*outcome);
+        if (!write.isDeletion) {
+            write.hash = contentHash(outcome->record);
+            write.content = encodedRecord(outcome->record);
+        }
+        writes.push_back(std::move(write));
+    }
+    return _server->write(writes);
+}
+
+void SyncSession::writeAgreed(const std::vector<const Outcome*>& effective, std::int64_t revision)
+{
+    LocalState& state = _setting.state;
+    if (!_hasBase)
+        state.clearAgreedRevisions();
+    for (const auto& [id, serverRevision] : _remote.renumbered())
+        state.setAgreedRevision(id, serverRevision);
+    for (const Outcome* outcome : effective) {
+        if (isDeletion(*outcome)) {
+            state.removeAgreed(outcome->id);
+            continue;
+        }
+        AgreedRow row;
+        row.id = outcome->id;
+        row.parentKey = outcome->parentKey;
+        row.revision = outcome->goesUp ? revision : outcome->serverRevision;
+        row.hash = contentHash(outcome->record);
+        state.setAgreed(row, outcome->record);
+    }
+}
+
+// A remote record that was not taken is not agreed, and comes again. A held run takes nothing and
+// leaves the anchor where it is, so all of it comes again anyway.
+void SyncSession::writeUntaken(const std::vector<const Outcome*>& effective)
+{
+    std::unordered_set<RecordId, RecordIdHash> settled;
+    for (const Outcome* outcome : effective)
+        settled.insert(outcome->id);
+    for (const UntakenRow& row : _knowledge->untaken()) {
+        if (settled.count(row.id) != 0 || _remote.change(row.id) == nullptr)
+            _setting.state.removeUntaken(row.id);
+    }
+    if (_isHeld)
+        return;
+    for (const auto& [id, change] : _remote.changes()) {
+        if (settled.count(id) != 0)
+            continue;
+        const UntakenRow* before = _knowledge->untakenRow(id);
+        const bool isSameOffer = before != nullptr && before->revision == change.server.revision;
+        UntakenRow row;
+        row.id = id;
+        row.parentKey = change.server.parentKey;
+        row.revision = change.server.revision;
+        row.offers = (isSameOffer ? before->offers : 0) + (change.isOffered ? 1 : 0);
+        row.refused = change.isRefused;
+        if (!isSameOffer || row.offers != before->offers || row.refused != before->refused)
+            _setting.state.setUntaken(row);
+    }
+}
+
+void SyncSession::writeKept()
+{
+    if (!_keptRecords)
+        return;
+    KeptReplacement replacement;
+    replacement.activeCalendars = calendarsOf(_localRecords);
+    replacement.isMissingUnread = _setting.hasLosses || (_facts.hasMark && !isSettling());
+    replaceKept(_setting.state, *_knowledge, *_keptRecords, replacement);
+}
+
+// Only after a run that does not rewrite the store: otherwise the store is about to change.
+void SyncSession::writeSeen(const std::vector<const Outcome*>& effective)
+{
+    if (isRewriteExpected(_result))
+        return;
+    std::unordered_set<RecordId, RecordIdHash> settled;
+    for (const Outcome* outcome : effective)
+        settled.insert(outcome->id);
+    std::vector<SeenTarget> targets;
+    SeenRemainder remainder{_keptCalendars, isMissingUnread(), {}};
+    for (const LocalRecord& local : _local->all()) {
+        // A change that did not go up has to be found again.
+        const bool isPending = !local.isLeftOver && _outcomes.count(local.agreedId) != 0 &&
+                               settled.count(local.agreedId) == 0;
+        if (isPending) {
+            remainder.untouched.insert(local.seen);
+            continue;
+        }
+        targets.push_back({local.record, local.hash,
+                           local.isLeftOver ? std::nullopt : std::optional(local.agreedId.key),
+                           local.seen});
+    }
+    moveSeen(_setting.state, *_knowledge, targets, remainder,
+             Platform::shared().localTimeZoneName());
+}
+
+void SyncSession::writeFacts(const std::vector<const Outcome*>& effective, std::int64_t head)
+{
+    StateFacts facts = _knowledge->facts();
+    const bool isRewritten = isRewriteExpected(_result);
+    // Whatever the store should have and does not get in this run makes a full comparison owed.
+    const bool storeLags =
+        !isRewritten && (hasUntakenOfCalendarSwitchedOn() ||
+                         std::any_of(effective.begin(), effective.end(),
+                                     [](const Outcome* outcome) { return outcome->comesDown; }));
+    facts.owed = isOwedAfter(_result, _facts) || storeLags;
+    if (_isHeld) {
+        _setting.state.setFacts(facts);
+        return;
+    }
+    facts.serverIdentity = _serverIdentity;
+    if (isRewritten) {
+        facts.anchor = _hasBase ? facts.anchor : 0;
+        facts.anchorAfterSettling = head;
+        // The first backup of a row of unsettled rewrites is the one of a store that was whole.
+        if (!facts.mark)
+            facts.mark = _setting.options.backupName;
+    } else {
+        facts.anchor = head;
+        facts.anchorAfterSettling = 0;
+    }
+    _setting.state.setFacts(facts);
+}
+
+bool SyncSession::hasUntakenOfCalendarSwitchedOn() const
+{
+    return std::any_of(_remote.changes().begin(), _remote.changes().end(), [&](const auto& entry) {
+        const auto& [id, change] = entry;
+        if (id.conduit != kConduitCalendar && !change.server.parentKey)
+            return false;
+        const std::string& calendar = _local->localCalendarKey(
+            id.conduit == kConduitCalendar ? id.key : *change.server.parentKey);
+        return _knowledge->keptCalendars().count(calendar) != 0 && _local->hasCalendar(calendar);
+    });
+}
+
+void SyncSession::count(const std::vector<const Outcome*>& effective)
+{
+    SyncRunSummary& summary = _setting.summary;
+    for (const Outcome* outcome : effective) {
+        if (isDeletion(*outcome)) {
+            summary.deletedOnServer += outcome->goesUp ? 1 : 0;
+            summary.deletedHere += outcome->comesDown ? 1 : 0;
+        } else {
+            summary.sent += outcome->goesUp ? 1 : 0;
+            summary.received += outcome->comesDown ? 1 : 0;
+        }
+        if (isDryRun() && (outcome->goesUp || outcome->comesDown))
+            summary.staged.push_back({resultRecord(*outcome), outcome->goesUp, outcome->comesDown});
+    }
+}
+
+// The store's records after the rewrite become what was seen, if nobody touched the store since.
+bool SyncSession::finishSettling()
+{
+    const SettlingCheck& check = *_setting.options.settling;
+    const bool isUntouched =
+        check.currentFingerprint && check.currentFingerprint() == check.notedFingerprint;
+    if (!isUntouched || !_knowledge->facts().mark)
+        return true;
+    const std::vector<HandedRecord> handed = handedState(_setting.state, *_knowledge);
+    const bool isStoreEmpty = _localRecords.empty() && _keptCalendars.empty();
+    if (isStoreEmpty && !handed.empty())
+        return true;  // the rewrite did not reach the store, whatever it said
+
+    std::map<std::pair<RecordId, std::optional<std::string>>, const SeenRow*> rows;
+    for (const SeenRow& row : _knowledge->seen())
+        rows.emplace(std::make_pair(row.local, row.agreedKey), &row);
+    const auto agreedKeys = pairWithHanded(_localRecords, handed);
+    std::vector<SeenTarget> targets;
+    for (std::size_t index = 0; index < _localRecords.size(); ++index) {
+        const SyncRecord& record = _localRecords[index];
+        if (!record)
+            continue;
+        const auto row =
+            rows.extract({{record->conduit(), record->recordKey()}, agreedKeys[index]});
+        targets.push_back({record, contentHash(record->record()), agreedKeys[index],
+                           row.empty() ? nullptr : row.mapped()});
+    }
+    moveSeen(_setting.state, *_knowledge, targets, {_keptCalendars, false, {}},
+             Platform::shared().localTimeZoneName());
+    writeKept();
+    StateFacts facts = _knowledge->facts();
+    facts.mark = std::nullopt;
+    facts.anchor = facts.anchorAfterSettling;
+    facts.anchorAfterSettling = 0;
+    _setting.state.setFacts(facts);
+    _setting.state.commit();
+    _setting.summary.settled = true;
+    return true;
+}
+
+}  // namespace kt

@@ -1,0 +1,188 @@
+#include "Sync/Host/Engine/SyncSession.h"
+
+#include <algorithm>
+#include <utility>
+
+#include "Sync/Foundation/Format.h"
+#include "Sync/Host/Engine/HostSyncRecord.h"
+#include "Sync/Host/Engine/KeptRecords.h"
+
+namespace kt {
+
+namespace {
+
+constexpr int kModeFull = 6;
+constexpr int kDiffAdditions = 1;
+constexpr int kDiffChanges = 2;
+constexpr int kDiffDeletions = 4;
+
+}  // namespace
+
+SyncSession::SyncSession(SessionSetting setting) : _setting(std::move(setting)) {}
+
+SyncSession::~SyncSession() { close(); }
+
+void SyncSession::close() noexcept
+{
+    _server.reset();
+    _setting.state.rollback();
+}
+
+StartResult SyncSession::refuse(StartResult result, const std::string& reason)
+{
+    close();
+    _setting.summary.reasons.push_back(reason);
+    _setting.log(reason);
+    return result;
+}
+
+StartResult SyncSession::start(int mode)
+{
+    if (!_setting.state.begin())
+        return refuse(StartResult::noSession,
+                      "Ein anderer Abgleich dieses Geräts ist noch nicht beendet");
+    OpenedSession opened =
+        _setting.server.openSession(_setting.account, _setting.state.deviceId(),
+                                    isDryRun() ? ServerAccess::readOnly : ServerAccess::readWrite);
+    if (opened.status == OpenStatus::accountOff)
+        return refuse(StartResult::accountOff, opened.reason);
+    if (opened.status != OpenStatus::opened)
+        return refuse(StartResult::noSession, opened.reason);
+    _server = std::move(opened.session);
+    _knowledge.emplace(_setting.state);
+    _facts = gatherFacts(mode);
+    _result = startResult(_facts);
+    _isHeld = isHeldByLosses(_facts);
+    if (_isHeld)
+        logHeld();
+    return _result;
+}
+
+// Without a common past with this server nothing that is agreed says anything about it.
+StartFacts SyncSession::gatherFacts(int mode)
+{
+    const StateFacts& known = _knowledge->facts();
+    const std::int64_t head = _server->headRevision();
+    _serverIdentity = _server->serverIdentity();
+    StartFacts facts;
+    facts.isSettling = isSettling();
+    facts.hasLosses = _setting.hasLosses && !_setting.options.acceptLosses;
+    facts.hasMark = known.mark.has_value();
+    facts.wantsServer = _setting.options.fromServer;
+    facts.isFirstMeeting = known.serverIdentity.empty();
+    facts.isUnknownServer = !facts.isFirstMeeting && known.serverIdentity != _serverIdentity;
+    facts.isServerOlder =
+        !facts.isUnknownServer && head < std::max(known.anchor, known.anchorAfterSettling);
+    facts.serverHoldsNothing = head == 0;
+    facts.asksForFull = mode == kModeFull;
+    facts.isOwed = known.owed;
+    _hasBase = !facts.isFirstMeeting && !facts.isUnknownServer && !facts.isServerOlder;
+    if (isSettling())
+        return facts;
+    const bool isFull = needsFullComparison(facts) || facts.wantsServer;
+    _remote =
+        RemoteChanges(*_server, *_knowledge,
+                      isFull ? RemoteChanges::Reach::byHash : RemoteChanges::Reach::byRevision,
+                      _hasBase ? RemoteChanges::Base::agreed : RemoteChanges::Base::none,
+                      _setting.log);
+    _setting.summary.refused = _remote.refusedCount();
+    facts.hasNews = _remote.hasNews();
+    return facts;
+}
+
+void SyncSession::logHeld()
+{
+    _setting.summary.held = true;
+    _setting.log(
+        "Es konnte nicht alles gelesen werden; bis das behoben ist, gehen nur lokale Änderungen "
+        "zum Server");
+}
+
+// Only what a rewrite follows on comes down.
+SyncRecordList SyncSession::pull()
+{
+    SyncRecordList records;
+    if (!isRewriteExpected(_result))
+        return records;
+    for (auto& [record, change] : _remote.offer(*_knowledge)) {
+        _offered.emplace(record.get(), change);
+        records.push_back(std::move(record));
+    }
+    return records;
+}
+
+void SyncSession::noteTaken(const SyncRecordList& remote)
+{
+    for (const SyncRecord& record : remote) {
+        const auto found = _offered.find(record.get());
+        if (found != _offered.end())
+            found->second->isTaken = true;
+    }
+}
+
+SyncResult SyncSession::diff(const SyncRecordList& local,
+                             const std::optional<SyncRecordList>& remote, int diffMode)
+{
+    _localRecords = local;
+    if (isSettling())
+        return SyncResult(3);
+    if (isMissingUnread())
+        _localRecords = withKeptRecordsThatAreMissing(local, _setting.state, *_knowledge);
+    noteTaken(remote.value_or(SyncRecordList{}));
+    _local.emplace(_localRecords, *_knowledge, _remote, _setting.state,
+                   _hasBase ? LocalRecords::Base::agreed : LocalRecords::Base::none);
+    ComparisonRules rules;
+    rules.hasBase = _hasBase;
+    rules.isMissingUnread = isMissingUnread();
+    rules.isHealing = _facts.hasMark;
+    rules.serverWins =
+        _result == StartResult::overwrittenLater || _result == StartResult::overwrittenAtFirst;
+    _outcomes =
+        Comparison(*_knowledge, _remote, *_local, _setting.state, *_server, rules).outcomes();
+    return stagedResult(diffMode);
+}
+
+// The plug-in thins the result out by calendar, and knows calendars by their local keys.
+SyncRecord SyncSession::resultRecord(const Outcome& outcome) const
+{
+    const bool isCalendar = outcome.id.conduit == kConduitCalendar;
+    std::optional<std::string> parent = outcome.parentKey;
+    if (parent)
+        parent = _local->localCalendarKey(*parent);
+    const bool isRemoval = outcome.kind == Outcome::Kind::remove;
+    return std::make_shared<HostSyncRecord>(isRemoval ? kRecordTypeTombstone : kRecordTypeRecord,
+                                            outcome.record,
+                                            isCalendar ? _local->localCalendarKey(outcome.id.key)
+                                                       : outcome.id.key,
+                                            parent, outcome.id.conduit);
+}
+
+SyncResult SyncSession::stagedResult(int diffMode)
+{
+    SyncResult result(3);
+    _staged.clear();
+    for (const auto& [id, outcome] : _outcomes) {
+        const bool isRemoval = outcome.kind == Outcome::Kind::remove;
+        const std::size_t list = isRemoval ? 2 : (outcome.isNew ? 0 : 1);
+        constexpr int bits[] = {kDiffAdditions, kDiffChanges, kDiffDeletions};
+        if ((diffMode & bits[list]) == 0)
+            continue;
+        result[list].push_back(resultRecord(outcome));
+        _staged.emplace_back(result[list].back(), &outcome);
+    }
+    return result;
+}
+
+void SyncSession::push(const SyncResult& result)
+{
+    _handedBack.clear();
+    for (const SyncRecordList& list : result) {
+        for (const SyncRecord& record : list)
+            _handedBack.insert(record.get());
+    }
+    _isPushed = true;
+}
+
+void SyncSession::keep(const SyncRecordList& records) { _keptRecords = records; }
+
+}  // namespace kt

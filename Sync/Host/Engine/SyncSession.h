@@ -1,0 +1,110 @@
+#pragma once
+
+#include <functional>
+#include <map>
+#include <memory>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <unordered_map>
+#include <unordered_set>
+#include <vector>
+
+#include "Sync/Host/Engine/Comparison.h"
+#include "Sync/Host/Engine/Knowledge.h"
+#include "Sync/Host/Engine/LocalRecords.h"
+#include "Sync/Host/Engine/RemoteChanges.h"
+#include "Sync/Host/Engine/StartResult.h"
+#include "Sync/Host/Engine/SyncRunOptions.h"
+#include "Sync/Host/Server/SyncServer.h"
+#include "Sync/HostInterface/KTSyncRecord.h"
+
+namespace kt {
+
+/// What a session works with. Nothing is owned; all outlives the session.
+struct SessionSetting {
+    LocalState& state;
+    SyncServer& server;
+    std::string account;
+    const SyncRunOptions& options;
+    bool hasLosses;  // the plug-in told of something that it could not read
+    std::function<void(std::string_view)> log;
+    SyncRunSummary& summary;
+};
+
+/// One session: one transaction in the state file and one on the server, from startSync to
+/// finishSync. Nothing of it takes effect before finish(), and nothing at all unless a result was
+/// pushed. Every operation throws Exception when state or server fail; the session is then only
+/// good for close().
+class SyncSession {
+public:
+    explicit SyncSession(SessionSetting setting);
+    ~SyncSession();
+    SyncSession(const SyncSession&) = delete;
+    SyncSession& operator=(const SyncSession&) = delete;
+
+    /// `mode` 5 or 6. On 0 and 7 nothing stays open, and the summary says why.
+    StartResult start(int mode);
+    SyncRecordList pull();
+    /// The lists of additions, changes and deletions; `diffMode` 1, 2 and 4 (in sum) ask for each
+    /// of them, a list that is not asked for is empty.
+    SyncResult diff(const SyncRecordList& local, const std::optional<SyncRecordList>& remote,
+                    int diffMode);
+    void push(const SyncResult& result);
+    void keep(const SyncRecordList& records);
+    /// False when the session is refused or could not be completed; nothing has taken effect then.
+    bool finish();
+    /// Undoes what did not take effect. Never throws.
+    void close() noexcept;
+
+    bool isPushed() const { return _isPushed; }
+
+private:
+    StartResult refuse(StartResult result, const std::string& reason);
+    StartFacts gatherFacts(int mode);
+    void noteTaken(const SyncRecordList& remote);
+    SyncRecord resultRecord(const Outcome& outcome) const;
+    SyncResult stagedResult(int diffMode);
+
+    bool takeEffect();
+    bool finishSettling();
+    std::vector<const Outcome*> effectiveOutcomes() const;
+    bool isWithdrawn(const Outcome& outcome) const;
+    std::optional<std::string> reasonAgainst(const std::vector<const Outcome*>& effective) const;
+    std::int64_t writeToServer(const std::vector<const Outcome*>& effective);
+    void writeAgreed(const std::vector<const Outcome*>& effective, std::int64_t revision);
+    void writeUntaken(const std::vector<const Outcome*>& effective);
+    void writeKept();
+    void writeSeen(const std::vector<const Outcome*>& effective);
+    void writeFacts(const std::vector<const Outcome*>& effective, std::int64_t head);
+    bool hasUntakenOfCalendarSwitchedOn() const;
+    void count(const std::vector<const Outcome*>& effective);
+    void logHeld();
+
+    bool isSettling() const { return _setting.options.settling.has_value(); }
+    bool isMissingUnread() const { return _setting.hasLosses || _facts.hasMark; }
+    bool isDryRun() const { return _setting.options.dryRun; }
+
+    SessionSetting _setting;
+    std::unique_ptr<SyncServerSession> _server;
+    std::optional<Knowledge> _knowledge;
+    RemoteChanges _remote;
+    std::optional<LocalRecords> _local;
+    std::map<RecordId, Outcome> _outcomes;
+
+    StartFacts _facts;
+    StartResult _result = StartResult::noSession;
+    bool _hasBase = true;
+    bool _isHeld = false;
+    std::string _serverIdentity;
+
+    std::unordered_map<const KTSyncRecord*, RemoteChange*> _offered;
+    std::vector<std::pair<SyncRecord, const Outcome*>> _staged;
+    std::unordered_set<const KTSyncRecord*> _handedBack;
+    bool _isPushed = false;
+    SyncRecordList _localRecords;
+    std::optional<SyncRecordList> _keptRecords;
+    std::unordered_set<std::string> _keptCalendars;  // local keys
+};
+
+}  // namespace kt

@@ -1,0 +1,171 @@
+#include "Sync/Host/Server/SqliteDatabase.h"
+
+#include <filesystem>
+#include <random>
+#include <system_error>
+
+#include <sqlite3.h>
+
+#include "Sync/Foundation/Format.h"
+
+namespace kt {
+
+SqliteDatabase::SqliteDatabase(const std::string& path, const SqliteFormat& format,
+                               SqliteAccess access, std::chrono::milliseconds wait)
+    : _name(format.name),
+      _path(path)
+{
+    guarded([&] {
+        open(path, access, wait);
+        checkFormat(format);
+        makeTables(format);
+    });
+}
+
+SqliteDatabase::~SqliteDatabase() { rollback(); }
+
+void SqliteDatabase::open(const std::string& path, SqliteAccess access,
+                          std::chrono::milliseconds wait)
+{
+    std::error_code error;
+    const bool isReadOnly = access == SqliteAccess::readOnly;
+    if (isReadOnly && !std::filesystem::exists(path, error)) {
+        _connection = std::make_unique<SQLite::Database>(":memory:", SQLite::OPEN_READWRITE |
+                                                                         SQLite::OPEN_CREATE);
+        return;
+    }
+    // A name that begins with "file:" is a file's name like any other.
+    const std::string name = std::filesystem::absolute(path, error).string();
+    _connection = std::make_unique<SQLite::Database>(error ? path : name,
+                                                     isReadOnly ? SQLite::OPEN_READONLY
+                                                                : SQLite::OPEN_READWRITE |
+                                                                      SQLite::OPEN_CREATE,
+                                                     static_cast<int>(wait.count()));
+}
+
+std::int64_t SqliteDatabase::number(const char* query)
+{
+    SQLite::Statement prepared(*_connection, query);
+    return prepared.executeStep() ? prepared.getColumn(0).getInt64() : 0;
+}
+
+// Looks before anything is written, so that a file that is not ours stays as it is.
+void SqliteDatabase::checkFormat(const SqliteFormat& format)
+{
+    const bool isEmpty = number("SELECT count(*) FROM sqlite_master") == 0;
+    if (isEmpty && number("PRAGMA user_version") == 0)
+        return;
+    if (number("PRAGMA application_id") != format.applicationId)
+        throw failed("Die Datei gehört zu einem anderen Programm");
+    if (number("PRAGMA user_version") > format.version)
+        throw failed("Die Datei stammt von einer neueren Version");
+}
+
+void SqliteDatabase::makeTables(const SqliteFormat& format)
+{
+    const auto isMade = [&] { return number("PRAGMA user_version") == format.version; };
+    if (isMade())
+        return;
+    if (sqlite3_db_readonly(_connection->getHandle(), "main") == 1) {
+        // A file that was made and not filled yet reads as the empty database that it is going to
+        // be.
+        _connection = std::make_unique<SQLite::Database>(":memory:", SQLite::OPEN_READWRITE |
+                                                                         SQLite::OPEN_CREATE);
+    }
+    SQLite::Transaction transaction(*_connection, SQLite::TransactionBehavior::IMMEDIATE);
+    if (isMade())
+        return;  // another process was faster
+    _connection->exec(std::string(format.schema));
+    _connection->exec(stringWithFormat("PRAGMA application_id = %d; PRAGMA user_version = %d",
+                                       format.applicationId, format.version));
+    transaction.commit();
+}
+
+bool SqliteDatabase::begin()
+{
+    return guarded([&] {
+        const bool isReadOnly = sqlite3_db_readonly(_connection->getHandle(), "main") == 1;
+        // tryExec clears the error code of a connection that is merely busy.
+        const int code = _connection->tryExec(isReadOnly ? "BEGIN" : "BEGIN IMMEDIATE");
+        if (code == SQLITE_BUSY || code == SQLITE_LOCKED)
+            return false;
+        if (code != SQLITE_OK)
+            throw SQLite::Exception(_connection->getHandle(), code);
+        _isInTransaction = true;
+        return true;
+    });
+}
+
+void SqliteDatabase::commit()
+{
+    guarded([&] {
+        _connection->exec("COMMIT");
+        _isInTransaction = false;
+        return 0;
+    });
+}
+
+void SqliteDatabase::rollback() noexcept
+{
+    if (!_isInTransaction || !_connection)
+        return;
+    for (auto& [text, prepared] : _statements)
+        prepared->tryReset();
+    // A failure that already undid everything leaves nothing to roll back, which is as good.
+    _connection->tryExec("ROLLBACK");
+    _isInTransaction = false;
+}
+
+SQLite::Statement& SqliteDatabase::statement(const char* text)
+{
+    std::unique_ptr<SQLite::Statement>& prepared = _statements[text];
+    if (!prepared)
+        prepared = std::make_unique<SQLite::Statement>(*_connection, text);
+    prepared->tryReset();
+    prepared->clearBindings();
+    return *prepared;
+}
+
+void SqliteDatabase::bindOne(SQLite::Statement& prepared, int index,
+                             const std::optional<std::string>& value)
+{
+    if (value)
+        prepared.bindNoCopy(index, *value);
+    else
+        prepared.bind(index);
+}
+
+Exception SqliteDatabase::failed(const SQLite::Exception& failure) const
+{
+    return failed(failure.getErrorCode() == SQLITE_NOTADB
+                      ? std::string("Die Datei ist keine Datenbank")
+                      : std::string(failure.what()));
+}
+
+Exception SqliteDatabase::failed(std::string_view reason) const
+{
+    return Exception(NSGenericException,
+                     stringWithFormat("%@ '%@' ist nicht verfügbar: %@", _name, _path, reason));
+}
+
+std::optional<std::string> textOrNull(const SQLite::Statement& row, int column)
+{
+    if (row.isColumnNull(column))
+        return std::nullopt;
+    return row.getColumn(column).getString();
+}
+
+std::string randomIdentifier()
+{
+    constexpr std::string_view digits = "0123456789abcdef";
+    std::random_device source;
+    std::string identifier;
+    for (int word = 0; word < 4; ++word) {
+        auto bits = static_cast<std::uint32_t>(source());
+        for (int digit = 0; digit < 8; ++digit, bits >>= 4)
+            identifier += digits[bits & 15U];
+    }
+    return identifier;
+}
+
+}  // namespace kt

@@ -1,0 +1,41 @@
+#pragma once
+
+#include "Sync/Host/Engine/SyncEngine.h"
+#include "Sync/Host/Services/PluginHost.h"
+
+namespace kt {
+
+/// The host object of a sync: a session of the plug-in is a session of the engine. Notes how far
+/// the plug-in came, which doSync's answer alone does not say.
+class ReferenceHost : public PluginHost {
+public:
+    /// The engine is not owned and outlives the host.
+    ReferenceHost(HostServices services, SyncEngine& engine);
+
+    int startSync(int mode) override;
+    std::optional<SyncRecordList> pullRecords() override;
+    std::optional<SyncResult> diffLocalStateWithLocalUpdates(
+        const SyncRecordList& localUpdates, const std::optional<SyncRecordList>& remoteUpdates,
+        int diffMode) override;
+    bool pushSyncResult(const SyncResult& result) override;
+    void updateLocalStateWithUpdates(const SyncRecordList& updates) override;
+    bool finishSync() override;
+    SyncRecordMap getLocalState() override;
+    bool resetLocalState() override;
+    bool isBinaryRunning(std::string_view name) override;
+
+    /// What the plug-in did since beginRun.
+    struct Course {
+        bool foundProgramRunning = false;
+        bool hasStarted = false;     // startSync was called, so the store could be loaded
+        bool hasTakenState = false;  // getLocalState was called, so the store was to be rewritten
+    };
+    void beginRun() { _course = {}; }
+    const Course& course() const { return _course; }
+
+private:
+    SyncEngine& _engine;
+    Course _course;
+};
+
+}  // namespace kt

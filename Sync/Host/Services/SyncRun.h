@@ -1,0 +1,56 @@
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "Sync/Host/Engine/SyncEngine.h"
+#include "Sync/Host/Services/ReferenceHost.h"
+#include "Sync/Host/Services/StoreBackups.h"
+#include "Sync/HostInterface/KTSyncPluginProtocol.h"
+
+namespace kt {
+
+/// What the user asked of a run.
+struct SyncRunWishes {
+    bool fromServer = false;
+    bool acceptLosses = false;
+    bool allowMassDelete = false;
+    bool dryRun = false;
+};
+
+struct SyncRunResult {
+    bool isCompleted = false;  // doSync's answer
+    std::string status;        // the plug-in's last status text
+    SyncRunSummary summary;
+    bool wasRestored = false;          // the store did not load, a backup was put back
+    std::vector<std::string> reasons;  // German lines of the host: why not, or what to know
+    ReferenceHost::Course course;      // of the run itself, not of settling
+};
+
+/// One run of a plug-in from the first look at the store to the settled end.
+class SyncRun {
+public:
+    /// Nothing is owned; all outlives the run.
+    SyncRun(ReferenceHost& host, KTSyncPluginProtocol& plugin, SyncEngine& engine,
+            const StoreBackups& backups, std::string home);
+
+    /// Never throws for what a store or a server does; the reasons say what went wrong.
+    SyncRunResult run(const SyncRunWishes& wishes);
+
+private:
+    /// The dated backup's name, empty where there is nothing to back up. Throws Exception.
+    std::string backUp(const SyncRunWishes& wishes);
+    /// doSync between the engine's beginning and end, and settling where it is due.
+    void synchronize(const SyncRunOptions& options, SyncRunResult& result);
+    void settle(SyncRunOptions options, const std::string& notedFingerprint, SyncRunResult& result);
+    bool couldNotLoad(const SyncRunResult& result) const;
+    std::vector<std::string> storeFiles();
+
+    ReferenceHost& _host;
+    KTSyncPluginProtocol& _plugin;
+    SyncEngine& _engine;
+    const StoreBackups& _backups;
+    std::string _home;
+};
+
+}  // namespace kt

@@ -1,0 +1,39 @@
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <nlohmann/json.hpp>
+
+#include "Sync/Host/Command/Output.h"
+
+namespace kt {
+namespace {
+
+TEST(Output, CountsInGerman)
+{
+    EXPECT_EQ(counted(0, "Ereignis", "Ereignisse"), "0 Ereignisse");
+    EXPECT_EQ(counted(1, "Ereignis", "Ereignisse"), "1 Ereignis");
+    EXPECT_EQ(counted(2, "Ereignis", "Ereignisse"), "2 Ereignisse");
+}
+
+TEST(Output, ALossIsOneLine)
+{
+    EXPECT_EQ(lineForLoss({"Privat", "/a.ics", "leer"}), "/a.ics: leer (Kalender 'Privat')");
+    EXPECT_EQ(lineForLoss({"", "/a.ics", "leer"}), "/a.ics: leer");
+    EXPECT_EQ(lineForLoss({"Privat", "", "doppelt"}), "doppelt (Kalender 'Privat')");
+}
+
+TEST(Output, LossesInJson)
+{
+    EXPECT_EQ(jsonText(jsonForLosses({})), "[]");
+    EXPECT_EQ(jsonText(jsonForLosses({{"Privat", "/a.ics", "leer"}})),
+              "[{\"calendar\":\"Privat\",\"file\":\"/a.ics\",\"reason\":\"leer\"}]");
+}
+
+TEST(Output, ATableAlignsByWhatIsSeen)
+{
+    EXPECT_EQ(tableText({{"Titel", "Zahl", ""}, {"Äpfel", "1", "x"}, {"日本", "22", ""}}),
+              "Titel  Zahl\nÄpfel  1     x\n日本   22\n");
+    EXPECT_EQ(tableText({}), "");
+}
+
+}  // namespace
+}  // namespace kt

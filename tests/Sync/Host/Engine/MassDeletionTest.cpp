@@ -1,0 +1,42 @@
+#include <string>
+
+#include <gtest/gtest.h>
+
+#include "Sync/Host/Engine/MassDeletion.h"
+
+namespace kt::test {
+namespace {
+
+struct Row {
+    std::string name;
+    MassDeletionFacts facts;
+    bool isRefused;
+};
+
+class Rule17 : public testing::TestWithParam<Row> {};
+
+INSTANTIATE_TEST_SUITE_P(Limits, Rule17,
+                         testing::Values(Row{"Nothing", {0, 0, false, true}, false},
+                                         Row{"TenOfTen", {10, 10, false, false}, false},
+                                         Row{"ElevenOfTwenty", {11, 20, false, false}, true},
+                                         Row{"ElevenOfTwentyTwo", {11, 22, false, false}, false},
+                                         Row{"ElevenOfTwentyThree", {11, 23, false, false}, false},
+                                         Row{"AllOfMany", {500, 500, false, false}, true},
+                                         Row{"EmptyStore", {0, 5, true, false}, true},
+                                         Row{"EmptyStoreThatWasEmpty", {0, 5, true, true}, false}),
+                         [](const auto& row) { return row.param.name; });
+
+TEST_P(Rule17, MassDeletionIsRefused)
+{
+    EXPECT_EQ(massDeletionReason(GetParam().facts).has_value(), GetParam().isRefused);
+}
+
+TEST(MassDeletionReason, SaysHowManyAndHowToGoOn)
+{
+    EXPECT_EQ(massDeletionReason({12, 20, false, false}),
+              "12 von 20 Datensätzen des Kontos würden gelöscht; es wurde nichts gelöscht "
+              "(--allow-mass-delete erlaubt es)");
+}
+
+}  // namespace
+}  // namespace kt::test

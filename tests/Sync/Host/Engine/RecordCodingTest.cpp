@@ -1,0 +1,135 @@
+#include <memory>
+#include <string>
+
+#include <gtest/gtest.h>
+#include <rapidcheck/gtest.h>
+
+#include "Sync/Foundation/Exception.h"
+#include "Sync/Host/Engine/RecordCoding.h"
+#include "tests/Sync/Host/Engine/SimulatedStore.h"
+#include "tests/support/ValueGenerator.h"
+
+namespace kt::test {
+namespace {
+
+Dictionary roundTrip(const Dictionary& record) { return decodedRecord(encodedRecord(record)); }
+
+TEST(RecordCoding, BringsDatesBackWithZoneAndFlag)
+{
+    const Dictionary record{{"StartDate", date("20071224T100000", "Asia/Tokyo")},
+                            {"EndDate", date("20071225")},
+                            {"ExceptionDates", Array{date("20080101T100000", "Etc/UTC")}}};
+    EXPECT_EQ(roundTrip(record), record);
+}
+
+TEST(RecordCoding, KeepsALeapSecondAndAnUnknownZone)
+{
+    const Dictionary record{{"StartDate", date("20161231T235960", "Custom/Büro")}};
+    EXPECT_EQ(roundTrip(record), record);
+}
+
+TEST(RecordCoding, KeepsTheOrderOfFields)
+{
+    const Dictionary record{{"b", 1}, {"a", 2}, {"c", Dictionary{{"z", 1}, {"y", 2}}}};
+    const Dictionary back = roundTrip(record);
+    std::string order;
+    for (const auto& [key, value] : back)
+        order += key;
+    for (const auto& [key, value] : back["c"].dictionary())
+        order += key;
+    EXPECT_EQ(order, "baczy");
+}
+
+TEST(RecordCoding, KeepsTextThatAPropertyListCannotHold)
+{
+    const Dictionary record{{"Title", std::string("halb \xED\xA0\xBD und NUL \0.", 20)},
+                            {"Notes", "\xFF kein UTF-8"},
+                            {"Location", "Café 🎄"}};
+    EXPECT_EQ(roundTrip(record), record);
+}
+
+TEST(RecordCoding, KeepsDictionariesThatLookLikeItsOwnMarks)
+{
+    const Dictionary record{{"AppleSpecialFields", Dictionary{{"KTSyncEnhancedDate", "x"},
+                                                              {"KTSyncText", "y"},
+                                                              {"X", "z"}}},
+                            {"Other", Dictionary{{"KTSyncPairs", Array{"a", "b"}}}}};
+    EXPECT_EQ(roundTrip(record), record);
+}
+
+TEST(RecordCoding, KeepsKindsOfNumbersApart)
+{
+    const Dictionary back =
+        roundTrip({{"b", true}, {"i", -5}, {"r", 1.5}, {"d", Data{std::string("\0x", 2)}}});
+    EXPECT_EQ(back["b"].kind(), Value::Kind::boolean);
+    EXPECT_EQ(back["i"], Value(-5));
+    EXPECT_EQ(back["r"], Value(1.5));
+    EXPECT_EQ(back["d"], Value(Data{std::string("\0x", 2)}));
+}
+
+RC_GTEST_PROP(RecordCoding, BringsEveryRecordBack, ())
+{
+    const Value record = *dictionaryValues(Alphabet::everything);
+    const Dictionary back = roundTrip(record.dictionary());
+    RC_ASSERT(Value(back) == record);
+    RC_ASSERT(contentHash(back) == contentHash(record.dictionary()));
+}
+
+TEST(RecordCoding, RefusesObjectsThatAreNoDates)
+{
+    class Other : public Object {
+        std::string description() const override { return "other"; }
+    };
+    EXPECT_THROW(encodedRecord({{"x", std::make_shared<Other>()}}), Exception);
+}
+
+TEST(RecordCoding, RefusesBytesThatAreNoRecord)
+{
+    EXPECT_THROW(decodedRecord(""), Exception);
+    EXPECT_THROW(decodedRecord("Brief"), Exception);
+}
+
+TEST(ContentHash, IsTheSameWhateverTheOrderOfFields)
+{
+    EXPECT_EQ(contentHash({{"a", 1}, {"b", "x"}}), contentHash({{"b", "x"}, {"a", 1}}));
+}
+
+TEST(ContentHash, TakesEqualNumbersForEqual)
+{
+    EXPECT_EQ(contentHash({{"a", 1}}), contentHash({{"a", true}}));
+    EXPECT_EQ(contentHash({{"a", 1}}), contentHash({{"a", 1.0}}));
+    EXPECT_NE(contentHash({{"a", 1}}), contentHash({{"a", 1.5}}));
+}
+
+TEST(ContentHash, TellsWhatIsDifferentApart)
+{
+    const std::string hash = contentHash({{"a", "b"}});
+    EXPECT_NE(hash, contentHash({{"a", "c"}}));
+    EXPECT_NE(hash, contentHash({{"ab", ""}}));
+    EXPECT_NE(hash, contentHash({{"a", Data{"b"}}}));
+    EXPECT_NE(hash, contentHash({{"a", Array{"b"}}}));
+    EXPECT_NE(contentHash({{"s", date("20071224")}}),
+              contentHash({{"s", date("20071224T000000")}}));
+    EXPECT_NE(contentHash({{"s", date("20071224T100000")}}),
+              contentHash({{"s", date("20071224T100000", "Asia/Tokyo")}}));
+}
+
+TEST(ContentHash, OfNeutralScopeLeavesOutWhatChangesByItself)
+{
+    const Dictionary record{{"Title", "Zahnarzt"}, {"StartDate", date("20071224T100000")}};
+    Dictionary other{{"Title", "Zahnarzt"},
+                     {"StartDate", date("20071224T100000", "Asia/Tokyo")},
+                     {"Timezone", "Asia/Tokyo"},
+                     {"DateStamp", date("20071224T100000")},
+                     {"ParentRecordKey", "C2"},
+                     {"RecurrenceParentRecordKey", "E2"}};
+    EXPECT_EQ(contentHash(record, HashScope::neutral), contentHash(other, HashScope::neutral));
+    other.set("Attendees", Array{"x"});
+    EXPECT_NE(contentHash(record, HashScope::neutral), contentHash(other, HashScope::neutral));
+    EXPECT_EQ(contentHash(record, HashScope::simple), contentHash(other, HashScope::simple));
+    other.set("Location", "Praxis");
+    EXPECT_NE(contentHash(record, HashScope::simple), contentHash(other, HashScope::simple));
+}
+
+}  // namespace
+}  // namespace kt::test

@@ -1,0 +1,151 @@
+#include <optional>
+#include <string>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include "Sync/Host/Engine/RecordFields.h"
+#include "Sync/Host/Engine/RecordMerge.h"
+#include "tests/Sync/Host/Engine/SimulatedStore.h"
+
+namespace kt::test {
+namespace {
+
+Dictionary merged(const Dictionary& agreed, const Dictionary& local, const Dictionary& server)
+{
+    const std::vector<std::string> units = changedUnits(agreed, local);
+    return mergedOntoAgreed(agreed, {local, units}, server);
+}
+
+struct WinnerRow {
+    std::string name;
+    Value localSequence;
+    Value serverSequence;
+    std::optional<std::string> localStamp;
+    std::optional<std::string> serverStamp;
+    MergeSide winner;
+};
+
+Dictionary stamped(const Value& sequence, const std::optional<std::string>& stamp)
+{
+    Dictionary record;
+    record.setIfPresent("Sequence", sequence);
+    if (stamp)
+        record.set("DateStamp", date(*stamp, "Etc/UTC"));
+    return record;
+}
+
+class Conflicts : public testing::TestWithParam<WinnerRow> {};
+
+INSTANTIATE_TEST_SUITE_P(
+    Rule10, Conflicts,
+    testing::Values(
+        WinnerRow{"HigherSequenceHere", "2", "1", {}, {}, MergeSide::local},
+        WinnerRow{"HigherSequenceThere", "1", "2", {}, {}, MergeSide::server},
+        WinnerRow{"SequenceIsAnInteger", "10", "9", {}, {}, MergeSide::local},
+        WinnerRow{"NoSequenceIsLowest", "0", Value(), {}, {}, MergeSide::local},
+        WinnerRow{"NoSequenceIsLowerThanMinusOne", Value(), "-1", {}, {}, MergeSide::server},
+        WinnerRow{"SequenceBeforeStamp", "2", "1", "20071224T100000", "20071225T100000",
+                  MergeSide::local},
+        WinnerRow{"LaterStampHere", "1", "1", "20071225T100000", "20071224T100000",
+                  MergeSide::local},
+        WinnerRow{"LaterStampThere", "1", "1", "20071224T100000", "20071225T100000",
+                  MergeSide::server},
+        WinnerRow{"NoStampIsEarliest", "1", "1", "20071224T100000", {}, MergeSide::local},
+        WinnerRow{"TheServerAtLast", "1", "1", "20071224T100000", "20071224T100000",
+                  MergeSide::server},
+        WinnerRow{"TheServerWithoutAnything", Value(), Value(), {}, {}, MergeSide::server}),
+    [](const auto& row) { return row.param.name; });
+
+TEST_P(Conflicts, HaveAWinner)
+{
+    const WinnerRow& row = GetParam();
+    const Dictionary local = stamped(row.localSequence, row.localStamp);
+    const Dictionary server = stamped(row.serverSequence, row.serverStamp);
+    EXPECT_EQ(winnerOfConflict(local, server), row.winner);
+}
+
+TEST(Conflicts, CompareStampsAsInstants)
+{
+    const Dictionary local{{"DateStamp", date("20071224T100000", "Asia/Tokyo")}};
+    const Dictionary server{{"DateStamp", date("20071224T050000", "Etc/UTC")}};
+    EXPECT_EQ(winnerOfConflict(local, server), MergeSide::server);
+}
+
+TEST(Rule7, ChangesOfBothSidesMeetOnTheAgreedRecord)
+{
+    const Dictionary agreed{{"Title", "Zahnarzt"}, {"Notes", "alt"}};
+    EXPECT_EQ(merged(agreed, {{"Title", "Zahnarzt"}, {"Notes", "neu"}},
+                     {{"Title", "Zahnarzt"}, {"Notes", "alt"}, {"Location", "Praxis"}}),
+              (Dictionary{{"Title", "Zahnarzt"}, {"Notes", "neu"}, {"Location", "Praxis"}}));
+}
+
+TEST(Rule7, AFieldRemovedHereIsRemoved)
+{
+    const Dictionary agreed{{"Title", "a"}, {"Notes", "n"}};
+    EXPECT_EQ(merged(agreed, {{"Title", "a"}}, agreed), (Dictionary{{"Title", "a"}}));
+}
+
+TEST(Rule7, AFieldRemovedThereIsRemoved)
+{
+    const Dictionary agreed{{"Title", "a"}, {"Notes", "n"}};
+    EXPECT_EQ(merged(agreed, agreed, {{"Title", "a"}}), (Dictionary{{"Title", "a"}}));
+}
+
+TEST(Rule8, StartAndEndAreTakenTogether)
+{
+    const Dictionary agreed{{"StartDate", 1}, {"EndDate", 2}, {"Sequence", "1"}};
+    // Here the start moved, there the end: one of the two, not a mixture.
+    EXPECT_EQ(merged(agreed, {{"StartDate", 0}, {"EndDate", 2}, {"Sequence", "2"}},
+                     {{"StartDate", 1}, {"EndDate", 5}, {"Sequence", "1"}}),
+              (Dictionary{{"StartDate", 0}, {"EndDate", 2}, {"Sequence", "2"}}));
+}
+
+TEST(Rule10, BothChangedOneFieldAndTheLoserKeepsItsOtherChanges)
+{
+    const Dictionary agreed{{"Title", "a"}, {"Notes", "n"}, {"Sequence", "1"}};
+    EXPECT_EQ(merged(agreed, {{"Title", "a"}, {"Notes", "hier"}, {"URL", "u"}, {"Sequence", "1"}},
+                     {{"Title", "a"}, {"Notes", "dort"}, {"Location", "l"}, {"Sequence", "1"}}),
+              (Dictionary{{"Title", "a"},
+                          {"Notes", "dort"},
+                          {"URL", "u"},
+                          {"Location", "l"},
+                          {"Sequence", "1"}}));
+}
+
+TEST(Rule10, TheSameChangeOnBothSidesIsNoConflict)
+{
+    const Dictionary agreed{{"Title", "a"}};
+    EXPECT_EQ(merged(agreed, {{"Title", "b"}}, {{"Title", "b"}}), (Dictionary{{"Title", "b"}}));
+}
+
+TEST(Rule12, WhatOnlyOneSideHasIsTaken)
+{
+    EXPECT_EQ(mergedWithoutBase({{"Title", "a"}, {"Notes", "n"}},
+                                {{"Title", "a"}, {"Location", "l"}}),
+              (Dictionary{{"Title", "a"}, {"Location", "l"}, {"Notes", "n"}}));
+}
+
+TEST(Rule12, WhatDiffersGoesToTheWinner)
+{
+    const Dictionary local{{"Title", "a"}, {"Notes", "hier"}, {"Sequence", "2"}};
+    const Dictionary server{{"Title", "a"}, {"Notes", "dort"}, {"Sequence", "1"}};
+    EXPECT_EQ(mergedWithoutBase(local, server), local);
+    EXPECT_EQ(mergedWithoutBase(server, local), local);
+}
+
+TEST(Rule12, PartsOfAUnitThatDoNotContradictStandTogether)
+{
+    EXPECT_EQ(mergedWithoutBase({{"Completed", false}, {"DueDate", 24}}, {{"Completed", false}}),
+              (Dictionary{{"Completed", false}, {"DueDate", 24}}));
+}
+
+TEST(Rule12, AnEndAndADurationNeverStandTogether)
+{
+    EXPECT_EQ(mergedWithoutBase({{"StartDate", 1}, {"Duration", 5}},
+                                {{"StartDate", 1}, {"EndDate", 2}}),
+              (Dictionary{{"StartDate", 1}, {"EndDate", 2}}));
+}
+
+}  // namespace
+}  // namespace kt::test

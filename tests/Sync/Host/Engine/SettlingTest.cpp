@@ -1,0 +1,130 @@
+#include <optional>
+#include <string>
+#include <vector>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "Sync/Host/Engine/HostSyncRecord.h"
+#include "Sync/Host/Engine/Settling.h"
+#include "tests/Sync/Host/Engine/SimulatedStore.h"
+
+namespace kt::test {
+namespace {
+
+using testing::ElementsAre;
+
+std::string parentOf(const Dictionary& record)
+{
+    return record.contains("ParentRecordKey") ? record["ParentRecordKey"].string() : "";
+}
+
+SyncRecord local(std::string_view conduit, const std::string& key, Dictionary record)
+{
+    const std::string parent = parentOf(record);
+    return std::make_shared<HostSyncRecord>(0, std::move(record), key, parent,
+                                            std::string(conduit));
+}
+
+HandedRecord handed(std::string_view conduit, const std::string& key, Dictionary record)
+{
+    const std::string parent = parentOf(record);
+    return {{std::string(conduit), key}, parent, std::move(record), false};
+}
+
+Dictionary taskRecord(const std::string& title, const std::string& due,
+                      const std::string& parent = "C")
+{
+    return {{"Title", title}, {"DueDate", date(due)}, {"ParentRecordKey", parent}};
+}
+
+Dictionary calendarRecord(const std::string& title, const std::string& sourceKey)
+{
+    return {{"Title", title},
+            {"Type", "CalendarNode"},
+            {"SourceKey", sourceKey},
+            {"Order", 0},
+            {"Color", "#F00"}};
+}
+
+const std::optional<std::string> kNone;
+
+TEST(PairWithHanded, GoesByKey)
+{
+    EXPECT_THAT(pairWithHanded({local(kConduitTask, "A", taskRecord("a", "20071224")),
+                                local(kConduitTask, "B", taskRecord("b", "20071225"))},
+                               {handed(kConduitTask, "A", taskRecord("a", "20071226")),
+                                handed(kConduitTask, "B", taskRecord("b", "20071227"))}),
+                ElementsAre("A", "B"));
+}
+
+TEST(PairWithHanded, TellsEqualKeysApartByContentWhateverTheirOrder)
+{
+    EXPECT_THAT(pairWithHanded({local(kConduitTask, "T", taskRecord("Einkaufen", "20071225")),
+                                local(kConduitTask, "T", taskRecord("Einkaufen", "20071224"))},
+                               {handed(kConduitTask, "T", taskRecord("Einkaufen", "20071224")),
+                                handed(kConduitTask, "T-2", taskRecord("Einkaufen", "20071225"))}),
+                ElementsAre("T-2", "T"));
+}
+
+TEST(PairWithHanded, TellsEqualKeysApartByWhatTheStoreKept)
+{
+    Dictionary first = taskRecord("Einkaufen", "20071224");
+    first.set("Attendees", Array{"verloren"});
+    Dictionary second = taskRecord("Einkaufen", "20071225");
+    second.set("Attendees", Array{"verloren"});
+    EXPECT_THAT(pairWithHanded({local(kConduitTask, "T", taskRecord("Einkaufen", "20071225")),
+                                local(kConduitTask, "T", taskRecord("Einkaufen", "20071224"))},
+                               {handed(kConduitTask, "T", first),
+                                handed(kConduitTask, "T-2", second)}),
+                ElementsAre("T-2", "T"));
+}
+
+TEST(PairWithHanded, FindsAnItemUnderAnotherKeyByItsContent)
+{
+    EXPECT_THAT(pairWithHanded({local(kConduitTask, "computed", taskRecord("a", "20071224"))},
+                               {handed(kConduitTask, "agreed", taskRecord("a", "20071224"))}),
+                ElementsAre("agreed"));
+}
+
+TEST(PairWithHanded, FindsACalendarUnderAnotherKeyAndItsItemsWithIt)
+{
+    EXPECT_THAT(pairWithHanded({local(kConduitCalendar, "computed", calendarRecord("Neu", "S")),
+                                local(kConduitTask, "t", taskRecord("a", "20071224", "computed"))},
+                               {handed(kConduitCalendar, "agreed", calendarRecord("Alt", "S")),
+                                handed(kConduitTask, "T", taskRecord("a", "20071224", "agreed"))}),
+                ElementsAre("agreed", "T"));
+}
+
+TEST(PairWithHanded, LeavesWhatBelongsToNothing)
+{
+    EXPECT_THAT(pairWithHanded({local(kConduitTask, "x", taskRecord("x", "20071224"))},
+                               {handed(kConduitTask, "A", taskRecord("a", "20071224"))}),
+                ElementsAre(kNone));
+}
+
+TEST(PairWithHanded, GivesEveryHandedRecordAwayOnce)
+{
+    EXPECT_THAT(pairWithHanded({local(kConduitTask, "A", taskRecord("a", "20071224")),
+                                local(kConduitTask, "A", taskRecord("a", "20071224"))},
+                               {handed(kConduitTask, "A", taskRecord("a", "20071224"))}),
+                ElementsAre("A", kNone));
+}
+
+TEST(PairWithHanded, LeavesKeptRecordsAlone)
+{
+    HandedRecord kept = handed(kConduitTask, "A", taskRecord("a", "20071224"));
+    kept.isKept = true;
+    EXPECT_THAT(pairWithHanded({local(kConduitTask, "A", taskRecord("a", "20071224"))}, {kept}),
+                ElementsAre(kNone));
+}
+
+TEST(PairWithHanded, KeepsConduitsApart)
+{
+    EXPECT_THAT(pairWithHanded({local(kConduitEvent, "A", taskRecord("a", "20071224"))},
+                               {handed(kConduitTask, "A", taskRecord("a", "20071224"))}),
+                ElementsAre(kNone));
+}
+
+}  // namespace
+}  // namespace kt::test

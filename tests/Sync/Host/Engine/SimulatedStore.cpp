@@ -1,0 +1,258 @@
+#include "tests/Sync/Host/Engine/SimulatedStore.h"
+
+#include <algorithm>
+#include <map>
+#include <set>
+
+#include "Sync/Foundation/Digest.h"
+#include "Sync/Foundation/Platform.h"
+#include "Sync/Host/Engine/HostEnhancedDate.h"
+#include "Sync/Host/Engine/HostSyncRecord.h"
+
+namespace kt::test {
+
+namespace {
+
+std::string text(const Dictionary& record, std::string_view field)
+{
+    const Value& value = record[field];
+    return value.isString() ? value.string() : "";
+}
+
+std::string startOf(const Dictionary& fields)
+{
+    const auto start = fields["StartDate"].objectOfClass<KTSyncEnhancedDate>();
+    return start ? start->descriptionWithCalendarFormat("%Y%m%dT%H:%M:%S") : "(null)";
+}
+
+std::string itemKey(const SimulatedItem& item, const std::string& calendarKey)
+{
+    const std::string title = text(item.fields, "Title");
+    if (item.conduit == kConduitTask)
+        return sha1DigestHex(title + calendarKey);
+    return sha1DigestHex(title + startOf(item.fields) + text(item.fields, "Sequence") +
+                         calendarKey);
+}
+
+// Two events of one calendar that agree in all of this are read once.
+std::string uniquenessKey(const SimulatedItem& item)
+{
+    std::string key;
+    for (const char* field :
+         {"Title", "Notes", "URL", "Location", "StartDate", "EndDate", "RecurrenceRule", "AllDay"})
+        key += item.fields[field].description() + "\n";
+    return key;
+}
+
+}  // namespace
+
+SimulatedCalendar* SimulatedStore::calendar(const std::string& title)
+{
+    const auto found = std::find_if(calendars.begin(), calendars.end(),
+                                    [&](const auto& each) { return each.title == title; });
+    return found == calendars.end() ? nullptr : &*found;
+}
+
+SimulatedItem* SimulatedStore::item(const std::string& calendarTitle, const std::string& title)
+{
+    SimulatedCalendar* owner = calendar(calendarTitle);
+    if (owner == nullptr)
+        return nullptr;
+    const auto found =
+        std::find_if(owner->items.begin(), owner->items.end(),
+                     [&](const auto& each) { return text(each.fields, "Title") == title; });
+    return found == owner->items.end() ? nullptr : &*found;
+}
+
+int SimulatedStore::count(const std::string& title) const
+{
+    int count = 0;
+    for (const auto& owner : calendars) {
+        for (const auto& each : owner.items)
+            count += text(each.fields, "Title") == title ? 1 : 0;
+    }
+    return count;
+}
+
+std::string SimulatedStore::calendarKey(const SimulatedCalendar& each) const
+{
+    return sha1DigestHex(each.title + each.type);
+}
+
+std::optional<std::string> SimulatedStore::parentKey(const SimulatedCalendar& each) const
+{
+    for (const SimulatedCalendar& group : calendars) {
+        if (group.isGroup() && !each.group.empty() && group.title == each.group)
+            return calendarKey(group);
+    }
+    // In the older layout what stands at top level is its own parent.
+    return _layout == Layout::tiger ? std::optional(calendarKey(each)) : std::nullopt;
+}
+
+SyncRecord SimulatedStore::calendarRecord(const SimulatedCalendar& each) const
+{
+    Dictionary record;
+    const auto parent = parentKey(each);
+    record.setIfPresent("ParentRecordKey", parent);
+    record.set("Order", each.order);
+    record.set("Type", each.type);
+    record.set("Color", each.color);
+    record.set("Title", each.title);
+    record.set("Notes", each.notes);
+    if (!each.isGroup())
+        record.set("SourceKey", each.sourceKey);
+    record.merge(each.extra);
+    record.set("AlarmsDisabled", 0);
+    return HostSyncRecordClass().syncRecordWithRecordType(0, record, calendarKey(each), parent,
+                                                          std::string(kConduitCalendar));
+}
+
+SyncRecordList SimulatedStore::itemRecords(const SimulatedCalendar& each) const
+{
+    const std::string parent = calendarKey(each);
+    std::map<std::string, std::string> seriesByUid;
+    std::multimap<std::string, Value> occurrences;
+    if (_layout == Layout::tiger) {
+        for (const SimulatedItem& item : each.items) {
+            if (item.fields.contains("RecurrenceRule"))
+                seriesByUid[item.uid] = itemKey(item, parent);
+        }
+        for (const SimulatedItem& item : each.items) {
+            if (item.fields.contains("RecurrenceId") && seriesByUid.count(item.uid) != 0)
+                occurrences.emplace(item.uid, item.fields["RecurrenceId"]);
+        }
+    }
+    std::set<std::string> known;
+    SyncRecordList records;
+    for (const SimulatedItem& item : each.items) {
+        if (item.conduit == kConduitEvent && !known.insert(uniquenessKey(item)).second)
+            continue;
+        Dictionary record = item.fields;
+        record.set("ParentRecordKey", parent);
+        record.set("Timezone", Platform::shared().localTimeZoneName());
+        if (record.contains("RecurrenceId") && seriesByUid.count(item.uid) != 0)
+            record.set("RecurrenceParentRecordKey", seriesByUid.at(item.uid));
+        if (record.contains("RecurrenceRule") && occurrences.count(item.uid) != 0) {
+            Array dates;
+            const auto range = occurrences.equal_range(item.uid);
+            for (auto at = range.first; at != range.second; ++at)
+                dates.push_back(at->second);
+            record.set("RecurrenceExceptionDates", dates);
+        }
+        records.push_back(HostSyncRecordClass().syncRecordWithRecordType(0, record,
+                                                                         itemKey(item, parent),
+                                                                         parent, item.conduit));
+    }
+    return records;
+}
+
+std::vector<SimulatedStore::Loaded> SimulatedStore::load() const
+{
+    // Of two calendars with one key the later one wins.
+    std::map<std::string, const SimulatedCalendar*> byKey;
+    for (const SimulatedCalendar& each : calendars)
+        byKey[calendarKey(each)] = &each;
+    std::vector<Loaded> loaded;
+    for (const auto& [key, each] : byKey) {
+        SyncRecord record = calendarRecord(*each);
+        if (record)
+            loaded.push_back({record, itemRecords(*each)});
+    }
+    return loaded;
+}
+
+void SimulatedStore::rewrite(const SyncRecordMap& records, std::optional<std::size_t> limit)
+{
+    ++_rewrites;
+    touch();
+    std::vector<std::pair<SyncRecord, SyncRecordList>> written;
+    std::map<std::string, std::size_t> places;
+    std::map<std::string, std::string> titles;
+    for (const auto& [key, record] : records) {
+        if (record->conduit() != kConduitCalendar)
+            continue;
+        places[key] = written.size();
+        titles[key] = text(record->record(), "Title");
+        written.emplace_back(record, SyncRecordList{});
+    }
+    for (const auto& [key, record] : records) {
+        const auto place = places.find(text(record->record(), "ParentRecordKey"));
+        if (record->conduit() != kConduitCalendar && place != places.end())
+            written[place->second].second.push_back(record);
+    }
+    std::stable_sort(written.begin(), written.end(), [](const auto& left, const auto& right) {
+        return left.first->record()["Order"].intValue() < right.first->record()["Order"].intValue();
+    });
+    if (limit && *limit < written.size())
+        written.resize(*limit);
+
+    calendars.clear();
+    std::map<std::string, int> orders;
+    for (const auto& [record, items] : written) {
+        const Dictionary& fields = record->record();
+        SimulatedCalendar each;
+        each.title = text(fields, "Title");
+        each.type = text(fields, "Type");
+        each.color = text(fields, "Color");
+        each.sourceKey =
+            fields.contains("SourceKey") ? text(fields, "SourceKey") : record->recordKey();
+        const std::string parent = text(fields, "ParentRecordKey");
+        if (parent != record->recordKey() && titles.count(parent) != 0)
+            each.group = titles.at(parent);
+        if (_layout == Layout::leopard || each.isGroup())
+            each.notes = text(fields, "Notes");
+        each.order = _layout == Layout::leopard ? fields["Order"].intValue() : orders[each.group]++;
+        for (const char* kept : {"Subscriber", "SubscriberData", "Publisher"})
+            each.extra.setIfPresent(kept, fields[kept]);
+        for (const SyncRecord& itemRecord : items) {
+            SimulatedItem item;
+            item.conduit = itemRecord->conduit();
+            item.fields = itemRecord->record();
+            item.uid = item.fields.contains("RecurrenceParentRecordKey")
+                           ? text(item.fields, "RecurrenceParentRecordKey")
+                           : itemRecord->recordKey();
+            for (const char* lost : {"ParentRecordKey", "Timezone", "RecurrenceParentRecordKey",
+                                     "RecurrenceExceptionDates"})
+                item.fields.remove(lost);
+            each.items.push_back(std::move(item));
+        }
+        // One file per item, listed by name; the names are the keys, which is near enough to
+        // random.
+        std::stable_sort(each.items.begin(), each.items.end(),
+                         [](const auto& left, const auto& right) { return left.uid < right.uid; });
+        calendars.push_back(std::move(each));
+    }
+}
+
+EnhancedDate date(const std::string& text, const std::string& timezone)
+{
+    const bool isAllDay = text.find('T') == std::string::npos;
+    return HostEnhancedDateClass().enhancedDateWithDate(
+        CalendarDate::dateWithString(isAllDay ? text + "T000000" : text, "%Y%m%dT%H%M%S"), timezone,
+        isAllDay);
+}
+
+SimulatedItem event(const std::string& title, const std::string& start, Dictionary more)
+{
+    Dictionary fields{{"Title", title}, {"Sequence", "1"}, {"StartDate", date(start)}};
+    fields.merge(more);
+    return {std::string(kConduitEvent), fields, "uid-" + title + start};
+}
+
+SimulatedItem task(const std::string& title, Dictionary more)
+{
+    Dictionary fields{{"Title", title}, {"Sequence", "1"}, {"Completed", false}};
+    fields.merge(more);
+    return {std::string(kConduitTask), fields, "uid-" + title};
+}
+
+SimulatedCalendar calendar(const std::string& title, std::vector<SimulatedItem> items)
+{
+    SimulatedCalendar made;
+    made.title = title;
+    made.sourceKey = "SK-" + title;
+    made.items = std::move(items);
+    return made;
+}
+
+}  // namespace kt::test

@@ -1,0 +1,84 @@
+#pragma once
+
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "Sync/HostInterface/KTSyncEnhancedDate.h"
+#include "Sync/HostInterface/KTSyncRecord.h"
+
+namespace kt::test {
+
+/// What a store can hold differs by layout; the simulation keeps to the differences that matter to
+/// an engine.
+enum class Layout { tiger, leopard };
+
+struct SimulatedItem {
+    std::string conduit;
+    Dictionary fields;  // without ParentRecordKey and Timezone, which the reader adds
+    std::string uid;
+};
+
+struct SimulatedCalendar {
+    std::string title;
+    std::string type = "CalendarNode";
+    std::string color = "#FF0000";
+    std::string notes;
+    std::string sourceKey;
+    int order = 0;
+    std::string group;  // title of its group, empty at top level
+    Dictionary extra;   // further fields of its record
+    std::vector<SimulatedItem> items;
+
+    bool isGroup() const { return type == "CalendarGroup"; }
+};
+
+/// A calendar store in memory that computes record keys from content, as the real ones do, and
+/// gives back after a rewrite only what its layout holds.
+class SimulatedStore {
+public:
+    explicit SimulatedStore(Layout layout = Layout::leopard) : _layout(layout) {}
+
+    std::vector<SimulatedCalendar> calendars;
+
+    /// Null when there is none of that title.
+    SimulatedCalendar* calendar(const std::string& title);
+    SimulatedItem* item(const std::string& calendarTitle, const std::string& title);
+    /// How many items of that title the whole store holds.
+    int count(const std::string& title) const;
+
+    /// Every calendar's record, each followed by its items' records.
+    struct Loaded {
+        SyncRecord calendar;
+        SyncRecordList items;
+    };
+    std::vector<Loaded> load() const;
+    /// Replaces everything by what the records say. `limit` cuts the rewrite off after so many
+    /// calendars, as a kill would.
+    void rewrite(const SyncRecordMap& records, std::optional<std::size_t> limit = std::nullopt);
+
+    /// Changes with every rewrite and whenever somebody says so.
+    std::string fingerprint() const { return std::to_string(_version); }
+    void touch() { ++_version; }
+    int rewrites() const { return _rewrites; }
+    Layout layout() const { return _layout; }
+
+private:
+    std::string calendarKey(const SimulatedCalendar& calendar) const;
+    std::optional<std::string> parentKey(const SimulatedCalendar& calendar) const;
+    SyncRecord calendarRecord(const SimulatedCalendar& calendar) const;
+    SyncRecordList itemRecords(const SimulatedCalendar& calendar) const;
+
+    Layout _layout;
+    int _version = 0;
+    int _rewrites = 0;
+};
+
+/// `20071224T100000` in that zone, or `20071224` all-day.
+EnhancedDate date(const std::string& text, const std::string& timezone = "Europe/Berlin");
+
+SimulatedItem event(const std::string& title, const std::string& start, Dictionary more = {});
+SimulatedItem task(const std::string& title, Dictionary more = {});
+SimulatedCalendar calendar(const std::string& title, std::vector<SimulatedItem> items = {});
+
+}  // namespace kt::test

@@ -1,0 +1,138 @@
+#include <map>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "Sync/Foundation/Exception.h"
+#include "tests/Sync/Host/Engine/FailingSqlite.h"
+#include "tests/Sync/Host/Engine/SyncEngineFixture.h"
+
+namespace kt::test {
+namespace {
+
+using testing::HasSubstr;
+using testing::IsEmpty;
+using testing::Not;
+
+class SyncEngineFaults : public SyncEngineFixture {
+protected:
+    // Files and homes at one moment, to start from again and again.
+    struct Moment {
+        std::map<std::string, std::string> files;
+        std::vector<SimulatedHome> homes;
+    };
+
+    Moment remembered()
+    {
+        Moment moment{folder.tree(), {}};
+        for (const auto& each : homes)
+            moment.homes.push_back(*each);
+        return moment;
+    }
+
+    void goBackTo(const Moment& moment)
+    {
+        for (const auto& [name, bytes] : folder.tree()) {
+            if (moment.files.count(name) == 0)
+                folder.remove(name);
+        }
+        for (const auto& [name, bytes] : moment.files)
+            folder.write(name, bytes);
+        for (std::size_t index = 0; index < homes.size(); ++index)
+            *homes[index] = moment.homes[index];
+    }
+
+    // Both homes changed something that the other one does not know of yet.
+    void givenChangesOnBothSides()
+    {
+        auto& a = home("a");
+        auto& b = home("b");
+        a.store.calendars = {calendar("Privat", {event("Zahnarzt", "20071224T100000"),
+                                                 task("Einkaufen"), task("Blumen")})};
+        syncUntilRest();
+        a.store.item("Privat", "Zahnarzt")->fields.set("Notes", "Karte");
+        removeItem(a, "Privat", "Blumen");
+        a.store.calendar("Privat")->items.push_back(task("neu bei a"));
+        b.store.item("Privat", "Zahnarzt")->fields.set("Location", "Praxis");
+        b.store.calendar("Privat")->items.push_back(task("neu bei b"));
+        b.sync();
+    }
+
+    void expectBothSidesChanges()
+    {
+        syncUntilRest();
+        expectEqualHomes();
+        for (const auto& each : homes) {
+            EXPECT_EQ(each->store.count("neu bei a"), 1);
+            EXPECT_EQ(each->store.count("neu bei b"), 1);
+            EXPECT_EQ(each->store.count("Blumen"), 0);
+            ASSERT_EQ(each->store.count("Zahnarzt"), 1);
+            const Dictionary& fields = each->store.item("Privat", "Zahnarzt")->fields;
+            EXPECT_EQ(fields["Notes"], Value("Karte"));
+            EXPECT_EQ(fields["Location"], Value("Praxis"));
+        }
+    }
+};
+
+TEST_F(SyncEngineFaults, AfterAnyFailedAccessTheNextRunsConverge)
+{
+    givenChangesOnBothSides();
+    const Moment before = remembered();
+    int access = 0;
+    for (bool hasFailed = true; hasFailed; ++access) {
+        goBackTo(before);
+        FailingSqlite::failAt(access);
+        try {
+            home("a").sync();
+        } catch (const Exception& exception) {
+            // The state file could not even be opened, which the host says.
+            EXPECT_THAT(exception.reason(), HasSubstr("Der lokale Sync-Stand"));
+        }
+        hasFailed = FailingSqlite::hasFailed();
+        FailingSqlite::failAt(-1);
+        expectBothSidesChanges();
+        if (HasFailure()) {
+            ADD_FAILURE() << "after failed access " << access;
+            return;
+        }
+    }
+    EXPECT_GT(access, 50);
+}
+
+TEST_F(SyncEngineFaults, AFailureIsSaidAndNeverThrown)
+{
+    givenChangesOnBothSides();
+    LocalState state(home("a").statePath());
+    const auto server = syncServerWithURL(serverUrl());
+    HostLossReport losses;
+    std::vector<std::string> log;
+    SyncEngine engine(state, *server, losses,
+                      [&](std::string_view line) { log.emplace_back(line); });
+    engine.beginRun({});
+    FailingSqlite::failAt(0);
+    EXPECT_EQ(engine.startSync(5), 0);
+    FailingSqlite::failAt(-1);
+    const SyncRunSummary summary = engine.endRun(false);
+    EXPECT_EQ(summary.startResult, 0);
+    EXPECT_THAT(summary.reasons, Not(IsEmpty()));
+    EXPECT_EQ(log, summary.reasons);
+}
+
+TEST_F(SyncEngineFaults, ALogThatThrowsStopsNobody)
+{
+    auto& a = home("a");
+    LocalState state(a.statePath());
+    const auto server = syncServerWithURL("sqlite:" + folder.path("missing/server.db"));
+    HostLossReport losses;
+    SyncEngine engine(state, *server, losses,
+                      [](std::string_view) { throw std::runtime_error("full disk"); });
+    engine.beginRun({});
+    EXPECT_EQ(engine.startSync(5), 0);
+    EXPECT_THAT(engine.endRun(false).reasons, Not(IsEmpty()));
+}
+
+}  // namespace
+}  // namespace kt::test

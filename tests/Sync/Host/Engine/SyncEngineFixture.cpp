@@ -1,0 +1,119 @@
+#include "tests/Sync/Host/Engine/SyncEngineFixture.h"
+
+#include <algorithm>
+
+namespace kt::test {
+
+SimulatedHome& SyncEngineFixture::home(const std::string& name, Layout layout)
+{
+    SimulatedHome*& known = homesByName[name];
+    if (known == nullptr) {
+        homes.push_back(
+            std::make_unique<SimulatedHome>(folder.path(name + ".state"), serverUrl(), layout));
+        known = homes.back().get();
+    }
+    return *known;
+}
+
+void SyncEngineFixture::syncAll()
+{
+    for (const auto& each : homes)
+        each->sync();
+}
+
+void SyncEngineFixture::syncUntilRest()
+{
+    for (int round = 0; round < 6; ++round) {
+        bool isQuiet = true;
+        for (const auto& each : homes) {
+            const SyncRunSummary summary = each->sync();
+            EXPECT_TRUE(summary.finished) << testing::PrintToString(summary.reasons);
+            isQuiet =
+                isQuiet && summary.startResult == 1 && summary.sent + summary.deletedOnServer == 0;
+        }
+        if (isQuiet)
+            return;
+    }
+    ADD_FAILURE() << "the homes do not come to rest";
+}
+
+void SyncEngineFixture::expectRest()
+{
+    syncUntilRest();
+    const auto before = serverDigests();
+    for (int round = 0; round < 2; ++round) {
+        for (const auto& each : homes) {
+            const int rewrites = each->store.rewrites();
+            const SyncRunSummary summary = each->sync();
+            EXPECT_EQ(summary.startResult, 1);
+            EXPECT_EQ(each->store.rewrites(), rewrites);
+        }
+    }
+    const auto after = serverDigests();
+    ASSERT_EQ(after.size(), before.size());
+    for (std::size_t index = 0; index < after.size(); ++index)
+        EXPECT_EQ(after[index].revision, before[index].revision);
+}
+
+std::vector<std::string> SyncEngineFixture::contents(const SimulatedHome& home)
+{
+    std::vector<std::string> lines;
+    for (const SimulatedCalendar& each : home.store.calendars) {
+        lines.push_back(each.title + " | " + each.type + " | " + each.color + " | " + each.group);
+        for (const SimulatedItem& item : each.items) {
+            Dictionary fields = item.fields;
+            fields.remove("DateStamp");
+            lines.push_back(each.title + " | " + item.conduit + " | " + fields.description());
+        }
+    }
+    std::sort(lines.begin(), lines.end());
+    return lines;
+}
+
+void SyncEngineFixture::expectEqualHomes()
+{
+    for (const auto& each : homes)
+        EXPECT_EQ(contents(*each), contents(*homes.front()));
+}
+
+void SyncEngineFixture::removeItem(SimulatedHome& home, const std::string& calendar,
+                                   const std::string& title)
+{
+    auto& items = home.store.calendar(calendar)->items;
+    const SimulatedItem* gone = home.store.item(calendar, title);
+    ASSERT_NE(gone, nullptr);
+    items.erase(items.begin() + (gone - items.data()));
+    home.store.touch();
+}
+
+void SyncEngineFixture::removeCalendar(SimulatedHome& home, const std::string& title)
+{
+    auto& calendars = home.store.calendars;
+    const SimulatedCalendar* gone = home.store.calendar(title);
+    ASSERT_NE(gone, nullptr);
+    calendars.erase(calendars.begin() + (gone - calendars.data()));
+    home.store.touch();
+}
+
+std::vector<ServerDigest> SyncEngineFixture::serverDigests()
+{
+    OpenedSession opened =
+        syncServerWithURL(serverUrl())->openSession("default", "test", ServerAccess::readOnly);
+    if (!opened.session) {
+        ADD_FAILURE() << opened.reason;
+        return {};
+    }
+    return opened.session->digests();
+}
+
+std::vector<RecordId> SyncEngineFixture::liveOnServer()
+{
+    std::vector<RecordId> live;
+    for (const ServerDigest& digest : serverDigests()) {
+        if (!digest.isTombstone)
+            live.push_back(digest.id);
+    }
+    return live;
+}
+
+}  // namespace kt::test

@@ -1,0 +1,252 @@
+#include <memory>
+#include <string>
+#include <vector>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "tests/Sync/Host/Engine/SyncEngineFixture.h"
+
+namespace kt::test {
+namespace {
+
+using testing::IsEmpty;
+
+class Scenario : public SyncEngineFixture {};
+
+TEST_F(Scenario, TheFirstHomeGoesUpAndTheSecondComesDown)
+{
+    auto& a = home("a");
+    auto& b = home("b");
+    a.store.calendars = {
+        calendar("Privat", {event("Zahnarzt", "20071224T100000"), task("Einkaufen")})};
+    EXPECT_EQ(a.sync().startResult, 2);
+    EXPECT_EQ(a.store.rewrites(), 0);
+    const auto summary = b.sync();
+    EXPECT_EQ(summary.startResult, 6);
+    EXPECT_TRUE(summary.settled);
+    EXPECT_EQ(summary.received, 3U);
+    EXPECT_EQ(b.store.count("Zahnarzt"), 1);
+    EXPECT_EQ(b.store.count("Einkaufen"), 1);
+    expectRest();
+}
+
+TEST_F(Scenario, AnEditTravelsAndADeletionTravels)
+{
+    auto& a = home("a");
+    auto& b = home("b");
+    a.store.calendars = {
+        calendar("Privat", {event("Zahnarzt", "20071224T100000"), task("Einkaufen")})};
+    syncAll();
+    a.store.item("Privat", "Zahnarzt")->fields.set("Location", "Praxis");
+    b.store.calendar("Privat")->items.erase(
+        b.store.calendar("Privat")->items.begin() +
+        (b.store.item("Privat", "Einkaufen") - b.store.calendar("Privat")->items.data()));
+    syncAll();
+    syncAll();
+    EXPECT_EQ(b.store.item("Privat", "Zahnarzt")->fields["Location"], Value("Praxis"));
+    EXPECT_EQ(a.store.count("Einkaufen"), 0);
+    expectRest();
+}
+
+// Where a run is broken off after its session took effect.
+class ScenarioBrokenOff : public Scenario, public testing::WithParamInterface<Break> {};
+
+INSTANTIATE_TEST_SUITE_P(AfterFinish, ScenarioBrokenOff,
+                         testing::Values(Break::killAfterFinish, Break::killInRewrite,
+                                         Break::killBeforeSettling, Break::cancelBeforeRewrite));
+
+TEST_P(ScenarioBrokenOff, WhatWasDeletedStaysGoneAndWhatWasEditedIsThereOnce)
+{
+    auto& a = home("a");
+    auto& b = home("b");
+    a.store.calendars = {calendar("Privat",
+                                  {event("e", "20071224T100000"), event("f", "20071225T100000")}),
+                         calendar("Arbeit", {task("Bericht")})};
+    syncUntilRest();
+    removeItem(b, "Privat", "e");
+    b.store.item("Privat", "f")->fields.set("Location", "Praxis");
+    b.store.item("Privat", "f")->fields.set("Sequence", "2");  // another key
+    b.sync();
+    SimulatedHome::Wishes wishes;
+    wishes.breakAt = GetParam();
+    a.sync(wishes);
+    EXPECT_EQ(a.sync().startResult, 6);
+    for (const auto* each : {&a, &b}) {
+        EXPECT_EQ(each->store.count("e"), 0);
+        EXPECT_EQ(each->store.count("f"), 1);
+        EXPECT_EQ(each->store.count("Bericht"), 1);
+    }
+    expectRest();
+    expectEqualHomes();
+}
+
+TEST_P(ScenarioBrokenOff, WhatWasEditedMeanwhileIsNotLost)
+{
+    auto& a = home("a");
+    auto& b = home("b");
+    a.store.calendars = {
+        calendar("Privat", {event("e", "20071224T100000"), event("f", "20071225T100000")})};
+    syncUntilRest();
+    b.store.item("Privat", "e")->fields.set("Location", "Praxis");
+    b.sync();
+    SimulatedHome::Wishes wishes;
+    wishes.breakAt = GetParam();
+    a.sync(wishes);
+    if (SimulatedItem* f = a.store.item("Privat", "f"))
+        f->fields.set("Notes", "danach");
+    const bool wasThere = a.store.item("Privat", "f") != nullptr;
+    a.store.touch();
+    syncUntilRest();
+    EXPECT_EQ(b.store.item("Privat", "f")->fields.contains("Notes"), wasThere);
+    EXPECT_EQ(a.store.item("Privat", "e")->fields["Location"], Value("Praxis"));
+    expectRest();
+    expectEqualHomes();
+}
+
+TEST_F(Scenario, AStoreWithoutASingleInfoFileIsHealed)
+{
+    auto& a = home("a");
+    auto& b = home("b");
+    a.store.calendars = {calendar("Privat", {event("e", "20071224T100000")}),
+                         calendar("Geheim", {task("geheim")})};
+    a.sync();
+    a.switchOff("Geheim");
+    a.sync();
+    b.sync();
+    b.store.calendar("Privat")->items.push_back(task("Blumen"));
+    b.sync();
+    SimulatedHome::Wishes wishes;
+    wishes.breakAt = Break::killAfterFinish;
+    a.sync(wishes);
+    a.store.rewrite({});  // every item file is written, no folder can be read
+    EXPECT_TRUE(a.sync().settled);
+    EXPECT_EQ(a.store.count("e"), 1);
+    EXPECT_EQ(a.store.count("Blumen"), 1);
+    EXPECT_EQ(a.store.count("geheim"), 1);
+    EXPECT_EQ(b.store.count("geheim"), 1);
+    expectRest();
+}
+
+TEST_F(Scenario, OneEventEditedOnTwoDevicesHasBothEdits)
+{
+    auto& a = home("a");
+    auto& b = home("b");
+    a.store.calendars = {calendar("Privat", {event("e", "20071224T100000")})};
+    syncUntilRest();
+    a.store.item("Privat", "e")->fields.set("Notes", "Karte");
+    a.store.item("Privat", "e")->fields.set("Sequence", "2");
+    b.store.item("Privat", "e")->fields.set("Location", "Praxis");
+    b.store.item("Privat", "e")->fields.set("Sequence", "2");
+    syncUntilRest();
+    for (auto* each : {&a, &b}) {
+        ASSERT_EQ(each->store.count("e"), 1);
+        EXPECT_EQ(each->store.item("Privat", "e")->fields["Notes"], Value("Karte"));
+        EXPECT_EQ(each->store.item("Privat", "e")->fields["Location"], Value("Praxis"));
+    }
+    expectRest();
+}
+
+TEST_F(Scenario, ADeletedEventStaysDeletedWhenACheckBoxIsClickedBeforeTheSync)
+{
+    auto& a = home("a");
+    auto& b = home("b");
+    a.store.calendars = {calendar("Privat", {event("e", "20071224T100000"), task("t")}),
+                         calendar("Arbeit", {task("Bericht")})};
+    syncUntilRest();
+    removeItem(a, "Privat", "e");
+    a.switchOff("Arbeit");
+    a.sync();
+    EXPECT_EQ(a.store.count("e"), 0);
+    syncUntilRest();
+    EXPECT_EQ(b.store.count("e"), 0);
+    EXPECT_EQ(a.store.count("Bericht"), 1);
+    expectRest();
+}
+
+TEST_F(Scenario, ACalendarThatCannotBeReadIsHeldAndGoesOnOnceItIsMended)
+{
+    auto& a = home("a");
+    auto& b = home("b");
+    a.store.calendars = {calendar("Privat", {event("e", "20071224T100000")}),
+                         calendar("Arbeit", {task("Bericht")})};
+    syncUntilRest();
+    a.unreadable = {"Privat"};
+    const SyncRunSummary held = a.sync();
+    EXPECT_TRUE(held.held);
+    ASSERT_EQ(held.losses.size(), 1U);
+    EXPECT_EQ(held.losses[0].calendar, "Privat");
+    EXPECT_EQ(held.deletedOnServer, 0U);
+    b.store.item("Privat", "e")->fields.set("Location", "Praxis");
+    b.sync();
+    a.sync();
+    a.unreadable = {};
+    a.store.item("Privat", "e")->fields.set("Notes", "Karte");
+    syncUntilRest();
+    EXPECT_EQ(a.store.item("Privat", "e")->fields["Location"], Value("Praxis"));
+    EXPECT_EQ(b.store.item("Privat", "e")->fields["Notes"], Value("Karte"));
+    expectRest();
+}
+
+TEST_F(Scenario, TwentyIdleRunsMoveNotAByte)
+{
+    auto& a = home("a", Layout::tiger);
+    auto& b = home("b");
+    SimulatedCalendar group = calendar("Haus");
+    group.type = "CalendarGroup";
+    group.notes = "alles ums Haus";
+    SimulatedCalendar garden =
+        calendar("Garten", {task("Gießen"), event("Ernte", "20080801T100000")});
+    garden.group = "Haus";
+    garden.notes = "hinten";
+    SimulatedCalendar feed = calendar("Feiertage", {event("Neujahr", "20080101")});
+    feed.type = "CalendarSubscriber";
+    feed.extra = {{"Subscriber",
+                   Dictionary{{"SubscriptionURL", "http://example.invalid"}, {"RefreshDate", 1}}}};
+    a.store.calendars = {calendar("Privat", {event("e", "20071224T100000")})};
+    b.store.calendars = {group, garden, feed};
+    syncUntilRest();
+    const auto before = folder.tree();
+    const auto storesBefore = std::make_pair(contents(a), contents(b));
+    for (int run = 0; run < 20; ++run) {
+        EXPECT_EQ(a.sync().startResult, 1);
+        EXPECT_EQ(b.sync().startResult, 1);
+    }
+    EXPECT_EQ(folder.tree(), before);
+    EXPECT_EQ(std::make_pair(contents(a), contents(b)), storesBefore);
+}
+
+TEST_F(Scenario, ARefreshedSubscriptionIsNoChange)
+{
+    auto& a = home("a");
+    home("b");
+    SimulatedCalendar feed = calendar("Feiertage", {event("Neujahr", "20080101")});
+    feed.type = "CalendarSubscriber";
+    feed.extra = {{"Subscriber",
+                   Dictionary{{"SubscriptionURL", "http://example.invalid"}, {"RefreshDate", 1}}}};
+    a.store.calendars = {feed};
+    syncUntilRest();
+    a.store.calendar("Feiertage")->extra = {
+        {"Subscriber", Dictionary{{"SubscriptionURL", "http://example.invalid"},
+                                  {"RefreshDate", 2},
+                                  {"NeedsRefresh", true}}}};
+    EXPECT_EQ(a.sync().sent, 0U);
+}
+
+TEST_F(Scenario, TwoEventsThatTheStoreTakesForOneAreBothKept)
+{
+    auto& a = home("a");
+    auto& b = home("b");
+    a.store.calendars = {calendar("Privat", {event("e", "20071224T100000")})};
+    syncUntilRest();
+    // Both raise the sequence in their own way: two keys, one event to the reader.
+    a.store.item("Privat", "e")->fields.set("Sequence", "2");
+    b.store.item("Privat", "e")->fields.set("Sequence", "3");
+    syncUntilRest();
+    EXPECT_EQ(liveOnServer().size(), 3U);
+    expectRest();
+    EXPECT_EQ(liveOnServer().size(), 3U);
+}
+
+}  // namespace
+}  // namespace kt::test

@@ -1,0 +1,20 @@
+#include <gtest/gtest.h>
+
+#include "Sync/Host/Services/HostClasses.h"
+
+namespace kt {
+namespace {
+
+TEST(HostClasses, AreFoundUnderTheNamesThatAPluginAsksFor)
+{
+    HostClasses classes;
+    const KTClassTable table = classes.table();
+    EXPECT_NE(dynamic_cast<KTSyncRecordClass*>(table.classNamed("KTSyncRecord")), nullptr);
+    EXPECT_NE(dynamic_cast<KTSyncEnhancedDateClass*>(table.classNamed("KTSyncEnhancedDate")),
+              nullptr);
+    EXPECT_EQ(table.classNamed("KTLossReport"), &classes.lossReport());
+    EXPECT_EQ(table.classNamed("NSString"), nullptr);
+}
+
+}  // namespace
+}  // namespace kt

@@ -1,0 +1,315 @@
+#include <filesystem>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <unistd.h>
+
+#include "Sync/Host/Server/SyncServer.h"
+#include "Sync/Host/Services/SyncRun.h"
+#include "tests/support/HostKit.h"
+
+namespace kt {
+namespace {
+
+namespace fs = std::filesystem;
+using test::HostKit;
+using test::ScriptedPlugin;
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::IsEmpty;
+using testing::Not;
+using testing::SizeIs;
+
+SyncRecord calendar(const std::string& key)
+{
+    return std::make_shared<HostSyncRecord>(0,
+                                            Dictionary{{"Order", 0},
+                                                       {"Type", "CalendarNode"},
+                                                       {"Color", "#000000FF"},
+                                                       {"Title", key},
+                                                       {"Notes", ""},
+                                                       {"SourceKey", key}},
+                                            key, std::nullopt, std::string(kConduitCalendar));
+}
+
+/// A device on a server; its store is one file a calendar, named after it.
+class SyncRunTest : public testing::Test {
+protected:
+    SyncRunTest()
+    {
+        plugin.files = {kit.home.path("Library/Calendars")};
+        plugin.load = [this] { return loadStore(); };
+        plugin.rewrite = [this](const SyncRecordMap& records) { return rewriteStore(records); };
+        kit.home.write("Library/Calendars/Privat", "Privat");
+    }
+    SyncRecordList loadStore() const
+    {
+        SyncRecordList records;
+        for (const auto& [name, bytes] : kit.home.tree())
+            if (name.starts_with("Library/Calendars/") && !name.ends_with("/"))
+                records.push_back(calendar(fs::path(name).filename()));
+        return records;
+    }
+    bool rewriteStore(const SyncRecordMap& records) const
+    {
+        kit.home.remove("Library/Calendars");
+        for (const auto& [key, record] : records)
+            kit.home.write("Library/Calendars/" + key, key);
+        return true;
+    }
+    SyncRunResult run(const SyncRunWishes& wishes = {})
+    {
+        return SyncRun(host, plugin, engine, backups, kit.home.path()).run(wishes);
+    }
+    /// What another device sends up; it has nothing else.
+    void otherDeviceSends(const std::string& key)
+    {
+        LocalState otherState(kit.home.path("other.sqlite"));
+        SyncEngine other(otherState, *server, losses, {});
+        other.beginRun({});
+        other.startSync(5);
+        const auto result =
+            other.diffLocalStateWithLocalUpdates({calendar(key)}, other.pullRecords(), 7);
+        ASSERT_TRUE(result && other.pushSyncResult(*result) && other.finishSync());
+        other.endRun(true);
+    }
+    std::vector<std::string> store() const
+    {
+        std::vector<std::string> names;
+        for (const SyncRecord& record : loadStore())
+            names.push_back(record->recordKey());
+        return names;
+    }
+
+    HostKit kit;
+    LocalState state{kit.suite.localStatePath()};
+    std::unique_ptr<SyncServer> server =
+        syncServerWithURL("sqlite:" + kit.home.path("server.sqlite"));
+    HostLossReport losses;
+    SyncEngine engine{state, *server, losses, {}};
+    ReferenceHost host{kit.services(), engine};
+    ScriptedPlugin plugin{host};
+    StoreBackups backups{kit.suite.backupsPath()};
+};
+
+TEST_F(SyncRunTest, ADisabledPluginIsAskedAndNothingElseHappens)
+{
+    plugin.isOn = false;
+    const auto before = kit.home.tree();
+    const SyncRunResult result = run();
+    EXPECT_FALSE(result.isCompleted);
+    EXPECT_EQ(result.status, "ausgeschaltet");
+    EXPECT_EQ(kit.home.tree(), before);
+}
+
+TEST_F(SyncRunTest, AStoreThatCannotBeListedEndsTheRunBeforeThePluginIsAsked)
+{
+    kit.home.remove("Library/Calendars");
+    kit.home.write("Library/Calendars", "eine Datei");
+    const SyncRunResult result = run();
+    EXPECT_FALSE(result.isCompleted);
+    EXPECT_THAT(result.reasons,
+                ElementsAre("Der Kalenderordner \"" + kit.home.path("Library/Calendars") +
+                            "\" kann nicht gelesen werden."));
+    EXPECT_THAT(kit.shown(), HasSubstr(result.reasons.front()));
+    EXPECT_EQ(plugin.runs, 0);
+    EXPECT_THAT(backups.names(), IsEmpty());
+}
+
+TEST_F(SyncRunTest, TheStoreIsBackedUpBeforeItIsTouched)
+{
+    otherDeviceSends("Arbeit");
+    plugin.load = [this] {
+        EXPECT_THAT(backups.names(), SizeIs(1));
+        return loadStore();
+    };
+    EXPECT_TRUE(run().isCompleted);
+    EXPECT_THAT(store(), ElementsAre("Arbeit", "Privat"));
+    const std::string copy = kit.suite.backupsPath() + "/" + backups.names().front();
+    EXPECT_TRUE(fs::exists(copy + "/Calendars/Privat"));
+    EXPECT_FALSE(fs::exists(copy + "/Calendars/Arbeit"));
+}
+
+TEST_F(SyncRunTest, WithoutABackupNothingIsTouched)
+{
+    kit.home.write("Library/Application Support/VeloraSuite/Backups", "eine Datei");
+    const SyncRunResult result = run();
+    EXPECT_FALSE(result.isCompleted);
+    EXPECT_THAT(result.reasons, ElementsAre(HasSubstr("kann nicht angelegt werden.")));
+    EXPECT_EQ(plugin.runs, 0);
+}
+
+TEST_F(SyncRunTest, TenBackupsAndTheFirstAreKept)
+{
+    for (int i = 0; i < 13; ++i)
+        run();
+    EXPECT_THAT(backups.names(), SizeIs(11));
+}
+
+TEST_F(SyncRunTest, ADryRunMakesNoBackup)
+{
+    run({.dryRun = true});
+    EXPECT_THAT(backups.names(), IsEmpty());
+    EXPECT_EQ(plugin.runs, 1);
+}
+
+TEST_F(SyncRunTest, WhatCannotBeBackedUpIsNotLetGo)
+{
+    if (::geteuid() != 0)
+        GTEST_SKIP() << "needs root, to act as somebody who may not read a file";
+    const std::string secret = kit.home.path("Library/Calendars/Geheim");
+    kit.home.write("Library/Calendars/Geheim", "geheim");
+    fs::permissions(secret, fs::perms::none);
+    fs::permissions(kit.home.path(), fs::perms::all);
+    fs::permissions(kit.suite.path(), fs::perms::all);
+    constexpr uid_t kNobody = 65534;
+    ASSERT_EQ(::seteuid(kNobody), 0);
+    const SyncRunResult accepting = run({.acceptLosses = true});
+    const int runsWhileAccepting = plugin.runs;
+    run();
+    ASSERT_EQ(::seteuid(0), 0);
+    EXPECT_THAT(accepting.reasons, ElementsAre("\"" + secret +
+                                               "\" kann nicht gelesen und deshalb auch nicht "
+                                               "gesichert werden."));
+    EXPECT_EQ(runsWhileAccepting, 0);
+    EXPECT_EQ(plugin.runs, 1) << "a run that losses hold back overwrites nothing";
+    EXPECT_THAT(kit.shown(), HasSubstr("Nicht gesichert, da nicht lesbar: \"" + secret + "\""));
+}
+
+TEST_F(SyncRunTest, AfterARewriteTheStoreIsReadOnceMoreAndSettles)
+{
+    otherDeviceSends("Arbeit");
+    const SyncRunResult result = run();
+    EXPECT_TRUE(result.isCompleted);
+    EXPECT_TRUE(result.summary.settled);
+    EXPECT_THAT(plugin.startResults, ElementsAre(6, 1));
+    EXPECT_EQ(engine.markedBackup(), std::nullopt);
+    run();
+    EXPECT_THAT(plugin.startResults, ElementsAre(6, 1, 1)) << "nothing to do, no rewrite";
+}
+
+TEST_F(SyncRunTest, OfASettlingRunNothingIsShownOrStored)
+{
+    otherDeviceSends("Arbeit");
+    const SyncRunResult result = run();
+    EXPECT_EQ(plugin.runs, 2);
+    EXPECT_EQ(result.status, "fertig 1");
+    EXPECT_EQ(host.status(), "fertig 1");
+    EXPECT_THAT(kit.shown(), HasSubstr("Lauf 1\n"));
+    EXPECT_THAT(kit.shown() + kit.logFile(), Not(HasSubstr("Lauf 2")));
+    EXPECT_EQ(kit.preferences.objectForKey("Lauf", {}), Value(1));
+}
+
+TEST_F(SyncRunTest, AStoreThatChangedAfterTheRewriteDoesNotSettle)
+{
+    otherDeviceSends("Arbeit");
+    plugin.load = [this] {
+        if (plugin.runs == 2)
+            kit.home.write("Library/Calendars/Neu", "von jemand anderem");
+        return loadStore();
+    };
+    const SyncRunResult result = run();
+    EXPECT_TRUE(result.isCompleted);
+    EXPECT_FALSE(result.summary.settled);
+    EXPECT_THAT(result.reasons,
+                ElementsAre(HasSubstr("haben sich während der Synchronisierung geändert")));
+    EXPECT_NE(engine.markedBackup(), std::nullopt);
+    EXPECT_TRUE(run().summary.settled) << "the next run heals";
+    EXPECT_THAT(store(), ElementsAre("Arbeit", "Neu", "Privat"));
+}
+
+/// A rewrite that never came to its end.
+class InterruptedRewrite : public SyncRunTest {
+protected:
+    InterruptedRewrite()
+    {
+        otherDeviceSends("Arbeit");
+        plugin.rewrite = [this](const SyncRecordMap&) {
+            kit.home.remove("Library/Calendars/Privat");
+            kit.home.write("Library/Calendars/halb", "unlesbar");
+            return false;
+        };
+        EXPECT_FALSE(run().isCompleted);
+        marked = engine.markedBackup().value_or("");
+        plugin.rewrite = [this](const SyncRecordMap& records) { return rewriteStore(records); };
+    }
+    /// The store loads only where no half of a rewrite stands.
+    void refuseHalves()
+    {
+        plugin.load = [this]() -> std::optional<SyncRecordList> {
+            if (kit.home.exists("Library/Calendars/halb"))
+                return std::nullopt;
+            return loadStore();
+        };
+    }
+
+    std::string marked;
+};
+
+TEST_F(InterruptedRewrite, IsMarkedWithTheBackupMadeBeforeIt)
+{
+    EXPECT_EQ(marked, backups.names().front());
+}
+
+TEST_F(InterruptedRewrite, TheBackupIsPutBackWhenTheStoreDoesNotLoad)
+{
+    refuseHalves();
+    const SyncRunResult result = run();
+    EXPECT_TRUE(result.wasRestored);
+    EXPECT_TRUE(result.isCompleted);
+    EXPECT_TRUE(result.summary.settled);
+    EXPECT_THAT(store(), ElementsAre("Arbeit", "Privat"));
+    EXPECT_THAT(kit.shown(), HasSubstr("Die Sicherungskopie \"" + marked + "\" wird zurückgeholt"));
+}
+
+TEST_F(InterruptedRewrite, NothingIsPutBackWhileTheProgramRuns)
+{
+    refuseHalves();
+    kit.proc.write("7/stat", "7 (iCal) S 1");
+    EXPECT_FALSE(run().wasRestored);
+    EXPECT_TRUE(kit.home.exists("Library/Calendars/halb"));
+}
+
+TEST_F(InterruptedRewrite, ADryRunPutsNothingBack)
+{
+    refuseHalves();
+    EXPECT_FALSE(run({.dryRun = true}).wasRestored);
+    EXPECT_TRUE(kit.home.exists("Library/Calendars/halb"));
+}
+
+TEST_F(InterruptedRewrite, TheBackupOutlivesAnyNumberOfRunsThatDoNotSettle)
+{
+    kit.proc.write("7/stat", "7 (iCal) S 1");
+    for (int i = 0; i < 15; ++i)
+        run();
+    EXPECT_EQ(engine.markedBackup(), marked);
+    kit.proc.remove("7");
+    refuseHalves();
+    EXPECT_TRUE(run().wasRestored);
+    EXPECT_THAT(store(), ElementsAre("Arbeit", "Privat"));
+}
+
+TEST_F(SyncRunTest, WithoutAMarkNothingIsPutBack)
+{
+    run();
+    plugin.load = [] { return std::nullopt; };
+    const SyncRunResult result = run();
+    EXPECT_FALSE(result.wasRestored);
+    EXPECT_FALSE(result.isCompleted);
+}
+
+TEST_F(SyncRunTest, AServerThatIsGoneIsAReason)
+{
+    const auto gone = syncServerWithURL("sqlite:/nonexistent/server.sqlite");
+    SyncEngine stranded(state, *gone, losses, {});
+    ReferenceHost strandedHost(kit.services(), stranded);
+    ScriptedPlugin strandedPlugin(strandedHost);
+    const SyncRunResult result =
+        SyncRun(strandedHost, strandedPlugin, stranded, backups, kit.home.path()).run({});
+    EXPECT_FALSE(result.isCompleted);
+    EXPECT_EQ(result.summary.startResult, 0);
+    EXPECT_THAT(result.reasons, SizeIs(1));
+}
+
+}  // namespace
+}  // namespace kt

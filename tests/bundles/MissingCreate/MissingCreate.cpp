@@ -1,0 +1,3 @@
+#include "tests/support/SmallPlugin.h"
+
+KT_EXPORTED int KTPluginInterfaceVersion() { return kt::kPluginInterfaceVersion; }
