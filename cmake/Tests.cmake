@@ -42,6 +42,9 @@ function(kt_add_test_folder folder)
     if(folder MATCHES "^Sync/Host/")
         add_dependencies(${target} TestBundles)
     endif()
+    if(folder STREQUAL "Sync/PlugIns/iCal")
+        add_dependencies(${target} ICalSyncPluginBundle)  # its tests open the bundle as well
+    endif()
     if(folder STREQUAL "Sync/Host/Command" AND TARGET icalsync)
         add_dependencies(${target} icalsync)  # its tests run the program itself
     endif()

@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "Sync/HostInterface/Controls.h"
+#include "Sync/HostInterface/Image.h"
 #include "Sync/HostInterface/KTClassTable.h"
 #include "Sync/HostInterface/KTSyncPluginHelper.h"
 #include "Sync/HostInterface/KTSyncRecord.h"
@@ -27,6 +28,7 @@ public:
     virtual std::string displayName() = 0;
     virtual std::string shortDisplayName() = 0;
     virtual std::vector<std::string> syncConduits() = 0;
+    /// Null without an interface file or a host that can load it. Brought up to date by each call.
     virtual View* configView() = 0;
     virtual std::shared_ptr<Image> menuIcon() = 0;
     virtual bool showInSyncPluginsList() = 0;
@@ -51,7 +53,7 @@ public:
 
 /// What a bundle exports. The version is checked before anything else is called; it goes up with
 /// every change to an abstract class of this folder.
-inline constexpr int kPluginInterfaceVersion = 1;
+inline constexpr int kPluginInterfaceVersion = 2;
 inline constexpr const char* kPluginInterfaceVersionSymbol = "KTPluginInterfaceVersion";
 inline constexpr const char* kPluginCreateSymbol = "KTPluginCreate";
 

@@ -3,6 +3,7 @@
 #include "Sync/PlugIns/iCal/Calendar/HostAndSystemLog.h"
 #include "Sync/PlugIns/iCal/Calendar/KTSyncCalendarStore.h"
 #include "Sync/PlugIns/iCal/ICalSyncPlugin.h"
+#include "Sync/PlugIns/iCal/PublishingOptions.h"
 
 namespace kt {
 
@@ -17,7 +18,10 @@ void mergePreference(Dictionary& into, KTSyncPluginHelper& pluginHelper, std::st
 
 Dictionary newPublishingOptions()
 {
-    return Dictionary{{"Public", 0}, {"PublishEvents", 1}, {"PublishTasks", 0}, {"Anonymize", 0}};
+    return Dictionary{{std::string(kPublicOption), 0},
+                      {std::string(kPublishEventsOption), 1},
+                      {std::string(kPublishTasksOption), 0},
+                      {std::string(kAnonymizeOption), 0}};
 }
 
 }  // namespace
@@ -41,7 +45,7 @@ void ICalSyncPlugin::updateActivatedCalendars()
         return calendar->calendarType() == kCalendarTypeGroup;
     });
     for (const auto& calendar : _localCalendarsList) {
-        const std::string recordKey = Value(calendar->recordKey()).string();
+        const std::string recordKey = recordKeyOf(*calendar);
         if (!_activatedCalendars.contains(recordKey))
             _activatedCalendars.set(recordKey, 1);
         if (!_publicCalendars.contains(recordKey))

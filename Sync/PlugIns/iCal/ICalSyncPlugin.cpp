@@ -9,9 +9,27 @@ namespace kt {
 ICalSyncPlugin::ICalSyncPlugin(KTSyncPluginHelper* pluginHelper, std::string bundlePath)
     : _pluginHelper(pluginHelper),
       _bundlePath(std::move(bundlePath))
-{}
+{
+    if (auto* loader = hostClass<NibLoader>())
+        _nib = loader->loadNibNamed("ICalSyncPlugin", *this, _bundlePath);
+}
 
-ICalSyncPlugin::~ICalSyncPlugin() = default;
+ICalSyncPlugin::~ICalSyncPlugin()
+{
+    tell(_outlets.syncedCalendarsList, &TableView::setDelegate, nullptr);
+    tell(_outlets.syncedCalendarsList, &TableView::setDataSource, nullptr);
+}
+
+std::function<void(View*)> ICalSyncPlugin::actionNamed(std::string_view selector)
+{
+    if (selector == "activatePublicSharing:")
+        return [this](View* sender) { activatePublicSharing(sender); };
+    if (selector == "changePublishOptionCheckbox:")
+        return [this](View* sender) { changePublishOptionCheckbox(sender); };
+    if (selector == "showPublicCalendarsInBrowser:")
+        return [this](View* sender) { showPublicCalendarsInBrowser(sender); };
+    return {};
+}
 
 bool ICalSyncPlugin::isEnabled()
 {

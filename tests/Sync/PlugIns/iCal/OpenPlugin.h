@@ -13,6 +13,7 @@ public:
     using ICalSyncPlugin::_isSynchronizing;
     using ICalSyncPlugin::_localCalendarsList;
     using ICalSyncPlugin::_menuIcon;
+    using ICalSyncPlugin::_outlets;
     using ICalSyncPlugin::_publicCalendars;
     using ICalSyncPlugin::_resetSync;
     using ICalSyncPlugin::_syncServicesHook;

@@ -1,4 +1,4 @@
-#include "Sync/HostInterface/Controls.h"
+#include "Sync/HostInterface/Image.h"
 
 #include "Sync/Foundation/FileManager.h"
 
