@@ -103,15 +103,15 @@ TEST_F(RealBundle, CreatesNothingForAnythingButItsPrincipalClassWithTableAndHelp
     EXPECT_EQ(NSClassFromString("KTSyncRecord"), nullptr);
 }
 
-TEST_F(RealBundle, FindsItsIconWhenThereIsOne)
+TEST_F(RealBundle, BringsItsIcon)
 {
     const auto plugin = createPlugin();
     const auto path = bundle->pathForResource("iCal.icns");
+    ASSERT_TRUE(path);
     const auto icon = plugin->menuIcon();
-    ASSERT_EQ(icon != nullptr, path.has_value());
-    if (icon) {
-        EXPECT_EQ(icon->contents(), FileManager::defaultManager().contentsAtPath(*path));
-    }
+    ASSERT_NE(icon, nullptr);
+    EXPECT_TRUE(icon->contents().starts_with("icns"));
+    EXPECT_EQ(icon->contents(), FileManager::defaultManager().contentsAtPath(*path));
 }
 
 TEST_F(RealBundle, RefusesToSyncWhileItIsNotActivated)
