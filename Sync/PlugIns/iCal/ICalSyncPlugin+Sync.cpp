@@ -78,17 +78,19 @@ bool ICalSyncPlugin::doSync()
         return false;
     }
 
-    // Also when a foreign object passes through.
-    struct CleanUp {
-        ICalSyncPlugin& plugin;
-        ~CleanUp()
-        {
-            plugin._pluginHelper->enableFileNotifications();
-            plugin._isSynchronizing = false;
-            plugin._isICalDidEndNotificationDisabled = false;
-        }
-    };
-    const CleanUp cleanUp{*this};
+    bool isSynchronized = false;
+    try {
+        isSynchronized = runGuarded();
+    } catch (...) {
+        cleanUp();
+        throw;
+    }
+    cleanUp();
+    return isSynchronized;
+}
+
+bool ICalSyncPlugin::runGuarded()
+{
     return guardedOr(
         [&] {
             _isSynchronizing = true;
@@ -101,6 +103,21 @@ bool ICalSyncPlugin::doSync()
                                exception);
             return false;
         });
+}
+
+/// Not in a destructor: the host may raise here as well, and the flags must fall even then.
+void ICalSyncPlugin::cleanUp()
+{
+    struct Flags {
+        ICalSyncPlugin& plugin;
+        ~Flags()
+        {
+            plugin._isSynchronizing = false;
+            plugin._isICalDidEndNotificationDisabled = false;
+        }
+    };
+    const Flags flags{*this};
+    _pluginHelper->enableFileNotifications();
 }
 
 bool ICalSyncPlugin::SyncRun::run()

@@ -135,6 +135,8 @@ protected:
 private:
     class SyncRun;
 
+    bool runGuarded();
+    void cleanUp();
     void triggerSyncUnlessRunning();
 
     /// Throws Exception for a calendar without a title.

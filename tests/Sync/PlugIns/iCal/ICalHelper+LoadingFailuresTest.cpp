@@ -25,6 +25,21 @@ TEST_F(Loading, GivesNoRecordsForACalendarThatTheHostRefusesNotEvenForItsItems)
                                    "Der Kalender ergibt keinen gültigen Sync-Datensatz"}));
 }
 
+TEST_F(Loading, RemembersNothingOfACalendarThatTheHostRefuses)
+{
+    writeFolder("A.calendar", with(calendarInfo("A", "Arbeit"), "Checked", false));
+    writeFolder("G.group",
+                with(with(groupInfo("G", "Gruppe", {}), "Expanded", false), "Checked", false));
+    recordClass.accepts = [](const Dictionary&, const std::string&) { return false; };
+    EXPECT_THAT(loaded(), IsEmpty());
+    EXPECT_THAT(notSelected, IsEmpty());
+    EXPECT_THAT(notExpanded, IsEmpty());
+    EXPECT_THAT(keysToSync, IsEmpty());
+    EXPECT_EQ(activated, Dictionary());
+    EXPECT_THAT(skipped, IsEmpty());
+    EXPECT_EQ(numSkippedCalendars, 0);
+}
+
 TEST_F(Loading, TakesEveryCalendarForRefusedWhenTheHostHasNoRecordClass)
 {
     writeCalendar("A", "Arbeit");
@@ -71,7 +86,7 @@ TEST_F(Loading, PutsTheExceptionsDescriptionInPlaceOfAnEventsRecordThatRaisesAnd
 {
     writeCalendar("A", "Arbeit");
     writeItems("A", "1.ics", eventLines("Termin", "RRULE:INTERVAL=2\r\n"));
-    writeItems("A", "2.ics", eventLines("Feier"));
+    writeItems("A", "2.ics", eventLines("Feier") + taskLines("Aufgabe"));
     std::string description;
     try {
         readStore().begin()->second->events()->front()->syncRecord();
@@ -79,7 +94,8 @@ TEST_F(Loading, PutsTheExceptionsDescriptionInPlaceOfAnEventsRecordThatRaisesAnd
         description = exception.description();
     }
     ASSERT_FALSE(description.empty());
-    EXPECT_THAT(titles(loaded()), ElementsAre("ical-calendar Arbeit", "ical-event Feier"));
+    EXPECT_THAT(titles(loaded()),
+                ElementsAre("ical-calendar Arbeit", "ical-event Feier", "ical-task Aufgabe"));
     EXPECT_THAT(host.messages(), Contains("Kalender 'Arbeit', Ereignis '" + description +
                                           "': Fehlerhafter Sync-Datensatz"));
     EXPECT_THAT(classes.losses(),
@@ -130,6 +146,20 @@ TEST_F(Loading, EndsTheTurnOfACalendarWithoutColourWithItsExceptionInBothLogs)
     EXPECT_THAT(host.messages(), Contains(StartsWith("Exception in Kalender 'Arbeit': ")));
     EXPECT_THAT(platform.consoleLines(), Contains(StartsWith("Exception in Kalender 'Arbeit': ")));
     EXPECT_EQ(classes.losses().size(), 1u);
+}
+
+TEST_F(Loading, ShowsTheExceptionThatEndsACalendarsTurn)
+{
+    writeCalendar("A", "Arbeit");
+    recordClass.accepts = [](const Dictionary&, const std::string&) -> bool {
+        throw Exception(NSGenericException, "nicht heute");
+    };
+    EXPECT_THAT(loaded(), IsEmpty());
+    EXPECT_THAT(host.messages(), Contains("Exception in Kalender 'Arbeit': nicht heute"));
+    EXPECT_THAT(platform.consoleLines(), Contains("Exception in Kalender 'Arbeit': nicht heute"));
+    EXPECT_THAT(classes.losses(),
+                ElementsAre(KTLoss{"Arbeit", home.path(std::string(kStore) + "A.calendar"),
+                                   "Der Kalender kann nicht geladen werden: nicht heute"}));
 }
 
 TEST_F(Loading, DoesNotCarryTheSwitchOfOneCalendarOverToTheNext)

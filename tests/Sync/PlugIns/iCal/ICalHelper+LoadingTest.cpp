@@ -183,6 +183,7 @@ TEST_P(LoadingWithoutItems, GivesNoRecordForACalendarWhoseItemsCannotBeLoaded)
     EXPECT_EQ(numCalendars, 1);
     EXPECT_EQ(numSkippedCalendars, 0);
     EXPECT_EQ(activated.size(), 1u);
+    EXPECT_THAT(keysToSync, UnorderedElementsAre(keyOf("Zuhause")));
     EXPECT_THAT(classes.losses(),
                 Contains(KTLoss{"Arbeit", "",
                                 "Die Ereignisse des Kalenders können nicht geladen werden"}));

@@ -13,6 +13,8 @@ using ::testing::StartsWith;
 
 class Saving : public StoreFixture {
 protected:
+    static constexpr const char* kNodeFile = "Library/Application Support/iCal/nodes.plist";
+
     static SyncRecord record(std::string_view conduit, const std::string& key, Dictionary fields,
                              int recordType = kRecordTypeRecord)
     {
@@ -55,13 +57,19 @@ protected:
     {
         return home.exists(kStore + key + ".calendar/Events/" + item + ".ics");
     }
-    /// The titles in the order in which their Info.plist files were written.
-    std::vector<std::string> writtenTitles() const
+    /// Saves in the 10.4 layout; the source keys in the order of its node file, which is the one
+    /// that the calendars were written in.
+    std::vector<std::string> keysWrittenFor(const SyncRecordList& records)
     {
-        std::vector<std::string> titles;
-        for (const std::string& call : host.callsNamed({"progress"}))
-            titles.push_back(call.substr(9, call.rfind(' ') - 9));
-        return titles;
+        host.script.macOSVersion = 4;
+        home.write(kNodeFile, xmlPropertyList(Dictionary{{"Version", 2}, {"List", Array{}}}));
+        EXPECT_TRUE(save(records));
+        std::vector<std::string> keys;
+        const auto stored =
+            dictionaryWithContentsOfFile(home.path(kNodeFile)).value_or(Dictionary());
+        for (const Value& node : stored["List"].array())
+            keys.push_back(node.dictionary()["SourceKey"].string());
+        return keys;
     }
 
     std::int32_t numCalendars = 0;
@@ -208,17 +216,16 @@ TEST_F(Saving, WritesACalendarThatWasNotSelectedUnselectedAndACollapsedGroupColl
 
 TEST_F(Saving, WritesCalendarsByAscendingOrderWhateverTheOrderOfTheRecords)
 {
-    EXPECT_TRUE(
-        save(SyncRecordList{calendar("D", "vier", 2147483647), calendar("B", "zwei", 0),
-                            calendar("C", "drei", 7), calendar("A", "eins", -2147483647 - 1)}));
-    EXPECT_THAT(writtenTitles(), ElementsAre("eins", "zwei", "drei", "vier"));
+    EXPECT_THAT(keysWrittenFor({calendar("A", "vier", 2147483647), calendar("C", "zwei", 0),
+                                calendar("B", "drei", 7), calendar("D", "eins", -2147483647 - 1)}),
+                ElementsAre("D", "C", "B", "A"));
 }
 
 TEST_F(Saving, WritesCalendarsOfEqualOrderByRecordKey)
 {
-    EXPECT_TRUE(save(SyncRecordList{calendar("C", "drei", 1), calendar("A", "eins", 1),
-                                    calendar("B", "zwei", 1), calendar("Z", "null", 0)}));
-    EXPECT_THAT(writtenTitles(), ElementsAre("null", "eins", "zwei", "drei"));
+    EXPECT_THAT(keysWrittenFor({calendar("C", "drei", 1), calendar("A", "eins", 1),
+                                calendar("B", "zwei", 1), calendar("Z", "null", 0)}),
+                ElementsAre("Z", "A", "B", "C"));
 }
 
 TEST_F(Saving, TellsTheHostHowFarItHasCome)
@@ -234,6 +241,21 @@ TEST_F(Saving, SaysNoToHostAndSystemWhenTheStoreCannotBeWritten)
         record(kConduitCalendar, "A", without(calendarFields("Arbeit", "A"), "Color"))}));
     EXPECT_EQ(host.messages().back(), "[KTSyncCalendarStore storeCalendars] == NO");
     EXPECT_EQ(platform.consoleLines().back(), "[KTSyncCalendarStore storeCalendars] == NO");
+}
+
+TEST_F(Saving, SaysNoWhenTheWriterOfThe104LayoutDoes)
+{
+    host.script.macOSVersion = 4;
+    EXPECT_FALSE(save(SyncRecordList{calendar("A", "Arbeit")}));
+    EXPECT_EQ(host.messages().back(), "[KTSyncCalendarStore storeCalendars] == NO");
+    EXPECT_EQ(platform.consoleLines().back(), "[KTSyncCalendarStore storeCalendars] == NO");
+}
+
+TEST_F(Saving, OfNoRecordsWithoutANodeFileAnswersWhatTheWriterOfThe104LayoutAnswers)
+{
+    host.script.macOSVersion = 4;
+    EXPECT_FALSE(save(SyncRecordList{}));
+    EXPECT_EQ(numCalendars, 0);
 }
 
 struct UntakableRow {

@@ -4,6 +4,7 @@ namespace kt::test {
 namespace {
 
 using ::testing::Contains;
+using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 using ::testing::Not;
 using ::testing::StartsWith;
@@ -30,6 +31,16 @@ TEST_P(SyncRunCancelledInTheSession, FinishesItAndAsksForAFullSync)
     EXPECT_FALSE(plugin.doSync());
     expectSteps(compared() + failed(kCancelled) + Calls{kSetFullSync, "finishSync"} + kCleanedUp);
     expectCleanedUp();
+}
+
+TEST_P(SyncRunCancelledInTheSession, MakesTheNextRunAFullOne)
+{
+    atCall(GetParam(), [&] { plugin.cancelSync(); });
+    EXPECT_FALSE(plugin.doSync());
+    host.script.before = nullptr;
+    host.clear();
+    EXPECT_TRUE(plugin.doSync());
+    EXPECT_THAT(host.callsNamed({"startSync"}), ElementsAre("startSync:6"));
 }
 
 TEST_F(SyncRun, CancelledIsSaidBeforeAFailedComparison)
@@ -134,41 +145,79 @@ TEST_F(SyncRun, FailsWhenTheStoreCannotBeWrittenAndAsksForAFullSync)
     expectCleanedUp();
 }
 
+constexpr const char* kInfoFile = "Library/Calendars/A.calendar/Info.plist";
+
 struct MemoryRow {
     const char* name;
-    std::function<void(RecordingPluginHelper::Script&)> prepare;
+    std::function<void(RecordingPluginHelper::Script&, const TemporaryFolder&)> prepare;
 };
 class SyncRunMemory : public SyncRun,
                       public ::testing::WithParamInterface<std::tuple<MemoryRow, bool>> {};
 INSTANTIATE_TEST_SUITE_P(
     Failures, SyncRunMemory,
     ::testing::Combine(
-        ::testing::Values(MemoryRow{"start", [](auto& script) { script.startResult = 0; }},
-                          MemoryRow{"diff",
-                                    [](auto& script) {
-                                        script.diff = [](auto&, auto&) { return std::nullopt; };
-                                    }},
-                          MemoryRow{"push", [](auto& script) { script.pushResult = false; }},
-                          MemoryRow{"finish", [](auto& script) { script.finishResult = false; }}),
+        ::testing::Values(
+            MemoryRow{"iCal runs", [](auto& script, auto&) { script.runningBinaries = {"iCal"}; }},
+            MemoryRow{"load", [](auto&, auto& home) {
+    home.write(kInfoFile, xmlPropertyList(Dictionary{{"Key", "A"}, {"Title", 1}}));
+}},
+            MemoryRow{"start 0", [](auto& script, auto&) { script.startResult = 0; }},
+            MemoryRow{"start 7", [](auto& script, auto&) { script.startResult = 7; }},
+            MemoryRow{"diff",
+                      [](auto& script, auto&) {
+                          script.diff = [](auto&, auto&) { return std::nullopt; };
+                      }},
+            MemoryRow{"push", [](auto& script, auto&) { script.pushResult = false; }},
+            MemoryRow{"finish", [](auto& script, auto&) { script.finishResult = false; }},
+            MemoryRow{"exception",
+                      [](auto& script, auto&) {
+                          script.before = [](std::string_view call) {
+                              if (call == "pullRecords")
+                                  throw Exception(NSGenericException, "mittendrin");
+                          };
+                      }}),
         ::testing::Bool()));
 
 TEST_P(SyncRunMemory, IsLeftAsItWasByAnEndThatIsNeitherCancelNorFailedRewrite)
 {
     const auto& [row, before] = GetParam();
     host.script.preferences.set("ICAL_SYNC_PLUGIN_FULL_SYNC", before);
-    row.prepare(host.script);
+    row.prepare(host.script, home);
     EXPECT_FALSE(plugin.doSync());
     EXPECT_EQ(host.script.preferences["ICAL_SYNC_PLUGIN_FULL_SYNC"], Value(before)) << row.name;
 }
+
+TEST_P(SyncRunMemory, OfAResetLastsUntilARunSucceeds)
+{
+    const auto& [row, preference] = GetParam();
+    host.script.preferences.set("ICAL_SYNC_PLUGIN_FULL_SYNC", preference);
+    const RecordingPluginHelper::Script working = host.script;
+    const std::string info = *home.read(kInfoFile);
+    plugin.resetSync();
+    row.prepare(host.script, home);
+    EXPECT_FALSE(plugin.doSync());
+    EXPECT_TRUE(plugin._resetSync) << row.name;
+
+    host.script = working;
+    home.write(kInfoFile, info);
+    host.clear();
+    EXPECT_TRUE(plugin.doSync());
+    EXPECT_FALSE(plugin._resetSync);
+    EXPECT_THAT(host.callsNamed({"startSync"}), ElementsAre("startSync:6"));
+}
+
 // Exceptions.
 
 class SyncRunException : public SyncRun, public ::testing::WithParamInterface<const char*> {};
 INSTANTIATE_TEST_SUITE_P(Calls, SyncRunException,
-                         ::testing::Values("isBinaryRunning", "disableFileNotifications",
-                                           "objectPreferenceForKey", "startSync", "pullRecords",
+                         ::testing::Values("isBinaryRunning", "logMsg:Die iCal-Kalender",
+                                           "setStatusMsg:iCal-Kalender laden...",
+                                           "disableFileNotifications", "objectPreferenceForKey",
+                                           "boolPreferenceForKey:ICAL_SYNC_PLUGIN_FULL_SYNC",
+                                           "startSync", "pullRecords",
                                            "diffLocalStateWithLocalUpdates", "pushSyncResult",
                                            "updateLocalStateWithUpdates", "finishSync",
-                                           "getLocalState",
+                                           "getLocalState", "logMsg:Kalender speichern",
                                            "updatePreference:ICAL_SYNC_PLUGIN_FULL_SYNC"));
 
 TEST_P(SyncRunException, IsLoggedToHostAndSystemWithoutAStatusAndEndsTheRun)
@@ -197,6 +246,15 @@ TEST_P(SyncRunException, OfAForeignKindIsPassedOnAfterTheCleanUp)
     EXPECT_EQ(host.calls().back(), "enableFileNotifications");
     EXPECT_THAT(host.messages(), Not(Contains(StartsWith("Nichtabgefangener Fehler"))));
     expectCleanedUp();
+}
+
+TEST_F(SyncRun, ExceptionFromTheCleanUpIsPassedOnWithTheFlagsDown)
+{
+    atCall("enableFileNotifications", [] { throw Exception(NSGenericException, "zuletzt"); });
+    EXPECT_THROW(plugin.doSync(), Exception);
+    expectCleanedUp();
+    host.script.before = nullptr;
+    EXPECT_TRUE(plugin.doSync());
 }
 
 TEST_F(SyncRun, GuardsNothingWhenItIsNotActivated)

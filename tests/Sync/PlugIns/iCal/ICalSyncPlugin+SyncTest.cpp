@@ -123,20 +123,29 @@ TEST_P(SyncRunWithoutPulledRecords, HandsOnNil)
     EXPECT_EQ(host.remoteUpdates(), std::nullopt);
 }
 
+TEST_F(SyncRun, HandsTheHostTheSkippedRecordsBeforeTheSessionIsFinished)
+{
+    activate("Arbeit", 0);
+    EXPECT_TRUE(plugin.doSync());
+    EXPECT_THAT(host.callsNamed({"pushSyncResult", "updateLocalStateWithUpdates", "finishSync"}),
+                ElementsAre("pushSyncResult", "updateLocalStateWithUpdates:3", "finishSync"));
+}
+
 TEST_F(SyncRun, MarksItselfAsSynchronizingForItsWholeLength)
 {
     std::vector<bool> synchronizing;
     std::vector<bool> noticeDisabled;
     host.script.before = [&](std::string_view call) {
-        if (call == "isBinaryRunning:iCal" || call == "finishSync" ||
+        if (call == "isBinaryRunning:iCal" ||
+            call == "logMsg:Die iCal-Kalender werden synchronisiert" || call == "finishSync" ||
             call == "enableFileNotifications") {
             synchronizing.push_back(plugin._isSynchronizing);
             noticeDisabled.push_back(plugin._isICalDidEndNotificationDisabled);
         }
     };
     EXPECT_TRUE(plugin.doSync());
-    EXPECT_THAT(synchronizing, ElementsAre(true, true, true));
-    EXPECT_THAT(noticeDisabled, ElementsAre(false, true, true));
+    EXPECT_THAT(synchronizing, ElementsAre(true, true, true, true));
+    EXPECT_THAT(noticeDisabled, ElementsAre(false, true, true, true));
     expectCleanedUp();
 }
 // The mode.

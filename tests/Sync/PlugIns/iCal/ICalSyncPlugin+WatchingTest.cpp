@@ -21,6 +21,23 @@ TEST_F(Watching, IsOfICalWhichHasToBeClosedForASync)
     EXPECT_FALSE(plugin.canSyncWithRunningBinary());
 }
 
+TEST_F(Watching, LogsThenCancelsThenTriggers)
+{
+    host.script.isAutomaticSyncActivated = true;
+    std::vector<std::string> seen;
+    host.script.before = [&](std::string_view call) {
+        seen.push_back(std::string(call) + (plugin._cancelSync ? " (cancelled)" : ""));
+    };
+    plugin.watchedFileChanged("/egal");
+    plugin._cancelSync = false;
+    plugin.watchedBinaryDidTerminate();
+    EXPECT_THAT(seen, ElementsAre("logMsg:Die iCal-Kalender wurden aktualisiert",
+                                  "isAutomaticSyncActivated (cancelled)",
+                                  "triggerExternalSync (cancelled)", "logMsg:iCal wurde beendet",
+                                  "isAutomaticSyncActivated (cancelled)",
+                                  "triggerExternalSync (cancelled)"));
+}
+
 class WatchingOnUnknownVersion : public Watching, public ::testing::WithParamInterface<int> {};
 INSTANTIATE_TEST_SUITE_P(Versions, WatchingOnUnknownVersion, ::testing::Values(0, 3, 6, 7));
 
