@@ -117,8 +117,11 @@ Value decodedDate(const Dictionary& dictionary)
 
 Value decodedPairs(const Array& pairs)
 {
+    if (pairs.size() % 2 != 0)
+        throw Exception(NSInvalidArgumentException,
+                        "Ein gespeicherter Datensatz enthält einen Schlüssel ohne Wert");
     Dictionary result;
-    for (std::size_t at = 0; at + 1 < pairs.size(); at += 2)
+    for (std::size_t at = 0; at < pairs.size(); at += 2)
         result.set(decoded(pairs[at]).string(), decoded(pairs[at + 1]));
     return result;
 }

@@ -57,6 +57,35 @@ TEST_P(HostEnhancedDateForms, AreWritten)
     EXPECT_EQ(date->description(), GetParam().iCalDate + " " + GetParam().zone);
 }
 
+struct UTCRow {
+    std::string zone;
+    bool isAllDay;
+    bool isUTCTime;
+};
+class HostEnhancedDateZones : public testing::TestWithParam<UTCRow> {};
+INSTANTIATE_TEST_SUITE_P(Rows, HostEnhancedDateZones,
+                         testing::Values(UTCRow{"Etc/UTC", false, true},
+                                         UTCRow{"Etc/UTC", true, true}, UTCRow{"UTC", false, false},
+                                         UTCRow{"GMT", false, false},
+                                         UTCRow{"Europe/Berlin", false, false}));
+
+TEST_P(HostEnhancedDateZones, AreUTCUnderOneNameOnly)
+{
+    EXPECT_EQ(dateOf({2007, 12, 24, 10, 0, 0}, GetParam().zone, GetParam().isAllDay)->isUTCTime(),
+              GetParam().isUTCTime);
+}
+
+TEST(HostEnhancedDate, GivesBackWhatItWasMadeFrom)
+{
+    const CalendarDate moment{2007, 12, 24, 10, 5, 7};
+    for (const bool isAllDay : {false, true}) {
+        const auto date = dateOf(moment, "Asia/Tokyo", isAllDay);
+        EXPECT_EQ(date->calendarDate(), moment);
+        EXPECT_EQ(date->timezone(), "Asia/Tokyo");
+        EXPECT_EQ(date->isAllDay(), isAllDay);
+    }
+}
+
 TEST(HostEnhancedDate, IsNilWithoutDateOrZone)
 {
     EXPECT_EQ(HostEnhancedDateClass().enhancedDateWithDate(std::nullopt, "Europe/Berlin", false),

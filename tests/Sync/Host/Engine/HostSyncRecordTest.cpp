@@ -43,6 +43,12 @@ TEST(HostSyncRecord, CarriesWhatItWasMadeWith)
     EXPECT_EQ(record->conduit(), "ical-event");
 }
 
+TEST(HostSyncRecord, DescribesItselfByConduitKeyAndContent)
+{
+    EXPECT_EQ(made(kItem, "E1", kConduitEvent)->description(),
+              "ical-event E1 " + kItem.description());
+}
+
 struct Row {
     std::string name;
     Dictionary record;

@@ -5,8 +5,10 @@
 #include <rapidcheck/gtest.h>
 
 #include "Sync/Foundation/Exception.h"
+#include "Sync/Foundation/PropertyList.h"
 #include "Sync/Host/Engine/RecordCoding.h"
 #include "tests/Sync/Host/Engine/SimulatedStore.h"
+#include "tests/support/ExceptionOf.h"
 #include "tests/support/ValueGenerator.h"
 
 namespace kt::test {
@@ -87,6 +89,27 @@ TEST(RecordCoding, RefusesBytesThatAreNoRecord)
 {
     EXPECT_THROW(decodedRecord(""), Exception);
     EXPECT_THROW(decodedRecord("Brief"), Exception);
+}
+
+struct DamagedRow {
+    Dictionary stored;
+    std::string reason;
+};
+class DamagedRecord : public ::testing::TestWithParam<DamagedRow> {};
+INSTANTIATE_TEST_SUITE_P(
+    Rows, DamagedRecord,
+    ::testing::Values(DamagedRow{{{"StartDate", Dictionary{{"KTSyncEnhancedDate", "gestern"},
+                                                           {"timezone", "Etc/UTC"},
+                                                           {"allDay", false}}}},
+                                 "Ein gespeicherter Datensatz enthält ein unlesbares Datum"},
+                      DamagedRow{{{"X", Dictionary{{"KTSyncPairs", Array{"a", "b", "c"}}}}},
+                                 "Ein gespeicherter Datensatz enthält einen Schlüssel ohne Wert"}));
+
+TEST_P(DamagedRecord, IsRefusedWithAReasonInsteadOfCutShort)
+{
+    const std::string bytes = binaryPropertyList(GetParam().stored);
+    EXPECT_EQ(exceptionOf([&] { decodedRecord(bytes); }),
+              "NSInvalidArgumentException: " + GetParam().reason);
 }
 
 TEST(ContentHash, IsTheSameWhateverTheOrderOfFields)
