@@ -88,13 +88,30 @@ TEST_F(NodeTree, LeavesOutANodeWhoseGroupNeverComesAndTellsTheLoss)
     EXPECT_THAT(helper.messages(), IsEmpty());
 }
 
-TEST_F(NodeTree, LeavesOutGroupsThatHoldOneAnother)
+TEST_F(NodeTree, PutsTheFirstOfGroupsThatHoldOneAnotherAtTheTop)
+{
+    addCalendar("A", "H");
+    addGroup("G", "H");
+    addGroup("H", "I");
+    addGroup("I", "G");
+    addCalendar("B");
+    addCalendar("C", "G");
+    EXPECT_EQ(outline(), "B G [I [H [A]] C]");
+    EXPECT_THAT(helper.messages(),
+                ElementsAre("Gruppe 'G' ist in sich selbst verschachtelt: ohne ihre Gruppe "
+                            "geschrieben"));
+    EXPECT_THAT(losses(), IsEmpty());
+}
+
+TEST_F(NodeTree, KeepsEachCircleOfGroups)
 {
     addGroup("G", "H");
     addGroup("H", "G");
-    addCalendar("A", "H");
-    EXPECT_EQ(outline(), "");
-    EXPECT_EQ(losses().size(), 3u);
+    addGroup("I", "J");
+    addGroup("J", "I");
+    addGroup("K", "J");
+    EXPECT_EQ(outline(), "G [H []] I [J [K []]]");
+    EXPECT_EQ(helper.messages().size(), 2u);
 }
 
 TEST_F(NodeTree, WritesAGroupThatHoldsItselfWithoutMembers)
@@ -119,6 +136,23 @@ TEST_F(NodeTree, GivesTwoGroupsOfOneKeyTheSameMembers)
     addGroup("G");
     EXPECT_EQ(outline(), "G [A] G [A]");
     EXPECT_THAT(losses(), IsEmpty());
+}
+
+TEST_F(NodeTree, RepeatsNoMembersWithoutEnd)
+{
+    // Each level twice: so many groups of one key in each of the level above would be 2^100.
+    constexpr int kLevels = 100;
+    for (int level = 0; level < kLevels; ++level)
+        for (int i = 0; i < 2; ++i)
+            addGroup(std::to_string(level),
+                     level == 0 ? std::nullopt : std::optional(std::to_string(level - 1)));
+    addCalendar("A", std::to_string(kLevels - 1));
+    const std::string text = outline();
+    EXPECT_LE(std::count(text.begin(), text.end(), '['), 4 * 2 * kLevels);
+    EXPECT_THAT(text, ::testing::HasSubstr("99 [A] 99 [A]"));
+    EXPECT_THAT(helper.messages(),
+                ::testing::Contains("Gruppe '0' kommt zu oft vor: ohne Mitglieder geschrieben"));
+    EXPECT_THAT(lossReasons(), ::testing::Contains("Die Gruppe kommt zu oft vor"));
 }
 
 class NodeTreeDepth : public NodeTree {
