@@ -1,5 +1,7 @@
 #include <algorithm>
+#include <iterator>
 #include <map>
+#include <set>
 #include <unordered_map>
 #include <utility>
 
@@ -46,7 +48,48 @@ CalendarRow rowForCalendar(const KTSyncRecord& record, const Dictionary& publish
     return row;
 }
 
-/// In the order in which the calendar program shows them.
+using RowsByGroup = std::map<std::string, std::vector<CalendarRow>>;
+
+/// What stands in `group`, each group followed by its own members, moved over to `shown`.
+void moveMembers(RowsByGroup& members, const std::string& group, std::vector<CalendarRow>& shown)
+{
+    // A stack of its own: groups may be nested deeper than the program's.
+    std::vector<CalendarRow> pending;
+    const auto await = [&](const std::string& key) {
+        auto found = members.extract(key);
+        if (!found.empty())
+            std::move(found.mapped().rbegin(), found.mapped().rend(), std::back_inserter(pending));
+    };
+    await(group);
+    while (!pending.empty()) {
+        shown.push_back(std::move(pending.back()));
+        pending.pop_back();
+        await(shown.back().key);
+    }
+}
+
+/// In the order in which the calendar program shows them. Numbers say only what comes before what
+/// in one group; groups that hold one another stand at the end.
+std::vector<CalendarRow> inTheOrderShown(std::vector<CalendarRow> rows)
+{
+    std::stable_sort(rows.begin(), rows.end(),
+                     [](const auto& a, const auto& b) { return a.order < b.order; });
+    std::set<std::string> keys;
+    for (const CalendarRow& row : rows)
+        keys.insert(row.key);
+    RowsByGroup members;  // the empty key stands for the top
+    for (CalendarRow& row : rows) {
+        const std::string group =
+            row.groupKey && keys.contains(*row.groupKey) ? *row.groupKey : std::string();
+        members[group].push_back(std::move(row));
+    }
+    std::vector<CalendarRow> shown;
+    moveMembers(members, "", shown);
+    while (!members.empty())
+        moveMembers(members, std::string(members.begin()->first), shown);
+    return shown;
+}
+
 std::vector<CalendarRow> calendarRows(const StoreContents& contents, const Dictionary& published)
 {
     std::vector<CalendarRow> rows;
@@ -60,8 +103,7 @@ std::vector<CalendarRow> calendarRows(const StoreContents& contents, const Dicti
     };
     addCalendars(contents.active, true);
     addCalendars(contents.switchedOff, false);
-    std::stable_sort(rows.begin(), rows.end(),
-                     [](const auto& a, const auto& b) { return a.order < b.order; });
+    rows = inTheOrderShown(std::move(rows));
 
     std::unordered_map<std::string, CalendarRow*> rowByKey;
     for (CalendarRow& row : rows)

@@ -125,6 +125,30 @@ TEST_F(LookStory, CalendarsShowKeyTypeTitleGroupCountsAndSwitches)
     EXPECT_EQ(after[1]["events"], 1) << "switched off is not gone";
 }
 
+TEST_F(LookStory, CalendarsStandBehindTheirGroupWhateverTheirNumber)
+{
+    const auto addGroup = [&](const std::string& key, int order, const std::string& member) {
+        home.folder().write("Library/Calendars/" + key + ".group/Info.plist",
+                            "<plist version=\"1.0\"><dict><key>Title</key><string>" + key +
+                                "</string><key>Color</key><string>#000000FF</string>"
+                                "<key>Notes</key><string/><key>Order</key><integer>" +
+                                std::to_string(order) + "</integer><key>Key</key><string>" + key +
+                                "</string><key>Calendars</key><array><string>" + member +
+                                "</string></array></dict></plist>");
+    };
+    home.addCalendar("BERUF", "Beruf");
+    addGroup("Zuhause", 5, "PRIVAT");
+    addGroup("Kreis", 0, "Quadrat");
+    addGroup("Quadrat", 0, "Kreis");
+    std::vector<std::string> titles;
+    for (const auto& calendar : home.run({"calendars", "--json"}).json())
+        titles.push_back(calendar["title"]);
+    ASSERT_EQ(titles.size(), 5U);
+    titles.resize(3);
+    EXPECT_THAT(titles, testing::ElementsAre("Beruf", "Zuhause", "Privat"))
+        << "and groups that hold one another behind them";
+}
+
 TEST_F(LookStory, CalendarsShowATableToPeople)
 {
     EXPECT_THAT(home.run({"calendars"}).out, StartsWith("Schlüssel "));
