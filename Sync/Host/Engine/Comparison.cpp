@@ -54,6 +54,7 @@ std::map<RecordId, Outcome> Comparison::outcomes()
         if (_knowledge.agreedRow(id) == nullptr && _local.recordAgreedAs(id) == nullptr)
             compareNew(id, nullptr, usable(&remote));
     }
+    keepSequences();
     bringCalendarsBack();
     return std::move(_outcomes);
 }
@@ -119,7 +120,9 @@ void Comparison::compareAgreed(const AgreedRow& agreed)
         return;
     }
     if (remote->server.isTombstone)
-        meetsTombstone(agreed, wish, *remote);
+        meetsTombstone(agreed, isOnlyRenumbered(wish.units) ? LocalWish() : wish, *remote);
+    else if (wish.kind == LocalWish::Kind::deleted && isOnlyRenumbered(agreed, *remote))
+        meetsNothing(agreed, wish);
     else
         meetsRecord(agreed, wish, *remote);
 }

@@ -86,6 +86,15 @@ private:
     Outcome& remove(const AgreedRow& agreed);
     void takeMerged(const RecordId& id, Dictionary merged, const RemoteChange& remote);
 
+    /// A calendar's place among others is no edit that would beat a deletion: it also changes when
+    /// another one is moved.
+    static bool isOnlyRenumbered(const std::vector<std::string>& units);
+    bool isOnlyRenumbered(const AgreedRow& agreed, const RemoteChange& remote);
+    void keepSequences();
+    std::string groupOf(const LocalRecord& local) const;
+    bool hasNewPlace(const LocalRecord& local);
+    void takeNumber(const LocalRecord& local);
+
     void bringCalendarsBack();
     void bringBack(const std::string& calendarKey);
     std::unordered_set<std::string> calendarsWithLiveChanges() const;
