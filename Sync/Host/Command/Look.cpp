@@ -27,8 +27,8 @@ Look::Look(Workplace& workplace)
       _host(workplace.services(_preferences))
 {
     const Place& place = workplace.place();
-    if (const auto reason = reasonNotToTouchStore(place.home, place.systemVersion))
-        throw Exception(NSGenericException, *reason);
+    if (const auto obstacle = obstacleInStore(place.home, place.systemVersion))
+        throw Exception(NSGenericException, obstacle->reason);
     const WriteGuard guard;
     _plugin = workplace.loadPlugin(_host);
     auto contents = _host.look(**_plugin);

@@ -2,6 +2,7 @@
 
 #include <nlohmann/json.hpp>
 
+#include "Sync/Foundation/FileManager.h"
 #include "Sync/Foundation/Format.h"
 #include "Sync/Host/Command/CancelOnSignal.h"
 #include "Sync/Host/Command/Commands.h"
@@ -9,7 +10,9 @@
 #include "Sync/Host/Command/Workplace.h"
 #include "Sync/Host/Engine/LocalState.h"
 #include "Sync/Host/Server/SyncServer.h"
+#include "Sync/Host/Services/HomeLayout.h"
 #include "Sync/Host/Services/PluginPreferences.h"
+#include "Sync/Host/Services/SuiteFolder.h"
 
 namespace kt {
 
@@ -44,17 +47,45 @@ void describeStaged(SyncReport& report, KTSyncPluginProtocol& plugin)
     }
 }
 
+void print(const SyncReport& report, const CommandLine& line)
+{
+    printResult(line.json ? jsonText(jsonForReport(report)) + "\n" : textForReport(report));
+}
+
 void finish(SyncReport& report, const CommandLine& line, Workplace& workplace)
 {
     workplace.statusLine().setStatus(statusOfRun(report));
     workplace.statusLine().clear();
-    printResult(line.json ? jsonText(jsonForReport(report)) + "\n" : textForReport(report));
+    print(report, line);
+}
+
+/// Where no run has been, none was interrupted either: a store that nobody may touch is reason
+/// enough not to begin anything in that home.
+std::optional<SyncReport> refusalOfFirstRun(const CommandLine& line, const Place& place)
+{
+    const FileManager& files = FileManager::defaultManager();
+    if (!files.isDirectory(place.home) ||
+        files.linkStatusAtPath(SuiteFolder(place.home).localStatePath()))
+        return std::nullopt;
+    const auto obstacle = obstacleInStore(place.home, place.systemVersion);
+    if (!obstacle)
+        return std::nullopt;
+    SyncReport report;
+    report.wishes = line.wishes;
+    report.device = place.device;
+    report.server = syncServerWithURL(place.serverURL)->description();
+    report.result.reasons.push_back(obstacle->reason);
+    return report;
 }
 
 }  // namespace
 
 ExitCode syncCommand(const CommandLine& line, const Place& place)
 {
+    if (const auto refusal = refusalOfFirstRun(line, place)) {
+        print(*refusal, line);
+        return ExitCode::failed;
+    }
     const bool isDry = line.wishes.dryRun;
     Workplace workplace(place, line, isDry ? Workplace::Access::look : Workplace::Access::change);
     LocalState state(workplace.suite().localStatePath(),

@@ -66,6 +66,7 @@ constexpr const char* kAnchor = "anchor";
 constexpr const char* kAnchorAfterSettling = "anchor after settling";
 constexpr const char* kOwed = "owed";
 constexpr const char* kMark = "mark";
+constexpr const char* kSystemVersion = "system version";
 
 void makeFolderOf(const std::string& path)
 {
@@ -162,6 +163,7 @@ StateFacts LocalState::facts()
     facts.anchorAfterSettling = _database->number(kAnchorAfterSettling);
     facts.owed = _database->number(kOwed) != 0;
     facts.mark = _database->fact(kMark);
+    facts.systemVersion = static_cast<int>(_database->number(kSystemVersion));
     return facts;
 }
 
@@ -173,6 +175,7 @@ void LocalState::setFacts(const StateFacts& facts)
     _database->setNumber(kAnchorAfterSettling, facts.anchorAfterSettling);
     _database->setNumber(kOwed, facts.owed ? 1 : 0);
     _database->setFact(kMark, facts.mark);
+    _database->setNumber(kSystemVersion, facts.systemVersion);
 }
 
 std::vector<AgreedRow> LocalState::agreedRows()

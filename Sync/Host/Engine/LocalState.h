@@ -61,7 +61,8 @@ struct StateFacts {
         0;              // what the anchor becomes when the rewrite under way is settled
     bool owed = false;  // a full comparison was asked for and could not be made yet
     std::optional<std::string>
-        mark;  // a rewrite is under way: the name of the backup made before it
+        mark;               // a rewrite is under way: the name of the backup made before it
+    int systemVersion = 0;  // whose layout the store had that was seen; 0 when not told
 
     friend bool operator==(const StateFacts&, const StateFacts&) = default;
 };

@@ -10,7 +10,7 @@ bool isHeldByLosses(const StartFacts& facts)
 bool needsFullComparison(const StartFacts& facts)
 {
     return facts.hasMark || facts.isOwed || facts.asksForFull || facts.isFirstMeeting ||
-           facts.isUnknownServer || facts.isServerOlder;
+           facts.isUnknownServer || facts.isOtherStore || facts.isServerOlder;
 }
 
 StartResult startResult(const StartFacts& facts)

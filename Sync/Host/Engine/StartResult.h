@@ -28,6 +28,7 @@ struct StartFacts {
     bool asksForFull = false;  // the plug-in asked for a full comparison
     bool isOwed = false;       // one was asked for earlier and could not be made
     bool isUnknownServer = false;
+    bool isOtherStore = false;   // of another layout than the one that was seen
     bool isServerOlder = false;  // than the anchor
     bool hasNews = false;        // the server has something that is not agreed
 };

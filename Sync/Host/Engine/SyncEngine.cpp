@@ -78,6 +78,11 @@ std::optional<std::string> SyncEngine::markedBackup()
     return guarded([&] { return _state.facts().mark; }, std::optional<std::string>());
 }
 
+int SyncEngine::systemVersion()
+{
+    return guarded([&] { return _state.facts().systemVersion; }, 0);
+}
+
 int SyncEngine::startSync(int mode)
 {
     Run& run = *_run;

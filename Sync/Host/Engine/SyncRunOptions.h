@@ -25,6 +25,7 @@ struct SyncRunOptions {
     bool acceptLosses = false;     // go on although something in the store could not be read
     bool allowMassDelete = false;  // the user really deleted most of it
     bool dryRun = false;           // count, but change nothing
+    int systemVersion = 0;         // whose layout the store has, 0 where there is only one
     std::string backupName;        // the dated backup made before this run; the mark carries it
     std::optional<SettlingCheck> settling;
 };

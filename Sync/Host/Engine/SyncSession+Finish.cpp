@@ -222,6 +222,7 @@ void SyncSession::writeFacts(const std::vector<const Outcome*>& effective, std::
         return;
     }
     facts.serverIdentity = _serverIdentity;
+    facts.systemVersion = _setting.options.systemVersion;
     if (isRewritten) {
         facts.anchor = _hasBase ? facts.anchor : 0;
         facts.anchorAfterSettling = head;

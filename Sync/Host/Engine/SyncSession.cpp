@@ -58,7 +58,8 @@ StartResult SyncSession::start(int mode)
     return _result;
 }
 
-// Without a common past with this server nothing that is agreed says anything about it.
+// Without a common past with this server nothing that is agreed says anything about it, and what
+// was seen in a store of one layout says nothing about that of the other.
 StartFacts SyncSession::gatherFacts(int mode)
 {
     const StateFacts& known = _knowledge->facts();
@@ -76,7 +77,10 @@ StartFacts SyncSession::gatherFacts(int mode)
     facts.serverHoldsNothing = head == 0;
     facts.asksForFull = mode == kModeFull;
     facts.isOwed = known.owed;
-    _hasBase = !facts.isFirstMeeting && !facts.isUnknownServer && !facts.isServerOlder;
+    facts.isOtherStore = known.systemVersion != 0 && _setting.options.systemVersion != 0 &&
+                         known.systemVersion != _setting.options.systemVersion;
+    _hasBase = !facts.isFirstMeeting && !facts.isUnknownServer && !facts.isOtherStore &&
+               !facts.isServerOlder;
     if (isSettling())
         return facts;
     const bool isFull = needsFullComparison(facts) || facts.wantsServer;

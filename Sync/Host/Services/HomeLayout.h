@@ -12,14 +12,26 @@ namespace kt {
 inline constexpr int kSystemVersion104 = 4;
 inline constexpr int kSystemVersion105 = 5;
 
-/// 5 where "Library/Calendars" stands, else 4 where the node file does, else 5: a store is then
-/// begun in the newer layout. Files attached to items stand in "Library/Calendars/Attachments" in
-/// either layout, so beside a node file that folder alone makes no 10.5 store.
+/// 5 where "Library/Calendars" stands, else 4 where iCal's node file does, or what is left of that
+/// layout while the node file is moved aside: its backup or calendars in "Sources". Else 5: a store
+/// is then begun in the newer layout. Files attached to items stand in
+/// "Library/Calendars/Attachments" in either layout, so beside a store of the older one that folder
+/// alone makes no 10.5 store. A store that is just being put back from a backup counts as there.
 int systemVersionOfHome(const std::string& home);
 
-/// Why no run may touch the store below the home, as one line for the user: its folder cannot be
-/// listed, or its node file is no property-list dictionary or nested too deep. Without a reason,
-/// nullopt; a store that is not there is none.
-std::optional<std::string> reasonNotToTouchStore(const std::string& home, int systemVersion);
+/// What keeps everybody from a store.
+struct StoreObstacle {
+    enum class Kind {
+        folder,       // cannot be listed
+        nodeFile,     // no property-list dictionary, nested too deep or missing, as a rewrite that
+                      // was killed can leave it; the plug-in would move all calendars aside
+        otherLayout,  // the home has a store of the other layout only
+    };
+    Kind kind;
+    std::string reason;  // one line for the user, with what to do
+};
+
+/// Nullopt for a store that can be looked at, and for a 10.5 store that is not there yet.
+std::optional<StoreObstacle> obstacleInStore(const std::string& home, int systemVersion);
 
 }  // namespace kt

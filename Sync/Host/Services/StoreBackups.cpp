@@ -80,7 +80,7 @@ void replace(const std::string& named, const std::string& copy)
     FileManager& files = FileManager::defaultManager();
     const std::string path = realPath(named);
     const std::string incoming = sibling(path, ".zurueckgeholt");
-    const std::string outgoing = sibling(path, ".ersetzt");
+    const std::string outgoing = pathWhileReplaced(path);
     files.removeFileAtPath(incoming);
     files.removeFileAtPath(outgoing);
     createPath(stringByDeletingLastPathComponent(path));
@@ -98,6 +98,8 @@ void replace(const std::string& named, const std::string& copy)
 }
 
 }  // namespace
+
+std::string pathWhileReplaced(const std::string& path) { return sibling(path, ".ersetzt"); }
 
 StoreBackups::StoreBackups(std::string folder) : _folder(std::move(folder)) {}
 
@@ -175,13 +177,17 @@ void StoreBackups::restore(const std::string& name, const std::vector<std::strin
     const std::string folder = stringByAppendingPathComponent(_folder, name);
     if (!isPlainPathComponent(name) || !files.isDirectory(folder))
         failed("Es gibt keine Sicherungskopie \"%@\".", name);
+    bool holdsAny = false;
     for (const std::string& path : paths) {
         const std::string copy = stringByAppendingPathComponent(folder, lastPathComponent(path));
         if (!files.linkStatusAtPath(copy))
             continue;
+        holdsAny = true;
         replace(path, copy);
         files.synchronizeFileSystem(path);
     }
+    if (!holdsAny)
+        failed("In der Sicherungskopie \"%@\" steht kein Kalenderbestand dieser Ablage.", name);
 }
 
 }  // namespace kt

@@ -6,6 +6,10 @@
 
 namespace kt {
 
+/// Where restore() keeps what stood at a path until the copy has taken its place. Something is
+/// found there only by somebody else, or after a restore that was killed.
+std::string pathWhileReplaced(const std::string& path);
+
 /// The dated copies of the store that are made before each run: the last ten, and the very first
 /// for good. Names are dates in UTC, so that they sort by age.
 class StoreBackups {
@@ -31,7 +35,8 @@ public:
 
     /// Puts the copies back to the paths they were made from; a path of which there is no copy
     /// stays as it is. What stands there is only replaced when the copy is complete. Throws
-    /// Exception NSGenericException, with a line for the user, when that fails.
+    /// Exception NSGenericException, with a line for the user, when that fails, or when there is a
+    /// copy of none of them.
     void restore(const std::string& name, const std::vector<std::string>& paths) const;
 
 private:

@@ -26,38 +26,79 @@ SyncRunResult SyncRun::run(const SyncRunWishes& wishes)
         result.status = _host.status();
         return result;
     }
-    if (auto reason = reasonNotToTouchStore(_home, _host.macOSVersion())) {
-        _host.logMsg(*reason);
-        result.reasons.push_back(std::move(*reason));
-        return result;
-    }
     try {
-        SyncRunOptions options;
-        options.fromServer = wishes.fromServer;
-        options.acceptLosses = wishes.acceptLosses;
-        options.allowMassDelete = wishes.allowMassDelete;
-        options.dryRun = wishes.dryRun;
-        // While a rewrite is not settled, its backup is the last that surely holds a whole store.
-        const auto marked = _engine.markedBackup();
-        const std::string made = wishes.dryRun ? "" : backUp(wishes);
-        options.backupName = marked.value_or(made);
-        synchronize(options, result);
-
-        if (couldNotLoad(result) && marked && !marked->empty() && !wishes.dryRun) {
-            _host.logMsg(stringWithFormat("Die Sicherungskopie \"%@\" wird zurückgeholt", *marked));
-            _backups.restore(*marked, storeFiles());
-            result = {};
-            synchronize(options, result);
-            result.wasRestored = true;
-        }
-        if (!wishes.dryRun)
-            _backups.prune(_engine.markedBackup());
+        runOnStore(wishes, result);
     } catch (const Exception& exception) {
-        _host.logMsg(exception.reason());
-        result.isCompleted = false;
-        result.reasons.push_back(exception.reason());
+        refuse(exception.reason(), result);
     }
     return result;
+}
+
+void SyncRun::runOnStore(const SyncRunWishes& wishes, SyncRunResult& result)
+{
+    if (const auto reason = reasonAgainstLayout())
+        return refuse(*reason, result);
+    // While a rewrite is not settled, its backup is the last that surely holds a whole store.
+    const auto marked = _engine.markedBackup();
+    const bool canPutBack = marked && !marked->empty() && !wishes.dryRun;
+    const auto obstacle = obstacleInStore(_home, _host.macOSVersion());
+    const bool isUnfinished = obstacle && obstacle->kind == StoreObstacle::Kind::nodeFile;
+    if (obstacle && !(isUnfinished && canPutBack))
+        return refuse(obstacle->reason, result);
+    if (obstacle && _host.isBinaryRunning(_plugin.binaryToWatch()))
+        return refuse(stringWithFormat("%@ ist noch aktiv", _plugin.binaryToWatchDisplayName()),
+                      result);
+
+    const std::string made = wishes.dryRun ? "" : backUp(wishes);
+    if (obstacle) {
+        _host.logMsg(obstacle->reason);
+        putBack(*marked, result);
+        if (const auto next = obstacleInStore(_home, _host.macOSVersion()))
+            return refuse(next->reason, result);
+    }
+    SyncRunOptions options;
+    options.fromServer = wishes.fromServer;
+    options.acceptLosses = wishes.acceptLosses;
+    options.allowMassDelete = wishes.allowMassDelete;
+    options.dryRun = wishes.dryRun;
+    options.systemVersion = _host.macOSVersion();
+    options.backupName = marked.value_or(made);
+    synchronize(options, result);
+    if (couldNotLoad(result) && canPutBack && !result.wasRestored) {
+        result = {};
+        putBack(*marked, result);
+        synchronize(options, result);
+    }
+    if (!wishes.dryRun)
+        _backups.prune(_engine.markedBackup());
+}
+
+void SyncRun::refuse(const std::string& reason, SyncRunResult& result)
+{
+    _host.logMsg(reason);
+    result.isCompleted = false;
+    result.reasons.push_back(reason);
+}
+
+/// What an old store of the other layout lacks would look deleted, and what it still has, added.
+/// Where the home itself says that it has another layout now, the engine starts without a past.
+std::optional<std::string> SyncRun::reasonAgainstLayout()
+{
+    const int known = _engine.systemVersion();
+    const int wanted = _host.macOSVersion();
+    if (known == 0 || known == wanted || wanted == systemVersionOfHome(_home))
+        return std::nullopt;
+    return stringWithFormat(
+        "Dieser Heimordner wurde bisher in der Ablage von Mac OS X 10.%d synchronisiert: bitte "
+        "--system-version %d angeben.",
+        known, known);
+}
+
+void SyncRun::putBack(const std::string& backup, SyncRunResult& result)
+{
+    _host.logMsg(stringWithFormat("Die Sicherungskopie \"%@\" wird zurückgeholt", backup));
+    _backups.restore(backup, storeFiles());
+    result.wasRestored = true;
 }
 
 std::vector<std::string> SyncRun::storeFiles()

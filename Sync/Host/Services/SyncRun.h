@@ -1,5 +1,6 @@
 #pragma once
 
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -38,6 +39,12 @@ public:
     SyncRunResult run(const SyncRunWishes& wishes);
 
 private:
+    /// Everything after the question whether the plug-in is switched on. Throws Exception.
+    void runOnStore(const SyncRunWishes& wishes, SyncRunResult& result);
+    void refuse(const std::string& reason, SyncRunResult& result);
+    std::optional<std::string> reasonAgainstLayout();
+    /// Throws Exception.
+    void putBack(const std::string& backup, SyncRunResult& result);
     /// The dated backup's name, empty where there is nothing to back up. Throws Exception.
     std::string backUp(const SyncRunWishes& wishes);
     /// doSync between the engine's beginning and end, and settling where it is due.

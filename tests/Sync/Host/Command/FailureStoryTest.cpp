@@ -150,18 +150,6 @@ TEST_F(FailureStory, AServerThatCannotBeReachedIsNamedAndTheNextSyncGoesOn)
     EXPECT_EQ(server.records().size(), 2U);
 }
 
-TEST_F(FailureStory, ACorruptNodeFileEndsTheRunBeforeItBegins)
-{
-    const std::string path = "Library/Application Support/iCal/nodes.plist";
-    home.folder().write(path, "<plist version=\"1.0\"><dict><key>Versi");
-    const ProgramResult run = home.run({"sync", "--system-version", "4"});
-    EXPECT_EQ(run.exitCode, 1);
-    EXPECT_THAT(run.out, HasSubstr("Die Datei \"" + home.folder().path(path) +
-                                   "\" kann nicht gelesen werden oder ist beschädigt."));
-    EXPECT_FALSE(home.folder().exists(std::string(kSuite) + "/Backups"));
-    EXPECT_TRUE(server.records().empty());
-}
-
 TEST_F(FailureStory, TwoRunsDoNotMeet)
 {
     home.sync();

@@ -49,21 +49,77 @@ TEST(SystemVersionOfHome, IsNotChangedByAttachedFiles)
     EXPECT_EQ(systemVersionOfHome(home.path()), 5);
 }
 
-TEST(ReasonNotToTouchStore, IsNoneForAStoreThatIsNotThereYet)
+/// What can be left of a 10.4 store while its node file is out of its place.
+class RemainsOf104 : public testing::TestWithParam<const char*> {};
+INSTANTIATE_TEST_SUITE_P(
+    Rows, RemainsOf104,
+    testing::Values("Library/Application Support/iCal/nodes.plist.bak",
+                    "Library/Application Support/iCal/Sources/A.calendar/x",
+                    "Library/Application Support/iCal/Sources.bak/A.calendar/x",
+                    "Library/Application Support/.iCal.ersetzt/nodes.plist"));
+
+TEST_P(RemainsOf104, StillMakeItAHomeOfThatLayout)
 {
     const TemporaryFolder home;
-    EXPECT_EQ(reasonNotToTouchStore(home.path(), 4), std::nullopt);
-    EXPECT_EQ(reasonNotToTouchStore(home.path(), 5), std::nullopt);
+    home.write(GetParam(), "");
+    EXPECT_EQ(systemVersionOfHome(home.path()), 4);
+    home.makeFolder("Library/Calendars");
+    EXPECT_EQ(systemVersionOfHome(home.path()), 5);
 }
 
-TEST(ReasonNotToTouchStore, IsNoneForAStoreThatCanBeRead)
+TEST(SystemVersionOfHome, IsNotThatOfFoldersThatHoldNothing)
+{
+    const TemporaryFolder home;
+    home.makeFolder("Library/Application Support/iCal/Sources");
+    home.makeFolder("Library/Application Support/iCal/Sources.bak");
+    EXPECT_EQ(systemVersionOfHome(home.path()), 5);
+}
+
+TEST(SystemVersionOfHome, IsThatOfTheStoreThatIsJustBeingPutBack)
+{
+    const TemporaryFolder home;
+    home.write(kNodes, kEmptyList);
+    home.makeFolder("Library/.Calendars.ersetzt");
+    EXPECT_EQ(systemVersionOfHome(home.path()), 5);
+}
+
+std::string reasonAgainst(const TemporaryFolder& home, int systemVersion)
+{
+    const auto obstacle = obstacleInStore(home.path(), systemVersion);
+    return obstacle ? obstacle->reason : "";
+}
+
+TEST(ObstacleInStore, IsNoneForA105StoreThatIsNotThereYet)
+{
+    const TemporaryFolder home;
+    EXPECT_EQ(reasonAgainst(home, 5), "");
+}
+
+TEST(ObstacleInStore, IsNoneForAStoreThatCanBeRead)
 {
     const TemporaryFolder home;
     home.makeFolder("Library/Calendars/A.calendar");
     home.write(kNodes, kEmptyList);
     home.makeFolder("Library/Application Support/iCal/Sources");
-    EXPECT_EQ(reasonNotToTouchStore(home.path(), 4), std::nullopt);
-    EXPECT_EQ(reasonNotToTouchStore(home.path(), 5), std::nullopt);
+    EXPECT_EQ(reasonAgainst(home, 4), "");
+    EXPECT_EQ(reasonAgainst(home, 5), "");
+}
+
+TEST(ObstacleInStore, IsAStoreOfTheOtherLayoutWhereThatIsTheOnlyOne)
+{
+    const TemporaryFolder old;
+    old.write(kNodes, kEmptyList);
+    old.write("Library/Calendars/Attachments/1/x", "");
+    EXPECT_EQ(reasonAgainst(old, 5),
+              "Die Kalender dieses Heimordners stehen in \"" +
+                  old.path("Library/Application Support/iCal") +
+                  "\", der Ablage von Mac OS X 10.4: bitte --system-version 4 angeben.");
+    const TemporaryFolder home;
+    home.makeFolder("Library/Calendars/A.calendar");
+    EXPECT_EQ(reasonAgainst(home, 4),
+              "Die Kalender dieses Heimordners stehen in \"" + home.path("Library/Calendars") +
+                  "\", der Ablage von Mac OS X 10.5: bitte --system-version 5 angeben.");
+    EXPECT_EQ(obstacleInStore(home.path(), 4)->kind, StoreObstacle::Kind::otherLayout);
 }
 
 struct FolderRow {
@@ -72,10 +128,13 @@ struct FolderRow {
 };
 class StoreFolder : public testing::TestWithParam<FolderRow> {
 protected:
-    std::string expected() const
+    void expectObstacle() const
     {
-        return "Der Kalenderordner \"" + home.path(GetParam().folder) +
-               "\" kann nicht gelesen werden.";
+        const auto obstacle = obstacleInStore(home.path(), GetParam().systemVersion);
+        ASSERT_TRUE(obstacle);
+        EXPECT_EQ(obstacle->kind, StoreObstacle::Kind::folder);
+        EXPECT_EQ(obstacle->reason, "Der Kalenderordner \"" + home.path(GetParam().folder) +
+                                        "\" kann nicht gelesen werden.");
     }
 
     TemporaryFolder home;
@@ -85,41 +144,72 @@ INSTANTIATE_TEST_SUITE_P(Rows, StoreFolder,
                                          FolderRow{4, "Library/Application Support/iCal"},
                                          FolderRow{4, "Library/Application Support/iCal/Sources"}));
 
-TEST_P(StoreFolder, IsARefusalWhenItIsNoFolder)
+TEST_P(StoreFolder, IsAnObstacleWhenItIsNoFolder)
 {
     home.write(GetParam().folder, "eine Datei");
-    EXPECT_EQ(reasonNotToTouchStore(home.path(), GetParam().systemVersion), expected());
+    expectObstacle();
 }
 
-TEST_P(StoreFolder, IsARefusalWhenItIsALinkThatLeadsNowhere)
+TEST_P(StoreFolder, IsAnObstacleWhenItIsALinkThatLeadsNowhere)
 {
     home.write(std::string(GetParam().folder) + "/x", "");
     home.remove(GetParam().folder);
     std::filesystem::create_symlink("/nonexistent/volume", home.path(GetParam().folder));
-    EXPECT_EQ(reasonNotToTouchStore(home.path(), GetParam().systemVersion), expected());
+    expectObstacle();
 }
 
-TEST(NodeFile, IsARefusalWhenItIsNoDictionary)
+/// A home of the older layout with whatever node file a test gives it.
+class NodeFile : public testing::Test {
+protected:
+    NodeFile() { home.makeFolder("Library/Application Support/iCal"); }
+    void expectObstacle(const std::string& reason) const
+    {
+        const auto obstacle = obstacleInStore(home.path(), 4);
+        ASSERT_TRUE(obstacle);
+        EXPECT_EQ(obstacle->kind, StoreObstacle::Kind::nodeFile);
+        EXPECT_EQ(obstacle->reason, reason);
+    }
+
+    TemporaryFolder home;
+    const std::string quotedPath = "\"" + home.path(kNodes) + "\"";
+};
+
+TEST_F(NodeFile, IsAnObstacleWhenItIsNoDictionary)
 {
-    const TemporaryFolder home;
     for (const char* text : {"", "Unsinn", "<plist version=\"1.0\"><array/></plist>"}) {
         home.write(kNodes, text);
-        EXPECT_EQ(reasonNotToTouchStore(home.path(), 4),
-                  "Die Datei \"" + home.path(kNodes) +
-                      "\" kann nicht gelesen werden oder ist beschädigt.")
-            << text;
-        EXPECT_EQ(reasonNotToTouchStore(home.path(), 5), std::nullopt);
+        expectObstacle("Die Datei " + quotedPath +
+                       " kann nicht gelesen werden oder ist beschädigt.");
     }
 }
 
-TEST(NodeFile, MayBeNestedUpToTheLimit)
+TEST_F(NodeFile, MayBeNestedUpToTheLimit)
 {
-    const TemporaryFolder home;
     home.write(kNodes, nested(kPropertyListDepthLimit));
-    EXPECT_EQ(reasonNotToTouchStore(home.path(), 4), std::nullopt);
+    EXPECT_EQ(reasonAgainst(home, 4), "");
     home.write(kNodes, nested(kPropertyListDepthLimit + 1));
-    EXPECT_EQ(reasonNotToTouchStore(home.path(), 4),
-              "Die Datei \"" + home.path(kNodes) + "\" ist zu tief verschachtelt.");
+    expectObstacle("Die Datei " + quotedPath + " ist zu tief verschachtelt.");
+}
+
+TEST_F(NodeFile, HasToBeThereBeforeAnythingCanBeWritten)
+{
+    expectObstacle("Es gibt keine Datei " + quotedPath +
+                   ", ohne die sich keine Kalender schreiben lassen: bitte iCal einmal starten und "
+                   "beenden oder --system-version 5 angeben.");
+}
+
+TEST_F(NodeFile, IsAnObstacleWhenItIsMissingBesideCalendars)
+{
+    const std::string missing = "Die Datei " + quotedPath +
+                                " fehlt, und ohne sie gilt keiner der Kalender: bitte sie erst ";
+    home.write("Library/Application Support/iCal/Sources/A.calendar/Info.plist", "");
+    expectObstacle(missing + "aus einer Sicherungskopie zurückholen.");
+    home.makeFolder("Library/Application Support/VeloraSuite/Backups");
+    expectObstacle(missing + "aus \"" +
+                   home.path("Library/Application Support/VeloraSuite/Backups") +
+                   "\" zurückholen.");
+    home.write("Library/Application Support/iCal/nodes.plist.bak", "");
+    expectObstacle(missing + "aus \"" + home.path(kNodes) + ".bak\" zurückholen.");
 }
 
 }  // namespace

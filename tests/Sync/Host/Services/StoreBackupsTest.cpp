@@ -7,6 +7,7 @@
 #include "Sync/Foundation/CalendarDate.h"
 #include "Sync/Foundation/Exception.h"
 #include "Sync/Host/Services/StoreBackups.h"
+#include "tests/support/ExceptionOf.h"
 #include "tests/support/PlatformScope.h"
 #include "tests/support/TemporaryFolder.h"
 
@@ -14,6 +15,7 @@ namespace kt {
 namespace {
 
 namespace fs = std::filesystem;
+using test::exceptionOf;
 using test::PlatformScope;
 using test::TemporaryFolder;
 using testing::ElementsAre;
@@ -191,7 +193,19 @@ TEST_F(StoreBackupsOfAStore, PuttingBackLeavesAloneWhatWasNotCopied)
 {
     const auto copy = make();
     home.write("Library/Other/x", "bleibt");
-    backups.restore(copy->name, {home.path("Library/Other")});
+    home.write("Library/Calendars/A.calendar/Info.plist", "neu");
+    backups.restore(copy->name, {home.path("Library/Other"), store.front()});
+    EXPECT_EQ(home.read("Library/Other/x"), "bleibt");
+    EXPECT_EQ(home.read("Library/Calendars/A.calendar/Info.plist"), "alt");
+}
+
+TEST_F(StoreBackupsOfAStore, RefusesToPutBackACopyOfAnotherStore)
+{
+    const auto copy = make();
+    home.write("Library/Other/x", "bleibt");
+    EXPECT_EQ(exceptionOf([&] { backups.restore(copy->name, {home.path("Library/Other")}); }),
+              "NSGenericException: In der Sicherungskopie \"" + copy->name +
+                  "\" steht kein Kalenderbestand dieser Ablage.");
     EXPECT_EQ(home.read("Library/Other/x"), "bleibt");
 }
 
