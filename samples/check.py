@@ -1,8 +1,9 @@
 #!/usr/bin/env python3
 """What the demo looks at.
 
-compare A.json B.json   whether two homes give the same records (icalsync records --json)
-dump SERVER.sqlite      every record of a server's file, one a line
+compare A.json B.json          whether two homes give the same records (icalsync records --json)
+compare-layouts A.json B.json  the same for two homes of different layouts
+dump SERVER.sqlite             every record of a server's file, one a line
 """
 import hashlib
 import json
@@ -12,6 +13,10 @@ import sys
 # A 10.5 store keeps each item in a file of its own once it has been rewritten, so the link between
 # a series and a detached occurrence of it is only found where both still stand in one file.
 LINK = ("RecurrenceParentRecordKey", "RecurrenceExceptionDates")
+
+# Of a calendar, the 10.4 layout has no notes and no switch for alarms; publishing and subscriptions
+# stand there under other names.
+OF_ONE_LAYOUT = ("Notes", "AlarmsDisabled", "Publisher", "Subscriber", "SubscriberData")
 
 
 def records_by_name(path):
@@ -26,6 +31,24 @@ def records_by_name(path):
         fields = {key: value for key, value in record["record"].items() if key not in LINK}
         found[name] = {"parentKey": record["parentKey"], "record": fields}
     return found
+
+
+def without_layout(records):
+    """The records as both layouts can hold them. What stands at the top is its own parent in 10.4,
+    and calendars are counted there anew in every group: what counts is which comes before which."""
+    groups = {}
+    for (conduit, key), record in records.items():
+        if conduit == "ical-calendar":
+            if record["parentKey"] == key:
+                record["parentKey"] = None
+            groups.setdefault(record["parentKey"], []).append((record["record"]["Order"], key))
+    places = {key: place for group in groups.values() for place, (_, key) in enumerate(sorted(group))}
+    for (conduit, key), record in records.items():
+        if conduit == "ical-calendar":
+            fields = {name: value for name, value in record["record"].items()
+                      if name not in OF_ONE_LAYOUT and name != "ParentRecordKey"}
+            record["record"] = {**fields, "Order": places[key]}
+    return records
 
 
 def differences(first, second):
@@ -45,14 +68,13 @@ def differences(first, second):
     return lines
 
 
-def compare(first_path, second_path):
-    first, second = records_by_name(first_path), records_by_name(second_path)
+def compare(first, second, result):
     if not first:
-        raise SystemExit(f"{first_path}: keine Datensätze")
+        raise SystemExit("Es gibt keine Datensätze.")
     lines = differences(first, second)
     if lines:
         raise SystemExit("Die Datensätze unterscheiden sich:\n" + "\n".join(lines))
-    print(f"Beide Heimordner geben dieselben {len(first)} Datensätze.")
+    print(result.format(len(first)))
 
 
 def dump(path):
@@ -67,7 +89,10 @@ def dump(path):
 
 def main(arguments):
     if len(arguments) == 3 and arguments[0] == "compare":
-        compare(*arguments[1:])
+        compare(*map(records_by_name, arguments[1:]), "Beide Heimordner geben dieselben {} Datensätze.")
+    elif len(arguments) == 3 and arguments[0] == "compare-layouts":
+        compare(*(without_layout(records_by_name(path)) for path in arguments[1:]),
+                "Beide Ablagen geben dieselben {} Datensätze, bis auf das, was es nur in einer von beiden gibt.")
     elif len(arguments) == 2 and arguments[0] == "dump":
         dump(arguments[1])
     else:

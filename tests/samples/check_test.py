@@ -16,15 +16,22 @@ def record(key, conduit="ical-event", parent="K", **fields):
     return {"conduit": conduit, "key": key, "parentKey": parent, "record": fields}
 
 
-class Compare(unittest.TestCase):
-    def compare(self, first, second):
+def calendar(key, parent=None, **fields):
+    parents = {"ParentRecordKey": parent} if parent else {}
+    return record(key, conduit="ical-calendar", parent=parent, **{"Order": 0, **parents, **fields})
+
+
+class Comparing(unittest.TestCase):
+    def compare(self, first, second, how="compare"):
         with tempfile.TemporaryDirectory() as folder:
             paths = []
             for name, records in (("a", first), ("b", second)):
                 paths.append(os.path.join(folder, name))
                 pathlib.Path(paths[-1]).write_text(json.dumps(records), encoding="utf-8")
-            return subprocess.run([sys.executable, CHECK, "compare", *paths], capture_output=True, text=True)
+            return subprocess.run([sys.executable, CHECK, how, *paths], capture_output=True, text=True)
 
+
+class Compare(Comparing):
     def test_equal_homes_pass_in_any_order(self):
         one, two = record("1", Title="a"), record("2", Title="b")
         self.assertEqual(0, self.compare([one, two], [two, one]).returncode)
@@ -51,6 +58,45 @@ class Compare(unittest.TestCase):
 
     def test_two_empty_homes_prove_nothing(self):
         self.assertEqual(1, self.compare([], []).returncode)
+
+
+class CompareLayouts(Comparing):
+    def across(self, first, second):
+        return self.compare(first, second, "compare-layouts")
+
+    def test_what_only_one_layout_has_does_not_count(self):
+        new = [calendar("k", Title="a", Notes="n", AlarmsDisabled=1, Subscriber={"SubscriptionURL": "u"})]
+        old = [calendar("k", "k", Title="a", Notes="", AlarmsDisabled=0, SubscriberData={"data": ""})]
+        self.assertEqual(0, self.across(new, old).returncode)
+        self.assertEqual(1, self.compare(new, old).returncode)
+
+    def test_numbers_do_not_count_but_the_sequence_in_each_group_does(self):
+        new = [calendar("g", Order=10), calendar("a", "g", Order=11), calendar("b", "g", Order=12),
+               calendar("c", Order=13)]
+        old = [calendar("g", "g", Order=0), calendar("a", "g", Order=0), calendar("b", "g", Order=1),
+               calendar("c", "c", Order=1)]
+        self.assertEqual(0, self.across(new, old).returncode)
+        old[1]["record"]["Order"] = 2
+        result = self.across(new, old)
+        self.assertEqual(1, result.returncode)
+        self.assertIn("Order", result.stderr)
+
+    def test_other_differences_fail_and_are_named(self):
+        one = [calendar("g", Title="g"), calendar("k", "g", Title="a"), record("1", parent="k", Notes="n")]
+        for place, changed, named in [
+            (1, calendar("k", "k", Title="a"), "parentKey"),
+            (1, calendar("k", "g", Title="b"), "Title"),
+            (2, record("1", parent="k", Notes="m"), "Notes"),
+            (2, record("2", parent="k", Notes="n"), "nur auf einer Seite"),
+        ]:
+            with self.subTest(named=named):
+                other = [*one[:place], changed, *one[place + 1:]]
+                result = self.across(one, other)
+                self.assertEqual(1, result.returncode)
+                self.assertIn(named, result.stderr)
+
+    def test_two_empty_homes_prove_nothing(self):
+        self.assertEqual(1, self.across([], []).returncode)
 
 
 class Dump(unittest.TestCase):
