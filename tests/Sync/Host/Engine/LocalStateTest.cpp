@@ -49,6 +49,7 @@ TEST_F(LocalStates, KeepFacts)
     facts.anchorAfterSettling = 7;
     facts.owed = true;
     facts.mark = "";
+    facts.systemVersion = 4;
     {
         LocalState state(path());
         EXPECT_EQ(state.facts(), StateFacts{});

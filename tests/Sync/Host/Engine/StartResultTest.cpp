@@ -72,6 +72,7 @@ INSTANTIATE_TEST_SUITE_P(
             StartResult::full},
         Row{"UnknownServer", [](StartFacts& facts) { facts.isUnknownServer = true; },
             StartResult::full},
+        Row{"OtherStore", [](StartFacts& facts) { facts.isOtherStore = true; }, StartResult::full},
         Row{"OlderServer", [](StartFacts& facts) { facts.isServerOlder = true; },
             StartResult::full},
         Row{"FullBeforeNews", [](StartFacts& facts) { facts.isOwed = true, facts.hasNews = true; },
