@@ -6,6 +6,8 @@
 #include <string_view>
 #include <utility>
 
+#include "Sync/Host/Engine/HostRecordKinds.h"
+
 namespace kt {
 
 namespace {
@@ -43,10 +45,11 @@ bool isAcceptableRecord(const Dictionary& record, const std::optional<std::strin
 {
     if (!key || key->empty() || conduit.empty())
         return false;
-    if (conduit != kConduitCalendar)
-        return hasTexts(record, {"Title", "ParentRecordKey"});
-    return hasTexts(record, {"Title", "Color", "Notes", "Type"}) &&
-           (isGroup(record) || hasTexts(record, {"SourceKey"}));
+    const bool isCalendar = conduit == kConduitCalendar;
+    const bool isComplete = isCalendar ? hasTexts(record, {"Title", "Color", "Notes", "Type"}) &&
+                                             (isGroup(record) || hasTexts(record, {"SourceKey"}))
+                                       : hasTexts(record, {"Title", "ParentRecordKey"});
+    return isComplete && areFieldsOfRightKinds(record, conduit);
 }
 
 SyncRecord HostSyncRecordClass::syncRecordWithRecordType(

@@ -32,7 +32,8 @@ private:
 /// Whether a record is one that a store can be rewritten from. A record that is not would stop
 /// every rewrite halfway, so none is taken from the plug-in and none is handed to it: a key and a
 /// conduit are needed; for a calendar the texts Title, Color, Notes and Type and, unless it is a
-/// group, SourceKey; for an item the texts Title and ParentRecordKey.
+/// group, SourceKey; for an item the texts Title and ParentRecordKey. What else a record has must
+/// be of the kinds that a store can be written from (HostRecordKinds.h).
 bool isAcceptableRecord(const Dictionary& record, const std::optional<std::string>& key,
                         const std::string& conduit);
 

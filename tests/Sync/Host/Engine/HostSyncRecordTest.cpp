@@ -31,6 +31,12 @@ Dictionary without(Dictionary record, std::string_view name)
     return record;
 }
 
+Dictionary with(Dictionary record, std::string_view name, const Value& value)
+{
+    record.set(name, value);
+    return record;
+}
+
 TEST(HostSyncRecord, CarriesWhatItWasMadeWith)
 {
     const auto record =
@@ -76,6 +82,10 @@ INSTANTIATE_TEST_SUITE_P(
             false},
         Row{"ItemWithoutTitle", without(kItem, "Title"), "K", kConduitEvent, false},
         Row{"ItemWithoutParent", without(kItem, "ParentRecordKey"), "K", kConduitTask, false},
+        Row{"CalendarWithAWrongField", with(kCalendar, "Publisher", "u"), "K", kConduitCalendar,
+            false},
+        Row{"GroupWithAWrongField", with(kGroup, "Order", Array{}), "K", kConduitCalendar, false},
+        Row{"ItemWithAWrongField", with(kItem, "StartDate", "20071224"), "K", kConduitEvent, false},
         Row{"TitleThatIsNoText",
             {{"Title", 5}, {"ParentRecordKey", "C1"}},
             "K",
