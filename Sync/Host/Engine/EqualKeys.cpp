@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <deque>
 #include <functional>
+#include <iterator>
 #include <unordered_map>
 #include <unordered_set>
 #include <utility>
@@ -13,6 +14,11 @@
 namespace kt {
 
 namespace {
+
+bool isNamed(const LocalRecord& record)
+{
+    return record.seen != nullptr || !record.agreedId.key.empty();
+}
 
 bool isDetachedOccurrence(const LocalRecord& record)
 {
@@ -26,10 +32,20 @@ public:
           const EqualKeysContext& context)
         : _context(context),
           _id{records.front()->record->conduit(), records.front()->record->recordKey()},
-          _records(records),
-          _unnamed(records.begin(), records.end()),
-          _rows(rows)
-    {}
+          _records(records)
+    {
+        std::unordered_set<const SeenRow*> used;
+        for (LocalRecord* record : records) {
+            if (!isNamed(*record)) {
+                _unnamed.push_back(record);
+                continue;
+            }
+            used.insert(record->seen);
+            _taken.insert(record->agreedId.key);
+        }
+        std::copy_if(rows.begin(), rows.end(), std::back_inserter(_rows),
+                     [&](const SeenRow* row) { return used.count(row) == 0; });
+    }
 
     void name()
     {
@@ -42,6 +58,14 @@ public:
         takeNamesOfEqualContent();
         takeNamesThatAreLeft();
         leaveTheBareKeyToTheSeries();
+    }
+
+    void keepWhatEqualsItsSeen()
+    {
+        matchRows(wholeHash, [](const SeenRow& row) { return row.hash; });
+        matchRows(neutralHash, [&](const SeenRow& row) { return _context.seenContent(row); });
+        // What a rewrite left in the store without being settled equals what is agreed.
+        matchRows(neutralHash, [&](const SeenRow& row) { return _context.agreedContent(row); });
     }
 
 private:
@@ -96,14 +120,6 @@ private:
                     _rows.end());
     }
 
-    void keepWhatEqualsItsSeen()
-    {
-        matchRows(wholeHash, [](const SeenRow& row) { return row.hash; });
-        matchRows(neutralHash, [&](const SeenRow& row) { return _context.seenContent(row); });
-        // What a rewrite left in the store without being settled equals what is agreed.
-        matchRows(neutralHash, [&](const SeenRow& row) { return _context.agreedContent(row); });
-    }
-
     // Names that are left over belong to records that were edited, in load order. What a rewrite
     // brought without belonging to anything is no name: an edit makes it a new record.
     void keepWhatWasEdited()
@@ -136,6 +152,8 @@ private:
         const int last = static_cast<int>(_records.size()) + kGapsInNumbers;
         for (int number = 1; number <= last; ++number) {
             const std::string key = numberedKey(_id.key, number);
+            if (_taken.count(key) != 0)
+                continue;
             if (const auto hash = _context.unseenContent({_id.conduit, key}))
                 keysByHash[*hash].push_back(key);
         }
@@ -211,6 +229,13 @@ std::optional<std::string> keyBeforeNumber(std::string_view key)
     if (!std::all_of(digits.begin(), digits.end(), isDecimalDigit) || digits == "1")
         return std::nullopt;
     return std::string(key.substr(0, dash));
+}
+
+void keepWhatEqualsItsSeen(const std::vector<LocalRecord*>& records,
+                           const std::vector<const SeenRow*>& rows, const EqualKeysContext& context)
+{
+    if (!records.empty())
+        Group(records, rows, context).keepWhatEqualsItsSeen();
 }
 
 void tellEqualKeysApart(const std::vector<LocalRecord*>& records,

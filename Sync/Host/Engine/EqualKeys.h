@@ -31,9 +31,15 @@ public:
     virtual bool mayTake(const RecordId& id, const LocalRecord& record) const = 0;
 };
 
-/// Names the records of one conduit and key: sets `agreedId` and `seen` of each. `rows` are the
-/// rows of *seen* with that conduit and key, `records` the records in load order. Takes time in
-/// proportion to both.
+/// Names those of one conduit and key that equal what was seen of them, or what is agreed for that
+/// by now, and leaves the others without a name. For a store that may hold more than one state.
+void keepWhatEqualsItsSeen(const std::vector<LocalRecord*>& records,
+                           const std::vector<const SeenRow*>& rows,
+                           const EqualKeysContext& context);
+
+/// Names the records of one conduit and key: sets `agreedId` and `seen` of each that has no name
+/// yet. `rows` are the rows of *seen* with that conduit and key, `records` the records in load
+/// order. Takes time in proportion to both.
 void tellEqualKeysApart(const std::vector<LocalRecord*>& records,
                         const std::vector<const SeenRow*>& rows, const EqualKeysContext& context);
 

@@ -3,8 +3,10 @@
 #include <algorithm>
 
 #include "Sync/Host/Engine/EqualKeys.h"
+#include "Sync/Host/Engine/HandedState.h"
 #include "Sync/Host/Engine/RecordCoding.h"
 #include "Sync/Host/Engine/RecordFields.h"
+#include "Sync/Host/Engine/Settling.h"
 
 namespace kt {
 
@@ -12,12 +14,14 @@ namespace {
 
 class Context : public EqualKeysContext {
 public:
+    // What is in `claimed` belongs to a record that is named already.
     Context(const Knowledge& knowledge, const RemoteChanges& remote, LocalState& state,
-            LocalRecords::Base base)
+            LocalRecords::Base base, const std::unordered_set<RecordId, RecordIdHash>& claimed)
         : _knowledge(knowledge),
           _remote(remote),
           _state(state),
-          _base(base)
+          _base(base),
+          _claimed(claimed)
     {}
 
     std::string seenContent(const SeenRow& row) const override
@@ -34,7 +38,7 @@ public:
 
     std::optional<std::string> unseenContent(const RecordId& id) const override
     {
-        if (_knowledge.seenOfAgreed(id) != nullptr)
+        if (isAnothers(id))
             return std::nullopt;
         if (const RemoteChange* remote = liveOnServer(id))
             return contentHash(remote->record, HashScope::neutral);
@@ -43,7 +47,7 @@ public:
 
     bool mayTake(const RecordId& id, const LocalRecord& record) const override
     {
-        if (_knowledge.seenOfAgreed(id) != nullptr)
+        if (isAnothers(id))
             return false;
         const RemoteChange* remote = liveOnServer(id);
         const bool isAgreed = _knowledge.agreedRow(id) != nullptr;
@@ -52,14 +56,15 @@ public:
         const bool isBareKey = id.key == record.record->recordKey();
         if (_base == LocalRecords::Base::none)
             return isBareKey || remote == nullptr || !contradicts(record, remote->record);
-        // A rewrite that was never settled left records that this store was not seen with: the one
-        // of that name is the one that was handed out, edited since or not.
-        if (remote == nullptr && _knowledge.facts().mark)
-            return isBareKey;
         return isBareKey && id.conduit != kConduitTask;
     }
 
 private:
+    bool isAnothers(const RecordId& id) const
+    {
+        return _knowledge.seenOfAgreed(id) != nullptr || _claimed.count(id) != 0;
+    }
+
     const RemoteChange* liveOnServer(const RecordId& id) const
     {
         const RemoteChange* remote = _remote.change(id);
@@ -87,6 +92,7 @@ private:
     const RemoteChanges& _remote;
     LocalState& _state;
     LocalRecords::Base _base;
+    const std::unordered_set<RecordId, RecordIdHash>& _claimed;
 };
 
 void replaceKey(Dictionary& record, std::string_view field,
@@ -127,10 +133,44 @@ LocalRecords::LocalRecords(const SyncRecordList& records, const Knowledge& knowl
         group.push_back(&local);
     }
 
-    const Context context(knowledge, remote, state, base);
+    Claims claimed;
+    const Context context(knowledge, remote, state, base, claimed);
+    if (knowledge.facts().mark) {
+        for (const RecordId& id : order)
+            keepWhatEqualsItsSeen(groups[id], rows[id], context);
+        claimed = nameWhatWasHandedOut(state);
+        for (auto& [id, rowsOfKey] : rows)
+            std::erase_if(rowsOfKey, [&](const SeenRow* row) {
+                return row->agreedKey && claimed.count({row->local.conduit, *row->agreedKey}) != 0;
+            });
+    }
     for (const RecordId& id : order)
         tellEqualKeysApart(groups[id], rows[id], context);
     indexAgreedKeys();
+}
+
+// Gives what has no name yet that of the record it was handed out as, and says which names those
+// are.
+LocalRecords::Claims LocalRecords::nameWhatWasHandedOut(LocalState& state)
+{
+    SyncRecordList records;
+    std::vector<std::optional<std::string>> names;
+    for (const LocalRecord& local : _records) {
+        records.push_back(local.isLeftOver ? nullptr : local.record);
+        const std::string& key = local.agreedId.key;
+        names.push_back(key.empty() ? std::nullopt : std::optional(key));
+    }
+    names = pairWithHanded(records, handedState(state, _knowledge), std::move(names));
+    Claims claimed;
+    for (std::size_t index = 0; index < _records.size(); ++index) {
+        LocalRecord& local = _records[index];
+        if (local.isLeftOver || !names[index] || !local.agreedId.key.empty())
+            continue;
+        local.agreedId = {local.record->conduit(), *names[index]};
+        local.seen = _knowledge.seenOfAgreed(local.agreedId);
+        claimed.insert(local.agreedId);
+    }
+    return claimed;
 }
 
 void LocalRecords::indexAgreedKeys()

@@ -29,6 +29,10 @@ struct LocalRecord {
 /// of the key's names takes that; the rest take the names that are left, the key itself first, then
 /// the key with `-2`, `-3` behind it, in load order. A record with RecurrenceId never takes the
 /// bare key while another is there: its series is found by that.
+///
+/// While a rewrite is not settled the store may hold what was handed out for it under keys that it
+/// was never seen with. So what equals nothing that was seen is first looked for there, in the way
+/// in which settling does.
 class LocalRecords {
 public:
     /// Without a base equal names mean the same record; with one, a task that is new here and
@@ -50,6 +54,9 @@ public:
     bool hasCalendar(const std::string& localKey) const;
 
 private:
+    using Claims = std::unordered_set<RecordId, RecordIdHash>;
+
+    Claims nameWhatWasHandedOut(LocalState& state);
     void indexAgreedKeys();
 
     const Knowledge& _knowledge;

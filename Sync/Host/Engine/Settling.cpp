@@ -5,6 +5,7 @@
 #include <functional>
 #include <numeric>
 #include <unordered_map>
+#include <unordered_set>
 #include <utility>
 
 #include "Sync/Host/Engine/EqualKeys.h"
@@ -22,17 +23,22 @@ public:
     using FeatureOfLocal = std::function<std::string(const KTSyncRecord&)>;
     using FeatureOfHanded = std::function<std::string(const HandedRecord&)>;
 
-    Pairing(const SyncRecordList& local, const std::vector<HandedRecord>& handed)
+    // `known` are pairs that are made already, by position in `local`.
+    Pairing(const SyncRecordList& local, const std::vector<HandedRecord>& handed,
+            std::vector<std::optional<std::string>> known)
         : _local(local),
           _handed(handed),
-          _agreedKeys(local.size())
+          _agreedKeys(std::move(known))
     {
+        std::unordered_set<RecordId, RecordIdHash> paired;
         for (std::size_t index = 0; index < local.size(); ++index) {
-            if (local[index])
+            if (local[index] && _agreedKeys[index])
+                paired.insert({local[index]->conduit(), *_agreedKeys[index]});
+            else if (local[index])
                 _localLeft.push_back(index);
         }
         for (std::size_t index = 0; index < handed.size(); ++index) {
-            if (!handed[index].isKept)
+            if (!handed[index].isKept && paired.count(handed[index].id) == 0)
                 _handedLeft.push_back(index);
         }
     }
@@ -115,6 +121,10 @@ void pairCalendars(Pairing& pairing)
                  [&](const auto& handed) { return key(handed.id.conduit, handed.id.key); });
     pairing.pair([&](const auto& local) { return sourceKey(local.conduit(), local.record()); },
                  [&](const auto& handed) { return sourceKey(handed.id.conduit, handed.record); });
+}
+
+void pairCalendarsByLooks(Pairing& pairing)
+{
     pairing.pair([&](const auto& local) { return orderAndColor(local.conduit(), local.record()); },
                  [&](const auto& handed) {
                      return orderAndColor(handed.id.conduit, handed.record);
@@ -196,16 +206,32 @@ void pairItemsByContent(Pairing& pairing, const CalendarKeys& calendars)
     }
 }
 
+void pairItems(Pairing& pairing, const SyncRecordList& local)
+{
+    const CalendarKeys calendars = calendarKeys(local, pairing);
+    pairItemsByKey(pairing);
+    pairItemsByContent(pairing, calendars);
+}
+
 }  // namespace
 
 std::vector<std::optional<std::string>> pairWithHanded(const SyncRecordList& local,
                                                        const std::vector<HandedRecord>& handed)
 {
-    Pairing pairing(local, handed);
+    Pairing pairing(local, handed, std::vector<std::optional<std::string>>(local.size()));
     pairCalendars(pairing);
-    const CalendarKeys calendars = calendarKeys(local, pairing);
-    pairItemsByKey(pairing);
-    pairItemsByContent(pairing, calendars);
+    pairCalendarsByLooks(pairing);
+    pairItems(pairing, local);
+    return pairing.takeAgreedKeys();
+}
+
+std::vector<std::optional<std::string>> pairWithHanded(
+    const SyncRecordList& local, const std::vector<HandedRecord>& handed,
+    std::vector<std::optional<std::string>> known)
+{
+    Pairing pairing(local, handed, std::move(known));
+    pairCalendars(pairing);
+    pairItems(pairing, local);
     return pairing.takeAgreedKeys();
 }
 

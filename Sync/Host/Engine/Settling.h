@@ -21,4 +21,12 @@ namespace kt {
 std::vector<std::optional<std::string>> pairWithHanded(const SyncRecordList& local,
                                                        const std::vector<HandedRecord>& handed);
 
+/// The same for a store whose rewrite was not settled: some of it may be older than the rewrite and
+/// some newer. `known` are the agreed keys that are certain already; they come back as they are,
+/// and nothing else is given them. A calendar is not taken for another one merely because it looks
+/// like it: somebody may have made it since.
+std::vector<std::optional<std::string>> pairWithHanded(
+    const SyncRecordList& local, const std::vector<HandedRecord>& handed,
+    std::vector<std::optional<std::string>> known);
+
 }  // namespace kt

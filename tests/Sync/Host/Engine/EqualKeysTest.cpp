@@ -47,17 +47,28 @@ protected:
     // The names given, in load order; "-" for what belongs to nothing.
     std::vector<std::string> names()
     {
-        std::vector<LocalRecord*> records;
-        for (const auto& local : _locals)
-            records.push_back(local.get());
-        std::vector<const SeenRow*> rows;
-        for (const auto& row : _rows)
-            rows.push_back(row.get());
-        tellEqualKeysApart(records, rows, *this);
+        const std::vector<LocalRecord*> records = this->records();
+        tellEqualKeysApart(records, rows(), *this);
         std::vector<std::string> names;
         for (const LocalRecord* record : records)
             names.push_back(record->isLeftOver ? "-" : record->agreedId.key);
         return names;
+    }
+
+    std::vector<LocalRecord*> records() const
+    {
+        std::vector<LocalRecord*> records;
+        for (const auto& local : _locals)
+            records.push_back(local.get());
+        return records;
+    }
+
+    std::vector<const SeenRow*> rows() const
+    {
+        std::vector<const SeenRow*> rows;
+        for (const auto& row : _rows)
+            rows.push_back(row.get());
+        return rows;
     }
 
     std::string seenContent(const SeenRow& row) const override { return _contents.at(row.row); }
@@ -242,6 +253,20 @@ TEST(NumberedKey, AddsNumbersFromTwoOn)
 {
     EXPECT_EQ(numberedKey("K", 1), "K");
     EXPECT_EQ(numberedKey("K", 2), "K-2");
+}
+
+TEST_F(Rule2, WhatIsNotCertainWaitsWithoutANameAndCanBeGivenOne)
+{
+    seen("K", kFirst);
+    given(kThird);
+    given(kFirst);
+    given(kSecond);
+    keepWhatEqualsItsSeen(records(), rows(), *this);
+    EXPECT_EQ(records()[0]->agreedId.key, "");
+    EXPECT_EQ(records()[1]->agreedId.key, "K");
+    EXPECT_EQ(records()[2]->agreedId.key, "");
+    records()[2]->agreedId = {"ical-task", "K-2"};
+    EXPECT_THAT(names(), ElementsAre("K-3", "K", "K-2"));
 }
 
 }  // namespace

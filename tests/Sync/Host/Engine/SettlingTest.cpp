@@ -126,5 +126,36 @@ TEST(PairWithHanded, KeepsConduitsApart)
                 ElementsAre(kNone));
 }
 
+using Names = std::vector<std::optional<std::string>>;
+
+TEST(PairWithHandedWhileUnsettled, LeavesWhatIsKnownAndGivesItToNobodyElse)
+{
+    EXPECT_THAT(pairWithHanded({local(kConduitTask, "K", taskRecord("a", "20071225")),
+                                local(kConduitTask, "K", taskRecord("a", "20071225"))},
+                               {handed(kConduitTask, "K", taskRecord("a", "20071224")),
+                                handed(kConduitTask, "K-2", taskRecord("a", "20071225"))},
+                               Names{"K-2", kNone}),
+                ElementsAre("K-2", "K"));
+}
+
+TEST(PairWithHandedWhileUnsettled, FindsAnItemInTheCalendarThatIsKnown)
+{
+    EXPECT_THAT(pairWithHanded({local(kConduitCalendar, "L", calendarRecord("Privat", "s")),
+                                local(kConduitTask, "neu", taskRecord("a", "20071224", "L"))},
+                               {handed(kConduitCalendar, "C", calendarRecord("Anders", "t")),
+                                handed(kConduitTask, "alt", taskRecord("a", "20071224", "C"))},
+                               Names{"C", kNone}),
+                ElementsAre("C", "alt"));
+}
+
+TEST(PairWithHandedWhileUnsettled, DoesNotTellCalendarsByTheirLooks)
+{
+    const SyncRecordList store{local(kConduitCalendar, "G", calendarRecord("Garten", "g"))};
+    const std::vector<HandedRecord> state{
+        handed(kConduitCalendar, "A", calendarRecord("Arbeit", "a"))};
+    EXPECT_THAT(pairWithHanded(store, state), ElementsAre("A"));
+    EXPECT_THAT(pairWithHanded(store, state, Names{kNone}), ElementsAre(kNone));
+}
+
 }  // namespace
 }  // namespace kt::test
