@@ -43,8 +43,9 @@ void Comparison::bringBack(const std::string& calendarKey)
             return;
         if (!isDeletedThere && _knowledge.agreedRow(id)->revision != 0 &&
             !_remote.isMissingOnServer(id)) {
-            // Deleted here only: it stays agreed, and the rewrite brings it back.
+            // Deleted here only: it stays agreed, and a rewrite brings it back.
             _outcomes.erase(found);
+            _deletionsNotMade.push_back(id);
             return;
         }
         Dictionary last = std::move(outcome.record);

@@ -18,11 +18,6 @@ std::optional<std::string> parentOf(const Dictionary& record)
     return parent.isString() ? std::optional(parent.string()) : std::nullopt;
 }
 
-const RemoteChange* usable(const RemoteChange* remote)
-{
-    return remote == nullptr || remote->isRefused ? nullptr : remote;
-}
-
 }  // namespace
 
 Comparison::Comparison(const Knowledge& knowledge, RemoteChanges& remote, const LocalRecords& local,
@@ -38,6 +33,7 @@ Comparison::Comparison(const Knowledge& knowledge, RemoteChanges& remote, const 
 std::map<RecordId, Outcome> Comparison::outcomes()
 {
     _outcomes.clear();
+    _deletionsNotMade.clear();
     if (_rules.serverWins) {
         overwriteWithServer();
         return std::move(_outcomes);
@@ -48,11 +44,11 @@ std::map<RecordId, Outcome> Comparison::outcomes()
         compareAgreed(agreed);
     for (const LocalRecord& local : _local.all()) {
         if (!local.isLeftOver && _knowledge.agreedRow(local.agreedId) == nullptr)
-            compareNew(local.agreedId, &local, usable(_remote.change(local.agreedId)));
+            compareNew(local.agreedId, &local, _remote.change(local.agreedId));
     }
     for (const auto& [id, remote] : _remote.changes()) {
         if (_knowledge.agreedRow(id) == nullptr && _local.recordAgreedAs(id) == nullptr)
-            compareNew(id, nullptr, usable(&remote));
+            compareNew(id, nullptr, &remote);
     }
     keepSequences();
     bringCalendarsBack();
@@ -68,6 +64,16 @@ Outcome& Comparison::take(const RecordId& id, Dictionary record)
     outcome.record = std::move(record);
     outcome.isNew = _knowledge.agreedRow(id) == nullptr;
     return _outcomes.insert_or_assign(id, std::move(outcome)).first->second;
+}
+
+// The server has a record under that name that this version cannot take, and it stays there as it
+// is. What this device has goes nowhere, but a rewrite must not cost it either: it is kept as what
+// nobody has agreed to, and meets the server's record once that can be taken.
+Outcome& Comparison::takeHereOnly(const RecordId& id, Dictionary record)
+{
+    Outcome& outcome = take(id, std::move(record));
+    outcome.isLocalChange = true;
+    return outcome;
 }
 
 Outcome& Comparison::remove(const AgreedRow& agreed)
@@ -110,7 +116,7 @@ void Comparison::compareAgreed(const AgreedRow& agreed)
 {
     const LocalRecord* local = _local.recordAgreedAs(agreed.id);
     const LocalWish wish = wishFor(agreed, local);
-    const RemoteChange* remote = usable(_remote.change(agreed.id));
+    const RemoteChange* remote = _remote.change(agreed.id);
     if (remote == nullptr) {
         const bool isOnServer = agreed.revision != 0 && !_remote.isMissingOnServer(agreed.id);
         if (isOnServer)
@@ -119,7 +125,9 @@ void Comparison::compareAgreed(const AgreedRow& agreed)
             goesUpAgain(agreed, wish);
         return;
     }
-    if (remote->server.isTombstone)
+    if (remote->isRefused)
+        meetsRefused(agreed, wish);
+    else if (remote->server.isTombstone)
         meetsTombstone(agreed, isOnlyRenumbered(wish.units) ? LocalWish() : wish, *remote);
     else if (wish.kind == LocalWish::Kind::deleted && isOnlyRenumbered(agreed, *remote))
         meetsNothing(agreed, wish);
@@ -196,16 +204,27 @@ void Comparison::meetsNothing(const AgreedRow& agreed, const LocalWish& wish)
     outcome.isLocalChange = true;
 }
 
+void Comparison::meetsRefused(const AgreedRow& agreed, const LocalWish& wish)
+{
+    if (wish.kind == LocalWish::Kind::changed)
+        takeHereOnly(agreed.id, withWish(_state.agreedRecord(agreed.id), wish));
+    else if (wish.kind == LocalWish::Kind::deleted)
+        _deletionsNotMade.push_back(agreed.id);
+}
+
 void Comparison::meetsRecord(const AgreedRow& agreed, const LocalWish& wish,
                              const RemoteChange& remote)
 {
     // An edit there beats a deletion here, whether the plug-in let the edit through or not; what it
     // did not let through comes again. But a change of this device never goes up without what the
     // server has.
-    if (!remote.isTaken && wish.kind != LocalWish::Kind::changed)
+    if (!remote.isTaken && wish.kind != LocalWish::Kind::changed) {
+        if (wish.kind == LocalWish::Kind::deleted)
+            _deletionsNotMade.push_back(agreed.id);
         return;
+    }
     const Dictionary base = _state.agreedRecord(agreed.id);
-    if (!_rules.hasBase)
+    if (!_rules.hasBase || agreed.revision == 0)
         takeMerged(agreed.id, mergedWithoutBase(withWish(base, wish), remote.record), remote);
     else if (wish.kind == LocalWish::Kind::changed)
         takeMerged(agreed.id, mergedOntoAgreed(base, {wish.record, wish.units}, remote.record),
@@ -220,8 +239,8 @@ void Comparison::meetsRecord(const AgreedRow& agreed, const LocalWish& wish,
 void Comparison::meetsTombstone(const AgreedRow& agreed, const LocalWish& wish,
                                 const RemoteChange& remote)
 {
-    if (wish.kind == LocalWish::Kind::changed) {
-        // An edit beats a deletion.
+    if (wish.kind == LocalWish::Kind::changed || agreed.revision == 0) {
+        // An edit beats a deletion, also one that this server has never got.
         Outcome& outcome = take(agreed.id, withWish(_state.agreedRecord(agreed.id), wish));
         outcome.goesUp = true;
         outcome.isLocalChange = true;
@@ -234,7 +253,8 @@ void Comparison::meetsTombstone(const AgreedRow& agreed, const LocalWish& wish,
 void Comparison::compareNew(const RecordId& id, const LocalRecord* local,
                             const RemoteChange* remote)
 {
-    const bool isOnServer = remote != nullptr && !remote->server.isTombstone;
+    const bool isRefused = remote != nullptr && remote->isRefused;
+    const bool isOnServer = remote != nullptr && !remote->server.isTombstone && !isRefused;
     if (local == nullptr || isLeftBehind(*local)) {
         if (!isOnServer || !remote->isTaken)
             return;
@@ -243,6 +263,10 @@ void Comparison::compareNew(const RecordId& id, const LocalRecord* local,
         return;
     }
     Dictionary own = _local.underAgreedKeys(*local);
+    if (isRefused) {
+        takeHereOnly(id, std::move(own));
+        return;
+    }
     if (isOnServer) {
         const std::string ownHash = contentHash(own);
         takeMerged(id, mergedWithoutBase(own, remote->record), *remote);

@@ -29,7 +29,7 @@ struct Outcome {
     bool goesUp = false;              // the server has to be told
     bool comesDown = false;           // the store does not have it so
     bool isLocalChange = false;       // this device did something to it
-    std::int64_t serverRevision = 0;  // what is agreed when nothing goes up
+    std::int64_t serverRevision = 0;  // what is agreed when nothing goes up; 0: with nobody
 };
 
 /// Under which circumstances records are compared.
@@ -58,6 +58,10 @@ public:
     /// state or server fail.
     std::map<RecordId, Outcome> outcomes();
 
+    /// Agreed records that are gone from the store and stay agreed, since the server has an edit of
+    /// them: the store has to get them back. Known once there are outcomes.
+    const std::vector<RecordId>& deletionsNotMade() const { return _deletionsNotMade; }
+
 private:
     /// What this device did to a record.
     struct LocalWish {
@@ -81,8 +85,10 @@ private:
     void meetsRecord(const AgreedRow& agreed, const LocalWish& wish, const RemoteChange& remote);
     void meetsTombstone(const AgreedRow& agreed, const LocalWish& wish, const RemoteChange& remote);
     void meetsNothing(const AgreedRow& agreed, const LocalWish& wish);
+    void meetsRefused(const AgreedRow& agreed, const LocalWish& wish);
 
     Outcome& take(const RecordId& id, Dictionary record);
+    Outcome& takeHereOnly(const RecordId& id, Dictionary record);
     Outcome& remove(const AgreedRow& agreed);
     void takeMerged(const RecordId& id, Dictionary merged, const RemoteChange& remote);
 
@@ -106,6 +112,7 @@ private:
     SyncServerSession& _server;
     ComparisonRules _rules;
     std::map<RecordId, Outcome> _outcomes;
+    std::vector<RecordId> _deletionsNotMade;
 };
 
 }  // namespace kt

@@ -136,7 +136,8 @@ void RemoteChanges::add(ServerRecord record, const Knowledge& knowledge, const L
     const bool isOffer = untaken != nullptr && untaken->revision == change.server.revision;
     if (change.isRefused && !isOffer)
         log(stringWithFormat(
-            "Der Datensatz '%@' (%@) des Servers ist unvollständig und wird nicht übernommen",
+            "Der Datensatz '%@' (%@) des Servers ist unvollständig oder fehlerhaft und wird nicht "
+            "übernommen",
             id.key, id.conduit));
     if (!change.isRefused && (!isOffer || isWorthAnotherRun(*untaken, knowledge)))
         _hasNews = true;

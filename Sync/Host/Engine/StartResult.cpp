@@ -35,7 +35,7 @@ bool isOwedAfter(StartResult result, const StartFacts& facts)
 {
     if (facts.isSettling)
         return facts.isOwed;
-    return result == StartResult::onlyUp && (facts.asksForFull || facts.isOwed);
+    return result == StartResult::onlyUp && needsFullComparison(facts);
 }
 
 bool isRewriteExpected(StartResult result)

@@ -26,34 +26,52 @@ bool SyncSession::finish()
         close();
         return true;
     }
-    _keptCalendars = _keptRecords ? calendarsOf(*_keptRecords) : _knowledge->keptCalendars();
+    _keptCalendars = keptCalendars();
     const bool isDone = isSettling() ? finishSettling() : takeEffect();
     close();
     return isDone;
 }
 
-// What concerns a switched-off calendar is withdrawn: its records are kept, not compared.
-bool SyncSession::isWithdrawn(const Outcome& outcome) const
+// Where what is missing may only be unread, a calendar that was switched off and is not to be seen
+// still is.
+std::unordered_set<std::string> SyncSession::keptCalendars() const
+{
+    if (!_keptRecords)
+        return _knowledge->keptCalendars();
+    std::unordered_set<std::string> calendars = calendarsOf(*_keptRecords);
+    if (!isMissingUnread())
+        return calendars;
+    const std::unordered_set<std::string> active = calendarsOf(_localRecords);
+    for (const std::string& calendar : _knowledge->keptCalendars()) {
+        if (active.count(calendar) == 0)
+            calendars.insert(calendar);
+    }
+    return calendars;
+}
+
+// Records of a switched-off calendar are kept, not compared.
+bool SyncSession::isOfKeptCalendar(const RecordId& id,
+                                   const std::optional<std::string>& parentKey) const
 {
     const auto isKept = [&](const std::string& agreedKey) {
         return _keptCalendars.count(_local->localCalendarKey(agreedKey)) != 0;
     };
-    if (outcome.id.conduit == kConduitCalendar)
-        return isKept(outcome.id.key);
-    const AgreedRow* agreed = _knowledge->agreedRow(outcome.id);
-    return (outcome.parentKey && isKept(*outcome.parentKey)) ||
+    if (id.conduit == kConduitCalendar)
+        return isKept(id.key);
+    const AgreedRow* agreed = _knowledge->agreedRow(id);
+    return (parentKey && isKept(*parentKey)) ||
            (agreed != nullptr && agreed->parentKey && isKept(*agreed->parentKey));
 }
 
-// What the plug-in handed back takes effect. It cannot tell a calendar that was deleted from one
-// that is switched off, so it thins out the deletions of both; those of calendars that are not kept
-// stand.
+// What the plug-in handed back takes effect, but for what concerns a switched-off calendar. It
+// cannot tell a calendar that was deleted from one that is switched off, so it thins out the
+// deletions of both; those of calendars that are not kept stand.
 std::vector<const Outcome*> SyncSession::effectiveOutcomes() const
 {
     std::vector<const Outcome*> effective;
     for (const auto& [record, outcome] : _staged) {
         const bool stands = _handedBack.count(record.get()) != 0 || isDeletion(*outcome);
-        if (stands && !isWithdrawn(*outcome))
+        if (stands && !isOfKeptCalendar(outcome->id, outcome->parentKey))
             effective.push_back(outcome);
     }
     return effective;
@@ -147,8 +165,12 @@ void SyncSession::writeAgreed(const std::vector<const Outcome*>& effective, std:
 void SyncSession::writeUntaken(const std::vector<const Outcome*>& effective)
 {
     std::unordered_set<RecordId, RecordIdHash> settled;
-    for (const Outcome* outcome : effective)
-        settled.insert(outcome->id);
+    for (const Outcome* outcome : effective) {
+        // What this version cannot take is not taken, whatever this device did to its own.
+        const RemoteChange* remote = _remote.change(outcome->id);
+        if (remote == nullptr || !remote->isRefused)
+            settled.insert(outcome->id);
+    }
     for (const UntakenRow& row : _knowledge->untaken()) {
         if (settled.count(row.id) != 0 || _remote.change(row.id) == nullptr)
             _setting.state.removeUntaken(row.id);
@@ -177,7 +199,7 @@ void SyncSession::writeKept()
         return;
     KeptReplacement replacement;
     replacement.activeCalendars = calendarsOf(_localRecords);
-    replacement.isMissingUnread = _setting.hasLosses || (_facts.hasMark && !isSettling());
+    replacement.isMissingUnread = isMissingUnread();
     replaceKept(_setting.state, *_knowledge, *_keptRecords, replacement);
 }
 
@@ -211,17 +233,15 @@ void SyncSession::writeFacts(const std::vector<const Outcome*>& effective, std::
 {
     StateFacts facts = _knowledge->facts();
     const bool isRewritten = isRewriteExpected(_result);
-    // Whatever the store should have and does not get in this run makes a full comparison owed.
-    const bool storeLags =
-        !isRewritten && (hasUntakenOfCalendarSwitchedOn() ||
-                         std::any_of(effective.begin(), effective.end(),
-                                     [](const Outcome* outcome) { return outcome->comesDown; }));
-    facts.owed = isOwedAfter(_result, _facts) || storeLags;
+    facts.owed = isOwedAfter(_result, _facts) || (!isRewritten && doesStoreLag(effective));
+    facts.serverIdentity = _serverIdentity;
     if (_isHeld) {
+        // What was exchanged is common from now on, but nothing of the rest was taken yet.
+        if (!_hasBase)
+            facts.anchor = facts.anchorAfterSettling = 0;
         _setting.state.setFacts(facts);
         return;
     }
-    facts.serverIdentity = _serverIdentity;
     facts.systemVersion = _setting.options.systemVersion;
     if (isRewritten) {
         facts.anchor = _hasBase ? facts.anchor : 0;
@@ -234,6 +254,16 @@ void SyncSession::writeFacts(const std::vector<const Outcome*>& effective, std::
         facts.anchorAfterSettling = 0;
     }
     _setting.state.setFacts(facts);
+}
+
+// Whatever the store should have and does not get in this run makes a full comparison owed.
+bool SyncSession::doesStoreLag(const std::vector<const Outcome*>& effective) const
+{
+    const auto comesDown = [](const Outcome* outcome) { return outcome->comesDown; };
+    const auto comesBack = [&](const RecordId& id) { return !isOfKeptCalendar(id, std::nullopt); };
+    return hasUntakenOfCalendarSwitchedOn() ||
+           std::any_of(effective.begin(), effective.end(), comesDown) ||
+           std::any_of(_deletionsNotMade.begin(), _deletionsNotMade.end(), comesBack);
 }
 
 bool SyncSession::hasUntakenOfCalendarSwitchedOn() const
@@ -296,6 +326,9 @@ bool SyncSession::finishSettling()
     writeKept();
     StateFacts facts = _knowledge->facts();
     facts.mark = std::nullopt;
+    // What the rewritten store does not give was not seen, so it is not deleted; it has to get
+    // there yet. The losses hold the runs until it can.
+    facts.owed = facts.owed || _setting.hasLosses;
     facts.anchor = facts.anchorAfterSettling;
     facts.anchorAfterSettling = 0;
     _setting.state.setFacts(facts);

@@ -133,16 +133,20 @@ SyncResult SyncSession::diff(const SyncRecordList& local,
     if (isMissingUnread())
         _localRecords = withKeptRecordsThatAreMissing(local, _setting.state, *_knowledge);
     noteTaken(remote.value_or(SyncRecordList{}));
+    // Before anything of this server was ever taken, what is new on both sides is no addition to
+    // something common.
+    const bool isAfterFirstMeeting = _hasBase && _knowledge->facts().anchor != 0;
     _local.emplace(_localRecords, *_knowledge, _remote, _setting.state,
-                   _hasBase ? LocalRecords::Base::agreed : LocalRecords::Base::none);
+                   isAfterFirstMeeting ? LocalRecords::Base::agreed : LocalRecords::Base::none);
     ComparisonRules rules;
     rules.hasBase = _hasBase;
     rules.isMissingUnread = isMissingUnread();
     rules.isHealing = _facts.hasMark;
     rules.serverWins =
         _result == StartResult::overwrittenLater || _result == StartResult::overwrittenAtFirst;
-    _outcomes =
-        Comparison(*_knowledge, _remote, *_local, _setting.state, *_server, rules).outcomes();
+    Comparison comparison(*_knowledge, _remote, *_local, _setting.state, *_server, rules);
+    _outcomes = comparison.outcomes();
+    _deletionsNotMade = comparison.deletionsNotMade();
     return stagedResult(diffMode);
 }
 

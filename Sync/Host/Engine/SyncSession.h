@@ -69,7 +69,8 @@ private:
     bool takeEffect();
     bool finishSettling();
     std::vector<const Outcome*> effectiveOutcomes() const;
-    bool isWithdrawn(const Outcome& outcome) const;
+    std::unordered_set<std::string> keptCalendars() const;
+    bool isOfKeptCalendar(const RecordId& id, const std::optional<std::string>& parentKey) const;
     std::optional<std::string> reasonAgainst(const std::vector<const Outcome*>& effective) const;
     std::int64_t writeToServer(const std::vector<const Outcome*>& effective);
     void writeAgreed(const std::vector<const Outcome*>& effective, std::int64_t revision);
@@ -77,12 +78,13 @@ private:
     void writeKept();
     void writeSeen(const std::vector<const Outcome*>& effective);
     void writeFacts(const std::vector<const Outcome*>& effective, std::int64_t head);
+    bool doesStoreLag(const std::vector<const Outcome*>& effective) const;
     bool hasUntakenOfCalendarSwitchedOn() const;
     void count(const std::vector<const Outcome*>& effective);
     void logHeld();
 
     bool isSettling() const { return _setting.options.settling.has_value(); }
-    bool isMissingUnread() const { return _setting.hasLosses || _facts.hasMark; }
+    bool isMissingUnread() const { return _setting.hasLosses || (_facts.hasMark && !isSettling()); }
     bool isDryRun() const { return _setting.options.dryRun; }
 
     SessionSetting _setting;
@@ -91,6 +93,7 @@ private:
     RemoteChanges _remote;
     std::optional<LocalRecords> _local;
     std::map<RecordId, Outcome> _outcomes;
+    std::vector<RecordId> _deletionsNotMade;
 
     StartFacts _facts;
     StartResult _result = StartResult::noSession;

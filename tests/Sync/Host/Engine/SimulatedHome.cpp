@@ -212,6 +212,8 @@ bool SimulatedHome::doSync(SyncEngine& engine, Break breakAt)
             _isFullSync = true;
             return restore(false);
         }
+        if (beforeRewrite)
+            beforeRewrite();
         // The plug-in's guard ends the run before anything is written.
         const auto state =
             guardedOr([&] { return std::optional(engine.getLocalState()); },

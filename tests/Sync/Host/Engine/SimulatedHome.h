@@ -52,6 +52,8 @@ public:
 
     /// Items of these titles, and calendars of these titles, cannot be read and are told as losses.
     std::set<std::string> unreadable;
+    /// Called when the session took effect and the state to be written is about to be asked for.
+    std::function<void()> beforeRewrite;
     /// Called after the store was rewritten and before it is settled.
     std::function<void()> beforeSettling;
     std::string serverUrl;

@@ -119,6 +119,19 @@ TEST(Rule5, AFullComparisonAnsweredWith1IsOwed)
     EXPECT_FALSE(isOwedAfter(startResult(facts), facts));
 }
 
+TEST(Rule5, AFirstMeetingAnsweredWith1IsOwedAsWell)
+{
+    for (bool StartFacts::*meets :
+         {&StartFacts::isFirstMeeting, &StartFacts::isUnknownServer, &StartFacts::isServerOlder}) {
+        StartFacts facts;
+        facts.*meets = true;
+        facts.hasLosses = true;
+        EXPECT_TRUE(isOwedAfter(startResult(facts), facts));
+        facts.hasLosses = false;
+        EXPECT_FALSE(isOwedAfter(startResult(facts), facts));
+    }
+}
+
 TEST(Rule5, WhatIsOwedStaysOwedUntilItIsMade)
 {
     StartFacts facts;

@@ -121,6 +121,38 @@ TEST_F(SyncEngineFaults, AFailureIsSaidAndNeverThrown)
     EXPECT_EQ(log, summary.reasons);
 }
 
+TEST_F(SyncEngineFaults, AStateThatCannotBeReadLeavesTheStoreAlone)
+{
+    givenChangesOnBothSides();
+    auto& a = home("a");
+    const auto before = contents(a);
+    const int rewrites = a.store.rewrites();
+    a.beforeRewrite = [] { FailingSqlite::failAt(0); };
+    EXPECT_TRUE(a.sync().finished);
+    EXPECT_TRUE(FailingSqlite::hasFailed());
+    FailingSqlite::failAt(-1);
+    a.beforeRewrite = nullptr;
+    EXPECT_FALSE(a.doSyncResult);
+    EXPECT_EQ(a.store.rewrites(), rewrites);
+    EXPECT_EQ(contents(a), before);
+    expectBothSidesChanges();
+}
+
+TEST_F(SyncEngineFaults, AskedForAStateThatCannotBeReadTheEngineThrowsAndSaysWhy)
+{
+    givenChangesOnBothSides();
+    LocalState state(home("a").statePath());
+    const auto server = syncServerWithURL(serverUrl());
+    HostLossReport losses;
+    SyncEngine engine(state, *server, losses, {});
+    engine.beginRun({});
+    EXPECT_THAT(engine.getLocalState(), Not(IsEmpty()));
+    FailingSqlite::failAt(0);
+    EXPECT_THROW(engine.getLocalState(), Exception);
+    FailingSqlite::failAt(-1);
+    EXPECT_THAT(engine.endRun(false).reasons, Not(IsEmpty()));
+}
+
 TEST_F(SyncEngineFaults, ALogThatThrowsStopsNobody)
 {
     auto& a = home("a");

@@ -1,0 +1,150 @@
+#include "tests/Sync/Host/Engine/SyncEngineRules.h"
+
+namespace kt::test {
+namespace {
+
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::IsEmpty;
+
+TEST_F(SyncEngineRules, Rule14_NothingTakesEffectWithoutAPush)
+{
+    givenTwoHomes();
+    auto& a = home("a");
+    fields(a, "Privat", "Zahnarzt").set("Location", "Praxis");
+    const auto before = folder.tree();
+    EXPECT_FALSE(a.sync(broken(Break::cancelBeforePush)).finished);
+    EXPECT_EQ(folder.tree(), before);
+}
+
+TEST_F(SyncEngineRules, Rule14_NothingTakesEffectWhenTheProcessIsKilledBeforeItFinishes)
+{
+    givenTwoHomes();
+    auto& a = home("a");
+    fields(a, "Privat", "Zahnarzt").set("Location", "Praxis");
+    const auto before = folder.tree();
+    a.sync(broken(Break::killBeforeFinish));
+    EXPECT_EQ(folder.tree(), before);
+    EXPECT_EQ(a.sync().sent, 1U);
+}
+
+TEST_F(SyncEngineRules, Rule14_ASessionLeftOpenIsRolledBack)
+{
+    givenTwoHomes();
+    LocalState state(home("a").statePath());
+    const auto server = syncServerWithURL(serverUrl());
+    HostLossReport losses;
+    SyncEngine engine(state, *server, losses, {});
+    engine.beginRun({});
+    EXPECT_EQ(engine.startSync(5), 1);
+    EXPECT_TRUE(state.isOpen());
+    const SyncRunSummary summary = engine.endRun(false);
+    EXPECT_FALSE(state.isOpen());
+    EXPECT_FALSE(summary.finished);
+    EXPECT_FALSE(engine.finishSync());
+    EXPECT_FALSE(engine.pushSyncResult({}));
+    EXPECT_EQ(engine.pullRecords(), std::nullopt);
+    EXPECT_EQ(engine.diffLocalStateWithLocalUpdates({}, std::nullopt, 7), std::nullopt);
+    EXPECT_TRUE(home("a").sync().finished);
+}
+
+TEST_F(SyncEngineRules, Rule14_ADeletionInASwitchedOffCalendarDoesNotComeBack)
+{
+    givenTwoHomes();
+    auto& a = home("a");
+    a.switchOff("Arbeit");
+    a.sync();
+    removeItem(a, "Arbeit", "Sitzung");
+    home("b").store.calendar("Privat")->items.push_back(task("Blumen"));
+    home("b").sync();
+    a.sync();
+    EXPECT_EQ(a.store.count("Blumen"), 1);
+    EXPECT_EQ(a.store.count("Sitzung"), 0);
+    EXPECT_EQ(home("b").store.count("Sitzung"), 1);
+    a.switchOn("Arbeit");
+    syncUntilRest();
+    EXPECT_EQ(a.store.count("Sitzung"), 0);
+    EXPECT_EQ(home("b").store.count("Sitzung"), 0);
+    expectRest();
+}
+
+TEST_F(SyncEngineRules, Rule14_ASwitchedOffCalendarKeepsItsEditsAndTakesOthersOnceItIsOn)
+{
+    givenTwoHomes();
+    auto& a = home("a");
+    auto& b = home("b");
+    a.switchOff("Arbeit");
+    a.sync();
+    fields(a, "Arbeit", "Sitzung").set("Notes", "von a");
+    a.store.calendar("Arbeit")->items.push_back(event("neu bei a", "20071228T100000"));
+    fields(b, "Arbeit", "Sitzung").set("Location", "von b");
+    b.store.calendar("Arbeit")->color = "#0000FF";
+    b.store.calendar("Arbeit")->items.push_back(event("neu bei b", "20071228T100000"));
+    b.store.calendar("Privat")->items.push_back(task("Blumen"));
+    b.sync();
+    for (int run = 0; run < 3; ++run)
+        a.sync();
+    EXPECT_EQ(a.store.count("neu bei b"), 0);
+    EXPECT_EQ(a.store.count("neu bei a"), 1);
+    EXPECT_EQ(a.store.count("Blumen"), 1);
+    const int rewrites = a.store.rewrites();
+    a.sync();
+    EXPECT_EQ(a.store.rewrites(), rewrites) << "what is not taken is no reason to rewrite again";
+    a.switchOn("Arbeit");
+    syncUntilRest();
+    expectEqualHomes();
+    EXPECT_EQ(fields(b, "Arbeit", "Sitzung")["Notes"], Value("von a"));
+    EXPECT_EQ(fields(a, "Arbeit", "Sitzung")["Location"], Value("von b"));
+    EXPECT_EQ(b.store.count("neu bei a"), 1);
+    expectRest();
+}
+
+TEST_F(SyncEngineRules, Rule14_ADeletedCalendarIsDeletedAlthoughTheThinningOutHidesIt)
+{
+    givenTwoHomes();
+    auto& a = home("a");
+    a.store.calendars.push_back(calendar("Geheim", {task("geheim")}));
+    a.sync();
+    a.switchOff("Geheim");
+    a.sync();
+    removeCalendar(a, "Arbeit");
+    EXPECT_EQ(a.sync().deletedOnServer, 2U);
+    home("b").sync();
+    EXPECT_EQ(home("b").store.calendar("Arbeit"), nullptr);
+    EXPECT_EQ(home("b").store.count("geheim"), 1);
+}
+
+TEST_F(SyncEngineRules, Rule14_WhatWasNotTakenComesAgainWhenItsCalendarIsOn)
+{
+    givenTwoHomes();
+    auto& a = home("a");
+    a.switchOff("Arbeit");
+    a.sync();
+    home("b").store.calendar("Arbeit")->items.push_back(event("Feier", "20071228T160000"));
+    home("b").sync();
+    a.sync();
+    EXPECT_EQ(a.store.count("Feier"), 0);
+    a.switchOn("Arbeit");
+    a.sync();
+    EXPECT_EQ(a.store.count("Feier"), 1);
+    expectRest();
+}
+
+TEST_F(SyncEngineRules, Rule17_AnEmptiedStoreDeletesNothingUnlessTheUserSaysSo)
+{
+    givenTwoHomes();
+    auto& a = home("a");
+    const auto all = a.store.calendars;
+    a.store.calendars.clear();
+    const SyncRunSummary summary = a.sync();
+    EXPECT_FALSE(summary.finished);
+    EXPECT_THAT(summary.reasons, ElementsAre(HasSubstr("--allow-mass-delete")));
+    EXPECT_EQ(liveOnServer().size(), 5U);
+    Wishes wishes;
+    wishes.allowMassDelete = true;
+    EXPECT_EQ(a.sync(wishes).deletedOnServer, 5U);
+    EXPECT_THAT(liveOnServer(), IsEmpty());
+}
+
+}  // namespace
+}  // namespace kt::test

@@ -1,0 +1,96 @@
+#include "tests/Sync/Host/Engine/SyncEngineRules.h"
+
+namespace kt::test {
+namespace {
+
+TEST_F(SyncEngineRules, Rule12_AFirstMeetingDeletesNothingAndJoinsFields)
+{
+    auto& a = home("a");
+    auto& b = home("b");
+    a.store.calendars = {
+        calendar("Privat", {event("Zahnarzt", "20071224T100000", {{"Notes", "Karte"}}),
+                            event("nur a", "20071225T100000")})};
+    b.store.calendars = {
+        calendar("Privat", {event("Zahnarzt", "20071224T100000", {{"Location", "Praxis"}}),
+                            event("nur b", "20071225T100000")})};
+    syncUntilRest();
+    expectEqualHomes();
+    EXPECT_EQ(a.store.count("nur b"), 1);
+    EXPECT_EQ(b.store.count("nur a"), 1);
+    EXPECT_EQ(fields(a, "Privat", "Zahnarzt")["Notes"], Value("Karte"));
+    EXPECT_EQ(fields(a, "Privat", "Zahnarzt")["Location"], Value("Praxis"));
+    EXPECT_EQ(a.store.count("Zahnarzt"), 1);
+    expectRest();
+}
+
+TEST_F(SyncEngineRules, Rule12_AServerReplacedByAnEmptyOneIsFilledAgain)
+{
+    givenTwoHomes();
+    const auto before = contents(home("a"));
+    folder.remove("server.db");
+    EXPECT_EQ(home("a").sync().startResult, 2);
+    EXPECT_EQ(contents(home("a")), before);
+    EXPECT_EQ(liveOnServer().size(), 5U);
+    EXPECT_EQ(home("b").sync().startResult, 6);
+    EXPECT_EQ(contents(home("b")), before);
+    expectRest();
+}
+
+TEST_F(SyncEngineRules, Rule12_AServerReplacedByASmallOneIsFilledAgain)
+{
+    givenTwoHomes();
+    folder.remove("server.db");
+    auto& stranger = home("stranger");
+    stranger.store.calendars = {calendar("Fremd", {task("fremd")})};
+    stranger.sync();
+    syncUntilRest();
+    expectEqualHomes();
+    EXPECT_EQ(home("a").store.count("Zahnarzt"), 1);
+    EXPECT_EQ(home("a").store.count("fremd"), 1);
+    expectRest();
+}
+
+TEST_F(SyncEngineRules, Rule12_AServerReplacedKeepsWhatASwitchedOffCalendarHolds)
+{
+    givenTwoHomes();
+    auto& a = home("a");
+    a.switchOff("Arbeit");
+    a.sync();
+    folder.remove("server.db");
+    a.sync();
+    EXPECT_EQ(liveOnServer().size(), 3U);
+    a.switchOn("Arbeit");
+    syncUntilRest();
+    EXPECT_EQ(liveOnServer().size(), 5U);
+    EXPECT_EQ(home("b").store.count("Sitzung"), 1);
+    expectRest();
+}
+
+TEST_F(SyncEngineRules, Rule12_AResetLocalStateDeletesNothing)
+{
+    givenTwoHomes();
+    auto& a = home("a");
+    const auto before = contents(a);
+    removeItem(a, "Privat", "Einkaufen");
+    EXPECT_TRUE(a.resetSync());
+    EXPECT_EQ(a.sync().startResult, 6);
+    EXPECT_EQ(contents(a), before);
+    expectRest();
+}
+
+TEST_F(SyncEngineRules, Rule12_AFullComparisonStillTellsADeletionFromAnAddition)
+{
+    givenTwoHomes();
+    auto& a = home("a");
+    removeItem(a, "Privat", "Einkaufen");
+    home("b").store.calendar("Privat")->items.push_back(task("Blumen"));
+    home("b").sync();
+    EXPECT_EQ(a.sync(full()).startResult, 6);
+    EXPECT_EQ(a.store.count("Einkaufen"), 0);
+    EXPECT_EQ(a.store.count("Blumen"), 1);
+    syncUntilRest();
+    EXPECT_EQ(home("b").store.count("Einkaufen"), 0);
+}
+
+}  // namespace
+}  // namespace kt::test
