@@ -1,17 +1,37 @@
 #include "Sync/Host/Services/ReferenceHost.h"
 
+#include <string_view>
 #include <utility>
 
+#include "Sync/Foundation/Exception.h"
+
 namespace kt {
+
+namespace {
+
+constexpr std::string_view kStoreChanged =
+    "Die Kalender haben sich während der Synchronisierung geändert und bleiben, wie sie sind; die "
+    "nächste gleicht sie vollständig ab.";
+
+}  // namespace
 
 ReferenceHost::ReferenceHost(HostServices services, SyncEngine& engine)
     : PluginHost(std::move(services)),
       _engine(engine)
 {}
 
+void ReferenceHost::beginRun(StoreFingerprint store)
+{
+    _course = {};
+    _store = std::move(store);
+    _storeWhenRead.clear();
+}
+
 int ReferenceHost::startSync(int mode)
 {
     _course.hasStarted = true;
+    if (_store)
+        _storeWhenRead = _store();
     return _engine.startSync(mode);
 }
 
@@ -38,6 +58,10 @@ bool ReferenceHost::finishSync() { return _engine.finishSync(); }
 
 SyncRecordMap ReferenceHost::getLocalState()
 {
+    if (_store && _store() != _storeWhenRead) {
+        _course.refusal = kStoreChanged;
+        throw Exception(NSGenericException, _course.refusal);
+    }
     _course.hasTakenState = true;
     return _engine.getLocalState();
 }

@@ -1,5 +1,8 @@
 #pragma once
 
+#include <functional>
+#include <string>
+
 #include "Sync/Host/Engine/SyncEngine.h"
 #include "Sync/Host/Services/PluginHost.h"
 
@@ -24,18 +27,26 @@ public:
     bool resetLocalState() override;
     bool isBinaryRunning(std::string_view name) override;
 
+    /// Tells one state of the plug-in's files from another.
+    using StoreFingerprint = std::function<std::string()>;
+
     /// What the plug-in did since beginRun.
     struct Course {
         bool foundProgramRunning = false;
         bool hasStarted = false;     // startSync was called, so the store could be loaded
-        bool hasTakenState = false;  // getLocalState was called, so the store was to be rewritten
+        bool hasTakenState = false;  // getLocalState answered, so the store was to be rewritten
+        std::string refusal;         // why getLocalState threw, one German line; else empty
     };
-    void beginRun() { _course = {}; }
+    /// With a fingerprint a store that somebody else wrote into since it was read is not rewritten:
+    /// getLocalState then throws Exception, which ends the run before the plug-in writes anything.
+    void beginRun(StoreFingerprint store = {});
     const Course& course() const { return _course; }
 
 private:
     SyncEngine& _engine;
     Course _course;
+    StoreFingerprint _store;
+    std::string _storeWhenRead;
 };
 
 }  // namespace kt

@@ -123,7 +123,7 @@ std::string SyncRun::backUp(const SyncRunWishes& wishes)
 
 void SyncRun::synchronize(const SyncRunOptions& options, SyncRunResult& result)
 {
-    _host.beginRun();
+    _host.beginRun([files = storeFiles()] { return fingerprintOfFiles(files); });
     _engine.beginRun(options);
     result.isCompleted = _plugin.doSync();
     // At once: whatever changes the store from here on must be noticed.
@@ -133,6 +133,8 @@ void SyncRun::synchronize(const SyncRunOptions& options, SyncRunResult& result)
     result.status = _host.status();
     result.course = _host.course();
     result.reasons = result.summary.reasons;
+    if (!result.course.refusal.empty())
+        result.reasons.push_back(result.course.refusal);
     if (result.summary.needsSettling)
         settle(options, fingerprint, result);
 }

@@ -218,6 +218,56 @@ TEST_F(SyncRunTest, AStoreThatChangedAfterTheRewriteDoesNotSettle)
     EXPECT_THAT(store(), ElementsAre("Arbeit", "Neu", "Privat"));
 }
 
+/// Somebody else writes into the store while records are compared.
+class MeddledHost : public ReferenceHost {
+public:
+    using ReferenceHost::ReferenceHost;
+    bool finishSync() override
+    {
+        meddle();
+        return ReferenceHost::finishSync();
+    }
+    std::function<void()> meddle;
+};
+
+TEST_F(SyncRunTest, AStoreThatChangedSinceItWasReadIsNotRewritten)
+{
+    otherDeviceSends("Arbeit");
+    MeddledHost meddled(kit.services(), engine);
+    ScriptedPlugin meddledPlugin(meddled);
+    meddledPlugin.files = plugin.files;
+    meddledPlugin.load = plugin.load;
+    meddledPlugin.rewrite = plugin.rewrite;
+    meddled.meddle = [this] { kit.home.write("Library/Calendars/Neu", "von jemand anderem"); };
+    const SyncRunResult result =
+        SyncRun(meddled, meddledPlugin, engine, backups, kit.home.path()).run({});
+    EXPECT_FALSE(result.isCompleted);
+    EXPECT_THAT(result.reasons, ElementsAre(HasSubstr("haben sich während der Synchronisierung "
+                                                      "geändert")));
+    EXPECT_THAT(store(), ElementsAre("Neu", "Privat"));
+    EXPECT_NE(engine.markedBackup(), std::nullopt);
+    EXPECT_TRUE(run().summary.settled) << "the next run takes both";
+    EXPECT_THAT(store(), ElementsAre("Arbeit", "Neu", "Privat"));
+}
+
+TEST_F(SyncRunTest, AProgramThatIsStartedDuringTheRewriteLeavesItUnsettled)
+{
+    otherDeviceSends("Arbeit");
+    plugin.rewrite = [this](const SyncRecordMap& records) {
+        rewriteStore(records);
+        kit.proc.write("7/stat", "7 (iCal) S 1");
+        kit.home.write("Library/Calendars/Neu", "von ihm");
+        return true;
+    };
+    EXPECT_FALSE(run().summary.settled);
+    EXPECT_NE(engine.markedBackup(), std::nullopt);
+    kit.proc.remove("7");
+    plugin.rewrite = [this](const SyncRecordMap& records) { return rewriteStore(records); };
+    const SyncRunResult next = run();
+    EXPECT_EQ(next.summary.sent, 1U) << "what it wrote is found";
+    EXPECT_TRUE(next.summary.settled);
+}
+
 /// A rewrite that never came to its end.
 class InterruptedRewrite : public SyncRunTest {
 protected:
@@ -268,6 +318,20 @@ TEST_F(InterruptedRewrite, NothingIsPutBackWhileTheProgramRuns)
     kit.proc.write("7/stat", "7 (iCal) S 1");
     EXPECT_FALSE(run().wasRestored);
     EXPECT_TRUE(kit.home.exists("Library/Calendars/halb"));
+}
+
+TEST_F(InterruptedRewrite, NothingIsPutBackWhenTheUserCancels)
+{
+    kit.home.write("Library/Calendars/Neu", "seither dazugekommen");
+    plugin.load = [this]() -> std::optional<SyncRecordList> {
+        host.setStatusMsg("Die Synchronisierung wurde abgebrochen!");
+        return std::nullopt;
+    };
+    const SyncRunResult result = run();
+    EXPECT_FALSE(result.wasRestored);
+    EXPECT_FALSE(result.isCompleted);
+    EXPECT_EQ(plugin.runs, 2) << "the broken one and the cancelled one";
+    EXPECT_THAT(store(), ElementsAre("Neu", "halb"));
 }
 
 TEST_F(InterruptedRewrite, ADryRunPutsNothingBack)
