@@ -91,6 +91,8 @@ void Comparison::takeNumber(const LocalRecord& local)
     Outcome& outcome = found->second;
     if (outcome.kind != Outcome::Kind::take || outcome.record[kOrder] == number)
         return;
+    if (remote != nullptr && remote->isRefused)
+        return;
     // A number that the server has otherwise than agreed is somebody else's change.
     if (remote != nullptr &&
         (!isAgreed || remote->record[kOrder] != _state.agreedRecord(local.agreedId)[kOrder]))

@@ -137,6 +137,23 @@ TEST_F(RefusedByThisVersion, Rule1_ADeletionOfThisDeviceDoesNotReplaceIt)
     EXPECT_THAT(liveOnServer(), Contains(id));
 }
 
+TEST_F(RefusedByThisVersion, Rule1_ANewNumberAmongCalendarsDoesNotReplaceIt)
+{
+    home("a").store.calendars = {calendar("Privat"), calendar("Arbeit")};
+    home("a").store.calendar("Arbeit")->order = 7;
+    auto& b = home("b", Layout::tiger);  // counts calendars in its own way
+    syncUntilRest();
+    id = idOf(kConduitCalendar, "Arbeit");
+    other = recordOnServer(id);
+    other.set("Publisher", "http://example.invalid");
+    writeToServer(id, other);
+    b.store.calendar("Arbeit")->color = "#00FF00";
+    b.store.calendars.push_back(calendar("Garten"));
+    b.store.calendar("Garten")->order = 2;
+    b.sync();
+    EXPECT_EQ(recordOnServer(id), other);
+}
+
 TEST_F(RefusedByThisVersion, Rule1_ANewRecordOfThatNameStaysHereUntilItCanBeTaken)
 {
     givenTheServerHasAnotherForm(kConduitTask, "Einkaufen", "DueDate", "morgen");
