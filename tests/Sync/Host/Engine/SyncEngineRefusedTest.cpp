@@ -117,6 +117,7 @@ TEST_F(RefusedByThisVersion, Rule1_AnEditThatWaitsForItOutlivesItsDeletion)
     opened.session->commit();
     opened.session.reset();
     syncUntilRest();
+    ASSERT_EQ(home("b").store.count("Einkaufen"), 1);
     EXPECT_EQ(fields(home("b"), "Privat", "Einkaufen")["Notes"], Value("Milch"));
     expectRest();
     expectEqualHomes();
