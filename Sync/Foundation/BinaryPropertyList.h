@@ -14,14 +14,13 @@ namespace kt {
 // used often, each time anew. Values hold all of that, and records of the user's must come back as
 // they were.
 
-/// More elements than this, counted as often as they are used, make no property list that anybody
-/// wrote.
-inline constexpr std::size_t kPropertyListElementLimit = 10'000'000;
-
 bool isBinaryPropertyList(std::string_view bytes);
 
-/// Nullopt with the reason in `error`: a cycle is malformed.
-std::optional<Value> readBinaryPropertyList(std::string_view bytes, PropertyListError& error);
+/// Nullopt with the reason in `error`: a cycle is malformed, and so is what would unfold beyond the
+/// budget for its size (UnfoldingBudget.h). Bytes that were made from a larger file, in which equal
+/// texts stand each by itself, name that file's size.
+std::optional<Value> readBinaryPropertyList(std::string_view bytes, PropertyListError& error,
+                                            std::size_t inputSize = 0);
 
 /// Throws Exception NSInvalidArgumentException for objects, nil and nesting beyond the limit.
 /// Texts, and arrays and dictionaries that several values share, are stored once. A dictionary {

@@ -1,3 +1,4 @@
+#include <algorithm>
 #include <bit>
 #include <cstdint>
 #include <limits>
@@ -6,7 +7,8 @@
 #include "Sync/Foundation/BinaryPropertyList.h"
 #include "Sync/Foundation/ReferenceDate.h"
 #include "Sync/Foundation/Text.h"
-#include "Sync/Foundation/UTF8.h"
+#include "Sync/Foundation/UTF16.h"
+#include "Sync/Foundation/UnfoldingBudget.h"
 
 namespace kt {
 
@@ -28,7 +30,7 @@ std::uint64_t bigEndian(std::string_view bytes)
 /// shares it.
 class Reader {
 public:
-    explicit Reader(std::string_view bytes) : _bytes(bytes) {}
+    Reader(std::string_view bytes, std::size_t inputSize) : _bytes(bytes), _budget(inputSize) {}
 
     std::optional<Value> read();
     PropertyListError error() const { return _error; }
@@ -37,8 +39,8 @@ private:
     /// An object that was read, or is being read.
     struct Entry {
         enum class State { unread, open, done } state = State::unread;
-        int height = 0;            // containers inside one another, itself included
-        std::size_t elements = 0;  // with those of its elements
+        int height = 0;        // containers inside one another, itself included
+        std::size_t size = 0;  // bytes, with those of its elements
         Value value;
     };
     /// What stands behind an object's first byte.
@@ -58,6 +60,7 @@ private:
     bool readText(const Marker& marker, Value& value);
     bool readArray(const Marker& marker, Entry& entry, int depth);
     bool readDictionary(const Marker& marker, Entry& entry, int depth);
+    /// Counts an element to its container, which is about to hold it.
     bool add(Entry& entry, const Entry& element);
 
     /// The content of an object; false beyond the object table. No byte belongs to two objects, so
@@ -83,6 +86,7 @@ private:
     std::size_t _referenceSize = 0;
     std::size_t _top = 0;
     std::size_t _taken = 0;
+    UnfoldingBudget _budget;
     std::vector<Entry> _entries;
     PropertyListError _error = PropertyListError::none;
 };
@@ -148,10 +152,13 @@ bool Reader::readObject(Entry& entry, std::size_t number, int depth)
     if (position < kHeaderSize || position >= _objects.size() ||
         !readMarker(static_cast<std::size_t>(position), marker))
         return malformed();
-    entry.elements = 1;
-    if (marker.type != 0xA && marker.type != 0xD)
-        return readSimple(marker, entry.value) || malformed();
-
+    if (marker.type != 0xA && marker.type != 0xD) {
+        if (!readSimple(marker, entry.value))
+            return malformed();
+        entry.size = UnfoldingBudget::sizeOf(entry.value);
+        return true;
+    }
+    entry.size = UnfoldingBudget::kElementSize;
     if (depth >= kPropertyListDepthLimit)
         return fail(PropertyListError::tooDeep);
     entry.height = 1;
@@ -278,28 +285,15 @@ bool Reader::readText(const Marker& marker, Value& value)
     }
     if (marker.count > _objects.size() / 2 || !take(marker.position, 2 * marker.count, content))
         return false;
-    std::string text;
-    text.reserve(content.size());
-    for (std::size_t index = 0; index < content.size(); index += 2) {
-        auto unit = static_cast<char32_t>(bigEndian(content.substr(index, 2)));
-        if (isHighSurrogate(unit) && index + 4 <= content.size()) {
-            const auto next = static_cast<char32_t>(bigEndian(content.substr(index + 2, 2)));
-            if (isLowSurrogate(next)) {
-                unit = joinedSurrogates(unit, next);
-                index += 2;
-            }
-        }
-        appendUTF8(text, unit);
-    }
-    value = std::move(text);
+    value = utf8OfUTF16(content, ByteOrder::bigEndian);
     return true;
 }
 
 bool Reader::add(Entry& entry, const Entry& element)
 {
     entry.height = std::max(entry.height, element.height + 1);
-    entry.elements += element.elements;
-    return entry.elements <= kPropertyListElementLimit || malformed();
+    entry.size += element.size;
+    return (_budget.admits(entry.size) && _budget.hold(element.value)) || malformed();
 }
 
 bool Reader::readArray(const Marker& marker, Entry& entry, int depth)
@@ -336,7 +330,7 @@ bool Reader::readDictionary(const Marker& marker, Entry& entry, int depth)
         if (!key->value.isString())
             return malformed();
         const Entry* value = object(reference(values, index), depth + 1);
-        if (value == nullptr || !add(entry, *value))
+        if (value == nullptr || !add(entry, *key) || !add(entry, *value))
             return false;
         dictionary.set(key->value.string(), value->value);
     }
@@ -348,9 +342,10 @@ bool Reader::readDictionary(const Marker& marker, Entry& entry, int depth)
 
 bool isBinaryPropertyList(std::string_view bytes) { return bytes.starts_with(kMagic); }
 
-std::optional<Value> readBinaryPropertyList(std::string_view bytes, PropertyListError& error)
+std::optional<Value> readBinaryPropertyList(std::string_view bytes, PropertyListError& error,
+                                            std::size_t inputSize)
 {
-    Reader reader(bytes);
+    Reader reader(bytes, std::max(bytes.size(), inputSize));
     std::optional<Value> value = reader.read();
     error = reader.error();
     return value;

@@ -2,11 +2,14 @@
 #include <string>
 #include <vector>
 
-#include "Sync/Foundation/BinaryPropertyList.h"
+#include "Sync/Foundation/ArchivedClass.h"
 #include "Sync/Foundation/Exception.h"
 #include "Sync/Foundation/KeyedArchive.h"
 #include "Sync/Foundation/PropertyList.h"
 #include "Sync/Foundation/ReferenceDate.h"
+#include "Sync/Foundation/RelativeAddress.h"
+#include "Sync/Foundation/Text.h"
+#include "Sync/Foundation/UnfoldingBudget.h"
 
 namespace kt {
 
@@ -17,38 +20,32 @@ namespace {
     throw Exception(NSInconsistentArchiveException, "Archiv: " + reason);
 }
 
-/// RFC 3986, 5.2, as far as addresses of calendars go: a base is a folder or a file beside.
-std::string resolvedAddress(const std::string& base, const std::string& relative)
-{
-    const std::size_t scheme = base.find("://");
-    if (base.empty() || scheme == std::string::npos || relative.find("://") != std::string::npos)
-        return relative;
-    if (relative.empty())
-        return base;
-    const std::size_t path = std::min(base.find_first_of("/?#", scheme + 3), base.size());
-    if (relative.starts_with('/'))
-        return base.substr(0, path) + relative;
-    const std::size_t pathEnd = std::min(base.find_first_of("?#", path), base.size());
-    const std::size_t slash = base.substr(0, pathEnd).rfind('/');
-    if (slash == std::string::npos || slash < path)
-        return base.substr(0, path) + "/" + relative;
-    return base.substr(0, slash + 1) + relative;
-}
-
 /// Follows the references of one archive, without descending: an archive decides how deep it is.
 /// Each object is made once, after those that it refers to; whoever refers to it shares it.
 class Unarchiver {
 public:
-    explicit Unarchiver(const Array& objects) : _objects(objects), _entries(objects.size()) {}
+    /// For an archive of that size in bytes.
+    Unarchiver(const Array& objects, std::size_t inputSize)
+        : _objects(objects),
+          _entries(objects.size()),
+          _budget(inputSize)
+    {}
 
-    /// What a reference of the archive leads to; nil for `$null`.
+    /// What a reference of the archive leads to; nil for `$null` and for what is left out.
     Value decode(const Value& reference);
+    /// Whether anything but NSNull was left out so far.
+    bool hasLeftOut() const { return _hasLeftOut; }
 
 private:
+    /// What was made of an object; nullopt when it is left out.
+    using Made = std::optional<Value>;
+
     struct Entry {
         enum class State { unread, open, done } state = State::unread;
-        int height = 0;            // containers inside one another, itself included
-        std::size_t elements = 1;  // with those of its elements
+        ArchivedClass kind = ArchivedClass::unknown;  // of what has a class
+        bool isLeftOut = false;
+        int height = 0;  // containers inside one another, itself included
+        std::size_t size = UnfoldingBudget::kElementSize;  // bytes, with those of its elements
         Value value;
     };
     /// An object that waits for those that it refers to.
@@ -60,22 +57,25 @@ private:
 
     std::size_t number(const Value& reference) const;
     Open opened(std::size_t number);
-    std::vector<std::size_t> neededBy(const Value& stored) const;
+    std::vector<std::size_t> neededBy(const Dictionary& stored, ArchivedClass kind) const;
     void make(std::size_t number);
-    Value object(const Value& stored, Entry& into) const;
-    Value objectOfClass(const std::string& className, const Dictionary& stored, Entry& into) const;
-    Value dictionaryObject(const Dictionary& stored, Entry& into) const;
-    Value arrayObject(const Dictionary& stored, Entry& into) const;
-    Value dateObject(const Dictionary& stored) const;
-    Value urlObject(const Dictionary& stored) const;
-    std::string className(const Dictionary& stored) const;
-    const Value& made(const Value& reference) const { return _entries[number(reference)].value; }
+    Made object(const Value& stored, Entry& into);
+    Made dictionaryObject(const Dictionary& stored, Entry& into);
+    Made arrayObject(const Dictionary& stored, Entry& into);
+    Made textObject(const Dictionary& stored) const;
+    Made dataObject(const Dictionary& stored) const;
+    Made urlObject(const Dictionary& stored) const;
+    const Entry& made(const Value& reference) const { return _entries[number(reference)]; }
     /// An element of a container, which grows by it.
-    const Value& element(const Value& reference, Entry& container) const;
-    std::string text(const Dictionary& stored, std::string_view key) const;
+    const Entry& element(const Value& reference, Entry& container);
+    void hold(const Value& value, std::size_t size);
+    /// What stands in a field or is referred to there; null for what is left out.
+    const Value* content(const Dictionary& stored, std::string_view key) const;
 
     const Array& _objects;
     std::vector<Entry> _entries;
+    UnfoldingBudget _budget;
+    bool _hasLeftOut = false;
 };
 
 const Value& field(const Dictionary& stored, std::string_view key)
@@ -86,12 +86,35 @@ const Value& field(const Dictionary& stored, std::string_view key)
     return *value;
 }
 
-const Array& listField(const Dictionary& stored, std::string_view key)
+/// The elements of a container, which stand in one list or, in older archives, each in a field of
+/// its own: `NS.object.0` and so on.
+std::vector<const Value*> listField(const Dictionary& stored, std::string_view key,
+                                    std::string_view numberedKey)
 {
+    std::vector<const Value*> list;
+    if (const Value* first = stored.find(std::string(numberedKey) + "0");
+        first != nullptr && !stored.contains(key)) {
+        for (const Value* next = first; next != nullptr;
+             next = stored.find(std::string(numberedKey) + std::to_string(list.size())))
+            list.push_back(next);
+        return list;
+    }
     const Value& value = field(stored, key);
     if (!value.isArray())
         throwInconsistent("'" + std::string(key) + "' ist keine Liste");
-    return value.array();
+    for (const Value& element : value.array())
+        list.push_back(&element);
+    return list;
+}
+
+std::vector<const Value*> keysOf(const Dictionary& stored)
+{
+    return listField(stored, "NS.keys", "NS.key.");
+}
+
+std::vector<const Value*> objectsOf(const Dictionary& stored)
+{
+    return listField(stored, "NS.objects", "NS.object.");
 }
 
 /// The number of a reference, or nullopt for what is none.
@@ -137,26 +160,42 @@ Value Unarchiver::decode(const Value& reference)
 
 Unarchiver::Open Unarchiver::opened(std::size_t number)
 {
-    _entries[number].state = Entry::State::open;
-    return {number, neededBy(_objects[number]), 0};
+    Entry& entry = _entries[number];
+    const Value& stored = _objects[number];
+    entry.state = Entry::State::open;
+    if (!stored.isDictionary())
+        return {number, {}, 0};
+    // Straight from the table: a description of a class is no object of its own.
+    const Value& description = _objects[this->number(field(stored.dictionary(), "$class"))];
+    entry.kind = archivedClass(stored.dictionary(), description);
+    return {number, neededBy(stored.dictionary(), entry.kind), 0};
 }
 
-std::vector<std::size_t> Unarchiver::neededBy(const Value& stored) const
+std::vector<std::size_t> Unarchiver::neededBy(const Dictionary& stored, ArchivedClass kind) const
 {
     std::vector<std::size_t> needed;
-    if (!stored.isDictionary())
-        return needed;
     const auto add = [&](const Value& value) {
         if (uid(value))
             needed.push_back(number(value));
     };
-    for (const char* key : {"NS.base", "NS.relative", "NS.string", "NS.data"})
-        add(stored.dictionary()[key]);
-    for (const char* key : {"NS.keys", "NS.objects"}) {
-        const Value& list = stored.dictionary()[key];
-        if (list.isArray())
-            std::for_each(list.array().begin(), list.array().end(), add);
-    }
+    const auto addAll = [&](const std::vector<const Value*>& list) {
+        for (const Value* value : list)
+            add(*value);
+    };
+    const auto addFields = [&](std::initializer_list<const char*> keys) {
+        for (const char* key : keys)
+            add(stored[key]);
+    };
+    if (kind == ArchivedClass::dictionary)
+        addAll(keysOf(stored));
+    if (kind == ArchivedClass::dictionary || kind == ArchivedClass::array)
+        addAll(objectsOf(stored));
+    if (kind == ArchivedClass::text)
+        addFields({"NS.string", "NS.bytes"});
+    if (kind == ArchivedClass::data)
+        addFields({"NS.data", "NS.bytes"});
+    if (kind == ArchivedClass::address)
+        addFields({"NS.base", "NS.relative"});
     return needed;
 }
 
@@ -164,101 +203,33 @@ void Unarchiver::make(std::size_t number)
 {
     Entry& entry = _entries[number];
     const Value& stored = _objects[number];
-    const bool isNil = number == 0 && stored == Value("$null");
-    if (!isNil)
-        entry.value = object(stored, entry);
+    if (number != 0 || !(stored == Value("$null"))) {
+        Made made = object(stored, entry);
+        entry.isLeftOut = !made;
+        _hasLeftOut = _hasLeftOut || (!made && entry.kind != ArchivedClass::null);
+        entry.value = std::move(made).value_or(Value());
+    }
     if (entry.height > kPropertyListDepthLimit)
         throwInconsistent("zu tief verschachtelt");
+    if (entry.height == 0) {
+        entry.size = UnfoldingBudget::sizeOf(entry.value);
+        hold(entry.value, entry.size);
+    }
     entry.state = Entry::State::done;
 }
 
-Value Unarchiver::object(const Value& stored, Entry& into) const
+/// A number that an object of its own holds, in one of the forms there are.
+Value numberObject(const Dictionary& stored)
 {
-    if (stored.isArray())
-        throwInconsistent("eine Liste ohne Klasse");
-    if (!stored.isDictionary())
-        return stored;
-    return objectOfClass(className(stored.dictionary()), stored.dictionary(), into);
-}
-
-Value Unarchiver::objectOfClass(const std::string& className, const Dictionary& stored,
-                                Entry& into) const
-{
-    const auto isOneOf = [&](std::initializer_list<std::string_view> names) {
-        return std::find(names.begin(), names.end(), className) != names.end();
-    };
-    if (isOneOf({"NSDictionary", "NSMutableDictionary"}))
-        return dictionaryObject(stored, into);
-    if (isOneOf({"NSArray", "NSMutableArray", "NSSet", "NSMutableSet"}))
-        return arrayObject(stored, into);
-    if (isOneOf({"NSString", "NSMutableString"}))
-        return Value(text(stored, "NS.string"));
-    if (className == "NSDate")
-        return dateObject(stored);
-    if (className == "NSURL")
-        return urlObject(stored);
-    if (isOneOf({"NSData", "NSMutableData"})) {
-        const Value& data = field(stored, "NS.data");
-        const Value decoded = uid(data) ? made(data) : data;
-        if (!decoded.isData())
-            throwInconsistent("'NS.data' enthält keine Daten");
-        return decoded;
+    for (const char* key : {"NS.number", "NS.boolval", "NS.intval", "NS.dblval"}) {
+        const Value& number = stored[key];
+        if (number.isNumber())
+            return number;
     }
-    throwInconsistent("unbekannte Klasse '" + className + "'");
+    throwInconsistent("eine Zahl, die keine ist");
 }
 
-std::string Unarchiver::className(const Dictionary& stored) const
-{
-    // Straight from the table: a description of a class is no object of its own.
-    const Value& description = _objects[number(field(stored, "$class"))];
-    const Value name =
-        description.isDictionary() ? description.dictionary()["$classname"] : Value();
-    if (!name.isString())
-        throwInconsistent("eine Klasse ohne Namen");
-    return name.string();
-}
-
-const Value& Unarchiver::element(const Value& reference, Entry& container) const
-{
-    const Entry& element = _entries[number(reference)];
-    container.height = std::max(container.height, element.height + 1);
-    container.elements += element.elements;
-    if (container.elements > kPropertyListElementLimit)
-        throwInconsistent("zu viele Elemente");
-    return element.value;
-}
-
-Value Unarchiver::dictionaryObject(const Dictionary& stored, Entry& into) const
-{
-    const Array& keys = listField(stored, "NS.keys");
-    const Array& objects = listField(stored, "NS.objects");
-    if (keys.size() != objects.size())
-        throwInconsistent("ein Wörterbuch, in dem nicht jeder Schlüssel einen Wert hat");
-    into.height = 1;
-    Dictionary dictionary;
-    for (std::size_t index = 0; index < keys.size(); ++index) {
-        const Value key = element(keys[index], into);
-        if (!key.isString())
-            throwInconsistent("ein Schlüssel eines Wörterbuchs ist kein Text");
-        dictionary.setIfPresent(key.string(), element(objects[index], into));
-    }
-    return dictionary;
-}
-
-Value Unarchiver::arrayObject(const Dictionary& stored, Entry& into) const
-{
-    into.height = 1;
-    Array array;
-    for (const Value& reference : listField(stored, "NS.objects")) {
-        Value value = element(reference, into);
-        if (value.isNil())
-            throwInconsistent("eine Liste enthält nil");
-        array.push_back(std::move(value));
-    }
-    return array;
-}
-
-Value Unarchiver::dateObject(const Dictionary& stored) const
+Value dateObject(const Dictionary& stored)
 {
     const Value& time = field(stored, "NS.time");
     const std::optional<Date> date =
@@ -268,24 +239,133 @@ Value Unarchiver::dateObject(const Dictionary& stored) const
     return *date;
 }
 
-Value Unarchiver::urlObject(const Dictionary& stored) const
+Unarchiver::Made Unarchiver::object(const Value& stored, Entry& into)
 {
-    const Value base = stored.contains("NS.base") ? made(field(stored, "NS.base")) : Value();
-    std::string baseAddress;
-    if (const auto baseURL = base.objectOfClass<URL>())
-        baseAddress = baseURL->description();
-    else if (!base.isNil())
-        throwInconsistent("'NS.base' ist keine Adresse");
-    return std::make_shared<URL>(resolvedAddress(baseAddress, text(stored, "NS.relative")));
+    if (stored.isArray())
+        throwInconsistent("eine Liste ohne Klasse");
+    if (!stored.isDictionary())
+        return stored;
+    const Dictionary& fields = stored.dictionary();
+    switch (into.kind) {
+    case ArchivedClass::unknown:
+    case ArchivedClass::null:
+        return std::nullopt;
+    case ArchivedClass::dictionary:
+        return dictionaryObject(fields, into);
+    case ArchivedClass::array:
+        return arrayObject(fields, into);
+    case ArchivedClass::text:
+        return textObject(fields);
+    case ArchivedClass::data:
+        return dataObject(fields);
+    case ArchivedClass::date:
+        return dateObject(fields);
+    case ArchivedClass::number:
+        return numberObject(fields);
+    case ArchivedClass::address:
+        return urlObject(fields);
+    }
+    return std::nullopt;
 }
 
-std::string Unarchiver::text(const Dictionary& stored, std::string_view key) const
+void Unarchiver::hold(const Value& value, std::size_t size)
+{
+    if (!_budget.admits(size) || !_budget.hold(value))
+        throwInconsistent("ausgeschrieben zu groß");
+}
+
+const Unarchiver::Entry& Unarchiver::element(const Value& reference, Entry& container)
+{
+    const Entry& element = made(reference);
+    container.height = std::max(container.height, element.height + 1);
+    container.size += element.size;
+    hold(element.value, container.size);
+    return element;
+}
+
+Unarchiver::Made Unarchiver::dictionaryObject(const Dictionary& stored, Entry& into)
+{
+    const std::vector<const Value*> keys = keysOf(stored);
+    const std::vector<const Value*> objects = objectsOf(stored);
+    if (keys.size() != objects.size())
+        throwInconsistent("ein Wörterbuch, in dem nicht jeder Schlüssel einen Wert hat");
+    into.height = 1;
+    Dictionary dictionary;
+    for (std::size_t index = 0; index < keys.size(); ++index) {
+        const Entry& key = element(*keys[index], into);
+        const Entry& value = element(*objects[index], into);
+        if (key.isLeftOut)
+            continue;
+        if (!key.value.isString())
+            throwInconsistent("ein Schlüssel eines Wörterbuchs ist kein Text");
+        dictionary.setIfPresent(key.value.string(), value.value);
+    }
+    return Value(std::move(dictionary));
+}
+
+Unarchiver::Made Unarchiver::arrayObject(const Dictionary& stored, Entry& into)
+{
+    into.height = 1;
+    Array array;
+    for (const Value* reference : objectsOf(stored)) {
+        const Entry& entry = element(*reference, into);
+        if (entry.isLeftOut)
+            continue;
+        if (entry.value.isNil())
+            throwInconsistent("eine Liste enthält nil");
+        array.push_back(entry.value);
+    }
+    return Value(std::move(array));
+}
+
+const Value* Unarchiver::content(const Dictionary& stored, std::string_view key) const
 {
     const Value& value = field(stored, key);
-    const Value decoded = uid(value) ? made(value) : value;
-    if (!decoded.isString())
-        throwInconsistent("'" + std::string(key) + "' ist kein Text");
-    return decoded.string();
+    if (!uid(value))
+        return &value;
+    const Entry& entry = made(value);
+    return entry.isLeftOut ? nullptr : &entry.value;
+}
+
+Unarchiver::Made Unarchiver::textObject(const Dictionary& stored) const
+{
+    const bool isText = stored.contains("NS.string");
+    const Value* text = content(stored, isText ? "NS.string" : "NS.bytes");
+    if (text == nullptr)
+        return std::nullopt;
+    if (isText && text->isString())
+        return *text;
+    if (isText || !text->isData() || !isReadableUTF8(text->data().bytes))
+        throwInconsistent(isText ? "'NS.string' ist kein Text" : "'NS.bytes' ist kein Text");
+    return Value(text->data().bytes);
+}
+
+Unarchiver::Made Unarchiver::dataObject(const Dictionary& stored) const
+{
+    const std::string key = stored.contains("NS.data") ? "NS.data" : "NS.bytes";
+    const Value* data = content(stored, key);
+    if (data == nullptr)
+        return std::nullopt;
+    if (!data->isData())
+        throwInconsistent("'" + key + "' enthält keine Daten");
+    return *data;
+}
+
+Unarchiver::Made Unarchiver::urlObject(const Dictionary& stored) const
+{
+    static const Value kNoBase;
+    const Value* base = stored.contains("NS.base") ? content(stored, "NS.base") : &kNoBase;
+    const Value* relative = content(stored, "NS.relative");
+    if (base == nullptr || relative == nullptr)
+        return std::nullopt;
+    if (!relative->isString())
+        throwInconsistent("'NS.relative' ist kein Text");
+    const auto baseURL = base->objectOfClass<URL>();
+    if (!baseURL && !base->isNil())
+        throwInconsistent("'NS.base' ist keine Adresse");
+    return Value(
+        std::make_shared<URL>(baseURL ? resolvedAddress(baseURL->description(), relative->string())
+                                      : relative->string()));
 }
 
 }  // namespace
@@ -296,7 +376,7 @@ bool URL::isEqual(const Object& other) const
     return url != nullptr && url->_address == _address;
 }
 
-std::optional<Value> unarchiveObjectWithData(std::string_view bytes)
+std::optional<Value> unarchiveObjectWithData(std::string_view bytes, bool* leftOut)
 {
     PropertyListError error = PropertyListError::none;
     const std::optional<Value> archive = propertyListWithData(bytes, &error);
@@ -311,7 +391,11 @@ std::optional<Value> unarchiveObjectWithData(std::string_view bytes)
     const Value& top = parts["$top"];
     if (!top.isDictionary() || !parts["$objects"].isArray())
         throwInconsistent("ein Teil fehlt");
-    return Unarchiver(parts["$objects"].array()).decode(top.dictionary()["root"]);
+    Unarchiver unarchiver(parts["$objects"].array(), bytes.size());
+    Value root = unarchiver.decode(top.dictionary()["root"]);
+    if (leftOut != nullptr)
+        *leftOut = unarchiver.hasLeftOut();
+    return root;
 }
 
 }  // namespace kt

@@ -7,10 +7,12 @@
 
 #include <plist/plist.h>
 
+#include "Sync/Foundation/ASCIIPropertyList.h"
 #include "Sync/Foundation/BinaryPropertyList.h"
 #include "Sync/Foundation/Exception.h"
 #include "Sync/Foundation/FileManager.h"
 #include "Sync/Foundation/Text.h"
+#include "Sync/Foundation/UTF16.h"
 #include "Sync/Foundation/UTF8.h"
 #include "Sync/Foundation/XMLStructure.h"
 
@@ -87,20 +89,34 @@ std::string xmlOfBinary(const std::string& binary)
     return xml;
 }
 
-std::optional<Value> readXML(std::string_view bytes, PropertyListError& error)
+std::optional<Value> readXML(std::string_view text, PropertyListError& error)
 {
-    constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
-    if (bytes.starts_with(kByteOrderMark))
-        bytes.remove_prefix(kByteOrderMark.size());
-    error = PropertyListError::malformed;
-    if (bytes.size() > kLargestSize || bytes.find('\0') != std::string_view::npos ||
-        !isReadableUTF8(bytes))
+    if (text.size() > kLargestSize)
         return std::nullopt;
-    error = checkXMLStructure(bytes);
+    error = checkXMLStructure(text);
     if (error != PropertyListError::none)
         return std::nullopt;
-    const std::string binary = binaryOfXML(bytes);
-    return readBinaryPropertyList(binary, error);
+    return readBinaryPropertyList(binaryOfXML(text), error, text.size());
+}
+
+/// The text of a file that is not binary: UTF-8, or UTF-16 as its byte-order mark tells.
+std::string textOf(std::string_view bytes)
+{
+    if (bytes.starts_with("\xEF\xBB\xBF"))
+        bytes.remove_prefix(3);
+    else if (bytes.starts_with("\xFE\xFF") || bytes.starts_with("\xFF\xFE"))
+        return utf8OfUTF16(bytes.substr(2), bytes.starts_with('\xFE') ? ByteOrder::bigEndian
+                                                                      : ByteOrder::littleEndian);
+    return std::string(bytes);
+}
+
+std::optional<Value> readText(std::string_view bytes, PropertyListError& error)
+{
+    const std::string text = textOf(bytes);
+    error = PropertyListError::malformed;
+    if (text.find('\0') != std::string::npos || !isReadableUTF8(text))
+        return std::nullopt;
+    return isASCIIPropertyList(text) ? readASCIIPropertyList(text, error) : readXML(text, error);
 }
 
 bool canStandInXML(std::string_view text)
@@ -146,7 +162,7 @@ std::optional<Value> propertyListWithData(std::string_view bytes, PropertyListEr
 {
     PropertyListError result = PropertyListError::none;
     std::optional<Value> value = isBinaryPropertyList(bytes) ? readBinaryPropertyList(bytes, result)
-                                                             : readXML(bytes, result);
+                                                             : readText(bytes, result);
     if (error != nullptr)
         *error = result;
     return value;

@@ -14,8 +14,10 @@ inline constexpr int kPropertyListDepthLimit = 512;  // arrays and dictionaries 
 /// Why a property list could not be read.
 enum class PropertyListError { none, missing, malformed, tooDeep };
 
-/// XML or binary. Nullopt when the bytes are no property list or nested too deep; reading never
-/// recurses beyond the limit. UIDs of keyed archives come as dictionaries { "CF$UID": integer }.
+/// XML, binary or the old ASCII form; text in UTF-8, or in UTF-16 with a byte-order mark. Nullopt
+/// when the bytes are no property list, nested too deep, or would unfold to far more than they are;
+/// reading never recurses beyond the limit. UIDs of keyed archives come as dictionaries { "CF$UID":
+/// integer }. In the old form there are no numbers or dates, but texts in their place.
 std::optional<Value> propertyListWithData(std::string_view bytes,
                                           PropertyListError* error = nullptr);
 

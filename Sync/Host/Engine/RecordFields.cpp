@@ -151,12 +151,14 @@ Value withoutRefreshTraces(const Value& subscription)
     if (!subscription.isData())
         return subscription;
     try {
-        const auto root = unarchiveObjectWithData(subscription.data().bytes);
-        if (root && root->isDictionary())
+        bool hasLeftOut = false;
+        const auto root = unarchiveObjectWithData(subscription.data().bytes, &hasLeftOut);
+        if (!hasLeftOut && root && root->isDictionary())
             return withoutRefreshKeys(root->dictionary());
     } catch (const Exception&) {
         // Bytes that are no archive are compared as they are.
     }
+    // So are those of which not everything can be compared.
     return subscription;
 }
 

@@ -6,6 +6,7 @@
 
 #include "Sync/Foundation/BinaryPropertyList.h"
 #include "Sync/Foundation/CalendarDate.h"
+#include "Sync/Foundation/UnfoldingBudget.h"
 #include "tests/support/ExceptionOf.h"
 #include "tests/support/ValuePrinting.h"
 
@@ -281,6 +282,65 @@ TEST(BinaryPropertyList, SharesWhatIsStoredOnce)
 TEST(BinaryPropertyList, RefusesWhatWouldUnfoldWithoutBound)
 {
     EXPECT_EQ(errorOf(doubling(60)), PropertyListError::malformed);
+}
+
+constexpr std::size_t kMegabyte = 1 << 20;
+
+/// Counted as that many bytes with all that goes with it.
+std::string dataOf(std::size_t size)
+{
+    const std::size_t bytes = size - UnfoldingBudget::kElementSize;
+    return "\x4F\x12" + bigEndian(bytes, 4) + std::string(bytes, 'x');
+}
+
+std::string longArrayOf(const std::vector<std::size_t>& references)
+{
+    std::string bytes = "\xAF\x12" + bigEndian(references.size(), 4);
+    for (const std::size_t reference : references)
+        bytes += bigEndian(reference, 2);
+    return bytes;
+}
+
+TEST(BinaryPropertyList, MayUnfoldToTheLeastThatIsAdmitted)
+{
+    constexpr std::size_t kMost = UnfoldingBudget::kLeast / kMegabyte;
+    const auto layout = [](std::size_t count) {
+        return Layout{{longArrayOf(std::vector<std::size_t>(count, 1)), dataOf(kMegabyte)}};
+    };
+    EXPECT_EQ(errorOf(layout(kMost - 1)), PropertyListError::none);
+    EXPECT_EQ(errorOf(layout(kMost)), PropertyListError::malformed) << "with the array itself";
+}
+
+TEST(BinaryPropertyList, MayUnfoldToMoreTheLargerItIs)
+{
+    const Layout layout{{longArrayOf(std::vector<std::size_t>(30, 1)), dataOf(3 * kMegabyte)}};
+    EXPECT_EQ(errorOf(layout), PropertyListError::none);
+}
+
+TEST(BinaryPropertyList, RefusesOneTextInVeryManyPlaces)
+{
+    const std::string text = "\x5F\x12" + bigEndian(500'000, 4) + std::string(500'000, 'x');
+    EXPECT_EQ(errorOf({{longArrayOf(std::vector<std::size_t>(60'000, 1)), text}}),
+              PropertyListError::malformed);
+    std::string dictionary = "\xDF\x12" + bigEndian(30'000, 4);
+    for (int number = 0; number < 60'000; ++number)
+        dictionary += bigEndian(1, 2);
+    EXPECT_EQ(errorOf({{dictionary, text}}), PropertyListError::malformed) << "as every key";
+}
+
+TEST(BinaryPropertyList, RefusesWhatFillsTheMemoryBeforeAnyPartIsWhole)
+{
+    // Each list is small enough, but holds its share while those below it are being read.
+    Layout layout;
+    constexpr std::size_t kLists = 500;
+    for (std::size_t number = 0; number < kLists; ++number) {
+        std::vector<std::size_t> references(30, kLists);
+        if (number + 1 < kLists)
+            references.push_back(number + 1);
+        layout.objects.push_back(longArrayOf(references));
+    }
+    layout.objects.push_back(dataOf(kMegabyte));
+    EXPECT_EQ(errorOf(layout), PropertyListError::malformed);
 }
 
 TEST(BinaryPropertyList, RefusesObjectsThatLieOverOneAnother)

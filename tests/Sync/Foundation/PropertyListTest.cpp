@@ -108,6 +108,42 @@ TEST(PropertyList, IsReadWithAByteOrderMarkAndWithoutAHead)
               Value(true));
 }
 
+std::string utf16(const std::string& latin, bool isBigEndian)
+{
+    std::string bytes = isBigEndian ? "\xFE\xFF" : "\xFF\xFE";
+    for (const char character : latin)
+        bytes += isBigEndian ? std::string{'\0', character} : std::string{character, '\0'};
+    return bytes;
+}
+
+TEST(PropertyList, IsReadInUTF16WithAByteOrderMark)
+{
+    const Value value(Dictionary{{"a", "\xC3\xA4"}});
+    for (const bool isBigEndian : {true, false}) {
+        EXPECT_EQ(propertyListWithData(
+                      utf16(xml("<dict><key>a</key><string>\xE4</string></dict>"), isBigEndian)),
+                  value);
+        EXPECT_EQ(propertyListWithData(
+                      utf16("<?xml version=\"1.0\" encoding=\"UTF-16\"?>"
+                            "<plist><dict><key>a</key><string>\xE4</string></dict></plist>",
+                            isBigEndian)),
+                  value);
+        EXPECT_EQ(propertyListWithData(utf16("{ a = \"\xE4\"; }", isBigEndian)), value);
+    }
+    // A pair, by hand.
+    EXPECT_EQ(propertyListWithData(std::string("\xFE\xFF\0(\0\"\xD8\x3D\xDE\0\0\"\0)", 14)),
+              Value(Array{"\xF0\x9F\x98\x80"}));
+}
+
+TEST(PropertyList, OfManyEqualTextsIsMeasuredByTheFileInWhichTheyStand)
+{
+    // Far beyond what a small file may unfold to, once equal texts are stored once.
+    const std::string text = "<string>" + std::string(1'000'000, 'x') + "</string>";
+    const auto value = propertyListWithData(xml("<array>" + repeated(text, 70) + "</array>"));
+    ASSERT_TRUE(value.has_value());
+    EXPECT_EQ(value->array().size(), 70U);
+}
+
 TEST(PropertyList, KeepsTheOrderOfKeys)
 {
     const Value value =
@@ -123,7 +159,7 @@ TEST(PropertyList, KeepsTheOrderOfKeys)
 class PropertyListMalformed : public TestWithParam<std::string> {};
 INSTANTIATE_TEST_SUITE_P(
     Rows, PropertyListMalformed,
-    Values("", " ", "junk", "{ old = style; }", "<plist/>", "<plist></plist>", "<plist><true/>",
+    Values("", " ", "junk", "'text'", "<48656c>", "<plist/>", "<plist></plist>", "<plist><true/>",
            "<plist version=\"1.0\"><array><true/></plist>", xml("<array>"), xml("</array>"),
            xml("<array></dict>"), xml("<array></array></array>"), xml("<unknown/>"),
            xml("<dict><key>a</key></dict>"), xml("<string>a</integer>"),
@@ -143,7 +179,7 @@ INSTANTIATE_TEST_SUITE_P(
            xml("<array><?php ?></array>"), xml("< true/>"), xml("<>"), xml("<true/"),
            xml("<\"true\"/>"), "bplist00", "bplist00" + std::string(31, '\0'),
            "bplist00" + std::string(32, '\0'), "bplist00" + std::string(32, '\xFF'),
-           "\xFE\xFF\0<\0p"));
+           std::string("\xFE\xFF\0<\0p", 6), "\xFE\xFF", "\xFF\xFE{"));
 
 TEST_P(PropertyListMalformed, IsNotRead)
 {

@@ -4,7 +4,6 @@
 #include <string_view>
 #include <utility>
 
-#include "Sync/Additions/KTDictionaryAdditions.h"
 #include "Sync/Foundation/KeyedArchive.h"
 #include "Sync/HostInterface/Guard.h"
 #include "Sync/PlugIns/iCal/Calendar/KTSyncCalendar.h"
@@ -46,13 +45,27 @@ void setRenamed(Dictionary& target, std::string_view key, const Dictionary& sour
 }
 
 /// What a subscription leaves out, as 10.4 counts it, as the three switches of 10.5.
-void setSubscriptionFilter(Dictionary& node, std::int32_t filter)
+void setSubscriptionFilter(Dictionary& node, const Value& setting)
 {
+    if (!setting.isNumber() && !setting.isString())
+        return;
+    const std::int32_t filter = setting.intValue();
     if (filter < 0 || filter > 3)
         return;
     node.set("AlarmFilter", filter / 2);
     node.set("TaskFilter", filter % 2);
     node.set("AttachmentFilter", 0);
+}
+
+/// An archived setting as Info.plist can hold it, an address as its text. Nil for lists and
+/// dictionaries: no setting of a subscription is one, and they may unfold to any size.
+Value singleSetting(const Value& setting)
+{
+    if (const auto url = setting.objectOfClass<URL>())
+        return url->description();
+    const bool isSingle =
+        setting.kind() != Value::Kind::object && !setting.isArray() && !setting.isDictionary();
+    return isSingle ? setting : Value();
 }
 
 std::string_view nodeType105(std::int32_t calendarType)
@@ -148,13 +161,12 @@ void KTSyncCalendar::addSubscription105(Dictionary& node) const
     if (!archived || !archived->isDictionary())
         return;
     const Dictionary& settings = archived->dictionary();
-    if (const Value* address = settings.find("RemoteURL"))
-        node.set("SubscriptionURL", address->description());
-    setObjectFromDictionary(node, settings, "AutoRefresh");
-    setObjectFromDictionary(node, settings, "RefreshInterval");
-    setRenamed(node, "RefreshDate", settings, "LastRefreshDate");
-    if (const Value* filter = settings.find("Filter"))
-        setSubscriptionFilter(node, filter->intValue());
+    if (const Value address = singleSetting(settings["RemoteURL"]); address.isString())
+        node.set("SubscriptionURL", address);
+    node.setIfPresent("AutoRefresh", singleSetting(settings["AutoRefresh"]));
+    node.setIfPresent("RefreshInterval", singleSetting(settings["RefreshInterval"]));
+    node.setIfPresent("RefreshDate", singleSetting(settings["LastRefreshDate"]));
+    setSubscriptionFilter(node, settings["Filter"]);
 }
 
 std::optional<Dictionary> KTSyncCalendar::convertPublisher(const Dictionary& publisher,
@@ -170,6 +182,8 @@ std::optional<Dictionary> KTSyncCalendar::convertPublisher(const Dictionary& pub
 
     Dictionary converted;
     const auto convert = [&] {
+        // Without a source key of its own the calendar's node has none either; whoever reads it
+        // takes its "Key", the record key, as this does.
         Array sources;
         appendTo(sources, sourceKey());
         converted.set("Sources", std::move(sources));

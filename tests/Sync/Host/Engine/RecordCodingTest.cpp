@@ -112,6 +112,16 @@ TEST_P(DamagedRecord, IsRefusedWithAReasonInsteadOfCutShort)
               "NSInvalidArgumentException: " + GetParam().reason);
 }
 
+TEST(RecordCoding, RefusesBytesThatStandForFarMoreThanTheyAre)
+{
+    Value bomb("text");
+    for (int level = 0; level < 21; ++level)
+        bomb = Array{bomb, bomb};
+    const std::string bytes = binaryPropertyList(Dictionary{{"Notes", bomb}});
+    EXPECT_LT(bytes.size(), 1000U);
+    EXPECT_THROW(decodedRecord(bytes), Exception);
+}
+
 TEST(ContentHash, IsTheSameWhateverTheOrderOfFields)
 {
     EXPECT_EQ(contentHash({{"a", 1}, {"b", "x"}}), contentHash({{"b", "x"}, {"a", 1}}));

@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 
 #include "Sync/Foundation/KeyedArchive.h"
+#include "Sync/Foundation/PropertyList.h"
 #include "Sync/Host/Engine/RecordFields.h"
 #include "tests/Sync/Host/Engine/SimulatedStore.h"
 
@@ -77,6 +78,24 @@ Dictionary archived(Dictionary entries)
     return {{"SubscriberData", Data{archivedDataWithRootObject(Value(std::move(entries)))}}};
 }
 
+/// A subscription's archive with an entry of a class that only its own program knows.
+Dictionary strange(int content)
+{
+    const auto uid = [](int number) { return Value(Dictionary{{"CF$UID", number}}); };
+    const Array objects{"$null",
+                        Dictionary{{"$class", uid(2)},
+                                   {"NS.keys", Array{uid(3)}},
+                                   {"NS.objects", Array{uid(4)}}},
+                        Dictionary{{"$classname", "NSDictionary"}},
+                        "Window",
+                        Dictionary{{"$class", uid(5)}, {"Content", content}},
+                        Dictionary{{"$classname", "XYWindow"}}};
+    return {{"SubscriberData",
+             Data{binaryPropertyList(Dictionary{{"$archiver", "NSKeyedArchiver"},
+                                                {"$top", Dictionary{{"root", uid(1)}}},
+                                                {"$objects", objects}})}}};
+}
+
 const std::string kBerlin = "Europe/Berlin";
 const std::string kTokyo = "Asia/Tokyo";
 
@@ -103,6 +122,8 @@ INSTANTIATE_TEST_SUITE_P(
                  archived({{"RemoteURL", "u"}, {"LastRefreshDate", 2}}), kBerlin, kBerlin, false},
         QuietRow{"URLInAnArchive", archived({{"RemoteURL", "u"}}), archived({{"RemoteURL", "v"}}),
                  kBerlin, kBerlin, true},
+        QuietRow{"WhatOnlyAStrangerKnowsInAnArchive", strange(1), strange(2), kBerlin, kBerlin,
+                 true},
         QuietRow{"ZoneOfAnAllDayDate", start("20071224", kBerlin), start("20071224", kTokyo), "",
                  "", false},
         QuietRow{"DayOfAnAllDayDate", start("20071224", kBerlin), start("20071225", kBerlin),

@@ -199,7 +199,61 @@ TEST_P(ForeignArchiveForms, MayHoldOneObjectInSeveralPlaces)
 
 TEST_P(ForeignArchiveForms, AreReadAsDeepAsPropertyListsMayBe)
 {
-    EXPECT_THAT(nodeWith("deepest" + GetParam())["SubscriptionURL"].string(), StartsWith("("));
+    EXPECT_EQ(nodeWith("deepest" + GetParam())["SubscriptionURL"],
+              Value("http://deep.invalid/k.ics"));
+}
+
+struct SettingsRow {
+    const char* archive;
+    const char* address;
+};
+class ForeignArchivesOfAllKinds : public ForeignArchives,
+                                  public ::testing::WithParamInterface<SettingsRow> {};
+
+INSTANTIATE_TEST_SUITE_P(
+    Archives, ForeignArchivesOfAllKinds,
+    ::testing::Values(SettingsRow{"subclasses", "http://derived.invalid/k.ics"},
+                      SettingsRow{"strange_entries", "http://strange.invalid/k.ics"},
+                      SettingsRow{"old_forms", "http://old.invalid/k.ics"}));
+
+TEST_P(ForeignArchivesOfAllKinds, GiveTheSettingsOfASubscription)
+{
+    for (const std::string form : {".binary", ".xml"}) {
+        SCOPED_TRACE(form);
+        const Dictionary node = nodeWith(GetParam().archive + form);
+        EXPECT_EQ(node["SubscriptionURL"], Value(GetParam().address));
+        EXPECT_EQ(node["AutoRefresh"], Value(true));
+        EXPECT_EQ(node["RefreshInterval"], Value(900));
+        EXPECT_EQ(node["RefreshDate"].description(), "2007-12-24 09:00:00 +0000");
+        EXPECT_EQ(node["AlarmFilter"], Value(1));
+    }
+}
+
+TEST_P(ForeignArchiveForms, WithAnAddressOfAStrangerGiveTheRest)
+{
+    const Dictionary node = nodeWith("strange_address" + GetParam());
+    EXPECT_FALSE(node.contains("SubscriptionURL"));
+    EXPECT_EQ(node["RefreshInterval"], Value(900));
+}
+
+TEST_P(ForeignArchiveForms, GiveAddressesAsTextsSoThatTheCalendarIsThereAtTheNextReading)
+{
+    const Dictionary node = nodeWith("addresses_everywhere" + GetParam());
+    const Value address("http://address.invalid/k.ics");
+    for (const char* key : {"SubscriptionURL", "AutoRefresh", "RefreshInterval", "RefreshDate"})
+        EXPECT_EQ(node[key], address) << key;
+    EXPECT_FALSE(node.contains("AlarmFilter"));
+
+    const auto made = calendar(kCalendarTypeSubscriber);
+    made->setSubscriberData(Data{home.read("addresses_everywhere" + GetParam()).value_or("")});
+    EXPECT_TRUE(store->storeCalendars({made}));
+    EXPECT_THAT(titles(readStore()), ElementsAre("Privat"));
+}
+
+TEST_P(ForeignArchiveForms, GiveNothingForListsAndDictionaries)
+{
+    const Dictionary node = nodeWith("lists_everywhere" + GetParam());
+    EXPECT_EQ(node, calendar(kCalendarTypeSubscriber)->iCalNode());
 }
 
 struct HostileRow {
@@ -222,11 +276,12 @@ INSTANTIATE_TEST_SUITE_P(
                                  "ein Schlüssel eines Wörterbuchs ist kein Text"},
                       HostileRow{"address_is_a_number", "'NS.relative' ist kein Text"},
                       HostileRow{"base_is_its_own_base", "Objekt 3 enthält sich selbst"},
-                      HostileRow{"unknown_class", "unbekannte Klasse 'XYStrange'"},
                       HostileRow{"class_is_missing", "'$class' fehlt"},
                       HostileRow{"class_is_a_text", "eine Klasse ohne Namen"},
                       HostileRow{"date_is_a_text", "'NS.time' ist keine Zeit"},
-                      HostileRow{"bomb", "zu viele Elemente"},
+                      HostileRow{"bomb", "ausgeschrieben zu groß"},
+                      HostileRow{"chain_of_addresses", "ausgeschrieben zu groß"},
+                      HostileRow{"text_everywhere", "ausgeschrieben zu groß"},
                       HostileRow{"too_deep", "zu tief verschachtelt"}));
 
 TEST_P(HostileArchive, EndsInALoggedExceptionIn105AndPassesUnreadThrough104)

@@ -183,6 +183,40 @@ TEST_F(NodeFile, IsReadInItsBinaryFormAsWell)
     EXPECT_THAT(titles(readStore()), ElementsAre("Team"));
 }
 
+TEST_F(NodeFile, IsReadInTheOldASCIIFormWhoseNumbersAreTexts)
+{
+    writeCalendar("A", "Arbeit");
+    home.write(kNodeFile, R"(// by hand
+{
+    Version = 2;
+    List = (
+        {
+            Type = CALNamedGroupNode;
+            Title = "B\U00fcro";
+            ThemeColor = "#FF0000";
+            Expanded = 0;
+            Subnodes = ({ SourceKey = A; ThemeColor = "#0252D4"; Selection = NO; });
+        }
+    );
+}
+)");
+    const auto read = readStore();
+    EXPECT_THAT(titles(read), ElementsAre("Büro", "Arbeit"));
+    EXPECT_FALSE(titled(read, "Büro")->expanded());
+    EXPECT_FALSE(titled(read, "Arbeit")->selected());
+    EXPECT_THAT(losses(), IsEmpty());
+}
+
+TEST_F(NodeFile, IsReadInUTF16AsWell)
+{
+    std::string bytes = "\xFF\xFE";
+    for (const char character :
+         xmlPropertyList(Dictionary{{"Version", 2}, {"List", Array{groupNode("Team")}}}))
+        bytes += {character, '\0'};
+    home.write(kNodeFile, bytes);
+    EXPECT_THAT(titles(readStore()), ElementsAre("Team"));
+}
+
 TEST_F(NodeFile, IsNotChangedByReading)
 {
     writeCalendar("A", "Arbeit");

@@ -74,6 +74,11 @@ class Table:
         return self.add({"$class": self.class_of("NSURL"), "NS.base": base,
                          "NS.relative": self.add(address)})
 
+    def object_of(self, name, *bases, **fields):
+        """An object of any class, its fields named without `NS.`."""
+        stored = {f"NS.{key}": value for key, value in fields.items()}
+        return self.add({"$class": self.class_of(name, *bases), **stored})
+
     def date(self, seconds):
         return self.add({"$class": self.class_of("NSDate"), "NS.time": seconds})
 
@@ -108,6 +113,66 @@ def shared():
     for _ in range(100):
         nested = table.array([nested, address])
     return table.archive(table.dictionary({"RemoteURL": address, "Others": nested}))
+
+
+def subclasses():
+    """Settings by way of classes that are derived from the usual ones."""
+    table = Table()
+    root = subscription(table, table.url("http://derived.invalid/k.ics"))
+    table.objects[root.data]["NS.objects"][2:4] = [
+        table.object_of("NSCFNumber", "NSNumber", "NSValue", intval=900),
+        table.object_of("NSCalendarDate", "NSDate", time=220179600.0)]
+    return table.archive(root)
+
+
+def strange_entries():
+    """Beside the settings, things that only their own program understands."""
+    table = Table()
+    root = subscription(table, table.url("http://strange.invalid/k.ics"))
+    window = table.object_of("XYWindow", "NSResponder")
+    table.objects[window.data]["NS.objects"] = [window, UID(4000)]
+    for key, value in {"Window": window, "Nothing": table.object_of("NSNull"),
+                       "Both": table.array([window, window])}.items():
+        table.objects[root.data]["NS.keys"].append(table.add(key))
+        table.objects[root.data]["NS.objects"].append(value)
+    return table.archive(root)
+
+
+def old_forms():
+    """Texts as bytes, and entries in numbered fields."""
+    table = Table()
+    entries = {"RemoteURL": table.object_of("NSString", bytes=b"http://old.invalid/k.ics"),
+               "AutoRefresh": table.object_of("NSNumber", boolval=True),
+               "RefreshInterval": table.object_of("NSNumber", intval=900),
+               "LastRefreshDate": table.date(220179600.0),
+               "Filter": table.object_of("NSNumber", intval=2)}
+    root = {"$class": table.class_of("NSDictionary")}
+    for number, (key, value) in enumerate(entries.items()):
+        root[f"NS.key.{number}"] = table.object_of("NSString", bytes=key.encode())
+        root[f"NS.object.{number}"] = value
+    return table.archive(table.add(root))
+
+
+def addresses_everywhere():
+    """An address where a property list cannot hold one."""
+    table = Table()
+    address = table.url("http://address.invalid/k.ics")
+    return table.archive(table.dictionary({
+        "RemoteURL": address, "AutoRefresh": address, "RefreshInterval": address,
+        "LastRefreshDate": address, "Filter": address}))
+
+
+def lists_everywhere():
+    table = Table()
+    inner = table.array([table.url("http://inner.invalid/k.ics")])
+    return table.archive(table.dictionary({
+        "RemoteURL": inner, "AutoRefresh": inner, "RefreshInterval": inner,
+        "LastRefreshDate": table.dictionary({"date": inner}), "Filter": inner}))
+
+
+def strange_address():
+    table = Table()
+    return table.archive(subscription(table, table.object_of("XYStrange")))
 
 
 def cycle():
@@ -173,12 +238,6 @@ def base_is_its_own_base():
     return table.archive(subscription(table, address))
 
 
-def unknown_class():
-    table = Table()
-    strange = table.add({"$class": table.class_of("XYStrange")})
-    return table.archive(table.dictionary({"RemoteURL": strange}))
-
-
 def class_is_missing():
     table = Table()
     root = table.dictionary({"RemoteURL": UID(0)})
@@ -204,7 +263,8 @@ def deep(levels):
     nested = table.array([])
     for _ in range(levels - 2):
         nested = table.array([nested])
-    return table.archive(table.dictionary({"RemoteURL": nested}))
+    address = table.url("http://deep.invalid/k.ics")
+    return table.archive(table.dictionary({"Others": nested, "RemoteURL": address}))
 
 
 def bomb():
@@ -216,11 +276,33 @@ def bomb():
     return table.archive(table.dictionary({"RemoteURL": nested}))
 
 
-READABLE = {"plain": plain, "relative": relative, "shared": shared, "deepest": lambda: deep(512)}
+def chain_of_addresses():
+    """Ten thousand addresses, each that of its base and a thousand characters of one shared text."""
+    table = Table()
+    segment = table.add("x" * 999 + "/")
+    address = table.url("http://chain.invalid/")
+    for _ in range(10_000):
+        address = table.add({"$class": table.class_of("NSURL"), "NS.base": address,
+                             "NS.relative": segment})
+    return table.archive(table.dictionary({"RemoteURL": address}))
+
+
+def text_everywhere():
+    """One long text in very many places."""
+    table = Table()
+    text = table.add("x" * 100_000)
+    return table.archive(table.dictionary({"RemoteURL": table.array([text] * 5_000)}))
+
+
+READABLE = {each.__name__: each for each in [
+    plain, relative, shared, subclasses, strange_entries, old_forms, addresses_everywhere,
+    lists_everywhere, strange_address]}
+READABLE["deepest"] = lambda: deep(512)
 HOSTILE = {each.__name__: each for each in [
     cycle, root_in_itself, wrong_index, root_beyond_the_end, reference_missing,
     keys_without_objects, more_keys_than_objects, key_is_a_number, address_is_a_number,
-    base_is_its_own_base, unknown_class, class_is_missing, class_is_a_text, date_is_a_text, bomb]}
+    base_is_its_own_base, class_is_missing, class_is_a_text, date_is_a_text, bomb,
+    chain_of_addresses, text_everywhere]}
 HOSTILE["too_deep"] = lambda: deep(513)
 
 
