@@ -4,6 +4,8 @@
 
 #include "Sync/Additions/KTFileManagerAdditions.h"
 #include "Sync/Foundation/Platform.h"
+#include "tests/support/FailingFileManager.h"
+#include "tests/support/PlatformScope.h"
 #include "tests/support/TemporaryFolder.h"
 
 namespace kt::test {
@@ -42,8 +44,14 @@ TEST(CreatePath, LeavesAFileInItsWay)
 TEST(CreatePath, MakesEveryMissingFolderParentFirst)
 {
     const TemporaryFolder folder;
+    const PlatformScope platform(folder.path());
     folder.makeFolder("first");
+    const auto files = failFileOperation(0);
     EXPECT_TRUE(createPath(folder.path("first/second/third")));
+    EXPECT_EQ(files->operations(),
+              (std::vector<std::string>{"createDirectoryAtPath " + folder.path("first/second"),
+                                        "createDirectoryAtPath " +
+                                            folder.path("first/second/third")}));
     EXPECT_TRUE(std::filesystem::is_directory(folder.path("first/second/third")));
 }
 

@@ -26,13 +26,18 @@ public:
 
     /// Record key to calendar, in reading order; nullopt when the store could not be read, an empty
     /// list for an empty store and on a system without one. Items are loaded when they are asked
-    /// for. Touches the disk only to create a missing store folder.
+    /// for. Changes the disk where there is no store yet: in the 10.5 layout a missing folder is
+    /// created; in the 10.4 layout a node file that is missing or cannot be read is answered with a
+    /// rewrite without calendars, so the old calendars and an unreadable node file are in the
+    /// backups afterwards.
     std::optional<ParsedCalendars> calendars();
     /// The values of `calendars`.
     std::optional<Calendars> calendarsList();
     /// Makes these calendars (none of them null) and their items the complete content of the store.
-    /// False only when an Exception ended the writing, which may leave the store partly written; on
-    /// a system without a store there is nothing to write, and that succeeds.
+    /// In the 10.5 layout false only when an Exception ended the writing, which may leave the store
+    /// partly written. In the 10.4 layout also when a folder or the node file could not be renewed;
+    /// see write104Calendars for where the old store is then. On a system without a store there is
+    /// nothing to write, and that succeeds.
     bool storeCalendars(const Calendars& calendars);
 
     /// fileManager:shouldProceedAfterError: goes on after a failed removal and stops after any
@@ -46,7 +51,8 @@ protected:
                                     const std::optional<std::string>& withParentRecordKey);
     /// True only when the new node file is in place. Where the node file could not be exchanged the
     /// old store is back; after a failure before that, or the Exception of a calendar that could
-    /// not be prepared, which is passed on, the old calendars stay in "Sources.bak".
+    /// not be prepared, which is passed on, the old calendars stay in "Sources.bak". Every rewrite
+    /// saves what it finds: after two such failures in a row no backup here holds them any more.
     bool write104Calendars(const Calendars& calendars);
 
     /// Reads one folder level of the 10.5 layout. Throws Exception for an entry of Info.plist that

@@ -81,6 +81,19 @@ TEST_F(Node104, HoldsOneConvertedPublisherForThatOf105)
     EXPECT_EQ(keysOf(node).back(), "Publishers");
 }
 
+TEST_F(Node104, WithoutASourceKeyNamesInItsPublisherTheKeyThatTheReaderTakesInstead)
+{
+    const auto made = calendar(kCalendarTypeGroup, std::nullopt);
+    made->setPublisher(kPublisher105);
+    const Dictionary node = made->iCalNode();
+    EXPECT_FALSE(node.contains("SourceKey"));
+    const Dictionary publisher = node["Publishers"].array().at(0).dictionary();
+    EXPECT_EQ(publisher["Sources"], Value(Array{node["Key"]}));
+
+    writeNodes({node});
+    EXPECT_EQ(titled(readStore(), "Privat")->sourceKey(), node["Key"].string());
+}
+
 TEST_F(Node104, KeepsAPublisherOf104AsItIs)
 {
     const Dictionary publisher{{"UploadURL", "http://a.invalid/k.ics"}, {"Eigenes", 7}};

@@ -98,8 +98,13 @@ TEST_F(KTSyncCalendarNodeTest, MissingNotesAreLoggedAndThrownOn)
     const auto made = KTSyncCalendar::syncCalendarWithPluginHelper(&helper, 0, "source", {});
     made->setTitle("Privat");
     made->setColor("#FF0000");
-    EXPECT_THROW(made->iCalNode(), Exception);
-    EXPECT_EQ(helper.fileLog().size(), 1u);
+    const std::string reason = reasonOfException([&] { made->iCalNode(); });
+    const Dictionary built{{"Key", "source"},   {"Color", "#FF0000"}, {"Order", 0},
+                           {"Title", "Privat"}, {"Checked", true},    {"AlarmsDisabled", false}};
+    EXPECT_NE(reason, "");
+    EXPECT_THAT(helper.fileLog(),
+                ElementsAre(
+                    stringWithFormat("[KTSyncCalendar iCalNode(105)]:\n%@\n%@", built, reason)));
 }
 
 class KTSyncCalendarNodeVersion : public KTSyncCalendarNodeTest,
@@ -118,6 +123,15 @@ TEST_F(KTSyncCalendarNodeTest, PublishingSettingsOfThisLayoutAreWrittenAsTheyAre
     const Dictionary publisher{{"PublicationURL", "http://p"}, {"Sonstiges", 1}};
     made->setPublisher(publisher);
     EXPECT_EQ(made->iCalNode()["Publication"], Value(publisher));
+}
+
+TEST_F(KTSyncCalendarNodeTest, PublishingSettingsOfNeitherLayoutAreWrittenAsAnEmptyDictionary)
+{
+    const auto made = calendar();
+    made->setPublisher(Dictionary{{"Name", "Privat"}});
+    const Dictionary node = made->iCalNode();
+    EXPECT_EQ(node["Publication"], Value(Dictionary()));
+    EXPECT_EQ(keysOf(node).back(), "Publication");
 }
 
 TEST_F(KTSyncCalendarNodeTest, PublishingSettingsOfTheOtherLayoutAreNotWritten)
@@ -313,10 +327,12 @@ TEST_F(KTSyncCalendarNodeTest, AConversionThatFailsIsLoggedAndGivesWhatItHasSoFa
     EXPECT_EQ(converted, (Dictionary{{"Sources", Array{"quelle"}},
                                      {"Type", "CALURLPublisher"},
                                      {"UploadURL", "http://p"}}));
-    ASSERT_EQ(helper.fileLog().size(), 1u);
-    EXPECT_THAT(helper.fileLog().front(),
-                testing::StartsWith("[KTSyncCalendar convertPublisherToFormat(105->104)]:\n" +
-                                    publisher.description() + "\n"));
+    const std::string reason =
+        reasonOfException([&] { static_cast<void>(publisher["AlarmFilter"].boolValue()); });
+    EXPECT_NE(reason, "");
+    EXPECT_THAT(helper.fileLog(),
+                ElementsAre("[KTSyncCalendar convertPublisherToFormat(105->104)]:\n" +
+                            publisher.description() + "\n" + reason));
 }
 
 }  // namespace

@@ -146,5 +146,21 @@ TEST_P(KTSyncCalendarMissing, GivesNoRecordButALogEntry)
                                               std::string(GetParam().sofar) + "\n" + reason));
 }
 
+TEST_F(KTSyncCalendarRecord, WithoutNotesGivesNoRecordButALogEntry)
+{
+    // Setting nil would make them empty, so nobody has ever set them.
+    const auto made = KTSyncCalendar::syncCalendarWithPluginHelper(&helper, 0, "quelle", {});
+    made->setTitle("Privat");
+    made->setColor("#FF0000");
+    const std::string reason = reasonOfException([&] { made->syncRecord(); });
+    EXPECT_NE(reason, "");
+    const Dictionary soFar{{"Order", 0},
+                           {"Type", "CalendarNode"},
+                           {"Color", "#FF0000"},
+                           {"Title", "Privat"}};
+    EXPECT_THAT(helper.fileLog(), ElementsAre("[KTSyncCalendar syncRecord]:\n" +
+                                              soFar.description() + "\n" + reason));
+}
+
 }  // namespace
 }  // namespace kt::test

@@ -572,6 +572,16 @@ TEST_P(Layout104ReaderPublishers, AreLoggedToTheFileLoggerAndReadingGoesOn)
     EXPECT_THAT(losses()[0].reason, StartsWith("Die Veröffentlichung kann nicht gelesen werden: "));
 }
 
+TEST_F(Layout104Reader, TakesMissingNotesForEmptyOnes)
+{
+    writeCalendar("A", "Arbeit");
+    writeNodes({groupNode("Team"), calendarNode("A")});
+    const auto read = readStore();
+    EXPECT_EQ(titled(read, "Team")->notes(), "");
+    EXPECT_EQ(titled(read, "Arbeit")->notes(), "");
+    EXPECT_EQ(titled(read, "Arbeit")->syncRecord()["Notes"], Value(""));
+}
+
 // Values of a wrong kind anywhere else end the reading.
 
 struct WrongKindRow {

@@ -37,6 +37,37 @@ TEST_F(Layout105Writer, LogsAndPassesOnAnExceptionAndWritesNoInfoFile)
     EXPECT_FALSE(home.exists(std::string(kStore) + "C.calendar"));
 }
 
+struct MissingPartRow {
+    const char* part;
+    std::function<void(KTSyncCalendar&)> remove;
+};
+class Layout105MissingPart : public Layout105Writer,
+                             public ::testing::WithParamInterface<MissingPartRow> {};
+INSTANTIATE_TEST_SUITE_P(
+    Parts, Layout105MissingPart,
+    ::testing::Values(MissingPartRow{"color", [](auto& made) { made.setColor({}); }},
+                      MissingPartRow{"title", [](auto& made) { made.setTitle({}); }},
+                      MissingPartRow{"notes", [](auto&) {}}));
+
+TEST_P(Layout105MissingPart, StopsTheWriterAtThatCalendar)
+{
+    const auto broken =
+        KTSyncCalendar::syncCalendarWithPluginHelper(&host, kCalendarTypeNode, "B", std::nullopt);
+    broken->setTitle("Kaputt");
+    broken->setColor("#0252D4");
+    if (GetParam().part != std::string("notes"))
+        broken->setNotes("");
+    GetParam().remove(*broken);
+    EXPECT_FALSE(store({broken, calendar("Zuhause", "C")}));
+    ASSERT_EQ(host.fileLog().size(), 2u);
+    EXPECT_THAT(host.fileLog()[0], StartsWith("[KTSyncCalendar iCalNode(105)]:\n{\n"));
+    EXPECT_THAT(host.fileLog()[1],
+                StartsWith("[KTSyncCalendarStore write105Calendars(info.plist)]:\n"));
+    EXPECT_THAT(host.messages().back(), StartsWith("KTSyncCalendarStore.storeCalendars: "));
+    EXPECT_FALSE(storedInfo("B.calendar").has_value());
+    EXPECT_FALSE(home.exists(std::string(kStore) + "C.calendar"));
+}
+
 TEST_F(Layout105Writer, ShowsTheInfoDictionaryOfAnExceptionThatComesAfterIt)
 {
     const auto arbeit = calendar("Arbeit", std::nullopt);
