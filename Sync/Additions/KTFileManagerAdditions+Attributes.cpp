@@ -1,4 +1,6 @@
 #include <chrono>
+#include <string_view>
+#include <vector>
 
 #include "Sync/Additions/KTFileManagerAdditions+Attributes.h"
 #include "Sync/Foundation/FileManager.h"
@@ -17,6 +19,23 @@ void setAttributes(const Dictionary& attributes, const std::string& path)
         setModificationDate(date.date(), path);
 }
 
+std::string_view withoutTrailingSlashes(std::string_view path)
+{
+    while (path.size() > 1 && path.ends_with('/'))
+        path.remove_suffix(1);
+    return path;
+}
+
+/// How much of a path stringByDeletingLastPathComponent leaves.
+std::size_t lengthOfParent(std::string_view path)
+{
+    path = withoutTrailingSlashes(path);
+    const std::size_t slash = path.rfind('/');
+    return slash == std::string_view::npos
+               ? 0
+               : withoutTrailingSlashes(path.substr(0, slash + 1)).size();
+}
+
 std::optional<FileStatus> statusOfItself(const std::string& path)
 {
     return FileManager::defaultManager().linkStatusAtPath(path);
@@ -29,15 +48,26 @@ bool createPath(const std::optional<std::string>& path, const Dictionary& attrib
     if (!path)
         return false;
     FileManager& fileManager = FileManager::defaultManager();
-    if (fileManager.fileExistsAtPath(*path))
-        return fileManager.isDirectory(*path);
-    const std::string parent = stringByDeletingLastPathComponent(*path);
-    // A path without a root has no existing folder to begin with.
-    if (parent == *path || !createPath(parent, attributes))
+    // One text that shrinks to the first folder that is there, then grows again: a path of a
+    // thousand names is not copied a thousand times.
+    std::string folder = *path;
+    std::vector<std::size_t> missing;  // the lengths of the paths to make, the longest first
+    while (!fileManager.fileExistsAtPath(folder)) {
+        const std::size_t parent = lengthOfParent(folder);
+        // A path without a root has no existing folder to begin with.
+        if (parent == folder.size())
+            return false;
+        missing.push_back(folder.size());
+        folder.resize(parent);
+    }
+    if (!fileManager.isDirectory(folder))
         return false;
-    // Two that make the same folder at once must both succeed, so only the parents decide.
-    if (fileManager.createDirectoryAtPath(*path))
-        setAttributes(attributes, *path);
+    for (auto length = missing.rbegin(); length != missing.rend(); ++length) {
+        folder.append(*path, folder.size(), *length - folder.size());
+        // Two that make the same folder at once must both succeed, so only the parents decide.
+        if (fileManager.createDirectoryAtPath(folder))
+            setAttributes(attributes, folder);
+    }
     return true;
 }
 

@@ -17,8 +17,10 @@ bool isUnwantedControlCharacter(std::uint8_t byte)
 
 bool isTrailByte(std::uint8_t byte) { return byte >= 0x80 && byte <= 0xBF; }
 
-/// The second byte's range depends on the lead byte: it keeps out overlong forms and numbers beyond
-/// the last character.
+/// The second byte's range depends on the lead byte: it keeps out overlong forms (E0, F0) and
+/// numbers beyond the last character. That is U+10FFFF, which is F4 8F BF BF: with the lead byte F4
+/// some sequences are characters and some are not, so F4 is a legal lead byte with a limit of its
+/// own, and all above it are none.
 bool isSecondByteLegal(std::uint8_t leadByte, std::uint8_t secondByte)
 {
     switch (leadByte) {

@@ -217,6 +217,18 @@ TEST_F(KTFileManagerAttributes, GivesEachFolderThatItMakesTheAttributes)
     EXPECT_EQ(modificationDateAtPath(folder.path("first/second/third")), date);
 }
 
+// A folder of such a depth cannot be made; the way there must not cost its length for each name.
+TEST_F(KTFileManagerAttributes, WalksAPathOfAnyNumberOfNames)
+{
+    constexpr int kNames = 20000;
+    std::string path = folder.path("a");
+    for (int name = 0; name < kNames; ++name)
+        path += "/a";
+    const WriteGuard guard;
+    EXPECT_TRUE(createPath(path, {}));
+    EXPECT_THAT(folder.tree(), IsEmpty());
+}
+
 TEST_F(KTFileManagerAttributes, LeavesAnExistingFolderAsItIs)
 {
     folder.makeFolder("there");
