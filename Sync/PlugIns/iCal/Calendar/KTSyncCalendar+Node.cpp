@@ -1,11 +1,13 @@
 // What a store keeps of a calendar itself: its node, with publishing and subscription settings.
 
+#include <algorithm>
 #include <array>
 #include <string_view>
 #include <utility>
 
 #include "Sync/Foundation/KeyedArchive.h"
 #include "Sync/HostInterface/Guard.h"
+#include "Sync/HostInterface/KTLossReport.h"
 #include "Sync/PlugIns/iCal/Calendar/KTSyncCalendar.h"
 
 namespace kt {
@@ -14,6 +16,11 @@ namespace {
 
 constexpr int kFormat104 = 4;
 constexpr int kFormat105 = 5;
+
+// What 10.5 takes over of a subscription that 10.4 archived.
+constexpr std::array<std::string_view, 5> kArchivedSettings{"RemoteURL", "AutoRefresh",
+                                                            "RefreshInterval", "LastRefreshDate",
+                                                            "Filter"};
 
 /// 0 for settings of neither key set.
 int publisherFormat(const Dictionary& publisher)
@@ -44,14 +51,18 @@ void setRenamed(Dictionary& target, std::string_view key, const Dictionary& sour
     target.setIfPresent(key, source[sourceKey]);
 }
 
+bool isKnownSubscriptionFilter(const Value& setting)
+{
+    return (setting.isNumber() || setting.isString()) && setting.intValue() >= 0 &&
+           setting.intValue() <= 3;
+}
+
 /// What a subscription leaves out, as 10.4 counts it, as the three switches of 10.5.
 void setSubscriptionFilter(Dictionary& node, const Value& setting)
 {
-    if (!setting.isNumber() && !setting.isString())
+    if (!isKnownSubscriptionFilter(setting))
         return;
     const std::int32_t filter = setting.intValue();
-    if (filter < 0 || filter > 3)
-        return;
     node.set("AlarmFilter", filter / 2);
     node.set("TaskFilter", filter % 2);
     node.set("AttachmentFilter", 0);
@@ -66,6 +77,19 @@ Value singleSetting(const Value& setting)
     const bool isSingle =
         setting.kind() != Value::Kind::object && !setting.isArray() && !setting.isDictionary();
     return isSingle ? setting : Value();
+}
+
+/// Whether nothing of an archived subscription is left behind in 10.5.
+bool isTakenOverWhole(const Dictionary& settings)
+{
+    const auto isTaken = [](const Dictionary::Entry& entry) {
+        return !singleSetting(entry.second).isNil() &&
+               std::find(kArchivedSettings.begin(), kArchivedSettings.end(), entry.first) !=
+                   kArchivedSettings.end();
+    };
+    return singleSetting(settings["RemoteURL"]).isString() &&
+           (!settings.contains("Filter") || isKnownSubscriptionFilter(settings["Filter"])) &&
+           std::all_of(settings.begin(), settings.end(), isTaken);
 }
 
 std::string_view nodeType105(std::int32_t calendarType)
@@ -113,10 +137,8 @@ Dictionary KTSyncCalendar::iCalNode104() const
                 node.set("Expanded", _expanded);
             else
                 node.setIfPresent("SourceKey", _sourceKey);
-            if (!_publisher.isNil()) {
-                if (auto publisher = convertPublisher(_publisher.dictionary(), kFormat104))
-                    node.set("Publishers", Array{std::move(*publisher)});
-            }
+            if (auto publisher = publisherForNode(kFormat104))
+                node.set("Publishers", Array{std::move(*publisher)});
         });
     return node;
 }
@@ -138,28 +160,64 @@ Dictionary KTSyncCalendar::iCalNode105() const
                 node.set("AlarmsDisabled", _alarmsDisabled);
             node.set("Notes", _notes);
             node.set("Type", nodeType105(_calendarType));
-            if (!_publisher.isNil()) {
-                if (auto publication = convertPublisher(_publisher.dictionary(), kFormat105))
-                    node.set("Publication", std::move(*publication));
-            }
+            if (auto publication = publisherForNode(kFormat105))
+                node.set("Publication", std::move(*publication));
             addSubscription105(node);
         });
     return node;
 }
 
+/// Nullopt when there are none, and when they have no form in that layout.
+std::optional<Dictionary> KTSyncCalendar::publisherForNode(int format) const
+{
+    if (_publisher.isNil())
+        return std::nullopt;
+    const Dictionary& publisher = _publisher.dictionary();
+    auto converted = convertPublisher(publisher, format);
+    if (!converted || (converted->empty() && !publisher.empty())) {
+        const LossScope scope(_title.value_or(""), "");
+        reportLoss(
+            "Die Veröffentlichung hat in dieser Ablage keine Form und wird nicht "
+            "geschrieben");
+    }
+    return converted;
+}
+
 void KTSyncCalendar::addSubscription105(Dictionary& node) const
 {
+    const LossScope scope(_title.value_or(""), "");
     if (_subscriber.isDictionary() && _subscriber.dictionary().contains("SubscriptionURL")) {
+        tellReplacedSettings(node);
         node.merge(_subscriber.dictionary());
         return;
     }
-    if (_subscriberData.isNil())
-        return;
+    const bool hasOtherSettings = !_subscriber.isNil() && _subscriber != Value(Dictionary());
+    const bool isWhole = _subscriberData.isNil() || addArchivedSubscription105(node);
+    if (hasOtherSettings || !isWhole)
+        reportLoss(
+            "Das Abo hat in dieser Ablage nicht in allem eine Form und wird nicht "
+            "vollständig geschrieben");
+}
 
-    // The subscription is one of 10.4's, which keeps it as an archive.
+/// All entries of a subscription go into the node last and win over the calendar's own. No store
+/// gives entries of such names, so they come from elsewhere and are worth a line.
+void KTSyncCalendar::tellReplacedSettings(const Dictionary& node) const
+{
+    for (const auto& [key, value] : _subscriber.dictionary()) {
+        if (!node.contains(key) || node[key] == value)
+            continue;
+        logMsg(_pluginHelper, "Kalender '%@': das Abo ersetzt den Eintrag '%@'", _title, key);
+        reportLoss(stringWithFormat("Das Abo ersetzt den Eintrag '%@' des Kalenders", key));
+    }
+}
+
+/// The subscription is one of 10.4's, which keeps it as an archive. False when something of it
+/// stays behind.
+bool KTSyncCalendar::addArchivedSubscription105(Dictionary& node) const
+{
     const auto archived = unarchiveObjectWithData(_subscriberData.data().bytes);
     if (!archived || !archived->isDictionary())
-        return;
+        return false;
     const Dictionary& settings = archived->dictionary();
     if (const Value address = singleSetting(settings["RemoteURL"]); address.isString())
         node.set("SubscriptionURL", address);
@@ -167,6 +225,7 @@ void KTSyncCalendar::addSubscription105(Dictionary& node) const
     node.setIfPresent("RefreshInterval", singleSetting(settings["RefreshInterval"]));
     node.setIfPresent("RefreshDate", singleSetting(settings["LastRefreshDate"]));
     setSubscriptionFilter(node, settings["Filter"]);
+    return isTakenOverWhole(settings);
 }
 
 std::optional<Dictionary> KTSyncCalendar::convertPublisher(const Dictionary& publisher,

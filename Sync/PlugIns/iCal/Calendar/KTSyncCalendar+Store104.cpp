@@ -79,6 +79,8 @@ bool KTSyncCalendar::storeEventsAndTasks104(const std::string& folder)
 /// `text` is what is being built, for the caller to log.
 void KTSyncCalendar::addItems104(std::string& text)
 {
+    const LossScope scope(_title.value_or(""),
+                          StorePaths::itemsFile104(corestoragePath().value_or("")));
     text += kItemFileHeader;
     if (_events) {
         for (const auto& event : *_events) {

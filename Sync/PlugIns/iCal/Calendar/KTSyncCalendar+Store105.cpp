@@ -1,6 +1,7 @@
 // The 10.5 layout: one file an item, below the calendar's folder in "Events".
 
 #include <string_view>
+#include <unordered_set>
 
 #include "Sync/Additions/KTFileManagerAdditions.h"
 #include "Sync/Foundation/FileManager.h"
@@ -11,6 +12,17 @@
 #include "Sync/PlugIns/iCal/Calendar/StorePaths.h"
 
 namespace kt {
+
+namespace {
+
+constexpr std::string_view kItemFileExtension = ".ics";
+
+std::string itemFile105(const std::string& folder, const std::string& key)
+{
+    return stringByAppendingPathComponent(folder, key + std::string(kItemFileExtension));
+}
+
+}  // namespace
 
 bool KTSyncCalendar::storeEventsAndTasks105(const std::string& folder)
 {
@@ -33,16 +45,25 @@ bool KTSyncCalendar::writeItems105(const std::string& folder, std::string& text)
     const std::string items = StorePaths::eventsFolder(folder);
     if ((_events && !_events->empty()) || (_tasks && !_tasks->empty()))
         createPath(items);
+    std::unordered_set<std::string_view> keys;
+    const auto write = [&](KTSyncCalendarItem& item) {
+        // Files are named after keys alone, so there is no other place for a second item.
+        if (item.recordKey() && !keys.insert(*item.recordKey()).second) {
+            const LossScope scope(_title.value_or(""), itemFile105(items, *item.recordKey()));
+            reportLoss("Zwei Einträge haben denselben Schlüssel, der spätere gilt");
+        }
+        return writeItem105(item, items, text);
+    };
     if (_events) {
         for (const auto& event : *_events) {
             event->setUID(uidOfSeries(*event));
-            if (!writeItem105(*event, items, text))
+            if (!write(*event))
                 return false;
         }
     }
     if (_tasks) {
         for (const auto& task : *_tasks) {
-            if (!writeItem105(*task, items, text))
+            if (!write(*task))
                 return false;
         }
     }
@@ -52,14 +73,14 @@ bool KTSyncCalendar::writeItems105(const std::string& folder, std::string& text)
 bool KTSyncCalendar::writeItem105(KTSyncCalendarItem& item, const std::string& folder,
                                   std::string& text) const
 {
+    const std::string key = item.recordKey().value_or("");
+    const std::string name = key + std::string(kItemFileExtension);
+    const std::string path = itemFile105(folder, key);
+    const LossScope scope(_title.value_or(""), path);
     text = kItemFileHeader;
     text += item.iCalLines();
     text += kItemFileFooter;
 
-    const std::string key = item.recordKey().value_or("");
-    const std::string name = stringWithFormat("%@.ics", key);
-    const std::string path = stringByAppendingPathComponent(folder, name);
-    const LossScope scope(_title.value_or(""), path);
     if (!isPlainPathComponent(key) || !isPlainPathComponent(name)) {
         // Record keys come from other machines; one with a slash would lead out of the folder.
         logMsg(_pluginHelper,

@@ -135,7 +135,10 @@ private:
 
     Dictionary iCalNode104() const;
     Dictionary iCalNode105() const;
+    std::optional<Dictionary> publisherForNode(int format) const;
     void addSubscription105(Dictionary& node) const;
+    bool addArchivedSubscription105(Dictionary& node) const;
+    void tellReplacedSettings(const Dictionary& node) const;
 
     KTSyncPluginHelper* _pluginHelper;  // not owned
     std::int32_t _calendarType = kCalendarTypeNode;

@@ -43,6 +43,20 @@ Value addressInArchive(const Dictionary& archive)
     return {};
 }
 
+/// Why there are no nodes, unless iCal has never run here. Without them nobody knows of the folders
+/// of calendars, and the making of an empty store moves those aside.
+void reportMissingNodes()
+{
+    const FileManager& files = FileManager::defaultManager();
+    if (files.linkStatusAtPath(StorePaths::nodeFile())) {
+        const LossScope scope("", StorePaths::nodeFile());
+        reportLoss("Die nodes.plist kann nicht gelesen werden");
+    } else if (!files.directoryContentsAtPath(StorePaths::sources()).empty()) {
+        const LossScope scope("", StorePaths::sources());
+        reportLoss("Die nodes.plist fehlt: die Kalender in 'Sources' werden nicht gelesen");
+    }
+}
+
 }  // namespace
 
 /// The node tree while it is being read.
@@ -96,10 +110,7 @@ std::optional<ParsedCalendars> KTSyncCalendarStore::calendars104()
 {
     auto nodeFile = dictionaryWithContentsOfFile(StorePaths::nodeFile());
     if (!nodeFile) {
-        if (FileManager::defaultManager().linkStatusAtPath(StorePaths::nodeFile())) {
-            const LossScope scope("", StorePaths::nodeFile());
-            reportLoss("Die nodes.plist kann nicht gelesen werden");
-        }
+        reportMissingNodes();
         logToHostAndSystem(_pluginHelper,
                            "Es gibt keine nodes.plist, evtl. wurde iCal noch nie gestartet");
         storeCalendars({});

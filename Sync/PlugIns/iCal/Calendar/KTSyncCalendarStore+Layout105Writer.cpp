@@ -174,6 +174,8 @@ void KTSyncCalendarStore::Layout105Writer::writeInfoFile(const Dictionary& info,
           path);
     logMsg(_pluginHelper, "Fehler: Die Info.plist fuer '%@' konnte nicht zurueckgeschrieben werden",
            path);
+    const LossScope scope(info["Title"].isString() ? info["Title"].string() : "", path);
+    reportLoss("Die Info.plist konnte nicht geschrieben werden");
 }
 
 }  // namespace kt

@@ -201,6 +201,24 @@ TEST_F(Layout105Writer, LogsAnInfoFileThatCannotBeWrittenAndWritesTheOthersWithS
                             "' konnte nicht zurueckgeschrieben werden");
     EXPECT_EQ(host.messages().back(),
               "Fehler: Die Info.plist fuer '" + path + "' konnte nicht zurueckgeschrieben werden");
+    EXPECT_THAT(classes.losses(),
+                ElementsAre(KTLoss{"Hundert %@ und %d", path,
+                                   "Die Info.plist konnte nicht geschrieben werden"}));
+}
+
+TEST_F(Layout105Writer, OfTwoItemsOfOneKeyTheLaterStaysAndIsToldAsALoss)
+{
+    const auto arbeit = calendar("Arbeit", "A");
+    addEvent(arbeit, "eins");
+    addEvent(arbeit, "zwei");
+    addTask(arbeit, "eins");
+    EXPECT_TRUE(store({arbeit, calendar("Zuhause", "B")}));
+    const std::string path = home.path(std::string(kStore) + "A.calendar/Events/eins.ics");
+    EXPECT_THAT(home.read(std::string(kStore) + "A.calendar/Events/eins.ics").value_or(""),
+                HasSubstr("SUMMARY:Aufgabe eins\r\n"));
+    EXPECT_THAT(classes.losses(),
+                ElementsAre(KTLoss{"Arbeit", path,
+                                   "Zwei Einträge haben denselben Schlüssel, der spätere gilt"}));
 }
 
 TEST_F(Layout105Writer, ReportsItemsThatCouldNotBeWrittenAndGoesOn)

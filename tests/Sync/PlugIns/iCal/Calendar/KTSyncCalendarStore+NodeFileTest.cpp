@@ -45,6 +45,10 @@ TEST_F(NodeFile, MissingLeavesTheNewOneInThePluginFolderAndTheCalendarsAside)
     EXPECT_TRUE(home.tree().contains(kICal + "Sources/"));  // empty
     EXPECT_TRUE(home.exists(kICal + "Sources.bak/A.calendar/Info.plist"));
     EXPECT_TRUE(home.exists(kPlugin + "Sources.bak/A.calendar/Info.plist"));
+    EXPECT_THAT(losses(),
+                ElementsAre(KTLoss{"", home.path(kICal + "Sources"),
+                                   "Die nodes.plist fehlt: die Kalender in 'Sources' werden nicht "
+                                   "gelesen"}));
 }
 
 class UnreadableNodeFile : public NodeFile, public ::testing::WithParamInterface<std::string> {};
