@@ -106,20 +106,21 @@ Dictionary KTSyncAlarm::syncRecord() const
 
 std::string KTSyncAlarm::iCalLines() const
 {
-    std::string lines = stringWithFormat("BEGIN:VALARM\r\nACTION:%@\r\n", _action);
+    std::string lines = "BEGIN:VALARM\r\n" + KTSyncCalendarTools::writableLine(
+                                                 stringWithFormat("ACTION:%@\r\n", _action));
     if (_attachments) {
         for (const auto& attachment : *_attachments)
             lines += attachment->iCalLines();
     }
     if (_emailAddress != nullptr && !_emailAddress->address().isNil())
-        lines += KTSyncCalendarTools::splitLineUsingFileLogger(_fileLogger, "ATTENDEE:%@\r\n",
-                                                               _emailAddress->address());
+        lines += KTSyncCalendarTools::propertyLine(_fileLogger, "ATTENDEE:%@\r\n",
+                                                   _emailAddress->address());
     if (!_relativeTrigger.isNil())
-        lines += KTSyncCalendarTools::splitLineUsingFileLogger(_fileLogger, "TRIGGER:%@\r\n",
-                                                               _relativeTrigger);
-    else if (const auto trigger =
-                 KTSyncCalendarTools::assembleDateComponent("TRIGGER", _absoluteTrigger))
-        lines += KTSyncCalendarTools::splitLine(*trigger, _fileLogger);
+        lines += KTSyncCalendarTools::propertyLine(_fileLogger, "TRIGGER:%@\r\n", _relativeTrigger);
+    else if (auto trigger = KTSyncCalendarTools::assembleDateComponent("TRIGGER", _absoluteTrigger))
+        lines +=
+            KTSyncCalendarTools::splitLine(KTSyncCalendarTools::writableLine(*std::move(trigger)),
+                                           _fileLogger);
     return lines + "END:VALARM\r\n";
 }
 

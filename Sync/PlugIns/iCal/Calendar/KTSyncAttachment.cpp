@@ -116,12 +116,33 @@ Dictionary KTSyncAttachment::syncRecord() const
 
 std::string KTSyncAttachment::iCalLines() const
 {
-    if (_data.isNil() || (!_binaryData.isNil() && !writeFile()))
+    if (!hasFile()) {
+        if (!_data.isNil())
+            reportLoss(stringWithFormat("Anhang '%@' konnte nicht geschrieben werden",
+                                        KTSyncCalendarTools::onOneLine(_data.description())));
         return {};
-    return KTSyncCalendarTools::splitLineUsingFileLogger(_fileLogger, "ATTACH%@%@%@:%@\r\n",
-                                                         parameterText(_type),
-                                                         parameterText(_encoding),
-                                                         parameterText(_value), _data);
+    }
+    return KTSyncCalendarTools::splitLine(KTSyncCalendarTools::writableLine(line()), _fileLogger);
+}
+
+// Not on its way into a file: nothing is lost with it.
+std::string KTSyncAttachment::description() const
+{
+    if (!hasFile())
+        return {};
+    return KTSyncCalendarTools::splitLine(KTSyncCalendarTools::onOneLine(line()), _fileLogger);
+}
+
+std::string KTSyncAttachment::line() const
+{
+    return stringWithFormat("ATTACH%@%@%@:%@\r\n", parameterText(_type), parameterText(_encoding),
+                            parameterText(_value), _data);
+}
+
+/// Whether there is something to refer to, which is written where it has to be.
+bool KTSyncAttachment::hasFile() const
+{
+    return !_data.isNil() && (_binaryData.isNil() || writeFile());
 }
 
 std::optional<std::string> KTSyncAttachment::pathForICalAttachment(const Value& URI) const

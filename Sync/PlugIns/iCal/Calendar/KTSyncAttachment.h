@@ -33,10 +33,11 @@ public:
     /// "Type", "Value", "Encoding", "Data" and "BinaryData", each where it is not nil.
     Dictionary syncRecord() const;
     /// One folded ATTACH line ending in CR LF. Writes the attachment's file first, unless it
-    /// already holds the same bytes; empty without data, and when the file cannot be written.
+    /// already holds the same bytes; empty without data, and, told as a loss, when the file cannot
+    /// be written.
     std::string iCalLines() const;
     /// The same text as iCalLines(), written file included.
-    std::string description() const override { return iCalLines(); }
+    std::string description() const override;
 
     /// The file below Library/Calendars/Attachments for an address "ical://.../folder/name",
     /// percent escapes replaced; nullopt for any other, and for one whose parts are no plain names.
@@ -45,6 +46,8 @@ public:
 private:
     void readProperties(std::optional<std::string_view> key);
     void readFile(const Value& URI, std::optional<std::string_view> key);
+    std::string line() const;
+    bool hasFile() const;
     bool writeFile() const;
 
     KTFileLogger* _fileLogger;  // not owned, may be null, outlives every component

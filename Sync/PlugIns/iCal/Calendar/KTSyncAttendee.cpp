@@ -58,10 +58,10 @@ std::string KTSyncAttendee::iCalLines() const
     const std::string status = descriptionOrEmpty(_status);
     const std::string parameters = status.empty() ? status : ";" + status;
     if (_commonName.isNil())
-        return KTSyncCalendarTools::splitLineUsingFileLogger(_fileLogger, "ATTENDEE%@:%@\r\n",
-                                                             parameters, _address);
-    return KTSyncCalendarTools::splitLineUsingFileLogger(_fileLogger, "ATTENDEE;CN=\"%@\"%@:%@\r\n",
-                                                         _commonName, parameters, _address);
+        return KTSyncCalendarTools::propertyLine(_fileLogger, "ATTENDEE%@:%@\r\n", parameters,
+                                                 _address);
+    return KTSyncCalendarTools::propertyLine(_fileLogger, "ATTENDEE;CN=\"%@\"%@:%@\r\n",
+                                             _commonName, parameters, _address);
 }
 
 std::string KTSyncAttendee::description() const

@@ -5,6 +5,7 @@
 
 #include "Sync/Foundation/Platform.h"
 #include "Sync/HostInterface/Guard.h"
+#include "Sync/HostInterface/KTLossReport.h"
 #include "Sync/PlugIns/iCal/Calendar/KTSyncCalendarTools.h"
 
 namespace kt {
@@ -12,6 +13,18 @@ namespace kt {
 namespace {
 
 constexpr std::string_view kSpecialPrefix = "X-";
+
+bool isSpecialName(std::string_view name)
+{
+    return name.starts_with(kSpecialPrefix) && name.find_first_of("\r\n") == std::string_view::npos;
+}
+
+/// A property that stood in an item more than once.
+void tellOfSeveralValues(std::string_view name, const Value& value)
+{
+    if (value.isArray())
+        reportLoss(stringWithFormat("%@: mehrere Werte werden als ein Text geschrieben", name));
+}
 
 template <class T>
 bool hasElements(const ComponentList<T>& list)
@@ -180,8 +193,7 @@ std::string KTSyncCalendarItem::sharedICalLines() const
     guarded(
         logger, "[KTSyncCalendarItem iCalLines]:\n%@\n%@", [&] { return lines; },
         [&] {
-            lines +=
-                KTSyncCalendarTools::splitLineUsingFileLogger(logger, "SUMMARY:%@\r\n", _title);
+            lines += KTSyncCalendarTools::propertyLine(logger, "SUMMARY:%@\r\n", _title);
             appendProperty(lines, "DESCRIPTION:%@\r\n", _notes);
             appendProperty(lines, "SEQUENCE:%@\r\n", _sequence);
             appendProperty(lines, "URL;VALUE=URI:%@\r\n", _url);
@@ -191,13 +203,25 @@ std::string KTSyncCalendarItem::sharedICalLines() const
             appendProperty(lines, "UID:%@\r\n", _uid);
             appendICalLines(lines, _attachments);
             appendICalLines(lines, _alarms);
-            if (!_appleSpecialFields)
-                return;
-            for (const auto& [name, value] : *_appleSpecialFields)
-                lines +=
-                    KTSyncCalendarTools::splitLineUsingFileLogger(logger, "%@:%@\r\n", name, value);
+            appendSpecialFields(lines);
         });
     return lines;
+}
+
+void KTSyncCalendarItem::appendSpecialFields(std::string& lines) const
+{
+    if (!_appleSpecialFields)
+        return;
+    for (const auto& [name, value] : *_appleSpecialFields) {
+        // A record may hold any name, and some would begin or end a component.
+        if (!isSpecialName(name)) {
+            reportLoss(stringWithFormat("Eigenschaft '%@' wird nicht geschrieben",
+                                        KTSyncCalendarTools::onOneLine(name)));
+            continue;
+        }
+        tellOfSeveralValues(name, value);
+        lines += KTSyncCalendarTools::propertyLine(fileLogger(), "%@:%@\r\n", name, value);
+    }
 }
 
 void KTSyncCalendarItem::adoptRecordKeyAsUID()
@@ -219,15 +243,18 @@ Value KTSyncCalendarItem::takeComponent(std::string_view name)
 void KTSyncCalendarItem::appendProperty(std::string& lines, std::string_view format,
                                         const Value& value) const
 {
-    if (!value.isNil())
-        lines += KTSyncCalendarTools::splitLineUsingFileLogger(fileLogger(), format, value);
+    if (value.isNil())
+        return;
+    tellOfSeveralValues(format.substr(0, format.find_first_of(":;")), value);
+    lines += KTSyncCalendarTools::propertyLine(fileLogger(), format, value);
 }
 
 void KTSyncCalendarItem::appendDate(std::string& lines, std::string_view name,
                                     const Value& date) const
 {
     if (auto line = KTSyncCalendarTools::assembleDateComponent(name, date))
-        lines += KTSyncCalendarTools::splitLine(std::move(*line), fileLogger());
+        lines += KTSyncCalendarTools::splitLine(KTSyncCalendarTools::writableLine(std::move(*line)),
+                                                fileLogger());
 }
 
 std::string KTSyncCalendarItem::description() const

@@ -97,6 +97,7 @@ protected:
     ComponentProperties _components;
 
 private:
+    void appendSpecialFields(std::string& lines) const;
     void takeAlarms(LineList& lines);
     void takeProperties(LineList& lines);
     void takeRecord(const Dictionary& syncRecord);

@@ -1,3 +1,4 @@
+#include <algorithm>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -6,6 +7,7 @@
 #include "Sync/Foundation/Exception.h"
 #include "Sync/Foundation/Text.h"
 #include "Sync/HostInterface/Guard.h"
+#include "Sync/HostInterface/KTLossReport.h"
 #include "Sync/PlugIns/iCal/Calendar/KTSyncCalendarTools.h"
 
 namespace kt {
@@ -19,6 +21,35 @@ constexpr std::string_view kUnknownDateFormat = "Unbekanntes Datumsformat: '%@'"
 constexpr std::size_t kDateLength = 8;
 constexpr std::size_t kDateTimeLength = 15;
 constexpr std::size_t kUTCDateTimeLength = 16;
+
+constexpr std::size_t kLongestTimezone = 255;  // bytes; the zone database stays far below
+
+/// The line of a date in a zone.
+std::string dateLine(std::string_view name, std::string_view timezone, std::string_view date)
+{
+    return stringWithFormat("%@;TZID=%@:%@\r\n", name, timezone, date);
+}
+
+/// Whether the reader, which looks for the end of the key in the first physical line, finds the
+/// date again. Exception dates are cut at commas as well.
+bool isDateFoundAgain(std::string_view line, std::string_view name, std::string_view date)
+{
+    line.remove_suffix(std::min<std::size_t>(line.size(), 2));  // CR LF
+    const std::string_view first = KTSyncCalendarTools::firstPhysicalLine(line);
+    const std::size_t key = KTSyncCalendarTools::propertyKeyInLine(first).size();
+    const std::string_view value = line.substr(key < first.size() ? key + 1 : key);
+    return line.find_first_of("\r\n") == std::string_view::npos && value.ends_with(date) &&
+           (name != "EXDATE" || value.find(',') == std::string_view::npos);
+}
+
+/// Without what hides a colon, cuts a list of dates or ends a line.
+std::string harmlessTimezone(std::string timezone)
+{
+    std::erase_if(timezone, [](char character) {
+        return std::string_view("\"\\,\r\n").find(character) != std::string_view::npos;
+    });
+    return timezone;
+}
 
 /// The date in the last characters of a text. Of a tail that is a date, characters are bytes.
 EnhancedDate dateInTail(std::string_view text, std::size_t tailLength,
@@ -82,6 +113,13 @@ std::string KTSyncCalendarTools::findTimezone(std::optional<std::string_view> ke
             std::size_t end = parameters.find(':');
             if (end == std::string_view::npos)
                 end = parameters.find(';');
+            // One as long as its file would cost its length again for each of thousands of dates.
+            if (std::min(end, parameters.size()) > kLongestTimezone) {
+                reportLoss(
+                    stringWithFormat("Eine Zeitzone mit mehr als %d Zeichen wird nicht gelesen",
+                                     kLongestTimezone));
+                throw Exception(NSInvalidArgumentException, "überlange Zeitzone");
+            }
             return std::string(parameters.substr(0, end));
         },
         [&](const Exception&) {
@@ -102,7 +140,13 @@ std::optional<std::string> KTSyncCalendarTools::assembleDateComponent(
         return stringWithFormat("%@;VALUE=DATE:%@\r\n", name, date->iCalDate());
     if (date->isUTCTime())
         return stringWithFormat("%@:%@\r\n", name, date->iCalDate());
-    return stringWithFormat("%@;TZID=%@:%@\r\n", name, date->timezone(), date->iCalDate());
+    const std::string written = date->iCalDate();
+    std::string line = dateLine(*name, date->timezone(), written);
+    if (isDateFoundAgain(line, *name, written))
+        return line;
+    const std::string timezone = harmlessTimezone(date->timezone());
+    reportLoss(stringWithFormat("%@: die Zeitzone wird als '%@' geschrieben", name, timezone));
+    return dateLine(*name, timezone, written);
 }
 
 EnhancedDate KTSyncCalendarTools::enhancedDate(const Value& value)

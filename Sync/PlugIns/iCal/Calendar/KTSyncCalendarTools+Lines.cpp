@@ -139,6 +139,21 @@ std::string KTSyncCalendarTools::splitLine(std::string line, std::size_t positio
         });
 }
 
+std::string_view KTSyncCalendarTools::firstPhysicalLine(std::string_view line)
+{
+    if (line.size() <= kLineLength)
+        return line;
+    std::size_t position = 0;
+    for (std::size_t units = 0; position < line.size();) {
+        const UTF8Step step = utf8StepAt(line, position);
+        units += step.isValid && step.codePoint > 0xFFFF ? 2 : 1;
+        if (units > kLineLength)
+            break;
+        position += step.length;
+    }
+    return line.substr(0, position);
+}
+
 std::vector<LineList> KTSyncCalendarTools::findAndRemoveComponents(std::string_view name,
                                                                    LineList& fromLines,
                                                                    KTFileLogger* fileLogger)

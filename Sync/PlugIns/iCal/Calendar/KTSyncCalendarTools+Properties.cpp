@@ -55,12 +55,9 @@ std::size_t findUnquoted(std::string_view text, char character, std::size_t posi
 /// Key and value of one property line, the value without what its continuation lines hold.
 struct PropertyLine {
     explicit PropertyLine(std::string_view line)
-    {
-        bool inQuotes = false;
-        const std::size_t colon = findUnquoted(line, ':', 0, inQuotes);
-        key = line.substr(0, colon);
-        value = colon < line.size() ? line.substr(colon + 1) : std::string_view();
-    }
+        : key(KTSyncCalendarTools::propertyKeyInLine(line)),
+          value(key.size() < line.size() ? line.substr(key.size() + 1) : std::string_view())
+    {}
 
     std::string_view key;
     std::string_view value;
@@ -163,6 +160,12 @@ ComponentProperties KTSyncCalendarTools::findAndRemovePropertiesFromLines(LineLi
         return true;
     });
     return collector.properties();
+}
+
+std::string_view KTSyncCalendarTools::propertyKeyInLine(std::string_view line)
+{
+    bool inQuotes = false;
+    return line.substr(0, findUnquoted(line, ':', 0, inQuotes));
 }
 
 std::string_view KTSyncCalendarTools::propertyNameInKey(std::string_view key)

@@ -11,8 +11,8 @@
 #include "Sync/Foundation/Format.h"
 #include "Sync/HostInterface/KTFileLogger.h"
 #include "Sync/HostInterface/KTSyncEnhancedDate.h"
-#include "Sync/PlugIns/iCal/Calendar/LineList.h"
 #include "Sync/PlugIns/iCal/Calendar/ComponentProperties.h"
+#include "Sync/PlugIns/iCal/Calendar/LineList.h"
 
 namespace kt {
 
@@ -33,6 +33,10 @@ public:
     /// counts and is folded like any other character. The line itself for a position below 2.
     static std::string splitLine(std::string line, std::size_t position, KTFileLogger* fileLogger);
 
+    /// As much of a line as the first of its physical lines holds; a character that the fold would
+    /// cut is left out. A view into the line.
+    static std::string_view firstPhysicalLine(std::string_view line);
+
     /// stringWithFormat, folded at 75 characters. The format carries the line's CR LF.
     template <class... Arguments>
     static std::string splitLineUsingFileLogger(KTFileLogger* fileLogger,
@@ -40,6 +44,24 @@ public:
                                                 const Arguments&... arguments)
     {
         return splitLine(stringWithFormat(withFormat, arguments...), fileLogger);
+    }
+
+    // Lines on their way into a file: KTSyncCalendarTools+Writing.cpp
+
+    /// The line without a line break in front of its own CR LF: what comes from a record must not
+    /// begin lines of its own. In a text a break becomes its escape `\n` (RFC 5545, 3.3.11),
+    /// everywhere else a blank.
+    static std::string onOneLine(std::string line);
+    /// As onOneLine, and tells as losses the breaks that became blanks, and parameters that the
+    /// reader is going to cut, since it looks for the end of a key in the first physical line only.
+    static std::string writableLine(std::string line);
+    /// stringWithFormat, made writable and folded at 75 characters. The format carries the line's
+    /// CR LF.
+    template <class... Arguments>
+    static std::string propertyLine(KTFileLogger* fileLogger, std::string_view withFormat,
+                                    const Arguments&... arguments)
+    {
+        return splitLine(writableLine(stringWithFormat(withFormat, arguments...)), fileLogger);
     }
 
     /// Takes the components of that name ("VALARM") out of the lines; gives the lines of each
@@ -56,7 +78,12 @@ public:
     /// strings for a key that occurred more than once (SUMMARY excepted, whose last value stays).
     /// Escapes stay as written.
     /// Keys are views into the lines.
-    static ComponentProperties findAndRemovePropertiesFromLines(LineList& lines, KTFileLogger* fileLogger);
+    static ComponentProperties findAndRemovePropertiesFromLines(LineList& lines,
+                                                                KTFileLogger* fileLogger);
+
+    /// The key in a physical line: all before its first unquoted colon, or the whole line. A view
+    /// into the line.
+    static std::string_view propertyKeyInLine(std::string_view line);
 
     /// The key up to its first ";". A view into the key.
     static std::string_view propertyNameInKey(std::string_view key);
@@ -80,12 +107,14 @@ public:
                                       const std::optional<std::string>& withTimezone,
                                       KTFileLogger* fileLogger);
 
-    /// The TZID parameter of a property key as written, or the default zone.
+    /// The TZID parameter of a property key as written, or the default zone; a name over 255 bytes
+    /// is none, and told as a loss.
     static std::string findTimezone(std::optional<std::string_view> key,
                                     std::string_view defaultTimezone, KTFileLogger* fileLogger);
 
     /// A whole property line ending in CR LF, not folded; nullopt without name or date. Throws
-    /// Exception NSInvalidArgumentException when the value is no date.
+    /// Exception NSInvalidArgumentException when the value is no date. A zone's name that would
+    /// hide the date from the reader is written without its quotes, backslashes and commas.
     static std::optional<std::string> assembleDateComponent(std::optional<std::string_view> name,
                                                             const Value& forDate);
 
@@ -132,8 +161,8 @@ public:
     /// or an ATTACH cannot be taken. Names are views into the keys. Hand the properties over with
     /// std::move: raw values are then not copied.
     static ComponentProperties filterICalValuesInComponents(ComponentProperties components,
-                                                     const std::string& defaultTimezone,
-                                                     KTFileLogger* fileLogger);
+                                                            const std::string& defaultTimezone,
+                                                            KTFileLogger* fileLogger);
 };
 
 }  // namespace kt

@@ -162,8 +162,7 @@ std::string KTSyncRecurrenceRule::recurrenceRule() const
 
 std::string KTSyncRecurrenceRule::iCalLines() const
 {
-    return KTSyncCalendarTools::splitLineUsingFileLogger(_fileLogger, "RRULE:%@\r\n",
-                                                         recurrenceRule());
+    return KTSyncCalendarTools::propertyLine(_fileLogger, "RRULE:%@\r\n", recurrenceRule());
 }
 
 }  // namespace kt

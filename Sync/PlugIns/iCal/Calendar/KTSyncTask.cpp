@@ -5,6 +5,7 @@
 #include "Sync/Foundation/Digest.h"
 #include "Sync/Foundation/Platform.h"
 #include "Sync/HostInterface/Guard.h"
+#include "Sync/HostInterface/KTLossReport.h"
 #include "Sync/PlugIns/iCal/Calendar/KTSyncCalendarTools.h"
 
 namespace kt {
@@ -50,6 +51,8 @@ void KTSyncTask::takeComponents()
     _dueDate = dateInComponents("DUE");
     _completedDate = dateInComponents("COMPLETED");
     _isCompleted = _components["STATUS"] == Value("COMPLETED");
+    if (_components["STATUS"].isArray())
+        reportLoss("STATUS steht mehrmals und wird nicht gelesen");
     _priority = takeComponent("PRIORITY");
     if (_title.isNil()) {
         NSLog("Aufgabe ohne Beschreibung");
@@ -83,7 +86,7 @@ std::string KTSyncTask::iCalLines()
     if (_isCompleted)
         lines += "STATUS:COMPLETED\r\n";
     if (!_priority.isNil())
-        lines += stringWithFormat("PRIORITY:%@\r\n", _priority);
+        lines += KTSyncCalendarTools::writableLine(stringWithFormat("PRIORITY:%@\r\n", _priority));
     appendDate(lines, "DUE", _dueDate);
     appendDate(lines, "COMPLETED", _completedDate);
     adoptRecordKeyAsUID();

@@ -44,28 +44,50 @@ bool hasLongZone(const Value& value)
     return dateIn(value) && dateIn(value)->timezone().size() > kFold - kRest.size();
 }
 
-/// The end of the zone goes; behind an open quote, the date.
+bool isSameDateInALongZone(const Value& before, const Value& after)
+{
+    return hasLongZone(before) && dateIn(after) &&
+           dateIn(after)->iCalDate() == dateIn(before)->iCalDate();
+}
+
+/// The end of the zone goes.
 bool isKeyBeyondTheFirstFold(std::string_view, const Value& before, const Value& after)
 {
-    return hasLongZone(before) &&
-           (after.isNil() || dateIn(after)->iCalDate() == dateIn(before)->iCalDate());
+    if (!before.isArray() || !after.isArray())
+        return isSameDateInALongZone(before, after);
+    return std::equal(before.array().begin(), before.array().end(), after.array().begin(),
+                      after.array().end(), isSameDateInALongZone);
 }
 
+bool isSameDateWithoutTheQuote(const Value& before, const Value& after)
+{
+    return dateIn(before) && dateIn(after) &&
+           dateIn(before)->timezone() == '"' + dateIn(after)->timezone() &&
+           dateIn(before)->iCalDate() == dateIn(after)->iCalDate();
+}
+
+/// What is left of a zone in quotes that was cut at a colon.
 bool isZoneWithAnOpenQuote(std::string_view, const Value& before, const Value& after)
 {
-    const auto date = dateIn(before);
-    return date && date->timezone().starts_with('"') && !date->timezone().ends_with('"') &&
-           after.isNil();
+    if (!before.isArray() || !after.isArray())
+        return isSameDateWithoutTheQuote(before, after);
+    return std::equal(before.array().begin(), before.array().end(), after.array().begin(),
+                      after.array().end(), isSameDateWithoutTheQuote);
 }
 
-/// An exception date in a zone of either kind can be written but not be read again.
-bool holdsUnreadableExceptionDate(const Dictionary& record)
+/// A text or an array as it stands in one line.
+bool isOnOneLine(const Value& before, const Value& after)
 {
-    const Value& dates = record["ExceptionDates"];
-    return dates.isArray() &&
-           std::any_of(dates.array().begin(), dates.array().end(), [](const Value& date) {
-               return isZoneWithAnOpenQuote("", date, Value()) || hasLongZone(date);
-           });
+    const auto onOneLine = [&](const std::string& name) {
+        return Value(
+            KTSyncCalendarTools::onOneLine(name + before.description()).substr(name.size()));
+    };
+    return after == onOneLine("SUMMARY:") || after == onOneLine("URL:");
+}
+
+bool isLineBreak(std::string_view, const Value& before, const Value& after)
+{
+    return before.isString() && isOnOneLine(before, after);
 }
 
 bool isUntilDateInUTC(std::string_view key, const Value& before, const Value& after)
@@ -98,11 +120,12 @@ bool isExceptionDateOfAnotherForm(std::string_view key, const Value& before, con
 bool isArrayAsItDescribesItself(std::string_view key, const Value& before, const Value& after)
 {
     if (key != "AppleSpecialFields")
-        return before.isArray() && after == Value(before.description());
-    Dictionary fields;
-    for (const auto& [name, value] : before.dictionary())
-        fields.set(name, value.isArray() ? Value(value.description()) : value);
-    return Value(fields) == after;
+        return before.isArray() && isOnOneLine(before, after);
+    const Dictionary& fields = before.dictionary();
+    return after.isDictionary() && after.dictionary().size() == fields.size() &&
+           std::all_of(fields.begin(), fields.end(), [&](const Dictionary::Entry& field) {
+               return isOnOneLine(field.second, after.dictionary()[field.first]);
+           });
 }
 
 /// Some attendee's parameters reach beyond the first 75 characters of its line.
@@ -137,6 +160,7 @@ constexpr std::array kAcceptedLosses{
     AcceptedLoss{"ZoneOfAStamp", isZoneOfAStamp},
     AcceptedLoss{"ZoneWithAnOpenQuote", isZoneWithAnOpenQuote},
     AcceptedLoss{"KeyBeyondTheFirstFold", isKeyBeyondTheFirstFold},
+    AcceptedLoss{"LineBreak", isLineBreak},
     AcceptedLoss{"UntilDateInUTC", isUntilDateInUTC},
     AcceptedLoss{"ExceptionDateOfAnotherForm", isExceptionDateOfAnotherForm},
     AcceptedLoss{"ArrayAsItDescribesItself", isArrayAsItDescribesItself},
@@ -191,12 +215,7 @@ protected:
                 ++withoutRecord;
                 continue;
             }
-            try {
-                compare(before, back(before));
-            } catch (const Exception&) {
-                EXPECT_TRUE(holdsUnreadableExceptionDate(before)) << before.description();
-                ++losses["UnreadableExceptionDate"];
-            }
+            EXPECT_NO_THROW(compare(before, back(before))) << before.description();
         }
     }
 

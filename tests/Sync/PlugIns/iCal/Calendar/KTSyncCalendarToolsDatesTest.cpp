@@ -192,6 +192,17 @@ protected:
     }
 };
 
+TEST_F(ExceptionDates, TakeADefaultForAZoneThatIsTooLongToBeOneAndTellOfIt)
+{
+    const std::string longest(255, 'x');
+    EXPECT_THAT(dates("EXDATE;TZID=" + longest, "20071224"), ElementsAre("20071224 " + longest));
+    EXPECT_THAT(lossReasons(), IsEmpty());
+    EXPECT_THAT(dates("EXDATE;TZID=" + longest + "x", "20071224"),
+                ElementsAre("20071224 Europe/Berlin"));
+    EXPECT_THAT(lossReasons(),
+                ElementsAre("Eine Zeitzone mit mehr als 255 Zeichen wird nicht gelesen"));
+}
+
 TEST_F(ExceptionDates, AreSplitAtCommas)
 {
     EXPECT_THAT(dates("EXDATE", "20071224,20071225T100000Z"),
