@@ -7,6 +7,7 @@
 
 #include "Sync/Foundation/FileManager.h"
 #include "Sync/Foundation/Text.h"
+#include "Sync/HostInterface/KTLossReport.h"
 
 namespace kt {
 
@@ -37,6 +38,11 @@ void joinCutLineEnds(std::string& text)
     }
     keep(std::string_view(text).substr(read));
     text.resize(written);
+}
+
+bool holdsText(std::string_view line)
+{
+    return line.find_first_not_of(" \t\r\n") != std::string_view::npos;
 }
 
 }  // namespace
@@ -75,6 +81,8 @@ Envelope removeEnvelope(LineList& lines)
                                   std::make_reverse_iterator(lines.begin()), kEndCalendar);
     const bool isClosed = behind.base() != lines.begin();
     const auto behindEnd = static_cast<std::size_t>(std::distance(lines.begin(), behind.base()));
+    if (isClosed && std::any_of(behind.base(), lines.end(), holdsText))
+        reportLoss("Was hinter dem letzten END:VCALENDAR steht, wird nicht gelesen");
     lines.removeLast(lines.size() - behindEnd + (isClosed ? 1 : 0));
     if (lines.empty())
         return isClosed ? Envelope::empty : Envelope::notClosed;

@@ -25,7 +25,7 @@ enum class Envelope { filled, empty, notClosed };
 
 /// Takes the first line, all from the last END:VCALENDAR on, and the calendar's own properties in
 /// front of the first component out of the lines, which must begin a calendar. All lines go from a
-/// file that is not closed.
+/// file that is not closed. Tells of text behind END:VCALENDAR as a loss.
 Envelope removeEnvelope(LineList& lines);
 
 // The text of an item file around the lines of its items.

@@ -13,6 +13,7 @@
 #include "Sync/PlugIns/iCal/Calendar/KTSyncCalendar.h"
 #include "Sync/PlugIns/iCal/Calendar/KTSyncCalendarTools.h"
 #include "Sync/PlugIns/iCal/Calendar/StorePaths.h"
+#include "Sync/PlugIns/iCal/Calendar/UnreadText.h"
 
 namespace kt {
 
@@ -55,6 +56,14 @@ public:
             end(line.substr(kEnd.size()));
     }
 
+    /// Behind a part of a time zone that is not closed properties are taken for its own.
+    void finish() const
+    {
+        if (_timeZoneParts > 0 && _stopsReading(_timeZonePart))
+            reportLoss(stringWithFormat("Komponente '%@' ohne END: was folgt, bleibt ungelesen",
+                                        _timeZonePart));
+    }
+
 private:
     /// Only once there is a line behind it.
     void tellOfStrayEnd()
@@ -72,6 +81,7 @@ private:
             reportLoss("Zweiter VCALENDAR: seine Eigenschaften werden nicht übernommen");
         } else if (isTimeZonePart(name)) {
             ++_timeZoneParts;
+            _timeZonePart = name;
         } else {
             reportComponentLoss(name);
             _open = name;
@@ -93,6 +103,7 @@ private:
     std::string_view _open;
     std::size_t _depth = 0;  // of components named as the open one
     std::size_t _timeZoneParts = 0;
+    std::string_view _timeZonePart;  // the last that began
     std::optional<std::string_view> _strayEnd;
     bool _hasTold = false;
 };
@@ -102,6 +113,7 @@ void reportLeftLines(const LineList& lines, bool (*stopsReading)(std::string_vie
     LeftLinesReport report(stopsReading);
     for (std::string_view line : lines)
         report.add(line);
+    report.finish();
 }
 
 /// What two copies of one event may differ in without anything being lost with the second.
@@ -171,6 +183,7 @@ private:
             reportLoss("Datei beginnt nicht mit BEGIN:VCALENDAR");
             return false;
         }
+        reportHiddenComponents(lines);
         switch (removeEnvelope(lines)) {
         case Envelope::filled:
             return true;
@@ -201,6 +214,7 @@ private:
     void loadItem(LineList& component, std::string_view failure,
                   void (Loading::*load)(LineList&, const LineList&))
     {
+        reportCutKeys(component);
         const LineList asRead = component;  // making the item empties the component
         guarded(
             _logger, failure, [&] { return asRead.description(); },

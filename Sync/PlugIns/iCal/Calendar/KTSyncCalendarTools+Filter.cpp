@@ -67,8 +67,7 @@ private:
         else if (name == "ATTENDEE" || name == "ORGANIZER")
             KTSyncCalendarTools::addCNAndValueToList(listNamed(name), key, value, _fileLogger);
         else if (name == "EXDATE")
-            set(name, KTSyncCalendarTools::filterExceptionDates(key, value, _defaultTimezone,
-                                                                _fileLogger));
+            takeExceptionDates(property, name);
         else if (name == "RRULE")
             takeRule(value, name);
         else if (name == "DURATION")
@@ -79,9 +78,35 @@ private:
             takeRaw(property, name);
     }
 
+    void takeExceptionDates(const Property& property, std::string_view name)
+    {
+        const auto& [key, text] = property;
+        tellOfCutZone(key, name);
+        set(name,
+            KTSyncCalendarTools::filterExceptionDates(key, text, _defaultTimezone, _fileLogger));
+    }
+
+    /// The name of a zone ends at a colon, even at one in quotes.
+    void tellOfCutZone(std::string_view key, std::string_view name) const
+    {
+        constexpr std::string_view kQuotedZone = "TZID=\"";
+        const std::size_t start = key.find(kQuotedZone);
+        if (start == std::string_view::npos)
+            return;
+        const std::string_view quoted = key.substr(start + kQuotedZone.size());
+        const std::string_view zone = quoted.substr(0, quoted.find('"'));
+        if (zone.find(':') == std::string_view::npos)
+            return;
+        const Value& title = _properties["SUMMARY"];
+        reportLoss(
+            stringWithFormat("%@ in '%@': die Zeitzone '%@' wird am Doppelpunkt abgeschnitten",
+                             name, title.isNil() ? Value("") : title, zone));
+    }
+
     void takeDate(Property& property, std::string_view name)
     {
         const auto& [key, text] = property;
+        tellOfCutZone(key, name);
         const std::string timezone =
             KTSyncCalendarTools::findTimezone(key, _defaultTimezone, _fileLogger);
         const EnhancedDate date = KTSyncCalendarTools::parseICalDate(text, timezone, _fileLogger);

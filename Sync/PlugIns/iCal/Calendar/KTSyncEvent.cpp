@@ -2,6 +2,7 @@
 
 #include "Sync/Foundation/Digest.h"
 #include "Sync/HostInterface/Guard.h"
+#include "Sync/HostInterface/KTLossReport.h"
 #include "Sync/PlugIns/iCal/Calendar/KTSyncCalendarTools.h"
 
 namespace kt {
@@ -32,6 +33,16 @@ void appendFormatted(std::string& content, const Value& value)
         content += "(null)";
     else
         appendIfPresent(content, value);
+}
+
+/// The flag comes of the start date; a property of that name takes its place, and several of it say
+/// nothing.
+bool isAllDayIn(const Value& flag)
+{
+    if (!flag.isArray())
+        return flag.boolValue();
+    reportLoss("ALLDAY steht mehrmals und wird nicht gelesen");
+    return false;
 }
 
 }  // namespace
@@ -78,7 +89,7 @@ void KTSyncEvent::takeComponents()
     _location = takeComponent("LOCATION");
     _transp = takeComponent("TRANSP");
     _endDate = dateInComponents("DTEND");
-    _isAllDay = _components["ALLDAY"].boolValue();
+    _isAllDay = isAllDayIn(_components["ALLDAY"]);
     _duration = _components["DURATION"];
     _attendees = componentListWithValue<KTSyncAttendee>(_components["ATTENDEE"]);
     _recurrenceRule = _components["RRULE"].objectOfClass<KTSyncRecurrenceRule>();
