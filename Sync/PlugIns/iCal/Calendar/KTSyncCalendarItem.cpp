@@ -220,7 +220,11 @@ void KTSyncCalendarItem::appendSpecialFields(std::string& lines) const
             continue;
         }
         tellOfSeveralValues(name, value);
-        lines += KTSyncCalendarTools::propertyLine(fileLogger(), "%@:%@\r\n", name, value);
+        // An array goes as it describes itself, which holds line feeds but none of its elements'.
+        lines += value.isArray()
+                     ? KTSyncCalendarTools::splitLineUsingFileLogger(fileLogger(), "%@:%@\r\n",
+                                                                     name, value)
+                     : KTSyncCalendarTools::propertyLine(fileLogger(), "%@:%@\r\n", name, value);
     }
 }
 

@@ -124,7 +124,9 @@ bool isArrayAsItDescribesItself(std::string_view key, const Value& before, const
     const Dictionary& fields = before.dictionary();
     return after.isDictionary() && after.dictionary().size() == fields.size() &&
            std::all_of(fields.begin(), fields.end(), [&](const Dictionary::Entry& field) {
-               return isOnOneLine(field.second, after.dictionary()[field.first]);
+               const Value& written = after.dictionary()[field.first];
+               return field.second.isArray() ? written == Value(field.second.description())
+                                             : isOnOneLine(field.second, written);
            });
 }
 

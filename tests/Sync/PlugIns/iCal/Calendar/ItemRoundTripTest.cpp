@@ -269,7 +269,7 @@ TEST_F(ItemLoss, AnArrayIsWrittenAsItDescribesItselfOnOneLine)
     EXPECT_EQ(back("URL", Array{"a", "b"})["URL"], Value("(     a,     b )"));
     home.remove("Library");
     EXPECT_EQ(back("AppleSpecialFields", Dictionary{{"X-A", Array{"a"}}})["AppleSpecialFields"],
-              Value(Dictionary{{"X-A", "(\\n    a\\n)"}}));
+              Value(Dictionary{{"X-A", "(\n    a\n)"}}));
 }
 
 TEST_F(ItemLoss, ParametersOfXPropertiesGo)
