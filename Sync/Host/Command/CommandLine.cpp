@@ -53,6 +53,7 @@ void addGeneralOptions(CLI::App& app, CommandLine& line)
             "Einstellungen (sonst icalsync.toml im Ordner der Suite)");
     addText(app, "--plugin", line.plugin, "ORDNER", "Plug-in (sonst das neben dem Programm)");
     app.add_flag("--json", line.json, "Ergebnisse als JSON");
+    app.add_flag("--events", line.events, "Protokoll und Fortschritt als JSON, je Zeile eines");
     app.add_flag("-q,--quiet", line.quiet, "zeigt weder Protokoll noch Fortschritt");
 }
 

@@ -27,6 +27,7 @@ struct CommandLine {
     std::optional<int> systemVersion;
     bool json = false;
     bool quiet = false;
+    bool events = false;  // log and progress for a program
 
     CommandName command = CommandName::sync;
     SyncRunWishes wishes;     // sync

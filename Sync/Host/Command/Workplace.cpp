@@ -9,11 +9,21 @@
 
 namespace kt {
 
+namespace {
+
+StatusLine::Detail detailFor(const CommandLine& line)
+{
+    if (line.events)
+        return StatusLine::Detail::events;
+    return line.quiet ? StatusLine::Detail::warnings : StatusLine::Detail::all;
+}
+
+}  // namespace
+
 Workplace::Workplace(const Place& place, const CommandLine& line, Access access)
     : _place(place),
       _suite(place.home),
-      _statusLine(STDERR_FILENO,
-                  line.quiet ? StatusLine::Detail::warnings : StatusLine::Detail::all),
+      _statusLine(STDERR_FILENO, detailFor(line)),
       _log(_suite.logPath(), _statusLine),
       _fileLogger(_suite.fileLogPath(), _statusLine)
 {

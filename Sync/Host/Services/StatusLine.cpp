@@ -2,6 +2,7 @@
 
 #include <limits>
 
+#include <nlohmann/json.hpp>
 #include <sys/ioctl.h>
 #include <unistd.h>
 
@@ -50,6 +51,14 @@ std::string onOneLine(std::string_view text)
     return line;
 }
 
+void writeEvent(int descriptor, const nlohmann::json& event)
+{
+    constexpr int kOnOneLine = -1;
+    writeFully(descriptor, event.dump(kOnOneLine, ' ', false,
+                                      nlohmann::json::error_handler_t::replace) +
+                               "\n");
+}
+
 }  // namespace
 
 std::string fittedToColumns(std::string_view text, std::size_t columns)
@@ -95,7 +104,7 @@ StatusLine::~StatusLine() { clear(); }
 void StatusLine::print(std::string_view line)
 {
     const std::lock_guard lock(_mutex);
-    if (_detail == Detail::all)
+    if (_detail != Detail::warnings)
         write(line);
 }
 
@@ -108,6 +117,8 @@ void StatusLine::warn(std::string_view line)
 void StatusLine::setStatus(std::string_view status)
 {
     const std::lock_guard lock(_mutex);
+    if (_detail == Detail::events)
+        return writeEvent(_descriptor, {{"status", status}});
     _status = onOneLine(status);
     _step.clear();
     show();
@@ -116,6 +127,9 @@ void StatusLine::setStatus(std::string_view status)
 void StatusLine::setProgress(std::string_view title, int current, int total)
 {
     const std::lock_guard lock(_mutex);
+    if (_detail == Detail::events)
+        return writeEvent(_descriptor,
+            {{"step", {{"title", title}, {"current", current}, {"total", total}}}});
     _step = stringWithFormat("'%@' (%d von %d)", onOneLine(title), current, total);
     show();
 }
@@ -133,6 +147,8 @@ void StatusLine::clear()
 /// One write a line, so that lines of two threads or two programs do not mix.
 void StatusLine::write(std::string_view line)
 {
+    if (_detail == Detail::events)
+        return writeEvent(_descriptor, {{"log", line}});
     std::string text(_isDrawn ? kEraseLine : "");
     for (const std::string_view piece : componentsSeparatedByString(line, "\n")) {
         text += _isTerminal ? fittedToColumns(piece, kUnlimited) : std::string(piece);

@@ -11,8 +11,14 @@ namespace kt {
 /// terminal each new status and each step is a line of its own. Safe from every thread.
 class StatusLine {
 public:
-    /// How much to show: all, or warnings only.
-    enum class Detail { all, warnings };
+    /// How much to show, and to whom.
+    enum class Detail {
+        all,
+        warnings,
+        /// All, for a program: each line one JSON object, {"log": LINE}, {"status": TEXT} or
+        /// {"step": {"title", "current", "total"}}.
+        events,
+    };
 
     StatusLine(int descriptor, Detail detail);
     ~StatusLine();

@@ -65,7 +65,7 @@ TEST(CommandLine, WithoutOptionsNothingIsWished)
     EXPECT_EQ(line.config, std::nullopt);
     EXPECT_EQ(line.plugin, std::nullopt);
     EXPECT_EQ(line.systemVersion, std::nullopt);
-    EXPECT_FALSE(line.json || line.quiet || line.fullSync || line.countOnly);
+    EXPECT_FALSE(line.json || line.quiet || line.events || line.fullSync || line.countOnly);
     EXPECT_FALSE(line.wishes.fromServer || line.wishes.acceptLosses ||
                  line.wishes.allowMassDelete || line.wishes.dryRun);
 }
@@ -83,6 +83,7 @@ TEST(CommandLine, EachOptionSetsItsOwn)
     EXPECT_EQ(line.config, "c.toml");
     EXPECT_EQ(line.plugin, "p.bundle");
     EXPECT_EQ(line.systemVersion, 4);
+    EXPECT_TRUE(lineFrom({"sync", "--events"}).events);
     EXPECT_TRUE(lineFrom({"records", "--count"}).countOnly);
     EXPECT_EQ(lineFrom({"off", "KEY"}).calendarKey, "KEY");
 }

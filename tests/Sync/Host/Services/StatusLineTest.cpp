@@ -139,6 +139,21 @@ TEST_F(StatusLineInAFile, ShowsWarningsOnlyWhenAskedTo)
     EXPECT_EQ(shown(), "Warnung\n");
 }
 
+TEST_F(StatusLineInAFile, WritesOneJsonObjectALineForAProgram)
+{
+    StatusLine line(descriptor, Detail::events);
+    line.setStatus("3 Kalender\n1 Ereignis");
+    line.setProgress("\"Privat\"", 1, 2);
+    line.print("Zeile\nzwei");
+    line.warn("Warnung \xFF");
+    line.clear();
+    EXPECT_EQ(shown(),
+              "{\"status\":\"3 Kalender\\n1 Ereignis\"}\n"
+              "{\"step\":{\"current\":1,\"title\":\"\\\"Privat\\\"\",\"total\":2}}\n"
+              "{\"log\":\"Zeile\\nzwei\"}\n"
+              "{\"log\":\"Warnung \uFFFD\"}\n");
+}
+
 struct FitRow {
     const char* text;
     std::size_t columns;
