@@ -9,6 +9,13 @@ find_package(nlohmann_json REQUIRED)
 find_package(CLI11 REQUIRED)
 find_package(tomlplusplus REQUIRED)
 
+if(KT_WINDOW)
+    find_package(Qt6 REQUIRED COMPONENTS Widgets UiTools)
+    if(KT_TESTS)
+        find_package(Qt6 REQUIRED COMPONENTS Test)
+    endif()
+endif()
+
 # cctz brings neither a CMake package nor a pkg-config file.
 find_path(CCTZ_INCLUDE_DIR cctz/time_zone.h REQUIRED)
 find_library(CCTZ_LIBRARY cctz REQUIRED)

@@ -1,0 +1,59 @@
+#include "Sync/Host/Qt/SettingsWorkplace.h"
+
+#include <utility>
+
+#include <unistd.h>
+
+#include "Sync/Foundation/Exception.h"
+#include "Sync/Foundation/FileManager.h"
+#include "Sync/Foundation/Format.h"
+#include "Sync/Foundation/Platform.h"
+#include "Sync/Host/Services/HomeLayout.h"
+
+namespace kt {
+
+SettingsWorkplace::SettingsWorkplace(const Place& place,
+                                     std::function<void(std::string_view)> failed)
+    : _place(place),
+      _suite(place.home),
+      _statusLine(STDERR_FILENO, StatusLine::Detail::warnings),
+      _log(_suite.logPath(), _statusLine),
+      _fileLogger(_suite.fileLogPath(), _statusLine)
+{
+    if (!FileManager::defaultManager().isDirectory(_place.home))
+        throw Exception(NSGenericException,
+                        stringWithFormat("Den Heimordner \"%@\" gibt es nicht.", _place.home));
+    Platform::shared().setHomeDirectory(_place.home);
+    _suite.create();
+    _preferences =
+        std::make_unique<Preferences>(_suite.preferencesPath(), Preferences::Storage::file);
+    _host =
+        std::make_unique<SettingsHost>(HostServices{*_preferences, _log, _fileLogger, _statusLine,
+                                                    _processes, _place.calendarProgram,
+                                                    _place.systemVersion},
+                                       _suite.lockPath(), std::move(failed));
+    _plugin = PluginLoader::load(_place.pluginPath, classTable(), *_host);
+}
+
+SettingsWorkplace::~SettingsWorkplace()
+{
+    _plugin.reset();
+    _host.reset();
+    Platform::shared().setHomeDirectory({});
+}
+
+std::optional<std::string> SettingsWorkplace::obstacle() const
+{
+    const auto obstacle = obstacleInStore(_place.home, _place.systemVersion);
+    return obstacle ? std::optional(obstacle->reason) : std::nullopt;
+}
+
+KTClassTable SettingsWorkplace::classTable()
+{
+    KTClassTable table = _classes.table();
+    table.setClass(NibLoader::className, &_nibLoader);
+    table.setClass(Workspace::className, &_workspace);
+    return table;
+}
+
+}  // namespace kt
