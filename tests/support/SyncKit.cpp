@@ -130,6 +130,16 @@ std::map<std::string, std::string> StoryServer::records() const
     return all;
 }
 
+std::vector<std::string> StoryServer::sharings() const
+{
+    std::vector<std::string> keys;
+    SQLite::Database database(path(), SQLite::OPEN_READONLY);
+    SQLite::Statement rows(database, "SELECT key FROM sharings ORDER BY key");
+    while (rows.executeStep())
+        keys.push_back(rows.getColumn(0).getString());
+    return keys;
+}
+
 std::string textForEvent(const StoryEvent& event)
 {
     return inVCalendar("BEGIN:VEVENT\r\nSEQUENCE:" + std::to_string(event.sequence) +

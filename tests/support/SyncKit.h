@@ -41,6 +41,8 @@ public:
     /// Every record the server holds, tombstones included, by conduit and key: revision, deletion
     /// and the content's hash.
     std::map<std::string, std::string> records() const;
+    /// The keys of what is public.
+    std::vector<std::string> sharings() const;
 
 private:
     TemporaryFolder _folder;

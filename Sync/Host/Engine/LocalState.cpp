@@ -12,7 +12,7 @@ namespace kt {
 
 namespace {
 
-constexpr const char* kSchema = R"(
+constexpr std::string_view kSchema = R"(
 CREATE TABLE facts (
     name TEXT PRIMARY KEY,
     value TEXT NOT NULL
@@ -55,7 +55,8 @@ CREATE TABLE untaken (
 );
 )";
 
-constexpr SqliteFormat kFormat{"Der lokale Sync-Stand", 0x4B544C53 /* KTLS */, 1, kSchema};
+constexpr std::string_view kSteps[] = {kSchema};
+constexpr SqliteFormat kFormat{"Der lokale Sync-Stand", 0x4B544C53 /* KTLS */, kSteps};
 
 // Another run of the same device is told to the user at once rather than waited for.
 constexpr std::chrono::milliseconds kWait{200};

@@ -4,6 +4,7 @@
 #include <random>
 #include <system_error>
 
+#include <SQLiteCpp/Backup.h>
 #include <sqlite3.h>
 
 #include "Sync/Foundation/Format.h"
@@ -57,28 +58,38 @@ void SqliteDatabase::checkFormat(const SqliteFormat& format)
         return;
     if (number("PRAGMA application_id") != format.applicationId)
         throw failed("Die Datei gehört zu einem anderen Programm");
-    if (number("PRAGMA user_version") > format.version)
+    if (number("PRAGMA user_version") > format.version())
         throw failed("Die Datei stammt von einer neueren Version");
 }
 
 void SqliteDatabase::makeTables(const SqliteFormat& format)
 {
-    const auto isMade = [&] { return number("PRAGMA user_version") == format.version; };
+    const auto isMade = [&] { return number("PRAGMA user_version") == format.version(); };
     if (isMade())
         return;
-    if (sqlite3_db_readonly(_connection->getHandle(), "main") == 1) {
-        // A file that was made and not filled yet reads as the empty database that it is going to
-        // be.
-        _connection = std::make_unique<SQLite::Database>(":memory:", SQLite::OPEN_READWRITE |
-                                                                         SQLite::OPEN_CREATE);
-    }
+    // A file that was made and not filled yet, or that is of an older version, reads as what it is
+    // going to be.
+    if (sqlite3_db_readonly(_connection->getHandle(), "main") == 1)
+        continueInMemory();
     SQLite::Transaction transaction(*_connection, SQLite::TransactionBehavior::IMMEDIATE);
     if (isMade())
         return;  // another process was faster
-    _connection->exec(std::string(format.schema));
+    for (auto version = number("PRAGMA user_version"); version < format.version(); ++version)
+        _connection->exec(std::string(format.steps[static_cast<std::size_t>(version)]));
     _connection->exec(stringWithFormat("PRAGMA application_id = %d; PRAGMA user_version = %d",
-                                       format.applicationId, format.version));
+                                       format.applicationId, format.version()));
     transaction.commit();
+}
+
+void SqliteDatabase::continueInMemory()
+{
+    constexpr int kAllPages = -1;
+    auto copy = std::make_unique<SQLite::Database>(":memory:",
+                                                   SQLite::OPEN_READWRITE | SQLite::OPEN_CREATE);
+    const int code = SQLite::Backup(*copy, *_connection).executeStep(kAllPages);
+    if (code != SQLITE_DONE)
+        throw SQLite::Exception(_connection->getHandle(), code);
+    _connection = std::move(copy);
 }
 
 bool SqliteDatabase::begin()

@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <memory>
 #include <optional>
+#include <span>
 #include <string>
 #include <string_view>
 #include <unordered_map>
@@ -18,9 +19,11 @@ namespace kt {
 struct SqliteFormat {
     std::string_view name;  // in German messages: "Der Sync-Stand"
     std::int32_t
-        applicationId;     // in the file's header, tells our two kinds of file from anyone else's
-    std::int32_t version;  // of the schema; older ones are none yet
-    std::string_view schema;  // statements that make the tables of that version
+        applicationId;  // in the file's header, tells our two kinds of file from anyone else's
+    std::span<const std::string_view> steps;  // the statements that lead from each version of the
+                                              // tables to the next, from none on
+
+    std::int32_t version() const { return static_cast<std::int32_t>(steps.size()); }
 };
 
 enum class SqliteAccess {
@@ -38,7 +41,7 @@ struct SqliteBytes {
 class SqliteDatabase {
 public:
     /// Opens, or makes, the file. It is left alone when it is no database, another program's, or
-    /// newer than `format.version`. `wait` bounds how long a lock of another connection is waited
+    /// newer than `format`. `wait` bounds how long a lock of another connection is waited
     /// for.
     SqliteDatabase(const std::string& path, const SqliteFormat& format, SqliteAccess access,
                    std::chrono::milliseconds wait);
@@ -122,6 +125,7 @@ private:
     void open(const std::string& path, SqliteAccess access, std::chrono::milliseconds wait);
     void checkFormat(const SqliteFormat& format);
     void makeTables(const SqliteFormat& format);
+    void continueInMemory();
     std::int64_t number(const char* query);
     Exception failed(const SQLite::Exception& failure) const;
     Exception failed(std::string_view reason) const;

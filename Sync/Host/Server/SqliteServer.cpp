@@ -13,7 +13,7 @@ namespace kt {
 namespace {
 
 // One table serves records and tombstones: a tombstone is a record's last state, said to be gone.
-constexpr const char* kSchema = R"(
+constexpr std::string_view kSchema = R"(
 CREATE TABLE server (
     identity TEXT NOT NULL
 );
@@ -37,7 +37,22 @@ CREATE TABLE records (
 CREATE INDEX records_by_revision ON records (account, revision);
 )";
 
-constexpr SqliteFormat kFormat{"Der Sync-Server", 0x4B545353 /* KTSS */, 1, kSchema};
+constexpr std::string_view kSharings = R"(
+CREATE TABLE sharings (
+    account TEXT NOT NULL,
+    conduit TEXT NOT NULL,
+    key TEXT NOT NULL,
+    mode TEXT NOT NULL,
+    options TEXT NOT NULL,
+    secret TEXT NOT NULL,
+    since TEXT NOT NULL,
+    PRIMARY KEY (account, conduit, key)
+) WITHOUT ROWID;
+CREATE INDEX records_by_parent ON records (account, parent_key);
+)";
+
+constexpr std::string_view kSteps[] = {kSchema, kSharings};
+constexpr SqliteFormat kFormat{"Der Sync-Server", 0x4B545353 /* KTSS */, kSteps};
 
 void readDigest(ServerDigest& digest, SQLite::Statement& row)
 {
@@ -54,6 +69,15 @@ ServerRecord readRecord(SQLite::Statement& row)
     readDigest(record, row);
     record.content = row.getColumn(6).getString();
     return record;
+}
+
+Sharing readSharing(SQLite::Statement& row)
+{
+    return {{row.getColumn(0).getString(), row.getColumn(1).getString()},
+            row.getColumn(2).getString(),
+            row.getColumn(3).getString(),
+            row.getColumn(4).getString(),
+            row.getColumn(5).getString()};
 }
 
 class SqliteServerSession : public SyncServerSession {
@@ -113,6 +137,42 @@ public:
         return found;
     }
 
+    std::vector<ServerRecord> recordsOfParent(std::string_view parentKey) override
+    {
+        std::vector<ServerRecord> found;
+        _database->each(
+            "SELECT conduit, key, parent_key, revision, deleted, hash, content FROM records"
+            " WHERE account = ? AND parent_key = ? AND deleted = 0 ORDER BY conduit, key",
+            [&](auto& row) { found.push_back(readRecord(row)); }, _account, std::string(parentKey));
+        return found;
+    }
+
+    std::vector<Sharing> sharings() override
+    {
+        std::vector<Sharing> all;
+        _database->each(
+            "SELECT conduit, key, mode, options, secret, since FROM sharings WHERE account = ?"
+            " ORDER BY conduit, key",
+            [&](auto& row) { all.push_back(readSharing(row)); }, _account);
+        return all;
+    }
+
+    void share(const Sharing& sharing) override
+    {
+        _database->run(
+            "INSERT INTO sharings (account, conduit, key, mode, options, secret, since)"
+            " VALUES (?, ?, ?, ?, ?, ?, ?) ON CONFLICT (account, conduit, key)"
+            " DO UPDATE SET mode = excluded.mode, options = excluded.options",
+            _account, sharing.id.conduit, sharing.id.key, sharing.mode, sharing.options,
+            sharing.secret, sharing.since);
+    }
+
+    void unshare(const RecordId& id) override
+    {
+        _database->run("DELETE FROM sharings WHERE account = ? AND conduit = ? AND key = ?",
+                       _account, id.conduit, id.key);
+    }
+
     std::int64_t write(std::span<const ServerWrite> changes) override
     {
         const std::int64_t head = headRevision();
@@ -145,6 +205,7 @@ private:
                 "UPDATE records SET deleted = 1, revision = ? WHERE account = ? AND conduit = ? "
                 "AND key = ?",
                 revision, _account, change.id.conduit, change.id.key);
+            unshare(change.id);
             return;
         }
         _database->run(

@@ -1,8 +1,12 @@
 #pragma once
 
+#include <string>
+#include <utility>
+
 #include "Sync/Host/Engine/HostEnhancedDate.h"
 #include "Sync/Host/Engine/HostLossReport.h"
 #include "Sync/Host/Engine/HostSyncRecord.h"
+#include "Sync/Host/Publishing/HostSyncConnection.h"
 #include "Sync/HostInterface/KTClassTable.h"
 
 namespace kt {
@@ -10,6 +14,9 @@ namespace kt {
 /// The class objects that a plug-in of this host finds by name.
 class HostClasses {
 public:
+    /// Publishing goes to the server of that address; without one it fails.
+    explicit HostClasses(std::string serverURL = {}) : _syncConnectionClass(std::move(serverURL)) {}
+
     /// Points at the class objects, which live as long as this does.
     KTClassTable table();
 
@@ -18,6 +25,7 @@ public:
 private:
     HostEnhancedDateClass _enhancedDateClass;
     HostSyncRecordClass _syncRecordClass;
+    HostSyncConnectionClass _syncConnectionClass;
     HostLossReport _lossReport;
 };
 

@@ -78,6 +78,13 @@ bool PluginHost::isBinaryRunning(std::string_view name)
     return _services.processes.isRunning(_services.calendarProgram.processName(name));
 }
 
+std::optional<std::string> PluginHost::publicSiteUrl()
+{
+    if (_services.publicSite.empty())
+        return std::nullopt;
+    return _services.publicSite;
+}
+
 PluginHost::Silence::Silence(PluginHost& host)
     : _host(host),
       _preferences(host._preferences->copyInMemory())

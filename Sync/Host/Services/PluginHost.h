@@ -19,7 +19,8 @@ struct HostServices {
     StatusLine& statusLine;
     const Processes& processes;
     CalendarProgram calendarProgram;
-    int systemVersion;  // 4 or 5
+    int systemVersion;         // 4 or 5
+    std::string publicSite{};  // base address of the public calendar site, empty for none
 };
 
 /// The host object as far as it is the same for every run: preferences, logs, status line and the
@@ -50,7 +51,7 @@ public:
     void triggerExternalSync() override {}
     void disableFileNotifications() override {}
     void enableFileNotifications() override {}
-    std::optional<std::string> publicSiteUrl() override { return std::nullopt; }
+    std::optional<std::string> publicSiteUrl() override;
 
     /// The status text set last, empty before the first.
     const std::string& status() const { return _status; }

@@ -103,6 +103,53 @@ TEST_F(SqliteServers, ReadForADryRunWithoutChangingTheFile)
     EXPECT_EQ(folder.tree(), before);
 }
 
+// The tables as the first version made them, with one record.
+void makeFirstVersion(const std::string& path)
+{
+    SQLite::Database database(path, SQLite::OPEN_READWRITE | SQLite::OPEN_CREATE);
+    database.exec(
+        "CREATE TABLE server (identity TEXT NOT NULL);"
+        "INSERT INTO server (identity) VALUES ('abc');"
+        "CREATE TABLE accounts (name TEXT PRIMARY KEY, enabled INTEGER NOT NULL,"
+        " revision INTEGER NOT NULL) WITHOUT ROWID;"
+        "INSERT INTO accounts VALUES ('default', 1, 7);"
+        "CREATE TABLE records (account TEXT NOT NULL, conduit TEXT NOT NULL, key TEXT NOT NULL,"
+        " parent_key TEXT, revision INTEGER NOT NULL, deleted INTEGER NOT NULL,"
+        " hash TEXT NOT NULL, content BLOB NOT NULL, PRIMARY KEY (account, conduit, key));"
+        "CREATE INDEX records_by_revision ON records (account, revision);"
+        "INSERT INTO records VALUES ('default', 'ical-event', 'E1', 'C1', 7, 0, 'h', x'61');"
+        "PRAGMA application_id = 1263817555; PRAGMA user_version = 1");
+}
+
+TEST_F(SqliteServers, TakeOverADatabaseOfTheFirstVersion)
+{
+    makeFirstVersion(folder.path("server.db"));
+    {
+        const OpenedSession opened = open(folder.path("server.db"));
+        ASSERT_EQ(opened.status, OpenStatus::opened) << opened.reason;
+        EXPECT_EQ(opened.session->serverIdentity(), "abc");
+        EXPECT_EQ(opened.session->headRevision(), 7);
+        EXPECT_EQ(opened.session->recordsOfParent("C1").size(), 1U);
+        opened.session->share({{"ical-calendar", "C1"}, "RO", "EVENTS", "s", "d"});
+        opened.session->commit();
+    }
+    EXPECT_EQ(open(folder.path("server.db")).session->sharings().size(), 1U);
+}
+
+TEST_F(SqliteServers, ReadADatabaseOfTheFirstVersionWithoutChangingTheFile)
+{
+    makeFirstVersion(folder.path("server.db"));
+    const auto before = folder.tree();
+    {
+        const OpenedSession opened = open(folder.path("server.db"), ServerAccess::readOnly);
+        ASSERT_EQ(opened.status, OpenStatus::opened) << opened.reason;
+        EXPECT_EQ(opened.session->headRevision(), 7);
+        EXPECT_EQ(opened.session->recordCount(), 1);
+        EXPECT_TRUE(opened.session->sharings().empty());
+    }
+    EXPECT_EQ(folder.tree(), before);
+}
+
 TEST_F(SqliteServers, HaveAnIdentityOfTheirOwn)
 {
     EXPECT_NE(open(folder.path("a.db")).session->serverIdentity(),

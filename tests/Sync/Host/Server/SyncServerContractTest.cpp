@@ -229,6 +229,96 @@ TEST_P(SyncServerContract, KeepsItsIdentity)
     EXPECT_EQ(open()->serverIdentity(), identity);
 }
 
+Sharing shared(const RecordId& id, const std::string& options)
+{
+    return {id, "RO", options, "secret of " + options, "2007-12-24T09:00:00Z"};
+}
+
+TEST_P(SyncServerContract, RemembersWhatIsPublic)
+{
+    const RecordId first{"ical-calendar", "C1"};
+    const RecordId second{"ical-calendar", "C2"};
+    {
+        const auto session = open();
+        session->share(shared(second, "TASKS"));
+        session->share(shared(first, "EVENTS"));
+        session->commit();
+    }
+    const auto sharings = open()->sharings();
+    ASSERT_THAT(sharings, SizeIs(2));
+    EXPECT_EQ(sharings[0].id, first);
+    EXPECT_EQ(sharings[0].mode, "RO");
+    EXPECT_EQ(sharings[0].options, "EVENTS");
+    EXPECT_EQ(sharings[0].secret, "secret of EVENTS");
+    EXPECT_EQ(sharings[0].since, "2007-12-24T09:00:00Z");
+    EXPECT_EQ(sharings[1].id, second);
+    EXPECT_THAT(open("berta")->sharings(), IsEmpty());
+}
+
+TEST_P(SyncServerContract, KeepsSecretAndDateOfWhatIsPublicAlready)
+{
+    const RecordId id{"ical-calendar", "C1"};
+    const auto session = open();
+    session->share(shared(id, "EVENTS"));
+    session->share({id, "RO", "EVENTS TASKS ", "another", "2008-01-01T00:00:00Z"});
+    ASSERT_THAT(session->sharings(), SizeIs(1));
+    EXPECT_EQ(session->sharings()[0].options, "EVENTS TASKS ");
+    EXPECT_EQ(session->sharings()[0].secret, "secret of EVENTS");
+    EXPECT_EQ(session->sharings()[0].since, "2007-12-24T09:00:00Z");
+}
+
+TEST_P(SyncServerContract, ForgetsWhatIsNoLongerPublic)
+{
+    const RecordId id{"ical-calendar", "C1"};
+    const auto session = open();
+    session->share(shared(id, "EVENTS"));
+    session->unshare({"ical-calendar", "C2"});
+    EXPECT_THAT(session->sharings(), SizeIs(1));
+    session->unshare(id);
+    EXPECT_THAT(session->sharings(), IsEmpty());
+}
+
+TEST_P(SyncServerContract, CountsSharingAsNoChangeOfRecords)
+{
+    {
+        const auto session = open();
+        session->share(shared({"ical-calendar", "C1"}, "EVENTS"));
+        session->commit();
+    }
+    EXPECT_EQ(open()->headRevision(), 0);
+    EXPECT_EQ(open()->recordCount(), 0);
+}
+
+TEST_P(SyncServerContract, SharesNothingOfADeletedRecordThatComesBack)
+{
+    const RecordId id{"ical-calendar", "C1"};
+    write({written(id, "a")});
+    {
+        const auto session = open();
+        session->share(shared(id, "EVENTS"));
+        session->commit();
+    }
+    write({deleted(id)});
+    EXPECT_THAT(open()->sharings(), IsEmpty());
+    write({written(id, "b")});
+    EXPECT_THAT(open()->sharings(), IsEmpty());
+}
+
+TEST_P(SyncServerContract, FindsTheLiveRecordsOfAParent)
+{
+    ServerWrite other = written({"ical-event", "E9"}, "z");
+    other.parentKey = "C2";
+    write({written(kTask, "b"), written(kEvent, "a"), written({"ical-event", "E0"}, "c"), other});
+    write({deleted({"ical-event", "E0"})});
+    const auto records = open()->recordsOfParent("C1");
+    ASSERT_THAT(records, SizeIs(2));
+    EXPECT_EQ(records[0].id, kEvent);
+    EXPECT_EQ(records[0].content, "a");
+    EXPECT_EQ(records[1].id, kTask);
+    EXPECT_THAT(open()->recordsOfParent("C3"), IsEmpty());
+    EXPECT_THAT(open("berta")->recordsOfParent("C1"), IsEmpty());
+}
+
 TEST_P(SyncServerContract, DoesNotWaitForeverForAnotherSession)
 {
     const auto session = open();

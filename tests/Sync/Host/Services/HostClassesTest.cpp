@@ -12,6 +12,7 @@ TEST(HostClasses, AreFoundUnderTheNamesThatAPluginAsksFor)
     EXPECT_NE(dynamic_cast<KTSyncRecordClass*>(table.classNamed("KTSyncRecord")), nullptr);
     EXPECT_NE(dynamic_cast<KTSyncEnhancedDateClass*>(table.classNamed("KTSyncEnhancedDate")),
               nullptr);
+    EXPECT_NE(dynamic_cast<KTSyncConnectionClass*>(table.classNamed("KTSyncConnection")), nullptr);
     EXPECT_EQ(table.classNamed("KTLossReport"), &classes.lossReport());
     EXPECT_EQ(table.classNamed("NSString"), nullptr);
 }

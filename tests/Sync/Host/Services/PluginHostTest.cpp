@@ -55,6 +55,14 @@ TEST_F(PluginHostTest, SaysOnceThatPreferencesCannotBeKept)
                                "\" können nicht gesichert werden.\n");
 }
 
+TEST_F(PluginHostTest, NamesThePublicSiteThatThereIs)
+{
+    EXPECT_EQ(host.publicSiteUrl(), std::nullopt);
+    HostServices services = kit.services();
+    services.publicSite = "https://kalender.example";
+    EXPECT_EQ(PlainHost(services).publicSiteUrl(), "https://kalender.example");
+}
+
 TEST_F(PluginHostTest, WritesLogAndStatusWhereTheyBelong)
 {
     host.logMsg("Zeile");

@@ -1,0 +1,114 @@
+#include "Sync/Host/Publishing/HostSyncConnection.h"
+
+#include <utility>
+
+#include "Sync/Foundation/CalendarDate.h"
+#include "Sync/Foundation/Exception.h"
+#include "Sync/Foundation/Format.h"
+#include "Sync/Foundation/Platform.h"
+#include "Sync/Host/Server/SqliteDatabase.h"
+#include "Sync/HostInterface/Guard.h"
+
+namespace kt {
+
+namespace {
+
+constexpr std::string_view kReadOnly = "RO";
+
+void check(std::string_view mode, const std::string& key)
+{
+    if (mode != kReadOnly)
+        throw Exception(NSInvalidArgumentException,
+                        stringWithFormat("Die Freigabeart '%@' gibt es nicht", mode));
+    if (key.empty())
+        throw Exception(NSInvalidArgumentException, "Der Kalender hat keinen Schlüssel");
+}
+
+}  // namespace
+
+HostSyncConnection::HostSyncConnection(std::unique_ptr<SyncServer> server, std::string account,
+                                       KTFileLogger* fileLogger)
+    : _server(std::move(server)),
+      _account(std::move(account)),
+      _fileLogger(fileLogger)
+{}
+
+template <class Body>
+bool HostSyncConnection::inSession(ServerAccess access, KTSyncError& error, Body&& body)
+{
+    const auto fail = [&](const std::string& reason) {
+        logTo(_fileLogger, "[KTSyncConnection]: %@", reason);
+        error.localizedDescription = reason;
+        return false;
+    };
+    try {
+        if (_server == nullptr)
+            return fail("Es ist kein Server eingestellt");
+        if (access == ServerAccess::readWrite && Platform::shared().isWriteGuarded())
+            return fail("Hier wird nur nachgesehen und nichts geändert");
+        // A device may have one session only, and a sync of this one may be under way.
+        OpenedSession opened =
+            _server->openSession(_account, "publishing-" + randomIdentifier(), access);
+        if (opened.status != OpenStatus::opened)
+            return fail(opened.reason);
+        body(*opened.session);
+        if (access == ServerAccess::readWrite)
+            opened.session->commit();
+        return true;
+    } catch (const Exception& exception) {
+        return fail(exception.reason());
+    }
+}
+
+bool HostSyncConnection::activatePublicSharingForMainConduit(
+    const std::string& mainConduit, const std::vector<std::string>&, const std::string& mode,
+    const std::string& mainRecordKey, const std::string& options, KTSyncError& error)
+{
+    return inSession(ServerAccess::readWrite, error, [&](SyncServerSession& session) {
+        check(mode, mainRecordKey);
+        session.share({{mainConduit, mainRecordKey},
+                       mode,
+                       options,
+                       randomIdentifier(),
+                       iso8601(Platform::shared().now())});
+    });
+}
+
+bool HostSyncConnection::deactivatePublicSharingForMainConduit(const std::string& mainConduit,
+                                                               const std::vector<std::string>&,
+                                                               const std::string& mainRecordKey,
+                                                               KTSyncError& error)
+{
+    return inSession(ServerAccess::readWrite, error, [&](SyncServerSession& session) {
+        session.unshare({mainConduit, mainRecordKey});
+    });
+}
+
+bool HostSyncConnection::listPublicSharings(std::vector<Dictionary>& sharings,
+                                            const std::string& mainConduit,
+                                            const std::optional<std::vector<std::string>>&,
+                                            const std::string& mainRecordKey, KTSyncError& error)
+{
+    sharings.clear();
+    return inSession(ServerAccess::readOnly, error, [&](SyncServerSession& session) {
+        for (const Sharing& sharing : session.sharings()) {
+            if (sharing.id == RecordId{mainConduit, mainRecordKey})
+                sharings.push_back({{"public", "YES"}, {"publicOptions", sharing.options}});
+        }
+    });
+}
+
+HostSyncConnectionClass::HostSyncConnectionClass(std::string serverURL, std::string account)
+    : _serverURL(std::move(serverURL)),
+      _account(std::move(account))
+{}
+
+std::shared_ptr<KTSyncConnection> HostSyncConnectionClass::initForPlugin(
+    KTSyncPluginProtocol*, const std::string&, KTFileLogger* fileLogger) const
+{
+    return std::make_shared<HostSyncConnection>(_serverURL.empty() ? nullptr
+                                                                   : syncServerWithURL(_serverURL),
+                                                _account, fileLogger);
+}
+
+}  // namespace kt
