@@ -1,0 +1,43 @@
+#pragma once
+
+#include <cstddef>
+#include <vector>
+
+#include "Sync/Host/Publishing/PublishedDate.h"
+#include "Sync/Host/Publishing/RecurrenceRule.h"
+
+namespace kt {
+
+/// How much work one page may be: rules come from outside, and some of them never end.
+class ExpansionBudget {
+public:
+    explicit ExpansionBudget(std::size_t steps) : _steps(steps) {}
+
+    /// False, and remembered, when there are not that many left.
+    bool take(std::size_t steps);
+    /// Something was left out because of this budget or of a limit of one event.
+    bool isExceeded() const { return _isExceeded; }
+    void setExceeded() { _isExceeded = true; }
+
+private:
+    std::size_t _steps;
+    bool _isExceeded = false;
+};
+
+/// A stretch of wall clocks, the end not in it.
+struct ClockRange {
+    CalendarDate from;
+    CalendarDate to;
+
+    bool contains(const CalendarDate& clock) const { return from <= clock && clock < to; }
+};
+
+/// The wall clocks, in the event's own zone, on which a recurring event begins within the range,
+/// ascending. The event's own start is the first occurrence, whether the rule hits it or not.
+/// What repeats more often than every hour is given once a day; a rule finer than a day that has
+/// further conditions is not followed beyond its start, which the budget then says. At most a
+/// thousand are given.
+std::vector<CalendarDate> occurrencesOfRule(const RecurrenceRule& rule, const PublishedDate& start,
+                                            const ClockRange& range, ExpansionBudget& budget);
+
+}  // namespace kt
