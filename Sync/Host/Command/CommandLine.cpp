@@ -69,6 +69,34 @@ CLI::App* addCommand(CLI::App& app, CommandLine& line, CommandName command, cons
     return added;
 }
 
+CLI::App* addCalendarCommand(CLI::App& app, CommandLine& line, CommandName command,
+                             const char* name, const char* help)
+{
+    CLI::App* added = addCommand(app, line, command, name, help);
+    added->add_option("KEY", line.calendarKey, "Schlüssel des Kalenders, siehe calendars")
+        ->type_name("")
+        ->required();
+    return added;
+}
+
+void addPublishingCommands(CLI::App& app, CommandLine& line)
+{
+    CLI::App* publish = addCalendarCommand(app, line, CommandName::publish, "publish",
+                                           "veröffentlicht einen Kalender");
+    publish->add_flag("--tasks", line.publishTasks, "auch seine Aufgaben");
+    publish->add_flag("--no-events", line.leaveEventsOut, "ohne seine Ereignisse");
+    publish->add_flag("--anonymize", line.anonymize, "zeigt nur, wann etwas ist");
+    addCalendarCommand(app, line, CommandName::unpublish, "unpublish",
+                       "hebt die Veröffentlichung eines Kalenders auf");
+    CLI::App* serve = addCommand(app, line, CommandName::serve, "serve",
+                                 "zeigt die öffentlichen Kalender im Netz");
+    addText(*serve, "--listen", line.listen, "ADRESSE", "Adresse (sonst 127.0.0.1)");
+    serve->add_option("--port", line.port, "Port (sonst 8080); 0 nimmt einen freien")
+        ->type_name("PORT")
+        ->check(CLI::Range(0, 65535))
+        ->multi_option_policy(CLI::MultiOptionPolicy::TakeLast);
+}
+
 void addCommands(CLI::App& app, CommandLine& line)
 {
     CLI::App* sync =
@@ -88,15 +116,10 @@ void addCommands(CLI::App& app, CommandLine& line)
                "zeigt jede Datei, die übersprungen würde, und warum");
     addCommand(app, line, CommandName::enable, "enable", "schaltet die Synchronisierung ein");
     addCommand(app, line, CommandName::disable, "disable", "schaltet die Synchronisierung aus");
-    const char* keyHelp = "Schlüssel des Kalenders, siehe calendars";
-    addCommand(app, line, CommandName::on, "on", "nimmt einen Kalender in die Synchronisierung auf")
-        ->add_option("KEY", line.calendarKey, keyHelp)
-        ->type_name("")
-        ->required();
-    addCommand(app, line, CommandName::off, "off", "nimmt einen Kalender aus ihr heraus")
-        ->add_option("KEY", line.calendarKey, keyHelp)
-        ->type_name("")
-        ->required();
+    addCalendarCommand(app, line, CommandName::on, "on",
+                       "nimmt einen Kalender in die Synchronisierung auf");
+    addCalendarCommand(app, line, CommandName::off, "off", "nimmt einen Kalender aus ihr heraus");
+    addPublishingCommands(app, line);
 }
 
 /// What an error of the library is about: the option in its text, else the name at its beginning.

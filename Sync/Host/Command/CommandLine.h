@@ -15,7 +15,19 @@ enum class ExitCode {
     wrongUsage = 2,  // of command line or settings
 };
 
-enum class CommandName { sync, calendars, records, check, enable, disable, on, off };
+enum class CommandName {
+    sync,
+    calendars,
+    records,
+    check,
+    enable,
+    disable,
+    on,
+    off,
+    publish,
+    unpublish,
+    serve,
+};
 
 /// What the user typed. Options that were not given are absent: settings and defaults come later.
 struct CommandLine {
@@ -33,7 +45,13 @@ struct CommandLine {
     SyncRunWishes wishes;     // sync
     bool fullSync = false;    // sync
     bool countOnly = false;   // records
-    std::string calendarKey;  // on, off
+    std::string calendarKey;  // on, off, publish, unpublish
+
+    bool publishTasks = false;          // publish
+    bool leaveEventsOut = false;        // publish
+    bool anonymize = false;             // publish
+    std::optional<std::string> listen;  // serve
+    std::optional<int> port;            // serve
 };
 
 /// A command line that is answered without a command: help, or what is wrong with it.

@@ -16,5 +16,9 @@ ExitCode checkCommand(const CommandLine& line, const Place& place);
 ExitCode switchPluginCommand(const CommandLine& line, const Place& place);
 /// on and off: one calendar.
 ExitCode switchCalendarCommand(const CommandLine& line, const Place& place);
+ExitCode publishCommand(const CommandLine& line, const Place& place);
+ExitCode unpublishCommand(const CommandLine& line, const Place& place);
+/// Until SIGINT or SIGTERM.
+ExitCode serveCommand(const CommandLine& line, const Place& place);
 
 }  // namespace kt

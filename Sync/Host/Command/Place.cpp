@@ -63,6 +63,9 @@ Place placeForCommandLine(const CommandLine& line)
     place.device = line.device ? *line.device : settings.device.value_or(machineName());
     place.pluginPath = line.plugin ? *line.plugin : settings.plugin.value_or(pluginBesideProgram());
     place.calendarProgram = std::move(settings.calendarProgram);
+    place.site = std::move(settings.site);
+    place.site.listen = line.listen.value_or(place.site.listen);
+    place.site.port = line.port.value_or(place.site.port);
     syncServerWithURL(place.serverURL);  // throws for an address that names none
     return place;
 }

@@ -3,6 +3,7 @@
 #include <string>
 
 #include "Sync/Host/Command/CommandLine.h"
+#include "Sync/Host/Publishing/PublicSite.h"
 #include "Sync/Host/Services/AppleScripts.h"
 
 namespace kt {
@@ -15,6 +16,7 @@ struct Place {
     std::string device;
     std::string pluginPath;
     CalendarProgram calendarProgram;
+    PublicSite site;
 };
 
 /// Throws Exception NSInvalidArgumentException, with a line for the user, for settings that cannot

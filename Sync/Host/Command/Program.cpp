@@ -34,6 +34,12 @@ ExitCode runCommand(const CommandLine& line, const Place& place)
     case CommandName::on:
     case CommandName::off:
         return switchCalendarCommand(line, place);
+    case CommandName::publish:
+        return publishCommand(line, place);
+    case CommandName::unpublish:
+        return unpublishCommand(line, place);
+    case CommandName::serve:
+        return serveCommand(line, place);
     }
     return ExitCode::wrongUsage;
 }

@@ -135,6 +135,18 @@ CalendarProgram calendarProgram(toml::table table, const std::string& path)
     return program;
 }
 
+PublicSite publicSite(toml::table table, const std::string& path)
+{
+    PublicSite site;
+    Reader reader(table, "public-site.", path);
+    constexpr int kLastPort = 65535;
+    site.address = reader.takeText("address");
+    site.listen = reader.takeText("listen").value_or(site.listen);
+    site.port = reader.takeNumber("port", 0, kLastPort).value_or(site.port);
+    reader.refuseTheRest();
+    return site;
+}
+
 }  // namespace
 
 Settings settingsFromFile(const std::string& path)
@@ -148,6 +160,7 @@ Settings settingsFromFile(const std::string& path)
     settings.plugin = reader.takeText("plugin");
     settings.systemVersion = reader.takeNumber("system-version", 4, 5);
     settings.calendarProgram = calendarProgram(reader.takeTable("calendar-program"), path);
+    settings.site = publicSite(reader.takeTable("public-site"), path);
     reader.refuseTheRest();
     return settings;
 }

@@ -3,6 +3,7 @@
 #include <optional>
 #include <string>
 
+#include "Sync/Host/Publishing/PublicSite.h"
 #include "Sync/Host/Services/AppleScripts.h"
 
 namespace kt {
@@ -20,6 +21,11 @@ namespace kt {
 ///     quit = ["gnome-calendar", "--quit"]  # else SIGTERM to that program
 ///     launch = ["gnome-calendar"]          # else that program
 ///     quit-seconds = 10                    # how long quitting may take
+///
+///     [public-site]
+///     address = "https://kalender.example"  # else http://, listen and port
+///     listen = "127.0.0.1"
+///     port = 8080
 struct Settings {
     std::optional<std::string> home;
     std::optional<std::string> server;
@@ -27,6 +33,7 @@ struct Settings {
     std::optional<std::string> plugin;
     std::optional<int> systemVersion;
     CalendarProgram calendarProgram;
+    PublicSite site;
 };
 
 /// Throws Exception NSInvalidArgumentException, with a line for the user, for a file that cannot be

@@ -25,7 +25,8 @@ Workplace::Workplace(const Place& place, const CommandLine& line, Access access)
       _suite(place.home),
       _statusLine(STDERR_FILENO, detailFor(line)),
       _log(_suite.logPath(), _statusLine),
-      _fileLogger(_suite.fileLogPath(), _statusLine)
+      _fileLogger(_suite.fileLogPath(), _statusLine),
+      _classes(place.serverURL)
 {
     if (!FileManager::defaultManager().isDirectory(_place.home))
         throw Exception(NSGenericException,
@@ -48,8 +49,10 @@ Workplace::~Workplace() { Platform::shared().reset(); }
 
 HostServices Workplace::services(Preferences& preferences)
 {
-    return {preferences,         _log, _fileLogger, _statusLine, _processes, _place.calendarProgram,
-            _place.systemVersion};
+    return {preferences,          _log,
+            _fileLogger,          _statusLine,
+            _processes,           _place.calendarProgram,
+            _place.systemVersion, _place.site.url()};
 }
 
 std::unique_ptr<LoadedPlugin> Workplace::loadPlugin(PluginHost& host)

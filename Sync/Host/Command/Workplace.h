@@ -31,6 +31,7 @@ public:
     const SuiteFolder& suite() const { return _suite; }
     Preferences& preferences() { return *_preferences; }
     StatusLine& statusLine() { return _statusLine; }
+    HostFileLogger& fileLogger() { return _fileLogger; }
     HostLossReport& lossReport() { return _classes.lossReport(); }
     /// For a host object; the preferences may be others than the workplace's own.
     HostServices services(Preferences& preferences);

@@ -97,11 +97,34 @@ TEST(CommandLine, HelpNamesEachCommandThatWorksAndNoOther)
 {
     const auto help = std::get<UsageAnswer>(parsed({"--help"}));
     EXPECT_EQ(help.exitCode, ExitCode::done);
-    for (const char* command :
-         {"sync", "calendars", "records", "check", "enable", "disable", "on", "off"})
+    for (const char* command : {"sync", "calendars", "records", "check", "enable", "disable", "on",
+                                "off", "publish", "unpublish", "serve"})
         EXPECT_THAT(help.text, HasSubstr("\n  " + std::string(command) + " "));
-    for (const char* later : {"publish", "watch", "serve", "backups", "restore", "export"})
+    for (const char* later : {"watch", "backups", "restore", "export"})
         EXPECT_THAT(help.text, testing::Not(HasSubstr("\n  " + std::string(later) + " ")));
+}
+
+TEST(CommandLine, PublishingTakesAKeyAndItsChoices)
+{
+    const auto line =
+        std::get<CommandLine>(parsed({"publish", "0a1b", "--tasks", "--no-events", "--anonymize"}));
+    EXPECT_EQ(line.command, CommandName::publish);
+    EXPECT_EQ(line.calendarKey, "0a1b");
+    EXPECT_TRUE(line.publishTasks);
+    EXPECT_TRUE(line.leaveEventsOut);
+    EXPECT_TRUE(line.anonymize);
+    EXPECT_EQ(std::get<UsageAnswer>(parsed({"publish"})).exitCode, ExitCode::wrongUsage);
+}
+
+TEST(CommandLine, ServingTakesAnAddressAndAPort)
+{
+    const auto line = std::get<CommandLine>(parsed({"serve", "--listen", "::1", "--port", "0"}));
+    EXPECT_EQ(line.command, CommandName::serve);
+    EXPECT_EQ(line.listen, "::1");
+    EXPECT_EQ(line.port, 0);
+    for (const char* port : {"-1", "65536", "http"})
+        EXPECT_EQ(std::get<UsageAnswer>(parsed({"serve", "--port", port})).exitCode,
+                  ExitCode::wrongUsage);
 }
 
 TEST(CommandLine, AComplaintSaysWhereToReadOn)

@@ -46,7 +46,11 @@ TEST_F(SettingsFile, MaySayEverythingThereIs)
         "program = \"gnome-calendar\"\n"
         "quit = [\"gnome-calendar\", \"--quit\"]\n"
         "launch = [\"gtk-launch\", \"kalender\"]\n"
-        "quit-seconds = 3\n");
+        "quit-seconds = 3\n"
+        "[public-site]\n"
+        "address = \"https://kalender.example\"\n"
+        "listen = \"0.0.0.0\"\n"
+        "port = 81\n");
     EXPECT_EQ(settings.home, "/home/anna");
     EXPECT_EQ(settings.server, "sqlite:/srv/k.sqlite");
     EXPECT_EQ(settings.device, "Büro");
@@ -56,6 +60,9 @@ TEST_F(SettingsFile, MaySayEverythingThereIs)
     EXPECT_THAT(settings.calendarProgram.quitCommand, ElementsAre("gnome-calendar", "--quit"));
     EXPECT_THAT(settings.calendarProgram.launchCommand, ElementsAre("gtk-launch", "kalender"));
     EXPECT_EQ(settings.calendarProgram.patience, std::chrono::seconds(3));
+    EXPECT_EQ(settings.site.address, "https://kalender.example");
+    EXPECT_EQ(settings.site.listen, "0.0.0.0");
+    EXPECT_EQ(settings.site.port, 81);
 }
 
 TEST_F(SettingsFile, MaySayNothing)
@@ -94,6 +101,8 @@ INSTANTIATE_TEST_SUITE_P(
                    ": Bei \"calendar-program.launch\" muss eine Liste von Texten stehen."},
         RefusalRow{"[calendar-program]\nquit = [\"x\", 1]\n",
                    ": Bei \"calendar-program.quit\" muss eine Liste von Texten stehen."},
+        RefusalRow{"[public-site]\nport = 65536\n",
+                   ": Bei \"public-site.port\" muss eine Zahl von 0 bis 65535 stehen."},
         RefusalRow{"[calendar-program]\nquit-seconds = 601\n",
                    ": Bei \"calendar-program.quit-seconds\" muss eine Zahl von 0 bis 600 "
                    "stehen."}));

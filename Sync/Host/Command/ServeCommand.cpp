@@ -1,0 +1,83 @@
+#include <csignal>
+#include <mutex>
+#include <thread>
+
+#include <nlohmann/json.hpp>
+#include <pthread.h>
+#include <unistd.h>
+
+#include "Sync/Foundation/FileDescriptor.h"
+#include "Sync/Foundation/Format.h"
+#include "Sync/Foundation/Platform.h"
+#include "Sync/Host/Command/Commands.h"
+#include "Sync/Host/Command/Output.h"
+#include "Sync/Host/Publishing/PublishedText.h"
+#include "Sync/Host/Publishing/SiteServer.h"
+
+namespace kt {
+
+namespace {
+
+/// SIGINT and SIGTERM reach nobody but who waits for them, from before the first thread is made.
+class AwaitedSignals {
+public:
+    AwaitedSignals()
+    {
+        ::sigemptyset(&_signals);
+        ::sigaddset(&_signals, SIGINT);
+        ::sigaddset(&_signals, SIGTERM);
+        ::pthread_sigmask(SIG_BLOCK, &_signals, &_before);
+    }
+    ~AwaitedSignals() { ::pthread_sigmask(SIG_SETMASK, &_before, nullptr); }
+    AwaitedSignals(const AwaitedSignals&) = delete;
+    AwaitedSignals& operator=(const AwaitedSignals&) = delete;
+
+    void wait() const
+    {
+        int signal = 0;
+        ::sigwait(&_signals, &signal);
+    }
+
+private:
+    sigset_t _signals{};
+    sigset_t _before{};
+};
+
+constexpr std::size_t kLongestTarget = 200;
+
+/// Lines of several threads do not mix.
+SiteServer::AccessLog accessLog(bool isQuiet)
+{
+    if (isQuiet)
+        return {};
+    return [](std::string_view method, std::string_view target, int status) {
+        static std::mutex mutex;
+        const std::lock_guard lock(mutex);
+        writeFully(STDERR_FILENO,
+                   stringWithFormat("%@ %@ %d\n", method,
+                                    showableText(target.substr(0, kLongestTarget)), status));
+    };
+}
+
+}  // namespace
+
+ExitCode serveCommand(const CommandLine& line, const Place& place)
+{
+    const AwaitedSignals signals;
+    const WriteGuard guard;
+    Site site(syncServerWithURL(place.serverURL));
+    SiteServer server(site, place.site.listen, place.site.port, accessLog(line.quiet));
+    PublicSite own = place.site;
+    own.port = server.port();
+    const std::string address = own.url() + std::string(kListingPath);
+    printResult(line.json
+                    ? jsonText({{"address", address}, {"port", own.port}}) + "\n"
+                    : stringWithFormat("Die öffentlichen Kalender stehen unter %@\n", address));
+    std::thread serving([&] { server.run(); });
+    signals.wait();
+    server.stop();
+    serving.join();
+    return ExitCode::done;
+}
+
+}  // namespace kt

@@ -1,0 +1,49 @@
+#pragma once
+
+#include <memory>
+#include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+#include "Sync/Host/Publishing/CalendarCache.h"
+#include "Sync/Host/Publishing/SiteAddress.h"
+#include "Sync/Host/Server/SyncServer.h"
+
+namespace kt {
+
+/// One request, as far as it matters here.
+struct SiteRequest {
+    std::string method;
+    std::string target;       // as it came over the wire
+    std::string ifNoneMatch;  // empty without the header
+};
+
+struct SiteAnswer {
+    int status = 200;
+    std::string contentType;
+    std::string body;  // also of an answer to HEAD, which is sent without
+    std::vector<std::pair<std::string, std::string>> headers;
+};
+
+/// The public calendar site without its network: what it answers to a request. Reads the server
+/// each time, so that what was taken back is gone at once, and never writes. May be asked by
+/// several threads at a time.
+class Site {
+public:
+    explicit Site(std::unique_ptr<SyncServer> server, std::string account = "default");
+
+    /// Never throws an Exception.
+    SiteAnswer answer(const SiteRequest& request);
+
+private:
+    SiteAnswer answerTo(const SiteAddress& address);
+    SiteAnswer answerFrom(SyncServerSession& session, const SiteAddress& address);
+    SiteAnswer calendarAnswer(SyncServerSession& session, const SiteAddress& address);
+
+    std::unique_ptr<SyncServer> _server;
+    std::string _account;
+    CalendarCache _cache;
+};
+
+}  // namespace kt

@@ -1,0 +1,16 @@
+#pragma once
+
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace kt {
+
+/// Whether a viewer may choose that zone. Asks the zone database only for names that a file of it
+/// has, so that nobody can make it read, or remember, anything else.
+bool isChoosableZone(std::string_view name);
+
+/// The names that a list offers, sorted: places, as "Europe/Berlin", and "UTC".
+const std::vector<std::string>& choosableZones();
+
+}  // namespace kt

@@ -1,0 +1,37 @@
+#include <algorithm>
+#include <string>
+
+#include <gtest/gtest.h>
+
+#include "Sync/Host/Publishing/TimeZoneChoice.h"
+
+namespace kt {
+namespace {
+
+TEST(TimeZoneChoice, OffersPlacesInOrder)
+{
+    const auto& zones = choosableZones();
+    EXPECT_GT(zones.size(), 300U);
+    EXPECT_TRUE(std::is_sorted(zones.begin(), zones.end()));
+    for (const char* name : {"Europe/Berlin", "Asia/Kathmandu", "UTC"})
+        EXPECT_TRUE(std::binary_search(zones.begin(), zones.end(), name)) << name;
+}
+
+TEST(TimeZoneChoice, TakesEveryOfferedZone)
+{
+    for (const std::string& name : choosableZones())
+        EXPECT_TRUE(isChoosableZone(name)) << name;
+    EXPECT_TRUE(isChoosableZone("CET"));
+}
+
+TEST(TimeZoneChoice, TakesNothingThatIsNoZone)
+{
+    for (const std::string name :
+         {"", "Mars/Olympus", "../../../etc/passwd", "/etc/localtime", "Europe", "zone.tab",
+          "Europe/Berlin\n", "europe/berlin ", "Fixed/UTC+01:00:00", "Europe/../Europe/Berlin"})
+        EXPECT_FALSE(isChoosableZone(name)) << name;
+    EXPECT_FALSE(isChoosableZone(std::string(65, 'a')));
+}
+
+}  // namespace
+}  // namespace kt
