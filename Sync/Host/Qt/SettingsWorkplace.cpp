@@ -18,7 +18,8 @@ SettingsWorkplace::SettingsWorkplace(const Place& place,
       _suite(place.home),
       _statusLine(STDERR_FILENO, StatusLine::Detail::warnings),
       _log(_suite.logPath(), _statusLine),
-      _fileLogger(_suite.fileLogPath(), _statusLine)
+      _fileLogger(_suite.fileLogPath(), _statusLine),
+      _classes(place.serverURL)
 {
     if (!FileManager::defaultManager().isDirectory(_place.home))
         throw Exception(NSGenericException,
@@ -30,7 +31,7 @@ SettingsWorkplace::SettingsWorkplace(const Place& place,
     _host =
         std::make_unique<SettingsHost>(HostServices{*_preferences, _log, _fileLogger, _statusLine,
                                                     _processes, _place.calendarProgram,
-                                                    _place.systemVersion},
+                                                    _place.systemVersion, _place.site.url()},
                                        _suite.lockPath(), std::move(failed));
     _plugin = PluginLoader::load(_place.pluginPath, classTable(), *_host);
 }
