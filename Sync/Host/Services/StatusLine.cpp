@@ -54,9 +54,8 @@ std::string onOneLine(std::string_view text)
 void writeEvent(int descriptor, const nlohmann::json& event)
 {
     constexpr int kOnOneLine = -1;
-    writeFully(descriptor, event.dump(kOnOneLine, ' ', false,
-                                      nlohmann::json::error_handler_t::replace) +
-                               "\n");
+    writeFully(descriptor,
+               event.dump(kOnOneLine, ' ', false, nlohmann::json::error_handler_t::replace) + "\n");
 }
 
 }  // namespace
@@ -129,7 +128,7 @@ void StatusLine::setProgress(std::string_view title, int current, int total)
     const std::lock_guard lock(_mutex);
     if (_detail == Detail::events)
         return writeEvent(_descriptor,
-            {{"step", {{"title", title}, {"current", current}, {"total", total}}}});
+                          {{"step", {{"title", title}, {"current", current}, {"total", total}}}});
     _step = stringWithFormat("'%@' (%d von %d)", onOneLine(title), current, total);
     show();
 }

@@ -6,6 +6,7 @@
 #include <sys/file.h>
 #include <unistd.h>
 
+#include "Sync/HostInterface/KTSyncPluginProtocol.h"
 #include "tests/support/SyncKit.h"
 
 namespace kt::test {
@@ -169,7 +170,8 @@ TEST_F(FailureStory, ABundleThatIsNoneIsNamed)
     expectFailure({"sync", "--plugin", "/nonexistent/X.bundle"},
                   "Es gibt kein Plug-in \"/nonexistent/X.bundle\".");
     const std::string wrong = std::string(KT_TEST_BUNDLE_DIR) + "/WrongVersion.bundle";
-    expectFailure({"records", "--plugin", wrong}, "Version 2 der Schnittstelle");
+    expectFailure({"records", "--plugin", wrong},
+                  "Version " + std::to_string(kPluginInterfaceVersion + 1) + " der Schnittstelle");
 }
 
 TEST_F(FailureStory, SettingsThatMeanNothingAreWrongUsage)

@@ -28,7 +28,8 @@ class Usage(unittest.TestCase):
         self.assertIn("Aufruf: icalsync-settings", answer.stdout)
 
     def test_wrong_options_are_named(self):
-        for arguments, text in [(["--hom", "x"], "Unbekannte Angabe: --hom"), (["--home"], "--home"), (["--full"], "--full"),
+        for arguments, text in [(["--hom", "x"], "Unbekannte Angabe: --hom"), (["--home"], "--home"),
+                                (["--full"], "--full"),
                                 (["sync"], "sync"), (["--system-version", "7"], "--system-version")]:
             with self.subTest(arguments=arguments):
                 answer = run(*arguments)
