@@ -43,7 +43,8 @@ public:
     virtual bool pushSyncResult(const SyncResult& result) = 0;
     virtual void updateLocalStateWithUpdates(const SyncRecordList& updates) = 0;
     virtual bool finishSync() = 0;
-    virtual SyncRecordMap getLocalState() = 0;
+    /// Nullopt when the state cannot be had; an empty one would be written out as an empty store.
+    virtual std::optional<SyncRecordMap> getLocalState() = 0;
     virtual bool resetLocalState() = 0;
 
     // System services.

@@ -102,8 +102,11 @@ inline bool ScriptedPlugin::doSync()
     _host.updateLocalStateWithUpdates(switchedOff);
     if (!_host.finishSync())
         return false;
-    if (result > 2 && !rewrite(_host.getLocalState()))
-        return false;
+    if (result > 2) {
+        const auto state = _host.getLocalState();
+        if (!state || !rewrite(*state))
+            return false;
+    }
     _host.setStatusMsg("fertig " + std::to_string(runs));
     return true;
 }

@@ -147,7 +147,7 @@ bool RecordingPluginHelper::finishSync()
     return script.finishResult;
 }
 
-SyncRecordMap RecordingPluginHelper::getLocalState()
+std::optional<SyncRecordMap> RecordingPluginHelper::getLocalState()
 {
     record("getLocalState");
     return script.localState;

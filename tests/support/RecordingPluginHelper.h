@@ -33,7 +33,7 @@ public:
             diff;
         bool pushResult = true;
         bool finishResult = true;
-        SyncRecordMap localState;
+        std::optional<SyncRecordMap> localState = SyncRecordMap{};
         bool resetResult = true;
 
         std::set<std::string, std::less<>> runningBinaries;
@@ -92,7 +92,7 @@ public:
     bool pushSyncResult(const SyncResult& result) override;
     void updateLocalStateWithUpdates(const SyncRecordList& updates) override;
     bool finishSync() override;
-    SyncRecordMap getLocalState() override;
+    std::optional<SyncRecordMap> getLocalState() override;
     bool resetLocalState() override;
     bool runAppleScript(std::string_view source) override;
     bool isBinaryRunning(std::string_view name) override;

@@ -3,7 +3,6 @@
 #include <exception>
 #include <utility>
 
-#include "Sync/Foundation/Exception.h"
 #include "Sync/Foundation/Format.h"
 #include "Sync/Host/Engine/HandedState.h"
 #include "Sync/Host/Engine/HostSyncRecord.h"
@@ -162,9 +161,9 @@ bool SyncEngine::finishSync()
     return isClean;
 }
 
-SyncRecordMap SyncEngine::getLocalState()
+std::optional<SyncRecordMap> SyncEngine::getLocalState()
 {
-    auto state = guarded(
+    return guarded(
         [&] {
             const Knowledge knowledge(_state);
             std::optional<SyncRecordMap> map(std::in_place);
@@ -178,12 +177,6 @@ SyncRecordMap SyncEngine::getLocalState()
             return map;
         },
         std::optional<SyncRecordMap>());
-    // An empty state would be written out as an empty store.
-    if (!state)
-        throw Exception(
-            NSGenericException,
-            "Der lokale Stand kann nicht gelesen werden; die Kalender bleiben, wie sie sind");
-    return *std::move(state);
 }
 
 bool SyncEngine::resetLocalState()

@@ -73,10 +73,9 @@ public:
     bool pushSyncResult(const SyncResult& result);
     void updateLocalStateWithUpdates(const SyncRecordList& updates);
     bool finishSync();
-    /// The one operation that throws, an Exception, when the state cannot be read: the plug-in
-    /// would take an empty answer for an empty store, and its guard ends the run before anything is
-    /// written.
-    SyncRecordMap getLocalState();
+    /// Nullopt when the state cannot be read: the plug-in would take an empty answer for an empty
+    /// store.
+    std::optional<SyncRecordMap> getLocalState();
     /// Forgets everything exchanged so far; device, and while a mark stands also mark and kept
     /// records, stay.
     bool resetLocalState();

@@ -32,7 +32,7 @@ public:
     bool pushSyncResult(const SyncResult&) override { return true; }
     void updateLocalStateWithUpdates(const SyncRecordList& updates) override;
     bool finishSync() override { return true; }
-    SyncRecordMap getLocalState() override { return {}; }
+    std::optional<SyncRecordMap> getLocalState() override { return std::nullopt; }
     bool resetLocalState() override { return true; }
 
     /// A running calendar program does not keep anybody from looking.

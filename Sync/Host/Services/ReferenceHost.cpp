@@ -3,8 +3,6 @@
 #include <string_view>
 #include <utility>
 
-#include "Sync/Foundation/Exception.h"
-
 namespace kt {
 
 namespace {
@@ -56,14 +54,15 @@ void ReferenceHost::updateLocalStateWithUpdates(const SyncRecordList& updates)
 
 bool ReferenceHost::finishSync() { return _engine.finishSync(); }
 
-SyncRecordMap ReferenceHost::getLocalState()
+std::optional<SyncRecordMap> ReferenceHost::getLocalState()
 {
     if (_store && _store() != _storeWhenRead) {
         _course.refusal = kStoreChanged;
-        throw Exception(NSGenericException, _course.refusal);
+        return std::nullopt;
     }
-    _course.hasTakenState = true;
-    return _engine.getLocalState();
+    auto state = _engine.getLocalState();
+    _course.hasTakenState = state.has_value();
+    return state;
 }
 
 bool ReferenceHost::resetLocalState() { return _engine.resetLocalState(); }

@@ -23,7 +23,7 @@ public:
     bool pushSyncResult(const SyncResult& result) override;
     void updateLocalStateWithUpdates(const SyncRecordList& updates) override;
     bool finishSync() override;
-    SyncRecordMap getLocalState() override;
+    std::optional<SyncRecordMap> getLocalState() override;
     bool resetLocalState() override;
     bool isBinaryRunning(std::string_view name) override;
 
@@ -35,10 +35,10 @@ public:
         bool foundProgramRunning = false;
         bool hasStarted = false;     // startSync was called, so the store could be loaded
         bool hasTakenState = false;  // getLocalState answered, so the store was to be rewritten
-        std::string refusal;         // why getLocalState threw, one German line; else empty
+        std::string refusal;         // why it was held back, one German line; else empty
     };
     /// With a fingerprint a store that somebody else wrote into since it was read is not rewritten:
-    /// getLocalState then throws Exception, which ends the run before the plug-in writes anything.
+    /// getLocalState then answers nullopt, which ends the run before the plug-in writes anything.
     void beginRun(StoreFingerprint store = {});
     const Course& course() const { return _course; }
 

@@ -34,7 +34,7 @@ public:
     bool pushSyncResult(const SyncResult&) override { return false; }
     void updateLocalStateWithUpdates(const SyncRecordList&) override {}
     bool finishSync() override { return false; }
-    SyncRecordMap getLocalState() override { return {}; }
+    std::optional<SyncRecordMap> getLocalState() override { return std::nullopt; }
     bool resetLocalState() override { return false; }
 
 private:

@@ -251,9 +251,12 @@ bool ICalSyncPlugin::SyncRun::rewriteStore()
         return endCancelled();
     stopSyncServices();
 
-    SyncRecordList records;
-    for (auto& [key, record] : _host.getLocalState())
-        records.push_back(std::move(record));
+    std::optional<SyncRecordList> records;
+    if (auto state = _host.getLocalState()) {
+        records.emplace();
+        for (auto& [key, record] : *state)
+            records->push_back(std::move(record));
+    }
     if (ICalHelper::saveCalendars(std::move(records), &_host, _numCalendars, _numEvents, _numTasks,
                                   _notSelectedCalendars, _notExpandedGroups))
         return true;

@@ -96,7 +96,7 @@ TEST_F(SettingsOfAWindow, OpenNoSession)
     EXPECT_FALSE(host.pushSyncResult({}));
     EXPECT_FALSE(host.finishSync());
     EXPECT_FALSE(host.resetLocalState());
-    EXPECT_TRUE(host.getLocalState().empty());
+    EXPECT_EQ(host.getLocalState(), std::nullopt);
 }
 
 }  // namespace

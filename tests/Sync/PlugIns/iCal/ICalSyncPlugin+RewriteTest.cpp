@@ -67,6 +67,24 @@ TEST_F(SyncRunAndSyncServices, GoesOnWhenTheDataCannotBeDeletedAndNothingIsThere
     EXPECT_THAT(platform.launches(), ElementsAre(kStopSyncServices));
 }
 
+TEST_F(SyncRunAndSyncServices, WithoutALocalStateTheStoreStaysAndTheNextRunIsFull)
+{
+    const auto before = home.tree();
+    host.script.localState = std::nullopt;
+    EXPECT_FALSE(plugin.doSync());
+    auto after = home.tree();
+    after[kDataFile] = before.at(kDataFile);
+    EXPECT_EQ(after, before);
+    const Calls end = Calls{"getLocalState", "logMsg:saveCalendars: calendarData == nil"} +
+                      failed("Die iCal-Kalender konnten nicht gespeichert werden!",
+                             "Die Kalender konnten nicht gespeichert werden!") +
+                      Calls{kSetFullSync} + kCleanedUp;
+    const Calls calls = host.calls();
+    ASSERT_GE(calls.size(), end.size());
+    EXPECT_EQ(Calls(calls.end() - static_cast<std::ptrdiff_t>(end.size()), calls.end()), end);
+    expectCleanedUp();
+}
+
 struct NoRewriteRow {
     const char* name;
     std::function<void(SyncRunAndSyncServices&, RecordingPluginHelper::Script&, OpenPlugin&)>

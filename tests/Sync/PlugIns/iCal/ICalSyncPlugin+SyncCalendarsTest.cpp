@@ -18,7 +18,7 @@ protected:
              {record(kConduitCalendar, "B"), record(kConduitCalendar, "C"),
               record(kConduitEvent, "e1", "B"), record(kConduitEvent, "e2", "C"),
               record(kConduitEvent, "e3", "C"), record(kConduitTask, "t1", "B")})
-            host.script.localState.emplace_back(one->recordKey(), one);
+            host.script.localState->emplace_back(one->recordKey(), one);
     }
 };
 
@@ -62,10 +62,9 @@ TEST_F(SyncRunRewrite, KeepsTheViewStateThatTheStoreHad)
     writeFolder("A.calendar", with(calendarInfo("A", "Arbeit"), "Checked", false));
     Dictionary fields = record(kConduitCalendar, "A")->record();
     fields.set("Title", "Arbeit");
-    host.script.localState.emplace_back(keyOf("Arbeit"),
-                                        std::make_shared<HostSyncRecord>(0, fields, keyOf("Arbeit"),
-                                                                         std::nullopt,
-                                                                         "ical-calendar"));
+    host.script.localState->emplace_back(
+        keyOf("Arbeit"), std::make_shared<HostSyncRecord>(0, fields, keyOf("Arbeit"), std::nullopt,
+                                                          "ical-calendar"));
     EXPECT_TRUE(plugin.doSync());
     EXPECT_EQ((*storedInfo("A.calendar"))["Checked"], Value(false));
     EXPECT_EQ((*storedInfo("B.calendar"))["Checked"], Value(true));
