@@ -16,7 +16,7 @@ std::string executableName(const std::string& bundlePath, const Dictionary& info
 {
     const Value& name = info["CFBundleExecutable"];
     if (name.isString() && isPlainPathComponent(name.string()))
-        return name.string();
+        return std::string(name.string());
     const std::string folder = lastPathComponent(bundlePath);
     return folder.substr(0, folder.rfind('.'));
 }

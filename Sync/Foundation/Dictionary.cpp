@@ -11,7 +11,7 @@ namespace {
 constexpr std::size_t kHandful =
     32;  // records and components stay below; up to here a linear look-up is faster
 
-constexpr std::size_t kFirstRoom = 8;  // most dictionaries hold more than one entry
+constexpr std::size_t kFirstRoom = 4;  // most dictionaries hold more than one entry
 
 }  // namespace
 
@@ -20,6 +20,18 @@ Dictionary::Dictionary(std::initializer_list<Entry> entries)
     _entries.reserve(entries.size());
     for (const Entry& entry : entries)
         set(entry.first, entry.second);
+}
+
+Dictionary::Dictionary(const Dictionary& other)
+    : _entries(other._entries),
+      _index(other._index ? std::make_unique<Index>(*other._index) : nullptr)
+{}
+
+Dictionary& Dictionary::operator=(Dictionary other) noexcept
+{
+    _entries.swap(other._entries);
+    _index.swap(other._index);
+    return *this;
 }
 
 void Dictionary::set(std::string_view key, Value value)
@@ -35,8 +47,8 @@ void Dictionary::set(std::string_view key, Value value)
     if (_entries.empty())
         _entries.reserve(kFirstRoom);
     _entries.emplace_back(std::string(key), std::move(value));
-    if (!_index.empty())
-        _index.emplace(_entries.back().first, index);
+    if (_index)
+        _index->places.emplace(_entries.back().first, index);
     else if (_entries.size() > kHandful)
         rebuildIndex();
 }
@@ -52,34 +64,24 @@ void Dictionary::remove(std::string_view key)
     const std::size_t index = indexOf(key);
     if (index == _entries.size())
         return;
-    if (_index.empty()) {
+    if (!_index) {
         _entries.erase(_entries.begin() + static_cast<std::ptrdiff_t>(index));
         return;
     }
     // The gap stays until gaps are the greater part: removing many keys stays linear.
-    _index.erase(_index.find(key));
+    _index->places.erase(_index->places.find(key));
     _entries[index] = Entry();
-    if (_index.size() < _entries.size() / 2)
+    if (_index->places.size() < _entries.size() / 2)
         compact();
     else
-        while (_entries[_first].second.isNil())
-            ++_first;
+        while (_entries[_index->first].second.isNil())
+            ++_index->first;
 }
 
 void Dictionary::clear()
 {
     _entries.clear();
-    _index.clear();
-    _first = 0;
-}
-
-std::vector<Dictionary::Entry> Dictionary::takeEntries()
-{
-    if (!_index.empty())
-        compact();
-    std::vector<Entry> entries = std::move(_entries);
-    clear();
-    return entries;
+    _index.reset();
 }
 
 void Dictionary::merge(const Dictionary& other)
@@ -115,9 +117,9 @@ bool operator==(const Dictionary& left, const Dictionary& right)
 
 std::size_t Dictionary::indexOf(std::string_view key) const
 {
-    if (!_index.empty()) {
-        const auto found = _index.find(key);
-        return found == _index.end() ? _entries.size() : found->second;
+    if (_index) {
+        const auto found = _index->places.find(key);
+        return found == _index->places.end() ? _entries.size() : found->second;
     }
     const auto found = std::find_if(_entries.begin(), _entries.end(),
                                     [&](const Entry& entry) { return entry.first == key; });
@@ -132,13 +134,13 @@ void Dictionary::compact()
 
 void Dictionary::rebuildIndex()
 {
-    _index.clear();
-    _first = 0;
+    _index.reset();
     if (_entries.size() <= kHandful)
         return;
-    _index.reserve(_entries.size());
+    _index = std::make_unique<Index>();
+    _index->places.reserve(_entries.size());
     for (std::size_t index = 0; index < _entries.size(); ++index)
-        _index.emplace(_entries[index].first, index);
+        _index->places.emplace(_entries[index].first, index);
 }
 
 }  // namespace kt

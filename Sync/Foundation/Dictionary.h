@@ -3,6 +3,7 @@
 #include <cstddef>
 #include <initializer_list>
 #include <iterator>
+#include <memory>
 #include <string>
 #include <string_view>
 #include <unordered_map>
@@ -66,6 +67,13 @@ public:
 
     Dictionary() = default;
     Dictionary(std::initializer_list<Entry> entries);
+    Dictionary(const Dictionary& other);
+    Dictionary(Dictionary&& other) noexcept = default;
+    Dictionary& operator=(Dictionary other) noexcept;
+    ~Dictionary() = default;
+
+    /// Makes room for that many entries, for who knows how many there will be.
+    void reserve(std::size_t count) { _entries.reserve(count); }
 
     /// setObject:forKey: replaces in place. Throws Exception NSInvalidArgumentException for nil.
     void set(std::string_view key, Value value);
@@ -76,21 +84,17 @@ public:
     /// addEntriesFromDictionary: entries of the other replace entries of the same key.
     void merge(const Dictionary& other);
 
-    /// The entries themselves, in order, for who takes a dictionary apart without copying; it is
-    /// empty afterwards.
-    std::vector<Entry> takeEntries();
-
     /// Null when the key is absent.
     const Value* find(std::string_view key) const;
     bool contains(std::string_view key) const { return find(key) != nullptr; }
     /// The value, or a nil value when the key is absent.
     const Value& operator[](std::string_view key) const;
 
-    std::size_t size() const { return _index.empty() ? _entries.size() : _index.size(); }
+    std::size_t size() const { return _index ? _index->places.size() : _entries.size(); }
     bool empty() const { return size() == 0; }
     const_iterator begin() const
     {
-        return {_entries.data() + (_index.empty() ? 0 : _first), _entries.data() + _entries.size()};
+        return {_entries.data() + (_index ? _index->first : 0), _entries.data() + _entries.size()};
     }
     const_iterator end() const
     {
@@ -116,10 +120,14 @@ private:
         }
     };
 
-    std::vector<Entry> _entries;  // a removed entry stays as a nil value while there is an index
-    std::unordered_map<std::string, std::size_t, Hash, std::equal_to<>>
-        _index;              // only beyond a handful of keys
-    std::size_t _first = 0;  // with an index: the first entry that is no gap
+    /// What only a large dictionary has: most are small, and there are very many of them.
+    struct Index {
+        std::unordered_map<std::string, std::size_t, Hash, std::equal_to<>> places;
+        std::size_t first = 0;  // the first entry that is no gap
+    };
+
+    std::vector<Entry> _entries;    // a removed entry stays as a nil value while there is an index
+    std::unique_ptr<Index> _index;  // only beyond a handful of keys
 };
 
 }  // namespace kt

@@ -30,7 +30,7 @@ private:
 
     Numbered add(const Value& value, int depth);
     Numbered addContainer(const Value& value, const void* identity, int depth);
-    std::size_t addText(const std::string& text);
+    std::size_t addText(std::string_view text);
     std::size_t addObject(const Value& value);
     std::size_t addClass(const char* name);
     std::size_t append(Value stored);
@@ -79,7 +79,7 @@ Archiver::Numbered Archiver::add(const Value& value, int depth)
     }
 }
 
-std::size_t Archiver::addText(const std::string& text)
+std::size_t Archiver::addText(std::string_view text)
 {
     const auto [entry, isNew] = _texts.emplace(text, _objects.size());
     if (isNew)

@@ -365,7 +365,7 @@ Unarchiver::Made Unarchiver::urlObject(const Dictionary& stored) const
         throwInconsistent("'NS.base' ist keine Adresse");
     return Value(
         std::make_shared<URL>(baseURL ? resolvedAddress(baseURL->description(), relative->string())
-                                      : relative->string()));
+                                      : std::string(relative->string())));
 }
 
 }  // namespace

@@ -1,6 +1,7 @@
 #include "Sync/Foundation/Text.h"
 
 #include <algorithm>
+#include <array>
 #include <cstdint>
 #include <cstring>
 
@@ -68,7 +69,13 @@ std::size_t asciiPrefixLength(std::string_view text, std::size_t position)
 {
     constexpr std::uint64_t kHighBits = 0x8080808080808080;
     std::size_t index = position;
-    // Eight bytes at a time: nearly all text of a calendar is ASCII.
+    // Many bytes at a time: nearly all text of a calendar is ASCII.
+    for (std::array<std::uint64_t, 4> blocks{}; index + sizeof blocks <= text.size();) {
+        std::memcpy(blocks.data(), text.data() + index, sizeof blocks);
+        if (((blocks[0] | blocks[1] | blocks[2] | blocks[3]) & kHighBits) != 0)
+            break;
+        index += sizeof blocks;
+    }
     while (index + sizeof(std::uint64_t) <= text.size()) {
         std::uint64_t block = 0;
         std::memcpy(&block, text.data() + index, sizeof block);

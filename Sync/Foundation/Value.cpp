@@ -71,14 +71,16 @@ bool areEqual(double left, double right)
 Value::Value(const char* text)
 {
     if (text != nullptr)
-        _content = std::string(text);
+        _content = SharedText(text);
 }
 
-Value::Value(std::optional<std::string> text)
+Value::Value(const std::optional<std::string>& text)
 {
     if (text)
-        _content = std::move(*text);
+        _content = SharedText(*text);
 }
+
+Value::Value(Data data) : _content(std::make_shared<const Data>(std::move(data))) {}
 
 Value::Value(Array array)
 {
@@ -97,20 +99,20 @@ bool Value::isNumber() const
     return kind() == Kind::boolean || kind() == Kind::integer || kind() == Kind::real;
 }
 
-const std::string& Value::string() const
+std::string_view Value::string() const
 {
-    const auto* held = std::get_if<std::string>(&_content);
+    const auto* held = std::get_if<SharedText>(&_content);
     if (held == nullptr)
         throwWrongKind(Kind::string, kind());
-    return *held;
+    return held->view();
 }
 
 const Data& Value::data() const
 {
-    const auto* held = std::get_if<Data>(&_content);
+    const auto* held = std::get_if<std::shared_ptr<const Data>>(&_content);
     if (held == nullptr)
         throwWrongKind(Kind::data, kind());
-    return *held;
+    return **held;
 }
 
 Date Value::date() const
@@ -149,7 +151,7 @@ std::optional<std::string> Value::stringOrNil() const
 {
     if (isNil())
         return std::nullopt;
-    return string();
+    return std::string(string());
 }
 
 std::int64_t Value::longLongValue() const
@@ -164,7 +166,7 @@ std::int64_t Value::longLongValue() const
     case Kind::real:
         return truncated(std::get<double>(_content));
     case Kind::string:
-        return kt::longLongValue(std::get<std::string>(_content));
+        return kt::longLongValue(string());
     default:
         throwWrongKind("Zahl oder Text", kind());
     }
@@ -189,7 +191,7 @@ bool Value::boolValue() const
     case Kind::real:
         return std::get<double>(_content) != 0;
     case Kind::string:
-        return kt::boolValue(std::get<std::string>(_content));
+        return kt::boolValue(string());
     default:
         throwWrongKind("Zahl oder Text", kind());
     }
@@ -207,7 +209,7 @@ double Value::doubleValue() const
     case Kind::real:
         return std::get<double>(_content);
     case Kind::string:
-        return kt::doubleValue(std::get<std::string>(_content));
+        return kt::doubleValue(string());
     default:
         throwWrongKind("Zahl oder Text", kind());
     }

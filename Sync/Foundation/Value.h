@@ -10,6 +10,8 @@
 #include <variant>
 #include <vector>
 
+#include "Sync/Foundation/SharedText.h"
+
 namespace kt {
 
 class Dictionary;
@@ -41,8 +43,9 @@ public:
     virtual bool isEqual(const Object& other) const { return this == &other; }
 };
 
-/// One value of a record, a preference or a property list. Arrays, dictionaries and objects are
-/// shared and immutable, so copying a value is cheap and never aliases a change.
+/// One value of a record, a preference or a property list, in 24 bytes. Texts, data, arrays,
+/// dictionaries and objects are shared and immutable, so copying a value is cheap and never aliases
+/// a change.
 class Value {
 public:
     enum class Kind { nil, boolean, integer, real, string, data, date, array, dictionary, object };
@@ -57,11 +60,12 @@ public:
         : _content(static_cast<std::int64_t>(integer))
     {}
     Value(double real) : _content(real) {}
-    Value(std::string text) : _content(std::move(text)) {}
-    Value(std::string_view text) : _content(std::string(text)) {}
+    Value(const std::string& text) : _content(SharedText(text)) {}
+    Value(std::string_view text) : _content(SharedText(text)) {}
     Value(const char* text);  // null is nil
-    Value(std::optional<std::string> text);
-    Value(Data data) : _content(std::move(data)) {}
+    Value(const std::optional<std::string>& text);
+    Value(std::nullopt_t) {}
+    Value(Data data);
     Value(Date date) : _content(date) {}
     Value(Array array);
     Value(Dictionary dictionary);
@@ -83,7 +87,8 @@ public:
     bool isNumber() const;
 
     // Each throws Exception NSInvalidArgumentException on another kind, nil included.
-    const std::string& string() const;
+    /// The view is valid as long as this value stays where it is and as it is.
+    std::string_view string() const;
     const Data& data() const;
     Date date() const;
     const Array& array() const;
@@ -123,11 +128,12 @@ public:
 
 private:
     // The order is that of Kind.
-    std::variant<std::monostate, bool, std::int64_t, double, std::string, Data, Date,
-                 std::shared_ptr<const Array>, std::shared_ptr<const Dictionary>,
-                 std::shared_ptr<const Object>>
+    std::variant<std::monostate, bool, std::int64_t, double, SharedText,
+                 std::shared_ptr<const Data>, Date, std::shared_ptr<const Array>,
+                 std::shared_ptr<const Dictionary>, std::shared_ptr<const Object>>
         _content;
 };
+static_assert(sizeof(Value) <= 3 * sizeof(void*), "large calendars are held as values");
 
 /// addObject: throws Exception NSInvalidArgumentException for nil.
 void appendTo(Array& array, Value value);

@@ -72,7 +72,10 @@ std::string dateOf(const EnhancedDate& date)
     return date->isAllDay() ? date->iCalDate() : date->iCalDate() + " " + date->timezone();
 }
 
-std::string textOf(const Value& value) { return value.isNil() ? "" : unescaped(value.string()); }
+std::string textOf(const Value& value)
+{
+    return value.isNil() ? "" : unescaped(std::string(value.string()));
+}
 
 /// The one thing libical objects to: a trigger at a date is written without VALUE=DATE-TIME, as
 /// iCal writes it.

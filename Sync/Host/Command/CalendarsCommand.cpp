@@ -28,7 +28,10 @@ struct CalendarRow {
     bool isPublished = false;
 };
 
-std::string text(const Value& value) { return value.isString() ? value.string() : ""; }
+std::string text(const Value& value)
+{
+    return value.isString() ? std::string(value.string()) : std::string();
+}
 
 CalendarRow rowForCalendar(const KTSyncRecord& record, const Dictionary& published)
 {

@@ -55,7 +55,8 @@ std::string Comparison::groupOf(const LocalRecord& local) const
 {
     const Dictionary record = _local.underAgreedKeys(local);
     const Value& parent = record[kParent];
-    return parent.isString() && parent.string() != local.agreedId.key ? parent.string() : "";
+    return parent.isString() && parent.string() != local.agreedId.key ? std::string(parent.string())
+                                                                      : std::string();
 }
 
 bool Comparison::hasNewPlace(const LocalRecord& local)

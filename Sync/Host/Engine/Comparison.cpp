@@ -15,7 +15,7 @@ namespace {
 std::optional<std::string> parentOf(const Dictionary& record)
 {
     const Value& parent = record["ParentRecordKey"];
-    return parent.isString() ? std::optional(parent.string()) : std::nullopt;
+    return parent.isString() ? parent.stringOrNil() : std::nullopt;
 }
 
 }  // namespace

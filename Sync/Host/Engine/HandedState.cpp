@@ -55,7 +55,8 @@ void dropParentsThatAreMissing(std::vector<HandedRecord>& handed)
     }
     for (HandedRecord& record : handed) {
         const Value& parent = record.record["ParentRecordKey"];
-        if (!isCalendar(record) || !parent.isString() || calendars.count(parent.string()) != 0)
+        if (!isCalendar(record) || !parent.isString() ||
+            calendars.count(std::string(parent.string())) != 0)
             continue;
         record.record.remove("ParentRecordKey");
         record.parentKey = std::nullopt;
@@ -84,7 +85,7 @@ void tellSourceKeysApart(std::vector<HandedRecord>& handed, LocalState& state,
     for (HandedRecord& record : handed) {
         const Value& sourceKey = record.record["SourceKey"];
         if (isCalendar(record) && sourceKey.isString())
-            sharers[sourceKey.string()].push_back(&record);
+            sharers[std::string(sourceKey.string())].push_back(&record);
     }
     std::unordered_map<std::string, std::string> ofStore;
     std::vector<HandedRecord*> others;

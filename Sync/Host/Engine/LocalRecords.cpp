@@ -101,7 +101,7 @@ void replaceKey(Dictionary& record, std::string_view field,
     const Value& key = record[field];
     if (!key.isString())
         return;
-    const auto found = keys.find(key.string());
+    const auto found = keys.find(std::string(key.string()));
     if (found != keys.end() && found->second != key.string())
         record.set(field, found->second);
 }

@@ -43,11 +43,11 @@ bool isPlainKey(std::string_view key)
     return key != kDate && key != kText && key != kPairs && isPlainText(key);
 }
 
-Value encodedText(const std::string& text)
+Value encodedText(std::string_view text)
 {
     if (isPlainText(text))
         return text;
-    return Dictionary{{std::string(kText), Data{text}}};
+    return Dictionary{{std::string(kText), Data{std::string(text)}}};
 }
 
 Value encodedPairs(const Dictionary& dictionary)
@@ -111,7 +111,7 @@ Value decodedDate(const Dictionary& dictionary)
     if (!date)
         throw Exception(NSInvalidArgumentException,
                         "Ein gespeicherter Datensatz enthält ein unlesbares Datum");
-    return EnhancedDate(std::make_shared<HostEnhancedDate>(*date, timezone.string(),
+    return EnhancedDate(std::make_shared<HostEnhancedDate>(*date, std::string(timezone.string()),
                                                            dictionary[kAllDay].boolValue()));
 }
 

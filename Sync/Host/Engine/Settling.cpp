@@ -86,7 +86,7 @@ private:
 std::string textOf(const Dictionary& record, std::string_view field)
 {
     const Value& value = record[field];
-    return value.isString() ? value.string() : std::string();
+    return value.isString() ? std::string(value.string()) : std::string();
 }
 
 std::string joined(std::initializer_list<std::string_view> parts)

@@ -23,7 +23,8 @@ using Records = std::vector<std::pair<std::string, Dictionary>>;
 std::string colorOf(const Value& field)
 {
     constexpr std::size_t kLength = 7;  // #RRGGBB
-    const std::string text = field.isString() ? field.string().substr(0, kLength) : "";
+    const std::string text(field.isString() ? field.string().substr(0, kLength)
+                                            : std::string_view());
     const bool isColor = text.size() == kLength && text.front() == '#' &&
                          text.find_first_not_of("0123456789abcdefABCDEF", 1) == std::string::npos;
     return isColor ? text : "";
@@ -64,9 +65,9 @@ std::optional<std::string> seriesKeyOf(const Dictionary& record,
                                        const std::unordered_set<std::string>& series)
 {
     const Value& key = record["RecurrenceParentRecordKey"];
-    if (!key.isString() || !series.contains(key.string()))
+    if (!key.isString() || !series.contains(std::string(key.string())))
         return std::nullopt;
-    return key.string();
+    return std::string(key.string());
 }
 
 std::vector<PublishedEvent> eventsOf(const Records& records, const PublishedItems& items)

@@ -33,7 +33,7 @@ std::string checkedPrincipalClass(const Bundle& bundle)
     if (!name.isString() || name.string().empty())
         refuse("Die Info.plist des Plug-ins \"%@\" nennt keine Hauptklasse (NSPrincipalClass).",
                bundle.bundlePath());
-    return name.string();
+    return std::string(name.string());
 }
 
 /// The bundle's own names decide what is opened, so they must not lead out of it.

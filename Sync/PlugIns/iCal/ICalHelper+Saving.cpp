@@ -87,7 +87,7 @@ void Saver::takeItem(const SyncRecord& record)
 {
     const Value& parent = record->record()["ParentRecordKey"];
     if (parent.isString()) {
-        itemsByCalendar[parent.string()].push_back(record);
+        itemsByCalendar[std::string(parent.string())].push_back(record);
         return;
     }
     logToHostAndSystem(pluginHelper, "Defekter Datensatz: %@", record);

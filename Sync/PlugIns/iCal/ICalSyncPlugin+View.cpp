@@ -82,7 +82,7 @@ std::optional<std::string> ICalSyncPlugin::tableViewColorForRow(TableView*, int 
 
 std::string ICalSyncPlugin::recordKeyOf(const KTSyncCalendar& calendar)
 {
-    return Value(calendar.recordKey()).string();
+    return std::string(Value(calendar.recordKey()).string());
 }
 
 }  // namespace kt

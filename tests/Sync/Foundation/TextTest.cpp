@@ -84,6 +84,22 @@ TEST_P(TextReadableUTF8, AcceptsHalvesAndNothingElseOdd)
     EXPECT_EQ(isReadableUTF8(GetParam().bytes), GetParam().isReadable);
 }
 
+// Text is looked through in blocks, so what is no ASCII may stand anywhere in one or behind the
+// last.
+TEST(Text, OtherThanASCIIIsFoundWhereverItStands)
+{
+    for (std::size_t length = 0; length <= 80; ++length) {
+        for (std::size_t position = 0; position <= length; ++position) {
+            std::string text(length, 'x');
+            text.insert(position, "ä");
+            EXPECT_TRUE(isReadableUTF8(text)) << length << " " << position;
+            EXPECT_EQ(utf16Length(text), length + 1) << length << " " << position;
+            text.erase(position, 1);
+            EXPECT_FALSE(isReadableUTF8(text)) << length << " " << position;
+        }
+    }
+}
+
 TEST(Text, JoinsHalvesThatBelongTogether)
 {
     EXPECT_EQ(joinedSurrogateHalves("a" + kHigh + kLow + "b"), "a" + kGrin + "b");

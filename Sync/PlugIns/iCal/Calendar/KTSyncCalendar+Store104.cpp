@@ -40,7 +40,8 @@ std::string archivedSubscription(const Dictionary& subscriber)
 {
     Dictionary settings;
     if (subscriber.contains("SubscriptionURL"))
-        settings.set("RemoteURL", std::make_shared<URL>(subscriber["SubscriptionURL"].string()));
+        settings.set("RemoteURL",
+                     std::make_shared<URL>(std::string(subscriber["SubscriptionURL"].string())));
     for (std::string_view key : {"AutoRefresh", "RefreshInterval", "RefreshDate"})
         setObjectFromDictionary(settings, subscriber, key);
     settings.set("Filter", subscriptionFilter(subscriber));

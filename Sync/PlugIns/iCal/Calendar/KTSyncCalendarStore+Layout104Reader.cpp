@@ -28,7 +28,7 @@ std::string titleForReports(const Value& node)
 {
     if (!node.isDictionary() || !node.dictionary()["Title"].isString())
         return {};
-    return node.dictionary()["Title"].string();
+    return std::string(node.dictionary()["Title"].string());
 }
 
 /// The address of a subscription among the objects of its archive; nil when there is none.

@@ -102,7 +102,7 @@ void KTSyncCalendarStore::Layout104Writer::prepare(KTSyncCalendar& calendar)
         const std::optional<std::string>& parent = calendar.parentRecordKey();
         const bool isMember = parent && parent != recordKey;
         _nodes.add(std::move(node),
-                   isGroup ? Value(recordKey).string() : std::optional<std::string>(),
+                   isGroup ? std::string(Value(recordKey).string()) : std::optional<std::string>(),
                    isMember ? parent : std::nullopt, calendar.title().value_or(""));
     };
     guardedOr(prepareNode, [&](const Exception& exception) {

@@ -41,7 +41,7 @@ std::int32_t calendarType(std::string_view name, const Dictionary& info)
 /// The title for reports, which must not fail over a title of the wrong kind.
 std::string titleForReports(const Dictionary& info)
 {
-    return info["Title"].isString() ? info["Title"].string() : std::string();
+    return info["Title"].isString() ? std::string(info["Title"].string()) : std::string();
 }
 
 }  // namespace
@@ -255,7 +255,7 @@ void KTSyncCalendarStore::Layout105Level::adoptMembers(const Value& memberSource
                                                        const std::string& groupRecordKey)
 {
     for (const Value& member : memberSourceKeys.array()) {
-        const std::string& sourceKey = member.string();
+        const std::string sourceKey(member.string());
         const auto seen = _keysSeen.find(sourceKey);
         if (seen == _keysSeen.end())
             _pendingParents[sourceKey] = groupRecordKey;

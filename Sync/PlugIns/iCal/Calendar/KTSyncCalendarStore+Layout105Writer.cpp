@@ -85,7 +85,7 @@ void KTSyncCalendarStore::Layout105Writer::prepare(KTSyncCalendar& calendar)
         storeItems(calendar, ownFolder);
         Dictionary node = calendar.iCalNode();
         info = node;
-        const std::string recordKey = Value(calendar.recordKey()).string();
+        const std::string recordKey(Value(calendar.recordKey()).string());
         const auto folder = ownFolder ? ownFolder : folderForKey(calendar, recordKey);
         if (!folder)
             return;

@@ -92,7 +92,7 @@ Value KTSyncRecurrenceRule::trimWeekday(const Value& text) const
 {
     return guardedOr(
         [&] {
-            const std::string& weekday = text.string();
+            const std::string_view weekday = text.string();
             const auto start = std::find_if_not(weekday.begin(), weekday.end(), isDecimalDigit);
             return Value(std::string(start, weekday.end()));
         },

@@ -16,7 +16,8 @@ using testing::ElementsAre;
 
 std::string parentOf(const Dictionary& record)
 {
-    return record.contains("ParentRecordKey") ? record["ParentRecordKey"].string() : "";
+    return record.contains("ParentRecordKey") ? std::string(record["ParentRecordKey"].string())
+                                              : "";
 }
 
 SyncRecord local(std::string_view conduit, const std::string& key, Dictionary record)

@@ -103,7 +103,7 @@ SimulatedHome::Load SimulatedHome::load(HostLossReport& losses)
     Load result;
     for (const auto& loaded : store.load()) {
         const std::string& key = loaded.calendar->recordKey();
-        const std::string title = loaded.calendar->record()["Title"].string();
+        const std::string title(loaded.calendar->record()["Title"].string());
         if (unreadable.count(title) != 0) {
             losses.reportLoss({title, "", "Der Kalender kann nicht gelesen werden"});
             continue;
@@ -119,7 +119,7 @@ SimulatedHome::Load SimulatedHome::load(HostLossReport& losses)
             ++result.skippedCalendars;
         target.push_back(loaded.calendar);
         for (const SyncRecord& item : loaded.items) {
-            const std::string itemTitle = item->record()["Title"].string();
+            const std::string itemTitle(item->record()["Title"].string());
             if (unreadable.count(itemTitle) != 0)
                 losses.reportLoss(
                     {title, itemTitle + ".ics", "Die Datei kann nicht gelesen werden"});

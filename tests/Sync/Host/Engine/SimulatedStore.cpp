@@ -16,7 +16,7 @@ namespace {
 std::string text(const Dictionary& record, std::string_view field)
 {
     const Value& value = record[field];
-    return value.isString() ? value.string() : "";
+    return value.isString() ? std::string(value.string()) : std::string();
 }
 
 std::string startOf(const Dictionary& fields)

@@ -84,7 +84,7 @@ protected:
         item.fields.set(fields[pick(3)], value);
         item.fields.set("DateStamp", now());
         if (chance(20))
-            item.fields.set("Title", item.fields["Title"].string() + "'");
+            item.fields.set("Title", std::string(item.fields["Title"].string()) + "'");
         if (chance(60))
             item.fields.set("Sequence", std::to_string(item.fields["Sequence"].intValue() + 1));
     }
@@ -175,7 +175,7 @@ protected:
         if (target->items.empty() || chance(30))
             home.unreadable = {target->title};
         else
-            home.unreadable = {target->items.back().fields["Title"].string()};
+            home.unreadable = {std::string(target->items.back().fields["Title"].string())};
     }
 
     void sync(SimulatedHome& home)

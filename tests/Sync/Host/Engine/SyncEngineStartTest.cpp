@@ -105,7 +105,7 @@ TEST_F(SyncEngineRules, Rule6_GroupsCalendarsAndItemsComeInThisOrderAndTombstone
     std::vector<std::string> order;
     for (const SyncRecord& record : b.pulled)
         order.push_back((record->recordType() == kRecordTypeTombstone ? "-" : "+") +
-                        record->record()["Title"].string());
+                        std::string(record->record()["Title"].string()));
     EXPECT_THAT(order, ElementsAre("+Haus", "+Garten", "+Gießen", "-Sitzung", "-Arbeit"));
 }
 

@@ -68,7 +68,7 @@ protected:
         const auto stored =
             dictionaryWithContentsOfFile(home.path(kNodeFile)).value_or(Dictionary());
         for (const Value& node : stored["List"].array())
-            keys.push_back(node.dictionary()["SourceKey"].string());
+            keys.emplace_back(node.dictionary()["SourceKey"].string());
         return keys;
     }
 

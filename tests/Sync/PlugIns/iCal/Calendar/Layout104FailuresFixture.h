@@ -114,7 +114,8 @@ private:
         if (!home.exists(file))
             return "none";
         const Array list = storedNodes(file);
-        return list.empty() ? "empty" : list.front().dictionary()["SourceKey"].string();
+        return list.empty() ? std::string("empty")
+                            : std::string(list.front().dictionary()["SourceKey"].string());
     }
 };
 

@@ -49,7 +49,7 @@ protected:
         const auto info = storedInfo(*group->recordKey() + ".group");
         std::vector<std::string> keys;
         for (const Value& key : (*info)["Calendars"].array())
-            keys.push_back(key.string());
+            keys.emplace_back(key.string());
         return keys;
     }
 };

@@ -36,9 +36,9 @@ protected:
     {
         std::vector<std::string> all;
         for (const auto& event : *calendar.events())
-            all.push_back(event->title().string());
+            all.emplace_back(event->title().string());
         for (const auto& task : *calendar.tasks())
-            all.push_back("Aufgabe " + task->title().string());
+            all.push_back("Aufgabe " + std::string(task->title().string()));
         return all;
     }
     std::vector<KTLoss> lossesIn(const std::string& name) const

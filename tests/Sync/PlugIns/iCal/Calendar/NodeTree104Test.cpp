@@ -30,8 +30,8 @@ private:
             const Dictionary& entries = node.dictionary();
             text += text.empty() ? "" : " ";
             if (entries.contains("Subnodes"))
-                text +=
-                    entries["Title"].string() + " [" + outline(entries["Subnodes"].array()) + "]";
+                text += std::string(entries["Title"].string()) + " [" +
+                        outline(entries["Subnodes"].array()) + "]";
             else
                 text += entries["SourceKey"].string();
         }
