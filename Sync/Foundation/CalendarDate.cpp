@@ -6,7 +6,6 @@
 
 #include <cctz/civil_time.h>
 
-#include "Sync/Foundation/Text.h"
 #include "Sync/Foundation/TimeZone.h"
 
 namespace kt {
@@ -54,10 +53,11 @@ bool takeNumber(std::string_view& text, std::size_t width, int& number)
     if (text.size() < width)
         return false;
     number = 0;
-    for (const char digit : text.substr(0, width)) {
-        if (!isDecimalDigit(digit))
+    for (std::size_t index = 0; index < width; ++index) {
+        const int digit = text[index] - '0';
+        if (digit < 0 || digit > 9)
             return false;
-        number = number * 10 + (digit - '0');
+        number = number * 10 + digit;
     }
     text.remove_prefix(width);
     return true;
@@ -121,6 +121,7 @@ std::string CalendarDate::descriptionWithCalendarFormat(std::string_view format)
 {
     CalendarDate copy = *this;
     std::string out;
+    out.reserve(2 * format.size());
     for (std::size_t index = 0; index < format.size(); ++index) {
         const bool isDirective = format[index] == '%' && index + 1 < format.size();
         const char letter = isDirective ? format[index + 1] : '\0';

@@ -1,5 +1,6 @@
 #include "Sync/Foundation/Digest.h"
 
+#include <algorithm>
 #include <array>
 #include <memory>
 
@@ -38,17 +39,22 @@ Data digest(const EVP_MD* algorithm, std::string_view text)
     return Data{std::string(reinterpret_cast<const char*>(bytes.data()), length)};
 }
 
-std::string digestHex(const EVP_MD* algorithm, std::string_view text)
+std::string hexTextOf(const unsigned char* bytes, std::size_t length)
 {
     constexpr std::string_view kHexDigits = "0123456789abcdef";
-    DigestBytes bytes;
-    const std::size_t length = compute(algorithm, text, bytes);
     std::string hex(2 * length, '\0');
     for (std::size_t index = 0; index < length; ++index) {
         hex[2 * index] = kHexDigits[bytes[index] >> 4];
         hex[2 * index + 1] = kHexDigits[bytes[index] & 0xF];
     }
     return hex;
+}
+
+std::string digestHex(const EVP_MD* algorithm, std::string_view text)
+{
+    DigestBytes bytes;
+    const std::size_t length = compute(algorithm, text, bytes);
+    return hexTextOf(bytes.data(), length);
 }
 
 // Fetched once: looking an algorithm up by name costs more than digesting a record.
@@ -78,5 +84,16 @@ Data sha256Digest(std::string_view bytes) { return digest(sha256(), bytes); }
 std::string md5DigestHex(std::string_view bytes) { return digestHex(md5(), bytes); }
 std::string sha1DigestHex(std::string_view bytes) { return digestHex(sha1(), bytes); }
 std::string sha256DigestHex(std::string_view bytes) { return digestHex(sha256(), bytes); }
+
+SHA1Digest sha1DigestBytes(std::string_view bytes)
+{
+    DigestBytes computed;
+    compute(sha1(), bytes, computed);
+    SHA1Digest digest;
+    std::copy_n(computed.begin(), digest.size(), digest.begin());
+    return digest;
+}
+
+std::string hexText(const SHA1Digest& digest) { return hexTextOf(digest.data(), digest.size()); }
 
 }  // namespace kt

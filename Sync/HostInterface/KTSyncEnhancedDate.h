@@ -25,7 +25,7 @@ public:
     virtual bool isAllDay() const = 0;
     /// The zone's name as it came, also when the zone database lacks it.
     virtual const std::string& timezone() const = 0;
-    virtual const CalendarDate& calendarDate() const = 0;
+    virtual CalendarDate calendarDate() const = 0;
     /// See CalendarDate::descriptionWithCalendarFormat.
     virtual std::string descriptionWithCalendarFormat(std::string_view format) const = 0;
     // description(): iCalDate, blank, zone.

@@ -1,5 +1,7 @@
 #include "Sync/Host/Engine/HostEnhancedDate.h"
 
+#include <algorithm>
+#include <array>
 #include <memory>
 #include <string>
 
@@ -9,59 +11,80 @@ namespace {
 
 constexpr std::string_view kUTC = "Etc/UTC";
 
-void appendPadded(std::string& text, int number, int width)
-{
-    const std::string digits = std::to_string(number);
-    for (int missing = width - static_cast<int>(digits.size()); missing > 0; --missing)
-        text += '0';
-    text += digits;
-}
-
 // The forms of RFC 5545, 3.3.4 and 3.3.5.
-std::string dateText(const CalendarDate& date)
+constexpr std::size_t kDateLength = 8;
+constexpr std::size_t kDateTimeLength = 15;
+
+/// The last digits of a number, written up to `end`.
+void putDigits(char* end, int number, int width)
 {
-    std::string text;
-    text.reserve(16);
-    appendPadded(text, date.year, 4);
-    appendPadded(text, date.month, 2);
-    appendPadded(text, date.day, 2);
-    return text;
+    for (; width > 0; --width, number /= 10)
+        *--end = static_cast<char>('0' + number % 10);
 }
 
 std::string dateTimeText(const CalendarDate& date)
 {
-    std::string text = dateText(date);
-    text += 'T';
-    appendPadded(text, date.hour, 2);
-    appendPadded(text, date.minute, 2);
-    appendPadded(text, date.second, 2);
+    std::string text;
+    text.reserve(kDateTimeLength + 1);  // a Z may follow
+    text.assign(kDateTimeLength, 'T');
+    putDigits(&text[4], date.year, 4);
+    putDigits(&text[6], date.month, 2);
+    putDigits(&text[8], date.day, 2);
+    putDigits(&text[11], date.hour, 2);
+    putDigits(&text[13], date.minute, 2);
+    putDigits(text.data() + kDateTimeLength, date.second, 2);
+    if (date.year < 0 || date.year > 9999)  // what an instant may come to in another zone
+        text.replace(0, 4, std::to_string(date.year));
+    return text;
+}
+
+std::string dateText(const CalendarDate& date)
+{
+    std::string text = dateTimeText(date);
+    text.resize(text.size() - (kDateTimeLength - kDateLength));
     return text;
 }
 
 /// The names of zones come from files, where thousands of dates may share one that is very long:
-/// dates that follow each other keep one copy of it.
+/// dates of the few names met last share one copy of it. A few, because the dates of one item
+/// differ: most begin and end in a zone, but are stamped in UTC.
 std::shared_ptr<const std::string> sharedText(const std::string& text)
 {
-    thread_local std::shared_ptr<const std::string> last;
-    if (last == nullptr || *last != text)
-        last = std::make_shared<const std::string>(text);
-    return last;
+    thread_local std::array<std::shared_ptr<const std::string>, 4> known;
+    thread_local std::size_t next = 0;
+    const auto found = std::find_if(known.begin(), known.end(), [&](const auto& name) {
+        return name != nullptr && *name == text;
+    });
+    if (found != known.end())
+        return *found;
+    next = (next + 1) % known.size();
+    return known[next] = std::make_shared<const std::string>(text);
 }
 
 }  // namespace
 
 HostEnhancedDate::HostEnhancedDate(const CalendarDate& date, const std::string& timezone,
                                    bool isAllDay)
-    : _date(date),
-      _timezone(sharedText(timezone)),
-      _isAllDay(isAllDay)
+    : _year(static_cast<std::int16_t>(date.year)),
+      _month(static_cast<std::int8_t>(date.month)),
+      _day(static_cast<std::int8_t>(date.day)),
+      _hour(static_cast<std::int8_t>(date.hour)),
+      _minute(static_cast<std::int8_t>(date.minute)),
+      _second(static_cast<std::int8_t>(date.second)),
+      _isAllDay(isAllDay),
+      _timezone(sharedText(timezone))
 {}
+
+CalendarDate HostEnhancedDate::calendarDate() const
+{
+    return {_year, _month, _day, _hour, _minute, _second};
+}
 
 std::string HostEnhancedDate::iCalDate() const
 {
     if (_isAllDay)
-        return dateText(_date);
-    std::string text = dateTimeText(_date);
+        return dateText(calendarDate());
+    std::string text = dateTimeText(calendarDate());
     if (isUTCTime())
         text += 'Z';
     return text;
@@ -71,7 +94,7 @@ std::string HostEnhancedDate::utcDate() const
 {
     // A leap second survives as written: its instant would be the next minute's first second.
     if (isUTCTime() && !_isAllDay)
-        return dateTimeText(_date) + 'Z';
+        return dateTimeText(calendarDate()) + 'Z';
     return dateTimeText(calendarDateOfInstant(instantOf(*this), kUTC)) + 'Z';
 }
 
@@ -79,7 +102,7 @@ bool HostEnhancedDate::isUTCTime() const { return *_timezone == kUTC; }
 
 std::string HostEnhancedDate::descriptionWithCalendarFormat(std::string_view format) const
 {
-    return _date.descriptionWithCalendarFormat(format);
+    return calendarDate().descriptionWithCalendarFormat(format);
 }
 
 std::string HostEnhancedDate::description() const { return iCalDate() + ' ' + *_timezone; }
@@ -87,8 +110,8 @@ std::string HostEnhancedDate::description() const { return iCalDate() + ' ' + *_
 bool HostEnhancedDate::isEqual(const Object& other) const
 {
     const auto* date = dynamic_cast<const KTSyncEnhancedDate*>(&other);
-    return date != nullptr && date->isAllDay() == _isAllDay && date->calendarDate() == _date &&
-           date->timezone() == *_timezone;
+    return date != nullptr && date->isAllDay() == _isAllDay &&
+           date->calendarDate() == calendarDate() && date->timezone() == *_timezone;
 }
 
 Date instantOf(const KTSyncEnhancedDate& date)

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstdint>
 #include <memory>
 #include <optional>
 #include <string>
@@ -21,15 +22,21 @@ public:
     bool isUTCTime() const override;
     bool isAllDay() const override { return _isAllDay; }
     const std::string& timezone() const override { return *_timezone; }
-    const CalendarDate& calendarDate() const override { return _date; }
+    CalendarDate calendarDate() const override;
     std::string descriptionWithCalendarFormat(std::string_view format) const override;
     std::string description() const override;
     bool isEqual(const Object& other) const override;
 
 private:
-    CalendarDate _date;
-    std::shared_ptr<const std::string> _timezone;  // one text for all dates of a line
+    // The wall clock in eight bytes: a large calendar holds several dates for each item.
+    std::int16_t _year;
+    std::int8_t _month;
+    std::int8_t _day;
+    std::int8_t _hour;
+    std::int8_t _minute;
+    std::int8_t _second;
     bool _isAllDay;
+    std::shared_ptr<const std::string> _timezone;  // one text for many dates
 };
 
 /// The point in time that a date stands for; an all-day date is the midnight of its zone.

@@ -39,6 +39,7 @@ TEST_P(DigestKnown, IsLowerCaseHexadecimal)
     EXPECT_EQ(md5DigestHex(GetParam().bytes), GetParam().md5);
     EXPECT_EQ(sha1DigestHex(GetParam().bytes), GetParam().sha1);
     EXPECT_EQ(sha256DigestHex(GetParam().bytes), GetParam().sha256);
+    EXPECT_EQ(hexText(sha1DigestBytes(GetParam().bytes)), GetParam().sha1);
 }
 
 std::string hexadecimal(const Data& digest)

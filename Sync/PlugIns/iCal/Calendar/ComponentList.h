@@ -7,12 +7,13 @@
 
 #include "Sync/Foundation/Exception.h"
 #include "Sync/Foundation/Value.h"
+#include "Sync/PlugIns/iCal/Calendar/Rare.h"
 
 namespace kt {
 
 /// Alarms, attachments or attendees of one item, in order; nullopt where there is no list at all.
 template <class T>
-using ComponentList = std::optional<std::vector<std::shared_ptr<const T>>>;
+using ComponentList = Rare<std::vector<std::shared_ptr<const T>>>;
 
 /// The list that a value dictionary holds. Throws Exception NSInvalidArgumentException when the
 /// value is no array or one of its elements is of another class.

@@ -10,6 +10,16 @@ namespace {
 constexpr std::size_t kHandful = 24;    // most components have a dozen
 constexpr std::size_t kFirstRoom = 16;  // spares the growing of most lists
 
+/// One of 64 bits, by length and first and last character: the names of properties differ in these.
+std::uint64_t bitOfKind(std::string_view key)
+{
+    if (key.empty())
+        return 1;
+    const auto first = static_cast<unsigned char>(key.front());
+    const auto last = static_cast<unsigned char>(key.back());
+    return std::uint64_t{1} << ((key.size() * 7 + first + last * 3U) % 64);
+}
+
 }  // namespace
 
 ComponentProperties::ComponentProperties(std::initializer_list<Entry> entries)
@@ -40,6 +50,7 @@ std::size_t ComponentProperties::enter(std::string_view key)
     if (_entries.empty())
         _entries.reserve(kFirstRoom);
     _entries.push_back(Entry{key, Value()});
+    _kinds |= bitOfKind(key);
     if (_index)
         _index->emplace(key, place);
     else if (_entries.size() > kHandful)
@@ -69,6 +80,8 @@ const Value& ComponentProperties::operator[](std::string_view key) const
 
 std::size_t ComponentProperties::find(std::string_view key) const
 {
+    if ((_kinds & bitOfKind(key)) == 0)
+        return _entries.size();
     if (_index) {
         const auto found = _index->find(key);
         return found == _index->end() ? _entries.size() : found->second;

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
 #include <initializer_list>
 #include <memory>
 #include <string_view>
@@ -52,6 +53,9 @@ private:
     void makeIndex();
 
     std::vector<Entry> _entries;
+    // A bit for the kind of each key (see bitOfKind). Most look-ups are for what is not there, and
+    // most of those end here: a fifth of the time that making an event takes.
+    std::uint64_t _kinds = 0;
     std::unique_ptr<Index> _index;  // only beyond a handful of keys
 };
 

@@ -1,9 +1,7 @@
 #include "Sync/PlugIns/iCal/Calendar/ItemFile.h"
 
 #include <algorithm>
-#include <iterator>
 #include <utility>
-#include <vector>
 
 #include "Sync/Foundation/FileManager.h"
 #include "Sync/Foundation/Text.h"
@@ -17,6 +15,8 @@ constexpr std::string_view kLineEnd = "\r\n";
 constexpr std::string_view kCutLineEnd = "\r\r\n \n";
 constexpr std::string_view kBeginCalendar = "BEGIN:VCALENDAR";
 constexpr std::string_view kEndCalendar = "END:VCALENDAR";
+constexpr std::string_view kBegin = "BEGIN:";
+constexpr std::string_view kLineEndAndBegin = "\r\nBEGIN:";
 
 /// In place and in one pass; most files hold none.
 void joinCutLineEnds(std::string& text)
@@ -45,6 +45,19 @@ bool holdsText(std::string_view line)
     return line.find_first_not_of(" \t\r\n") != std::string_view::npos;
 }
 
+/// Where the last such line begins, of those that have a line end in front of them.
+std::size_t lastLineEqual(std::string_view text, std::string_view line)
+{
+    for (std::size_t found = text.rfind(line); found != std::string_view::npos && found > 0;
+         found = text.rfind(line, found - 1)) {
+        const std::string_view behind = text.substr(found + line.size());
+        if (text.substr(0, found).ends_with(kLineEnd) &&
+            (behind.empty() || behind.starts_with(kLineEnd)))
+            return found;
+    }
+    return std::string_view::npos;
+}
+
 }  // namespace
 
 std::optional<std::string> itemFileText(const std::string& path)
@@ -56,41 +69,30 @@ std::optional<std::string> itemFileText(const std::string& path)
     return text;
 }
 
-LineList itemFileLines(std::string_view text)
+bool beginsCalendar(std::string_view text)
 {
-    constexpr std::size_t kUsualLineLength = 24;
-    std::vector<std::string_view> lines;
-    lines.reserve(text.size() / kUsualLineLength + 1);
-    for (std::size_t end = 0; (end = text.find(kLineEnd)) != std::string_view::npos;) {
-        lines.push_back(text.substr(0, end));
-        text.remove_prefix(end + kLineEnd.size());
+    return text.substr(0, text.find(kLineEnd)) == kBeginCalendar;
+}
+
+Envelope removeEnvelope(std::string_view& text)
+{
+    // Its line end stays, so that every line has one in front.
+    text.remove_prefix(kBeginCalendar.size());
+    const std::size_t end = lastLineEqual(text, kEndCalendar);
+    if (end == std::string_view::npos) {
+        text = {};
+        return Envelope::notClosed;
     }
-    lines.push_back(text);
-    return LineList(std::move(lines));
-}
-
-bool beginsCalendar(const LineList& lines)
-{
-    return !lines.empty() && lines.front() == kBeginCalendar;
-}
-
-Envelope removeEnvelope(LineList& lines)
-{
-    lines.removeFirst(1);
-    const auto behind = std::find(std::make_reverse_iterator(lines.end()),
-                                  std::make_reverse_iterator(lines.begin()), kEndCalendar);
-    const bool isClosed = behind.base() != lines.begin();
-    const auto behindEnd = static_cast<std::size_t>(std::distance(lines.begin(), behind.base()));
-    if (isClosed && std::any_of(behind.base(), lines.end(), holdsText))
+    if (holdsText(text.substr(end + kEndCalendar.size())))
         reportLoss("Was hinter dem letzten END:VCALENDAR steht, wird nicht gelesen");
-    lines.removeLast(lines.size() - behindEnd + (isClosed ? 1 : 0));
-    if (lines.empty())
-        return isClosed ? Envelope::empty : Envelope::notClosed;
-
-    const auto component = std::find_if(lines.begin(), lines.end(), [](std::string_view line) {
-        return line.starts_with("BEGIN:");
-    });
-    lines.removeFirst(static_cast<std::size_t>(std::distance(lines.begin(), component)));
+    text = text.substr(kLineEnd.size(), end - kLineEnd.size());
+    if (text.empty())
+        return Envelope::empty;
+    if (!text.starts_with(kBegin)) {
+        const std::size_t component = text.find(kLineEndAndBegin);
+        text.remove_prefix(component == std::string_view::npos ? text.size()
+                                                               : component + kLineEnd.size());
+    }
     return Envelope::filled;
 }
 

@@ -4,8 +4,6 @@
 #include <string>
 #include <string_view>
 
-#include "Sync/PlugIns/iCal/Calendar/LineList.h"
-
 namespace kt {
 
 // An iCalendar file of a store, up to the point where its components begin (RFC 5545, 3.4).
@@ -14,19 +12,17 @@ namespace kt {
 /// fold at 75 characters cut in two (CR, CR LF, blank, LF) is put together again.
 std::optional<std::string> itemFileText(const std::string& path);
 
-/// The text cut at every CR LF, and only there. The lines point into the text.
-LineList itemFileLines(std::string_view text);
-
-/// Whether the first line opens a calendar.
-bool beginsCalendar(const LineList& lines);
+/// Whether the first line opens a calendar. Lines end at CR LF, and only there.
+bool beginsCalendar(std::string_view text);
 
 /// What stands between the first line of a file and its last END:VCALENDAR.
 enum class Envelope { filled, empty, notClosed };
 
 /// Takes the first line, all from the last END:VCALENDAR on, and the calendar's own properties in
-/// front of the first component out of the lines, which must begin a calendar. All lines go from a
-/// file that is not closed. Tells of text behind END:VCALENDAR as a loss.
-Envelope removeEnvelope(LineList& lines);
+/// front of the first component off the text, which must begin a calendar; every line that is left
+/// ends in CR LF. Nothing is left of a file that is not closed. Tells of
+/// text behind END:VCALENDAR as a loss.
+Envelope removeEnvelope(std::string_view& text);
 
 // The text of an item file around the lines of its items.
 inline constexpr std::string_view kItemFileHeader =

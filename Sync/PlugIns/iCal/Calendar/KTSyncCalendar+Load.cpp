@@ -1,6 +1,7 @@
 // Reads the item files of a calendar's folder into its two lists.
 
 #include <cstddef>
+#include <cstring>
 #include <optional>
 #include <string_view>
 #include <unordered_map>
@@ -108,11 +109,18 @@ private:
     bool _hasTold = false;
 };
 
-void reportLeftLines(const LineList& lines, bool (*stopsReading)(std::string_view name))
+void reportLeftLines(const LineList& lines)
 {
-    LeftLinesReport report(stopsReading);
+    LeftLinesReport report(hidesProperties);
     for (std::string_view line : lines)
         report.add(line);
+    report.finish();
+}
+
+void reportLeftLines(const FileLines& lines)
+{
+    LeftLinesReport report(hidesNothing);
+    lines.forEach([&](std::string_view line) { report.add(line); });
     report.finish();
 }
 
@@ -132,6 +140,15 @@ bool isCopyOf(const KTSyncEvent& first, const KTSyncEvent& second)
         [](const Exception&) { return false; });
 }
 
+struct DigestHash {
+    std::size_t operator()(const SHA1Digest& digest) const noexcept
+    {
+        std::size_t hash = 0;  // any bytes of a digest are as good as others
+        std::memcpy(&hash, digest.data(), sizeof hash);
+        return hash;
+    }
+};
+
 /// A UID may have come twice and is an array then, which is no text but as good a name.
 std::string nameOfUID(const Value& uid) { return (uid.isString() ? "s" : "v") + uid.description(); }
 
@@ -144,7 +161,8 @@ public:
     Loading(KTSyncCalendar& calendar, std::size_t fileCount)
         : _calendar(calendar),
           _helper(calendar._pluginHelper),
-          _logger(calendar.fileLogger())
+          _logger(calendar.fileLogger()),
+          _parentKey(calendar._recordKey)
     {
         _known.reserve(fileCount);  // one event a file in the newer layout
     }
@@ -159,15 +177,20 @@ public:
         } else if (!text) {
             refuseEmptyFile("Datei ist leer, nicht lesbar oder kein UTF-8");
         } else {
-            LineList lines = itemFileLines(*text);
+            std::string_view lines = *text;
             if (opensCalendar(lines))
-                loadItems(lines);
+                loadItems(FileLines(lines));
         }
     }
 
 private:
-    template <class Name>
-    using EventsBy = std::unordered_map<Name, std::shared_ptr<KTSyncEvent>>;
+    /// One component as it stands in the file, for the log: making an item empties its lines.
+    struct AsRead {
+        std::string description() const { return all[index].description(); }
+
+        const FileComponents& all;
+        std::size_t index;
+    };
 
     void refuseEmptyFile(std::string_view reason) const
     {
@@ -175,16 +198,17 @@ private:
         reportLoss(reason);
     }
 
-    bool opensCalendar(LineList& lines) const
+    /// Leaves what stands inside the calendar.
+    bool opensCalendar(std::string_view& text) const
     {
-        if (!beginsCalendar(lines)) {
+        if (!beginsCalendar(text)) {
             logMsg(_helper, "Fehlerhafte iCalendar-Datei fuer '%@': kein BEGIN:VCALENDAR",
                    _calendar._title);
             reportLoss("Datei beginnt nicht mit BEGIN:VCALENDAR");
             return false;
         }
-        reportHiddenComponents(lines);
-        switch (removeEnvelope(lines)) {
+        reportHiddenComponents(FileLines(text));
+        switch (removeEnvelope(text)) {
         case Envelope::filled:
             return true;
         case Envelope::empty:
@@ -197,40 +221,51 @@ private:
         return false;
     }
 
-    void loadItems(LineList& lines)
+    void loadItems(FileLines lines)
     {
         _series.clear();
         _occurrences.clear();
-        for (LineList& component :
-             KTSyncCalendarTools::findAndRemoveComponents("VEVENT", lines, _logger))
-            loadItem(component, "[ICalCalendar loadEvents(event)]: '%@'\n%@", &Loading::loadEvent);
+        const FileComponents events =
+            KTSyncCalendarTools::findAndRemoveComponents("VEVENT", lines, _logger);
+        makeRoomForEvents(events.size());
+        loadComponents(events, "[ICalCalendar loadEvents(event)]: '%@'\n%@", &Loading::loadEvent);
         linkOccurrences();
-        for (LineList& component :
-             KTSyncCalendarTools::findAndRemoveComponents("VTODO", lines, _logger))
-            loadItem(component, "[ICalCalendar loadEvents(task)]: '%@'\n%@", &Loading::loadTask);
-        reportLeftLines(lines, hidesNothing);
+        loadComponents(KTSyncCalendarTools::findAndRemoveComponents("VTODO", lines, _logger),
+                       "[ICalCalendar loadEvents(task)]: '%@'\n%@", &Loading::loadTask);
+        reportLeftLines(lines);
     }
 
-    void loadItem(LineList& component, std::string_view failure,
-                  void (Loading::*load)(LineList&, const LineList&))
+    /// Grows once for a file of many events, not over and over; small files grow as they go.
+    void makeRoomForEvents(std::size_t count)
     {
-        reportCutKeys(component);
-        const LineList asRead = component;  // making the item empties the component
-        guarded(
-            _logger, failure, [&] { return asRead.description(); },
-            [&] { (this->*load)(component, asRead); });
-        reportLeftLines(component, hidesProperties);
+        if (count <= _known.bucket_count())
+            return;
+        _known.reserve(_known.size() + count);
+        _calendar._events->reserve(_calendar._events->size() + count);
     }
 
-    void loadEvent(LineList& component, const LineList& asRead)
+    void loadComponents(const FileComponents& components, std::string_view failure,
+                        void (Loading::*load)(LineList&, const AsRead&))
     {
-        auto event =
-            KTSyncEvent::syncEventWithPluginHelper(_helper, _calendar._recordKey, component);
+        for (std::size_t index = 0; index < components.size(); ++index) {
+            const AsRead asRead{components, index};
+            LineList component = components[index];
+            reportCutKeys(component);
+            guarded(
+                _logger, failure, [&] { return asRead.description(); },
+                [&] { (this->*load)(component, asRead); });
+            reportLeftLines(component);
+        }
+    }
+
+    void loadEvent(LineList& component, const AsRead& asRead)
+    {
+        auto event = KTSyncEvent::syncEventWithPluginHelper(_helper, _parentKey, component);
         if (!event) {
             logMsg(_helper, "Leeres Ereignis aus:\n%@", asRead.description());
             return;
         }
-        const auto [known, isNew] = _known.try_emplace(*event->uniquenessKey(), event);
+        const auto [known, isNew] = _known.emplace(*event->uniquenessDigest(), event.get());
         if (!isNew) {
             logMsg(_helper, "Doppeltes Ereignis:\n%@", asRead.description());
             if (!isCopyOf(*known->second, *event))
@@ -257,9 +292,9 @@ private:
         }
     }
 
-    void loadTask(LineList& component, const LineList& asRead)
+    void loadTask(LineList& component, const AsRead& asRead)
     {
-        auto task = KTSyncTask::syncTaskWithPluginHelper(_helper, _calendar._recordKey, component);
+        auto task = KTSyncTask::syncTaskWithPluginHelper(_helper, _parentKey, component);
         if (task)
             _calendar._tasks->push_back(std::move(task));
         else
@@ -269,8 +304,11 @@ private:
     KTSyncCalendar& _calendar;
     KTSyncPluginHelper* _helper;
     KTFileLogger* _logger;
-    EventsBy<std::string_view> _known;                       // by their own uniqueness keys
-    EventsBy<std::string> _series;                           // of this file, by UID
+    const Value _parentKey;  // one text for all items
+    // The events that are kept, by what makes them unique: a copy of the digest, because going to
+    // the events for it would miss the cache once or more for each.
+    std::unordered_map<SHA1Digest, const KTSyncEvent*, DigestHash> _known;
+    std::unordered_map<std::string, std::shared_ptr<KTSyncEvent>> _series;  // of this file, by UID
     std::vector<std::shared_ptr<KTSyncEvent>> _occurrences;  // of this file, detached
 };
 

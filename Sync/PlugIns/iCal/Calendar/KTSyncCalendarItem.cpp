@@ -55,13 +55,12 @@ void appendICalLines(std::string& lines, const ComponentList<T>& list)
 
 KTSyncCalendarItem::~KTSyncCalendarItem() = default;
 
-KTSyncCalendarItem::KTSyncCalendarItem(KTSyncPluginHelper* pluginHelper,
-                                       std::optional<std::string> parentRecordKey, LineList& lines)
+KTSyncCalendarItem::KTSyncCalendarItem(KTSyncPluginHelper* pluginHelper, Value parentRecordKey,
+                                       LineList& lines)
     : _pluginHelper(pluginHelper),
-      _parentRecordKey(std::move(parentRecordKey)),
-      _alarms(std::in_place),
-      _appleSpecialFields(std::in_place)
+      _parentRecordKey(std::move(parentRecordKey))
 {
+    _alarms.emplace();
     takeAlarms(lines);
     takeProperties(lines);
 }
@@ -101,22 +100,23 @@ void KTSyncCalendarItem::takeProperties(LineList& lines)
     guarded(
         logger, "[KTSyncCalendarItem init]:\n%@\n%@", [&] { return lines.description(); },
         [&] {
-            _components = KTSyncCalendarTools::filterICalValuesInComponents(
-                KTSyncCalendarTools::findAndRemovePropertiesFromLines(lines, logger),
-                Platform::shared().localTimeZoneName(), logger);
-            _title = _components["SUMMARY"];
+            _components = std::make_unique<ComponentProperties>(
+                KTSyncCalendarTools::filterICalValuesInComponents(
+                    KTSyncCalendarTools::findAndRemovePropertiesFromLines(lines, logger),
+                    Platform::shared().localTimeZoneName(), logger));
+            _title = componentValue("SUMMARY");
             _notes = takeComponent("DESCRIPTION");
             _url = takeComponent("URL");
             _uid = takeComponent("UID");
             _sequence = takeComponent("SEQUENCE");
             if (_sequence.isNil())
                 _sequence = "1";
-            _attachments = componentListWithValue<KTSyncAttachment>(_components["ATTACH"]);
+            _attachments = componentListWithValue<KTSyncAttachment>(componentValue("ATTACH"));
             _dateStamp = dateInComponents("DTSTAMP");
             _startDate = dateInComponents("DTSTART");
-            for (const auto& [name, value] : _components) {
+            for (const auto& [name, value] : *_components) {
                 if (name.starts_with(kSpecialPrefix))
-                    _appleSpecialFields->set(name, takeComponent(name));
+                    _appleSpecialFields.valueOrNew().set(name, takeComponent(name));
             }
         });
 }
@@ -163,7 +163,9 @@ void KTSyncCalendarItem::takeAttachments(const Dictionary& syncRecord)
 
 Dictionary KTSyncCalendarItem::sharedSyncRecord() const
 {
+    constexpr std::size_t kUsualEntries = 14;  // of an event, what its own class adds included
     Dictionary record;
+    record.reserve(kUsualEntries);
     guarded(
         fileLogger(), "[KTSyncCalendarItem syncRecord]:\n%@\n%@",
         [&] { return record.description(); },
@@ -228,6 +230,11 @@ void KTSyncCalendarItem::appendSpecialFields(std::string& lines) const
     }
 }
 
+std::optional<std::string> KTSyncCalendarItem::uniquenessKey() const
+{
+    return _uniquenessDigest ? std::optional(hexText(*_uniquenessDigest)) : std::nullopt;
+}
+
 void KTSyncCalendarItem::adoptRecordKeyAsUID()
 {
     if (_uid.isNil() && _recordKey)
@@ -236,12 +243,12 @@ void KTSyncCalendarItem::adoptRecordKeyAsUID()
 
 EnhancedDate KTSyncCalendarItem::dateInComponents(std::string_view name) const
 {
-    return _components[name].objectOfClass<KTSyncEnhancedDate>();
+    return componentValue(name).objectOfClass<KTSyncEnhancedDate>();
 }
 
 Value KTSyncCalendarItem::takeComponent(std::string_view name)
 {
-    return _title.isNil() ? _components[name] : _components.take(name);
+    return _title.isNil() ? componentValue(name) : _components->take(name);
 }
 
 void KTSyncCalendarItem::appendProperty(std::string& lines, std::string_view format,

@@ -1,11 +1,13 @@
 #pragma once
 
+#include <memory>
 #include <optional>
 #include <string>
 #include <string_view>
 #include <utility>
 
 #include "Sync/Foundation/Dictionary.h"
+#include "Sync/Foundation/Digest.h"
 #include "Sync/HostInterface/KTSyncEnhancedDate.h"
 #include "Sync/HostInterface/KTSyncPluginHelper.h"
 #include "Sync/PlugIns/iCal/Calendar/ComponentList.h"
@@ -13,6 +15,7 @@
 #include "Sync/PlugIns/iCal/Calendar/KTSyncAlarm.h"
 #include "Sync/PlugIns/iCal/Calendar/KTSyncAttachment.h"
 #include "Sync/PlugIns/iCal/Calendar/LineList.h"
+#include "Sync/PlugIns/iCal/Calendar/Rare.h"
 
 namespace kt {
 
@@ -45,16 +48,17 @@ public:
     const ComponentList<KTSyncAlarm>& alarms() const { return _alarms; }
     const ComponentList<KTSyncAttachment>& attachments() const { return _attachments; }
     const std::optional<std::string>& recordKey() const { return _recordKey; }
-    const std::optional<std::string>& parentRecordKey() const { return _parentRecordKey; }
-    /// Nil for tasks and for what was made from a record.
-    const std::optional<std::string>& uniquenessKey() const { return _uniquenessKey; }
+    std::optional<std::string> parentRecordKey() const { return _parentRecordKey.stringOrNil(); }
+    /// Hexadecimal; nil for tasks and for what was made from a record.
+    std::optional<std::string> uniquenessKey() const;
+    /// The same as it is kept.
+    const std::optional<SHA1Digest>& uniquenessDigest() const { return _uniquenessDigest; }
     void setUID(Value uid) { _uid = std::move(uid); }
 
 protected:
     /// initWithPluginHelper:andParentRecordKey:andICalendarLines: consumes the alarms and
     /// properties of the lines; what nobody knows is left in them.
-    KTSyncCalendarItem(KTSyncPluginHelper* pluginHelper, std::optional<std::string> parentRecordKey,
-                       LineList& lines);
+    KTSyncCalendarItem(KTSyncPluginHelper* pluginHelper, Value parentRecordKey, LineList& lines);
     /// initWithPluginHelper:recordKey:andSyncRecord:
     KTSyncCalendarItem(KTSyncPluginHelper* pluginHelper, std::optional<std::string> recordKey,
                        const Dictionary& syncRecord);
@@ -68,9 +72,11 @@ protected:
     KTFileLogger* fileLogger() const;
     /// The date that the component holds under that name; null also for a text that is none.
     EnhancedDate dateInComponents(std::string_view name) const;
+    /// The value that the component holds under that name, or nil.
+    const Value& componentValue(std::string_view name) const { return (*_components)[name]; }
     /// All values that are kept stand in fields then; holding them twice would double what a large
     /// calendar takes.
-    void releaseComponents() { _components = ComponentProperties(); }
+    void releaseComponents() { _components.reset(); }
     /// Moves a value out of the component. Out of one without a title it is copied: that is shown
     /// in the log as a whole.
     Value takeComponent(std::string_view name);
@@ -81,20 +87,20 @@ protected:
 
     KTSyncPluginHelper* _pluginHelper;  // not owned
     std::optional<std::string> _recordKey;
-    std::optional<std::string> _parentRecordKey;
+    Value _parentRecordKey;  // one text for all items of a calendar
     Value _title;
     Value _notes;
     Value _url;
     Value _sequence;
     Value _uid;
-    std::optional<std::string> _uniquenessKey;
+    std::optional<SHA1Digest> _uniquenessDigest;
     EnhancedDate _dateStamp;
     EnhancedDate _startDate;
     ComponentList<KTSyncAlarm> _alarms;
     ComponentList<KTSyncAttachment> _attachments;
-    std::optional<Dictionary> _appleSpecialFields;  // X- properties, name to value, verbatim
+    Rare<Dictionary> _appleSpecialFields;  // X- properties, name to value, verbatim
     /// All properties, as the value filter gave them, while the item is made from lines.
-    ComponentProperties _components;
+    std::unique_ptr<ComponentProperties> _components;
 
 private:
     void appendSpecialFields(std::string& lines) const;

@@ -26,8 +26,8 @@ bool isDateProperty(std::string_view key, std::string_view name)
            key.starts_with("TRIGGER;TZID=");
 }
 
-/// One run of the value filter over the properties of a component. Raw values are moved at the
-/// very end, since a failure has to show the properties as they were.
+/// One run of the value filter over the properties of a component. It leaves them as they are,
+/// since a failure has to show them; raw values are shared, not copied.
 class ValueFilter {
 public:
     ValueFilter(ComponentProperties properties, const std::string& defaultTimezone,
@@ -39,15 +39,17 @@ public:
 
     ComponentProperties values()
     {
-        for (auto& property : _properties)
+        for (const auto& property : _properties)
             takeGuarded(property);
-        return finished();
+        for (auto& [name, list] : _lists)
+            set(name, std::move(list));
+        return std::move(_values);
     }
 
 private:
     using Property = ComponentProperties::Entry;
 
-    void takeGuarded(Property& property)
+    void takeGuarded(const Property& property)
     {
         try {
             take(property);
@@ -58,7 +60,7 @@ private:
         }
     }
 
-    void take(Property& property)
+    void take(const Property& property)
     {
         const auto& [key, value] = property;
         const std::string_view name = KTSyncCalendarTools::propertyNameInKey(key);
@@ -75,7 +77,7 @@ private:
         else if (name == "ATTACH")
             takeAttachments(key, value);
         else
-            takeRaw(property, name);
+            set(name, value);
     }
 
     void takeExceptionDates(const Property& property, std::string_view name)
@@ -103,7 +105,7 @@ private:
                              name, title.isNil() ? Value("") : title, zone));
     }
 
-    void takeDate(Property& property, std::string_view name)
+    void takeDate(const Property& property, std::string_view name)
     {
         const auto& [key, text] = property;
         tellOfCutZone(key, name);
@@ -112,7 +114,7 @@ private:
         const EnhancedDate date = KTSyncCalendarTools::parseICalDate(text, timezone, _fileLogger);
         if (date == nullptr) {
             reportLoss(stringWithFormat("%@: '%@' ist kein Datum", name, text));
-            takeRaw(property, name);
+            set(name, text);
             return;
         }
         set(name, date);
@@ -145,21 +147,7 @@ private:
     }
 
     /// Of several keys of one name the last one's value stays, at the place of the first.
-    void set(std::string_view name, Value value)
-    {
-        _values.set(name, std::move(value));
-        enter(name, nullptr);
-    }
-
-    /// Enters the name alone; the value follows at the end.
-    void takeRaw(Property& property, std::string_view name) { enter(name, &property); }
-
-    void enter(std::string_view name, Property* raw)
-    {
-        const std::size_t place = _values.enter(name);
-        _raw.resize(_values.size());
-        _raw[place] = raw;
-    }
+    void set(std::string_view name, Value value) { _values.set(name, std::move(value)); }
 
     /// The list under a name, entered empty when it is new. Lists grow aside: a value is immutable.
     Array& listNamed(std::string_view name)
@@ -172,22 +160,10 @@ private:
         return _lists.emplace_back(name, Array()).second;
     }
 
-    ComponentProperties finished()
-    {
-        for (std::size_t place = 0; place < _raw.size(); ++place) {
-            if (_raw[place] != nullptr)
-                _values.valueAt(place) = std::move(_raw[place]->value);
-        }
-        for (auto& [name, list] : _lists)
-            _values.set(name, std::move(list));
-        return std::move(_values);
-    }
-
     ComponentProperties _properties;
     const std::string& _defaultTimezone;
     KTFileLogger* _fileLogger;
     ComponentProperties _values;
-    std::vector<Property*> _raw;  // for each place of a value the property to move it from, if any
     std::vector<std::pair<std::string_view, Array>> _lists;  // three names at most
 };
 

@@ -16,6 +16,7 @@ namespace kt {
 namespace {
 
 constexpr std::size_t kLineLength = 75;  // characters in one physical line
+constexpr std::string_view kLineEnd = "\r\n";
 constexpr std::string_view kFold = "\r\n ";
 
 std::string foldedASCII(std::string_view line, std::size_t position)
@@ -64,7 +65,36 @@ std::string foldedText(std::string_view line, std::size_t position, std::size_t 
     return folded;
 }
 
-/// The state of taking the components of one name out of a list.
+/// Gathers components as lists of lines.
+struct GatheredLists {
+    void begin(std::string_view /*marker*/)
+    {
+        constexpr std::size_t kUsualLines = 8;  // of an alarm
+        current = LineList();
+        current.reserve(kUsualLines);
+    }
+    void add(std::string_view line) { current.append(line); }
+    void end(std::string_view /*marker*/) { components.push_back(std::exchange(current, {})); }
+
+    LineList current;
+    std::vector<LineList> components;
+};
+
+/// Gathers components as stretches of the text that all lines are views into.
+struct GatheredStretches {
+    void begin(std::string_view marker) { start = marker.data() + marker.size() + kLineEnd.size(); }
+    void add(std::string_view /*line*/) {}
+    void end(std::string_view marker)
+    {
+        components.emplace_back(start, static_cast<std::size_t>(marker.data() - start));
+    }
+
+    const char* start = nullptr;
+    std::vector<std::string_view> components;
+};
+
+/// The state of taking the components of one name out of some lines.
+template <class Gathered>
 class ComponentCollector {
 public:
     explicit ComponentCollector(std::string_view name)
@@ -79,17 +109,20 @@ public:
     {
         if (line == _begin) {
             reportUnclosed();
-            _open = true;
-            _current = LineList();
+            _isOpen = true;
+            _lineCount = 0;
+            _gathered.begin(line);
         } else if (line == _end) {
-            if (!_open)
+            if (!_isOpen)
                 throw Exception(NSInvalidArgumentException, "END ohne BEGIN: " + _end);
-            _open = false;
-            _components.push_back(std::exchange(_current, LineList()));
+            _isOpen = false;
+            _gathered.end(line);
         } else {
-            if (_open)
-                _current.append(line);
-            return _open;
+            if (_isOpen) {
+                ++_lineCount;
+                _gathered.add(line);
+            }
+            return _isOpen;
         }
         return true;
     }
@@ -97,21 +130,47 @@ public:
     /// A component still open here is lost with its lines.
     void reportUnclosed() const
     {
-        if (_open)
+        if (_isOpen)
             reportLoss(stringWithFormat("Komponente '%@' ohne END, %d Zeilen verworfen", _name,
-                                        _current.size()));
+                                        _lineCount));
     }
 
-    std::vector<LineList> components() { return std::move(_components); }
+    auto components() { return std::move(_gathered.components); }
 
 private:
     std::string_view _name;
     std::string _begin;
     std::string _end;
-    bool _open = false;
-    LineList _current;
-    std::vector<LineList> _components;
+    bool _isOpen = false;
+    std::size_t _lineCount = 0;  // of the open one
+    Gathered _gathered;
 };
+
+std::string descriptionOf(const LineList& lines) { return lines.description(); }
+std::string descriptionOf(const FileLines& lines) { return lines.lines().description(); }
+
+template <class Gathered, class Lines>
+auto componentsTakenOut(std::string_view name, Lines& lines, KTFileLogger* fileLogger)
+{
+    ComponentCollector<Gathered> collector(name);
+    std::optional<Exception> failure;
+    lines.removeIf([&](std::string_view line) {
+        return !failure && guardedOr([&] { return collector.claims(line); },
+                                     [&](const Exception& exception) {
+                                         failure = exception;
+                                         return false;
+                                     });
+    });
+    if (failure) {
+        logTo(fileLogger,
+              "[KTSyncCalendarTools findAndRemoveComponents] '%@':\n%@\n>>>>>>>>>>\n%@>>>>>>>>>>\n",
+              name, descriptionOf(lines), *failure);
+        reportLoss(stringWithFormat("END ohne BEGIN: alles ab 'END:%@' bleibt ungelesen", name));
+    } else {
+        collector.reportUnclosed();
+    }
+    return collector.components();
+}
 
 }  // namespace
 
@@ -158,24 +217,15 @@ std::vector<LineList> KTSyncCalendarTools::findAndRemoveComponents(std::string_v
                                                                    LineList& fromLines,
                                                                    KTFileLogger* fileLogger)
 {
-    ComponentCollector collector(name);
-    std::optional<Exception> failure;
-    fromLines.removeIf([&](std::string_view line) {
-        return !failure && guardedOr([&] { return collector.claims(line); },
-                                     [&](const Exception& exception) {
-                                         failure = exception;
-                                         return false;
-                                     });
-    });
-    if (failure) {
-        logTo(fileLogger,
-              "[KTSyncCalendarTools findAndRemoveComponents] '%@':\n%@\n>>>>>>>>>>\n%@>>>>>>>>>>\n",
-              name, fromLines.description(), *failure);
-        reportLoss(stringWithFormat("END ohne BEGIN: alles ab 'END:%@' bleibt ungelesen", name));
-    } else {
-        collector.reportUnclosed();
-    }
-    return collector.components();
+    return componentsTakenOut<GatheredLists>(name, fromLines, fileLogger);
+}
+
+FileComponents KTSyncCalendarTools::findAndRemoveComponents(std::string_view name,
+                                                            FileLines& fromLines,
+                                                            KTFileLogger* fileLogger)
+{
+    FileLines before = fromLines;
+    return {std::move(before), componentsTakenOut<GatheredStretches>(name, fromLines, fileLogger)};
 }
 
 }  // namespace kt

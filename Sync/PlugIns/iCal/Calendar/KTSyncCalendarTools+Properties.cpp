@@ -54,6 +54,7 @@ std::size_t findUnquoted(std::string_view text, char character, std::size_t posi
 
 /// Key and value of one property line, the value without what its continuation lines hold.
 struct PropertyLine {
+    PropertyLine() = default;
     explicit PropertyLine(std::string_view line)
         : key(KTSyncCalendarTools::propertyKeyInLine(line)),
           value(key.size() < line.size() ? line.substr(key.size() + 1) : std::string_view())
@@ -70,10 +71,9 @@ public:
     void startProperty(std::string_view line)
     {
         finishProperty();
-        const PropertyLine property(line);
-        _key = property.key;
-        _value = property.value;
+        _property = PropertyLine(line);
         _isOpen = true;
+        _isFolded = false;
     }
 
     /// A blank at the start of a line carries on the property before it.
@@ -83,7 +83,9 @@ public:
             finishProperty();
             return false;
         }
-        _value += line.substr(1);
+        if (!std::exchange(_isFolded, true))
+            _unfolded = _property.value;
+        _unfolded += line.substr(1);
         return true;
     }
 
@@ -100,24 +102,31 @@ private:
     {
         if (!std::exchange(_isOpen, false))
             return;
-        // A fold may have cut a character beyond the BMP; each half begins with this byte.
-        if (_value.find('\xED') != std::string::npos)
-            _value = joinedSurrogateHalves(std::move(_value));
-        const std::size_t place = _properties.enter(_key);
+        const std::size_t place = _properties.enter(_property.key);
         Value& value = _properties.valueAt(place);
-        if (value.isNil() || _key == kSingleValuedKey) {
-            value = std::exchange(_value, std::string());
+        if (value.isNil() || _property.key == kSingleValuedKey) {
+            value = finishedValue();
             return;
         }
         Array& list = _lists[place];
         if (list.empty())
             list.push_back(value);
-        list.emplace_back(std::exchange(_value, std::string()));
+        list.push_back(finishedValue());
     }
 
-    std::string_view _key;
-    std::string _value;
+    Value finishedValue() const
+    {
+        const std::string_view text = _isFolded ? std::string_view(_unfolded) : _property.value;
+        // A fold may have cut a character beyond the BMP; each half begins with this byte.
+        if (text.find('\xED') != std::string_view::npos)
+            return joinedSurrogateHalves(std::string(text));
+        return text;
+    }
+
+    PropertyLine _property;
     bool _isOpen = false;
+    bool _isFolded = false;  // then the value stands here:
+    std::string _unfolded;
     ComponentProperties _properties;
     std::unordered_map<std::size_t, Array> _lists;  // of keys that came more than once, by place
 };

@@ -12,6 +12,7 @@
 #include "Sync/HostInterface/KTFileLogger.h"
 #include "Sync/HostInterface/KTSyncEnhancedDate.h"
 #include "Sync/PlugIns/iCal/Calendar/ComponentProperties.h"
+#include "Sync/PlugIns/iCal/Calendar/FileLines.h"
 #include "Sync/PlugIns/iCal/Calendar/LineList.h"
 
 namespace kt {
@@ -70,6 +71,10 @@ public:
     /// it stay.
     static std::vector<LineList> findAndRemoveComponents(std::string_view name, LineList& fromLines,
                                                          KTFileLogger* fileLogger);
+
+    /// The same for the lines of a whole file.
+    static FileComponents findAndRemoveComponents(std::string_view name, FileLines& fromLines,
+                                                  KTFileLogger* fileLogger);
 
     // Properties: KTSyncCalendarTools+Properties.cpp
 

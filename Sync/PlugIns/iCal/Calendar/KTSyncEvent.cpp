@@ -48,8 +48,7 @@ bool isAllDayIn(const Value& flag)
 }  // namespace
 
 std::shared_ptr<KTSyncEvent> KTSyncEvent::syncEventWithPluginHelper(
-    KTSyncPluginHelper* pluginHelper, std::optional<std::string> andParentRecordKey,
-    LineList& andICalendarLines)
+    KTSyncPluginHelper* pluginHelper, Value andParentRecordKey, LineList& andICalendarLines)
 {
     if (pluginHelper == nullptr)
         return nullptr;
@@ -66,8 +65,7 @@ std::shared_ptr<KTSyncEvent> KTSyncEvent::syncEventWithPluginHelper(
     return std::make_shared<KTSyncEvent>(pluginHelper, std::move(recordKey), andSyncRecord);
 }
 
-KTSyncEvent::KTSyncEvent(KTSyncPluginHelper* pluginHelper,
-                         std::optional<std::string> parentRecordKey, LineList& lines)
+KTSyncEvent::KTSyncEvent(KTSyncPluginHelper* pluginHelper, Value parentRecordKey, LineList& lines)
     : KTSyncCalendarItem(pluginHelper, std::move(parentRecordKey), lines)
 {
     guarded(
@@ -89,18 +87,18 @@ void KTSyncEvent::takeComponents()
     _location = takeComponent("LOCATION");
     _transp = takeComponent("TRANSP");
     _endDate = dateInComponents("DTEND");
-    _isAllDay = isAllDayIn(_components["ALLDAY"]);
-    _duration = _components["DURATION"];
-    _attendees = componentListWithValue<KTSyncAttendee>(_components["ATTENDEE"]);
-    _recurrenceRule = _components["RRULE"].objectOfClass<KTSyncRecurrenceRule>();
-    _exceptionDates = _components["EXDATE"];
+    _isAllDay = isAllDayIn(componentValue("ALLDAY"));
+    _duration = componentValue("DURATION");
+    _attendees = componentListWithValue<KTSyncAttendee>(componentValue("ATTENDEE"));
+    _recurrenceRule = componentValue("RRULE").objectOfClass<KTSyncRecurrenceRule>();
+    _exceptionDates = componentValue("EXDATE");
     _recurrenceId = dateInComponents("RECURRENCE-ID");
     if (_title.isNil()) {
-        logMsg(_pluginHelper, "Ereignis ohne Beschreibung:\n%@", Dictionary(_components));
+        logMsg(_pluginHelper, "Ereignis ohne Beschreibung:\n%@", Dictionary(*_components));
         _title = "";
     }
     _recordKey = computedRecordKey();
-    _uniquenessKey = computedUniquenessKey();
+    _uniquenessDigest = computedUniquenessDigest();
     releaseComponents();
 }
 
@@ -136,12 +134,12 @@ std::string KTSyncEvent::computedRecordKey() const
     appendFormatted(content, _title);
     content += _startDate ? _startDate->descriptionWithCalendarFormat("%Y%m%dT%H:%M:%S") : "(null)";
     appendFormatted(content, _sequence);
-    content += _parentRecordKey ? *_parentRecordKey : "(null)";
+    appendFormatted(content, _parentRecordKey);
     return sha1DigestHex(content);
 }
 
 // What two copies of one event share: neither UID nor sequence, time stamp, alarms or X- fields.
-std::string KTSyncEvent::computedUniquenessKey() const
+SHA1Digest KTSyncEvent::computedUniquenessDigest() const
 {
     std::string content;
     content.reserve(kDigestedLength);
@@ -149,8 +147,8 @@ std::string KTSyncEvent::computedUniquenessKey() const
     appendIfPresent(content, _notes);
     appendIfPresent(content, _url);
     appendIfPresent(content, _location);
-    appendIfPresent(content, _components["ATTACH"]);
-    appendIfPresent(content, _components["ATTENDEE"]);
+    appendIfPresent(content, componentValue("ATTACH"));
+    appendIfPresent(content, componentValue("ATTENDEE"));
     appendIfPresent(content, _startDate);
     appendIfPresent(content, _endDate);
     appendIfPresent(content, _duration);
@@ -158,14 +156,12 @@ std::string KTSyncEvent::computedUniquenessKey() const
         content += _recurrenceRule->iCalLines();
     if (_isAllDay)
         content += "ALLDAY";
-    return sha1DigestHex(content);
+    return sha1DigestBytes(content);
 }
 
 void KTSyncEvent::addRecurrenceExceptionDate(const EnhancedDate& date)
 {
-    if (!_recurrenceExceptionDates)
-        _recurrenceExceptionDates.emplace();
-    appendTo(*_recurrenceExceptionDates, date);
+    appendTo(_recurrenceExceptionDates.valueOrNew(), date);
 }
 
 Dictionary KTSyncEvent::syncRecord() const

@@ -15,15 +15,14 @@ namespace kt {
 class KTSyncEvent : public KTSyncCalendarItem {
 public:
     /// Null for a null helper. Throws Exception, logged, when a value cannot be taken.
-    static std::shared_ptr<KTSyncEvent> syncEventWithPluginHelper(
-        KTSyncPluginHelper* pluginHelper, std::optional<std::string> andParentRecordKey,
-        LineList& andICalendarLines);
+    static std::shared_ptr<KTSyncEvent> syncEventWithPluginHelper(KTSyncPluginHelper* pluginHelper,
+                                                                  Value andParentRecordKey,
+                                                                  LineList& andICalendarLines);
     static std::shared_ptr<KTSyncEvent> syncEventWithPluginHelper(
         KTSyncPluginHelper* pluginHelper, std::optional<std::string> recordKey,
         const Dictionary& andSyncRecord);
 
-    KTSyncEvent(KTSyncPluginHelper* pluginHelper, std::optional<std::string> parentRecordKey,
-                LineList& lines);
+    KTSyncEvent(KTSyncPluginHelper* pluginHelper, Value parentRecordKey, LineList& lines);
     KTSyncEvent(KTSyncPluginHelper* pluginHelper, std::optional<std::string> recordKey,
                 const Dictionary& syncRecord);
 
@@ -39,18 +38,15 @@ public:
         return _recurrenceRule;
     }
     const EnhancedDate& recurrenceId() const { return _recurrenceId; }
-    const std::optional<std::string>& recurrenceParentRecordKey() const
+    std::optional<std::string> recurrenceParentRecordKey() const
     {
-        return _recurrenceParentRecordKey;
+        return _recurrenceParentRecordKey.stringOrNil();
     }
-    void setRecurrenceParentRecordKey(std::optional<std::string> key)
+    void setRecurrenceParentRecordKey(const std::optional<std::string>& key)
     {
-        _recurrenceParentRecordKey = std::move(key);
+        _recurrenceParentRecordKey = key;
     }
-    const std::optional<Array>& recurrenceExceptionDates() const
-    {
-        return _recurrenceExceptionDates;
-    }
+    const Rare<Array>& recurrenceExceptionDates() const { return _recurrenceExceptionDates; }
     /// Throws Exception NSInvalidArgumentException for null.
     void addRecurrenceExceptionDate(const EnhancedDate& date);
 
@@ -58,7 +54,7 @@ private:
     void takeComponents();
     void takeRecord(const Dictionary& syncRecord);
     std::string computedRecordKey() const;
-    std::string computedUniquenessKey() const;
+    SHA1Digest computedUniquenessDigest() const;
     void addOwnKeys(Dictionary& record) const;
     void appendOwnLines(std::string& lines) const;
 
@@ -71,8 +67,8 @@ private:
     bool _isAllDay = false;
     std::shared_ptr<const KTSyncRecurrenceRule> _recurrenceRule;
     EnhancedDate _recurrenceId;
-    std::optional<std::string> _recurrenceParentRecordKey;
-    std::optional<Array> _recurrenceExceptionDates;
+    Value _recurrenceParentRecordKey;
+    Rare<Array> _recurrenceExceptionDates;
 };
 
 }  // namespace kt

@@ -10,9 +10,9 @@
 
 namespace kt {
 
-std::shared_ptr<KTSyncTask> KTSyncTask::syncTaskWithPluginHelper(
-    KTSyncPluginHelper* pluginHelper, std::optional<std::string> andParentRecordKey,
-    LineList& andICalendarLines)
+std::shared_ptr<KTSyncTask> KTSyncTask::syncTaskWithPluginHelper(KTSyncPluginHelper* pluginHelper,
+                                                                 Value andParentRecordKey,
+                                                                 LineList& andICalendarLines)
 {
     if (pluginHelper == nullptr)
         return nullptr;
@@ -29,8 +29,7 @@ std::shared_ptr<KTSyncTask> KTSyncTask::syncTaskWithPluginHelper(
     return std::make_shared<KTSyncTask>(pluginHelper, std::move(recordKey), andSyncRecord);
 }
 
-KTSyncTask::KTSyncTask(KTSyncPluginHelper* pluginHelper, std::optional<std::string> parentRecordKey,
-                       LineList& lines)
+KTSyncTask::KTSyncTask(KTSyncPluginHelper* pluginHelper, Value parentRecordKey, LineList& lines)
     : KTSyncCalendarItem(pluginHelper, std::move(parentRecordKey), lines)
 {
     guarded(
@@ -50,8 +49,8 @@ void KTSyncTask::takeComponents()
 {
     _dueDate = dateInComponents("DUE");
     _completedDate = dateInComponents("COMPLETED");
-    _isCompleted = _components["STATUS"] == Value("COMPLETED");
-    if (_components["STATUS"].isArray())
+    _isCompleted = componentValue("STATUS") == Value("COMPLETED");
+    if (componentValue("STATUS").isArray())
         reportLoss("STATUS steht mehrmals und wird nicht gelesen");
     _priority = takeComponent("PRIORITY");
     if (_title.isNil()) {

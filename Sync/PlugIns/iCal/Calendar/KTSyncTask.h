@@ -13,15 +13,14 @@ namespace kt {
 class KTSyncTask : public KTSyncCalendarItem {
 public:
     /// Null for a null helper. Throws Exception, logged, when a value cannot be taken.
-    static std::shared_ptr<KTSyncTask> syncTaskWithPluginHelper(
-        KTSyncPluginHelper* pluginHelper, std::optional<std::string> andParentRecordKey,
-        LineList& andICalendarLines);
+    static std::shared_ptr<KTSyncTask> syncTaskWithPluginHelper(KTSyncPluginHelper* pluginHelper,
+                                                                Value andParentRecordKey,
+                                                                LineList& andICalendarLines);
     static std::shared_ptr<KTSyncTask> syncTaskWithPluginHelper(
         KTSyncPluginHelper* pluginHelper, std::optional<std::string> recordKey,
         const Dictionary& andSyncRecord);
 
-    KTSyncTask(KTSyncPluginHelper* pluginHelper, std::optional<std::string> parentRecordKey,
-               LineList& lines);
+    KTSyncTask(KTSyncPluginHelper* pluginHelper, Value parentRecordKey, LineList& lines);
     KTSyncTask(KTSyncPluginHelper* pluginHelper, std::optional<std::string> recordKey,
                const Dictionary& syncRecord);
 

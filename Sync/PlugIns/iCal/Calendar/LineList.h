@@ -9,7 +9,7 @@
 
 namespace kt {
 
-/// Physical lines of an iCalendar file without their CR LF: views into the file's one buffer, which
+/// Physical lines of one component without their CR LF: views into the file's one buffer, which
 /// the loader owns and which outlives the list. Whoever reads a line takes it out, so that at the
 /// end only what nobody claimed is left. Removing is one pass over the list, whatever is taken.
 class LineList {
@@ -30,10 +30,8 @@ public:
     const_iterator begin() const { return _lines.begin(); }
     const_iterator end() const { return _lines.end(); }
 
+    void reserve(std::size_t count) { _lines.reserve(count); }
     void append(std::string_view line) { _lines.push_back(line); }
-    /// At most all of them.
-    void removeFirst(std::size_t count);
-    void removeLast(std::size_t count);
 
     /// Asks `claims` about every line in order and takes out those for which it answers true.
     template <class Claims>

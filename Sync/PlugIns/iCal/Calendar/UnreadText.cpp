@@ -102,15 +102,17 @@ bool isOwnUID(std::string_view uid)
 
 }  // namespace
 
-void reportHiddenComponents(const LineList& lines)
+void reportHiddenComponents(const FileLines& lines)
 {
-    for (const std::string_view line : lines) {
-        if (const auto beginning = hiddenBeginning(line)) {
-            reportLoss(stringWithFormat("'%@' wird nicht als Anfang einer Komponente gelesen",
-                                        *beginning));
+    bool hasTold = false;
+    lines.forEach([&](std::string_view line) {
+        const auto beginning = hasTold ? std::nullopt : hiddenBeginning(line);
+        if (!beginning)
             return;
-        }
-    }
+        reportLoss(
+            stringWithFormat("'%@' wird nicht als Anfang einer Komponente gelesen", *beginning));
+        hasTold = true;
+    });
 }
 
 void reportCutKeys(const LineList& item)

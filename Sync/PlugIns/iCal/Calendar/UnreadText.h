@@ -1,5 +1,6 @@
 #pragma once
 
+#include "Sync/PlugIns/iCal/Calendar/FileLines.h"
 #include "Sync/PlugIns/iCal/Calendar/LineList.h"
 
 namespace kt {
@@ -8,7 +9,7 @@ namespace kt {
 
 /// Tells when a line of a file hides the beginning of a component that the reader does not see: in
 /// small letters, or behind a line end that is no CR LF.
-void reportHiddenComponents(const LineList& lines);
+void reportHiddenComponents(const FileLines& lines);
 
 /// Tells of property keys that go on beyond their first physical line, of which the reader takes no
 /// more than that. Not of those that this system folded itself: they were told when they were

@@ -21,7 +21,7 @@ TEST(ComponentListWithValue, HoldsTheComponentsOfTheValueInOrder)
 TEST(ComponentListWithValue, IsNilForNilAndEmptyForEmpty)
 {
     EXPECT_FALSE(componentListWithValue<KTSyncAttendee>(nullptr).has_value());
-    EXPECT_THAT(componentListWithValue<KTSyncAttendee>(Array()).value(), IsEmpty());
+    EXPECT_THAT(*componentListWithValue<KTSyncAttendee>(Array()), IsEmpty());
 }
 
 TEST(ComponentListWithValue, RaisesForOtherKinds)

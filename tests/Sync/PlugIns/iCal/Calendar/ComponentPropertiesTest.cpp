@@ -76,6 +76,17 @@ TEST(ComponentProperties, AreMadeFromADictionary)
     EXPECT_EQ(Dictionary(ComponentProperties(dictionary)), dictionary);
 }
 
+TEST(ComponentProperties, TellKeysApartThatLookAlike)
+{
+    ComponentProperties properties{{"ABC", "1"}, {"", "2"}};
+    for (const std::string_view absent : {"AXC", "ABD", "XBC", "AC", "ABCC", "A"})
+        EXPECT_TRUE(properties[absent].isNil()) << absent;
+    properties.set("AXC", "3");
+    EXPECT_EQ(properties["ABC"], Value("1"));
+    EXPECT_EQ(properties[""], Value("2"));
+    EXPECT_EQ(properties["AXC"], Value("3"));
+}
+
 TEST(ComponentProperties, FindEachOfThousandsOfKeys)
 {
     std::vector<std::string> names;

@@ -235,11 +235,12 @@ private:
     {
         home.write("written.ics", text);
         _written = itemFileText(home.path("written.ics")).value_or("");
-        LineList lines = itemFileLines(_written);
-        auto components = KTSyncCalendarTools::findAndRemoveComponents(name, lines, nullptr);
+        EXPECT_TRUE(_written.ends_with("\r\n"));
+        FileLines lines(_written);
+        const auto components = KTSyncCalendarTools::findAndRemoveComponents(name, lines, nullptr);
         EXPECT_EQ(components.size(), 1u);
-        EXPECT_EQ(lines.size(), 1u) << "the empty line behind the last CR LF";
-        return components.empty() ? LineList() : components.front();
+        EXPECT_TRUE(lines.lines().empty());
+        return components.size() == 0 ? LineList() : components[0];
     }
 
     std::string _written;

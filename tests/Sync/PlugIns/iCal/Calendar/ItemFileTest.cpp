@@ -1,6 +1,5 @@
 #include <string>
 
-#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include "Sync/PlugIns/iCal/Calendar/ItemFile.h"
@@ -8,9 +7,6 @@
 
 namespace kt::test {
 namespace {
-
-using testing::ElementsAre;
-using testing::IsEmpty;
 
 class ItemFileTest : public testing::Test {
 protected:
@@ -61,56 +57,59 @@ TEST_F(ItemFileTest, WhatOnlyResemblesACutLineEndStays)
         EXPECT_EQ(textOf(text), text);
 }
 
-TEST_F(ItemFileTest, LinesEndAtCRLFOnly)
-{
-    EXPECT_THAT(itemFileLines("a\r\nb\nc\rd\r\n"), ElementsAre("a", "b\nc\rd", ""));
-    EXPECT_THAT(itemFileLines("a"), ElementsAre("a"));
-}
-
 TEST_F(ItemFileTest, ACalendarBeginsWithOneExactLine)
 {
-    EXPECT_TRUE(beginsCalendar({"BEGIN:VCALENDAR", "x"}));
-    for (const std::string_view line : {"BEGIN:VCALENDAR ", "begin:vcalendar",
-                                        "\xEF\xBB\xBF"
-                                        "BEGIN:VCALENDAR",
-                                        "", "BEGIN:VEVENT"})
-        EXPECT_FALSE(beginsCalendar({line, "BEGIN:VCALENDAR"})) << line;
-    EXPECT_FALSE(beginsCalendar({}));
+    EXPECT_TRUE(beginsCalendar("BEGIN:VCALENDAR\r\nx"));
+    EXPECT_TRUE(beginsCalendar("BEGIN:VCALENDAR"));
+    for (const std::string line : {"BEGIN:VCALENDAR ", "begin:vcalendar",
+                                   "\xEF\xBB\xBF"
+                                   "BEGIN:VCALENDAR",
+                                   "", "BEGIN:VEVENT", "BEGIN:VCALENDAR\n", "BEGIN:VCALENDAR\r"})
+        EXPECT_FALSE(beginsCalendar(line + "\r\nBEGIN:VCALENDAR\r\n")) << line;
+    EXPECT_FALSE(beginsCalendar(""));
 }
 
-TEST_F(ItemFileTest, TheEnvelopeGoesWithTheCalendarsOwnProperties)
-{
-    LineList lines{
-        "BEGIN:VCALENDAR", "VERSION:2.0",   "X-A:b", "BEGIN:VEVENT", "SUMMARY:a", "END:VEVENT",
-        "X-C:d",           "END:VCALENDAR", "",      "Rest"};
-    EXPECT_EQ(removeEnvelope(lines), Envelope::filled);
-    EXPECT_THAT(lines, ElementsAre("BEGIN:VEVENT", "SUMMARY:a", "END:VEVENT", "X-C:d"));
-}
+struct EnvelopeRow {
+    std::string_view name;
+    std::string_view text;
+    Envelope envelope;
+    std::string_view left;
+};
 
-TEST_F(ItemFileTest, TheLastEndOfACalendarCounts)
-{
-    LineList lines{"BEGIN:VCALENDAR", "BEGIN:A",       "END:VCALENDAR",
-                   "BEGIN:VCALENDAR", "END:VCALENDAR", "END:VCALENDAR "};
-    EXPECT_EQ(removeEnvelope(lines), Envelope::filled);
-    EXPECT_THAT(lines, ElementsAre("BEGIN:A", "END:VCALENDAR", "BEGIN:VCALENDAR"));
-}
+class ItemFileEnvelope : public testing::TestWithParam<EnvelopeRow> {};
+INSTANTIATE_TEST_SUITE_P(
+    Rows, ItemFileEnvelope,
+    testing::Values(
+        EnvelopeRow{"GoesWithTheCalendarsOwnProperties",
+                    "BEGIN:VCALENDAR\r\nVERSION:2.0\r\nX-A:b\r\nBEGIN:VEVENT\r\nSUMMARY:a\r\n"
+                    "END:VEVENT\r\nX-C:d\r\nEND:VCALENDAR\r\n\r\nRest",
+                    Envelope::filled, "BEGIN:VEVENT\r\nSUMMARY:a\r\nEND:VEVENT\r\nX-C:d\r\n"},
+        EnvelopeRow{"EndsAtTheLastEndOfACalendar",
+                    "BEGIN:VCALENDAR\r\nBEGIN:A\r\nEND:VCALENDAR\r\nBEGIN:VCALENDAR\r\n"
+                    "END:VCALENDAR\r\nEND:VCALENDAR \r\n",
+                    Envelope::filled, "BEGIN:A\r\nEND:VCALENDAR\r\nBEGIN:VCALENDAR\r\n"},
+        EnvelopeRow{"EndsWithAWholeLineOnly",
+                    "BEGIN:VCALENDAR\r\nBEGIN:A\r\nEND:VCALENDAR\r\nX-END:VCALENDAR\r\n"
+                    " END:VCALENDAR\nEND:VCALENDAR\n\r\n",
+                    Envelope::filled, "BEGIN:A\r\n"},
+        EnvelopeRow{"EndsWithoutALineEnd", "BEGIN:VCALENDAR\r\nBEGIN:A\r\nEND:VCALENDAR",
+                    Envelope::filled, "BEGIN:A\r\n"},
+        EnvelopeRow{"LeavesTheOtherEndsOfLinesAlone",
+                    "BEGIN:VCALENDAR\r\nA:b\nBEGIN:c\r\nBEGIN:D\nE\rF\r\nEND:VCALENDAR\r\n",
+                    Envelope::filled, "BEGIN:D\nE\rF\r\n"},
+        EnvelopeRow{"LeavesNothingOfAFileThatIsNotClosed",
+                    "BEGIN:VCALENDAR\r\nBEGIN:VEVENT\r\nEND:VEVENT\r\n", Envelope::notClosed, ""},
+        EnvelopeRow{"LeavesNothingOfABeginAlone", "BEGIN:VCALENDAR", Envelope::notClosed, ""},
+        EnvelopeRow{"MayBeEmpty", "BEGIN:VCALENDAR\r\nEND:VCALENDAR\r\n", Envelope::empty, ""},
+        EnvelopeRow{"MayHoldPropertiesAlone", "BEGIN:VCALENDAR\r\nVERSION:2.0\r\nEND:VCALENDAR\r\n",
+                    Envelope::filled, ""}),
+    [](const auto& row) { return std::string(row.param.name); });
 
-TEST_F(ItemFileTest, NothingIsLeftOfAFileThatIsNotClosed)
+TEST_P(ItemFileEnvelope, LeavesTheComponents)
 {
-    LineList lines{"BEGIN:VCALENDAR", "BEGIN:VEVENT", "END:VEVENT"};
-    EXPECT_EQ(removeEnvelope(lines), Envelope::notClosed);
-    EXPECT_THAT(lines, IsEmpty());
-    LineList only{"BEGIN:VCALENDAR"};
-    EXPECT_EQ(removeEnvelope(only), Envelope::notClosed);
-}
-
-TEST_F(ItemFileTest, AnEmptyCalendarIsToldFromOneWithPropertiesAlone)
-{
-    LineList empty{"BEGIN:VCALENDAR", "END:VCALENDAR", ""};
-    EXPECT_EQ(removeEnvelope(empty), Envelope::empty);
-    LineList properties{"BEGIN:VCALENDAR", "VERSION:2.0", "END:VCALENDAR", ""};
-    EXPECT_EQ(removeEnvelope(properties), Envelope::filled);
-    EXPECT_THAT(properties, IsEmpty());
+    std::string_view text = GetParam().text;
+    EXPECT_EQ(removeEnvelope(text), GetParam().envelope);
+    EXPECT_EQ(text, GetParam().left);
 }
 
 TEST_F(ItemFileTest, TheEnvelopeThatIsWritten)

@@ -7,7 +7,6 @@ namespace kt {
 namespace {
 
 using testing::ElementsAre;
-using testing::IsEmpty;
 
 TEST(LineList, KeepsTheOrderOfWhatIsNotRemoved)
 {
@@ -25,24 +24,6 @@ TEST(LineList, AsksAboutEveryLineOnceAndInOrder)
         return line == "b";
     });
     EXPECT_EQ(asked, "abc");
-}
-
-TEST(LineList, LosesItsFirstAndItsLastLines)
-{
-    LineList lines{"a", "b", "c", "d"};
-    lines.removeFirst(1);
-    lines.removeLast(2);
-    EXPECT_THAT(lines, ElementsAre("b"));
-}
-
-TEST(LineList, IsEmptyWhenMoreIsRemovedThanItHolds)
-{
-    LineList first{"a"};
-    first.removeFirst(2);
-    LineList last{"a"};
-    last.removeLast(2);
-    EXPECT_THAT(first, IsEmpty());
-    EXPECT_THAT(last, IsEmpty());
 }
 
 TEST(LineList, DescribesItselfAsAnArray)
