@@ -27,7 +27,7 @@ INSTANTIATE_TEST_SUITE_P(
     Rows, WrongUsage,
     testing::Values(
         UsageRow{{}, "Es fehlt ein Befehl."}, UsageRow{{"tanzen"}, "Unbekannter Befehl: tanzen"},
-        UsageRow{{"publish", "X"}, "Unbekannter Befehl: publish"},
+        UsageRow{{"publish"}, "Es fehlt: KEY"},
         UsageRow{{"sync", "--alles"}, "Unbekannte Angabe: --alles"},
         UsageRow{{"sync", "check"}, "Unbekannte Angabe: check"}, UsageRow{{"on"}, "Es fehlt: KEY"},
         UsageRow{{"off"}, "Es fehlt: KEY"},
