@@ -41,7 +41,7 @@ public:
     bool pushSyncResult(const SyncResult&) override { return false; }
     void updateLocalStateWithUpdates(const SyncRecordList&) override {}
     bool finishSync() override { return false; }
-    SyncRecordMap getLocalState() override { return {}; }
+    std::optional<SyncRecordMap> getLocalState() override { return std::nullopt; }
     bool resetLocalState() override { return false; }
     bool runAppleScript(std::string_view) override { return false; }
     bool isBinaryRunning(std::string_view) override { return false; }
