@@ -44,7 +44,7 @@ private:
     RowIndex _untakenIndex;
     RowIndex _seenByAgreed;
     std::unordered_set<std::string> _keptCalendars;
-    std::unordered_map<std::string, std::string> _localCalendarKeys;   // only where they differ
+    std::unordered_map<std::string, std::string> _localCalendarKeys;  // only where they differ
 };
 
 }  // namespace kt

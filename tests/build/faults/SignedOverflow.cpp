@@ -1,4 +1,5 @@
-// Deliberately overflows a signed integer: the undefined-behaviour sanitizer has to stop this program.
+// Deliberately overflows a signed integer: the undefined-behaviour sanitizer has to stop this
+// program.
 #include <limits>
 
 int main(int argc, char**)
