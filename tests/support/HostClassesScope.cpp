@@ -13,4 +13,12 @@ HostClassesScope::HostClassesScope() : _before(hostClassTable())
 
 HostClassesScope::~HostClassesScope() { setHostClassTable(_before); }
 
+std::vector<std::string> HostClassesScope::lossReasons() const
+{
+    std::vector<std::string> reasons;
+    for (const KTLoss& loss : losses())
+        reasons.push_back(loss.reason);
+    return reasons;
+}
+
 }  // namespace kt

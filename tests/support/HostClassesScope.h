@@ -1,5 +1,6 @@
 #pragma once
 
+#include <string>
 #include <vector>
 
 #include "Sync/Host/Engine/HostEnhancedDate.h"
@@ -20,6 +21,7 @@ public:
 
     HostLossReport& lossReport() { return _lossReport; }
     const std::vector<KTLoss>& losses() const { return _lossReport.losses(); }
+    std::vector<std::string> lossReasons() const;
 
 private:
     HostEnhancedDateClass _enhancedDateClass;

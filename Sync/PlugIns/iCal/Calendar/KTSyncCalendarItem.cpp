@@ -232,7 +232,7 @@ void KTSyncCalendarItem::appendSpecialFields(std::string& lines) const
 
 std::optional<std::string> KTSyncCalendarItem::uniquenessKey() const
 {
-    return _uniquenessDigest ? std::optional(hexText(*_uniquenessDigest)) : std::nullopt;
+    return _uniquenessKey ? std::optional(hexText(*_uniquenessKey)) : std::nullopt;
 }
 
 void KTSyncCalendarItem::adoptRecordKeyAsUID()

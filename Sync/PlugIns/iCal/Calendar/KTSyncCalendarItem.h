@@ -52,7 +52,7 @@ public:
     /// Hexadecimal; nil for tasks and for what was made from a record.
     std::optional<std::string> uniquenessKey() const;
     /// The same as it is kept.
-    const std::optional<SHA1Digest>& uniquenessDigest() const { return _uniquenessDigest; }
+    const std::optional<SHA1Digest>& uniquenessDigest() const { return _uniquenessKey; }
     void setUID(Value uid) { _uid = std::move(uid); }
 
 protected:
@@ -93,7 +93,7 @@ protected:
     Value _url;
     Value _sequence;
     Value _uid;
-    std::optional<SHA1Digest> _uniquenessDigest;
+    std::optional<SHA1Digest> _uniquenessKey;
     EnhancedDate _dateStamp;
     EnhancedDate _startDate;
     ComponentList<KTSyncAlarm> _alarms;

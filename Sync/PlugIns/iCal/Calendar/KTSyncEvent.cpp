@@ -98,7 +98,7 @@ void KTSyncEvent::takeComponents()
         _title = "";
     }
     _recordKey = computedRecordKey();
-    _uniquenessDigest = computedUniquenessDigest();
+    _uniquenessKey = computedUniquenessDigest();
     releaseComponents();
 }
 

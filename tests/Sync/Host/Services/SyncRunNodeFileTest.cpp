@@ -5,14 +5,12 @@
 
 #include "Sync/Host/Server/SyncServer.h"
 #include "Sync/Host/Services/SyncRun.h"
-#include "tests/support/HostKit.h"
+#include "tests/Sync/Host/Services/SyncRunFixture.h"
 
 namespace kt {
 namespace {
 
 namespace fs = std::filesystem;
-using test::HostKit;
-using test::ScriptedPlugin;
 using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::SizeIs;
@@ -22,23 +20,11 @@ const std::string kNodes = kStore + "/nodes.plist";
 const std::string kWhole = "<plist version=\"1.0\"><dict/></plist>";
 const std::string kHalf = "<plist version=\"1.0\"><di";
 
-SyncRecord calendar(const std::string& key)
-{
-    return std::make_shared<HostSyncRecord>(0,
-                                            Dictionary{{"Order", 0},
-                                                       {"Type", "CalendarNode"},
-                                                       {"Color", "#000000FF"},
-                                                       {"Title", key},
-                                                       {"Notes", ""},
-                                                       {"SourceKey", key}},
-                                            key, std::nullopt, std::string(kConduitCalendar));
-}
-
 /// A device with a 10.4 store whose last rewrite ended halfway in the node file; its calendars are
 /// files in "Sources".
-class HalfWrittenNodeFile : public testing::Test {
+class HalfWrittenNodeFile : public test::SyncRunFixture {
 protected:
-    HalfWrittenNodeFile()
+    HalfWrittenNodeFile() : SyncRunFixture(4)
     {
         plugin.files = {kit.home.path(kStore)};
         plugin.load = [this] { return loadStore(); };
@@ -67,36 +53,11 @@ protected:
                 records.push_back(calendar(fs::path(name).filename()));
         return records;
     }
-    SyncRunResult run(const SyncRunWishes& wishes = {})
-    {
-        return SyncRun(host, plugin, engine, backups, kit.home.path()).run(wishes);
-    }
-    void otherDeviceSends(const std::string& key)
-    {
-        LocalState otherState(kit.home.path("other.sqlite"));
-        SyncEngine other(otherState, *server, losses, {});
-        other.beginRun({});
-        other.startSync(5);
-        const auto result =
-            other.diffLocalStateWithLocalUpdates({calendar(key)}, other.pullRecords(), 7);
-        ASSERT_TRUE(result && other.pushSyncResult(*result) && other.finishSync());
-        other.endRun(true);
-    }
     std::string damaged() const
     {
         return "Die Datei \"" + kit.home.path(kNodes) +
                "\" kann nicht gelesen werden oder ist beschädigt.";
     }
-
-    HostKit kit;
-    LocalState state{kit.suite.localStatePath()};
-    std::unique_ptr<SyncServer> server =
-        syncServerWithURL("sqlite:" + kit.home.path("server.sqlite"));
-    HostLossReport losses;
-    SyncEngine engine{state, *server, losses, {}};
-    ReferenceHost host{kit.services({}, 4), engine};
-    ScriptedPlugin plugin{host};
-    StoreBackups backups{kit.suite.backupsPath()};
 };
 
 TEST_F(HalfWrittenNodeFile, IsReplacedFromTheBackupBeforeThePluginLooks)

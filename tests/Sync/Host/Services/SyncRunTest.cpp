@@ -6,13 +6,12 @@
 
 #include "Sync/Host/Server/SyncServer.h"
 #include "Sync/Host/Services/SyncRun.h"
-#include "tests/support/HostKit.h"
+#include "tests/Sync/Host/Services/SyncRunFixture.h"
 
 namespace kt {
 namespace {
 
 namespace fs = std::filesystem;
-using test::HostKit;
 using test::ScriptedPlugin;
 using testing::ElementsAre;
 using testing::HasSubstr;
@@ -20,20 +19,8 @@ using testing::IsEmpty;
 using testing::Not;
 using testing::SizeIs;
 
-SyncRecord calendar(const std::string& key)
-{
-    return std::make_shared<HostSyncRecord>(0,
-                                            Dictionary{{"Order", 0},
-                                                       {"Type", "CalendarNode"},
-                                                       {"Color", "#000000FF"},
-                                                       {"Title", key},
-                                                       {"Notes", ""},
-                                                       {"SourceKey", key}},
-                                            key, std::nullopt, std::string(kConduitCalendar));
-}
-
 /// A device on a server; its store is one file a calendar, named after it.
-class SyncRunTest : public testing::Test {
+class SyncRunTest : public test::SyncRunFixture {
 protected:
     SyncRunTest()
     {
@@ -57,22 +44,6 @@ protected:
             kit.home.write("Library/Calendars/" + key, key);
         return true;
     }
-    SyncRunResult run(const SyncRunWishes& wishes = {})
-    {
-        return SyncRun(host, plugin, engine, backups, kit.home.path()).run(wishes);
-    }
-    /// What another device sends up; it has nothing else.
-    void otherDeviceSends(const std::string& key)
-    {
-        LocalState otherState(kit.home.path("other.sqlite"));
-        SyncEngine other(otherState, *server, losses, {});
-        other.beginRun({});
-        other.startSync(5);
-        const auto result =
-            other.diffLocalStateWithLocalUpdates({calendar(key)}, other.pullRecords(), 7);
-        ASSERT_TRUE(result && other.pushSyncResult(*result) && other.finishSync());
-        other.endRun(true);
-    }
     std::vector<std::string> store() const
     {
         std::vector<std::string> names;
@@ -80,16 +51,6 @@ protected:
             names.push_back(record->recordKey());
         return names;
     }
-
-    HostKit kit;
-    LocalState state{kit.suite.localStatePath()};
-    std::unique_ptr<SyncServer> server =
-        syncServerWithURL("sqlite:" + kit.home.path("server.sqlite"));
-    HostLossReport losses;
-    SyncEngine engine{state, *server, losses, {}};
-    ReferenceHost host{kit.services(), engine};
-    ScriptedPlugin plugin{host};
-    StoreBackups backups{kit.suite.backupsPath()};
 };
 
 TEST_F(SyncRunTest, ADisabledPluginIsAskedAndNothingElseHappens)

@@ -21,13 +21,7 @@ struct CalendarTextScope {
     explicit CalendarTextScope(std::string home = "/nonexistent/home") : platform(std::move(home))
     {}
 
-    std::vector<std::string> lossReasons() const
-    {
-        std::vector<std::string> reasons;
-        for (const KTLoss& loss : classes.losses())
-            reasons.push_back(loss.reason);
-        return reasons;
-    }
+    std::vector<std::string> lossReasons() const { return classes.lossReasons(); }
 
     PlatformScope platform;
     HostClassesScope classes;

@@ -71,13 +71,7 @@ protected:
             keys.push_back(key);
         return keys;
     }
-    std::vector<std::string> lossReasons() const
-    {
-        std::vector<std::string> reasons;
-        for (const KTLoss& loss : classes.losses())
-            reasons.push_back(loss.reason);
-        return reasons;
-    }
+    std::vector<std::string> lossReasons() const { return classes.lossReasons(); }
 
     TemporaryFolder home;
     PlatformScope platform{home.path()};
