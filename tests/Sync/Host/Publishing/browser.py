@@ -91,7 +91,40 @@ class Browser:
         return self.run("return [...document.querySelectorAll(arguments[0])].map(e => e.innerText.trim())", selector)
 
     def click(self, selector):
-        self._command("POST", f"/element/{self.find(selector)[0][self.ELEMENT]}/click", {})
+        self._command("POST", f"/element/{self._first(selector)}/click", {})
+
+    def _first(self, selector):
+        return self.find(selector)[0][self.ELEMENT]
+
+    def follow(self, selector):
+        """Clicks what leads to another page and waits until that page has taken this one's place."""
+        page = self._first("html")
+        self.click(selector)
+        self.wait_for(lambda: self._is_gone(page), f"{selector} leads to no other page")
+
+    def choose(self, selector):
+        """Clicks an option until it is the chosen one: a click on a list that is only opening chooses nothing."""
+        def is_chosen():
+            self.click(selector)
+            return self._command("GET", f"/element/{self._first(selector)}/selected")
+
+        self.wait_for(is_chosen, f"{selector} is not chosen")
+
+    def _is_gone(self, element):
+        try:
+            self._command("GET", f"/element/{element}/name")
+            return False
+        except AssertionError as error:
+            # A page that is being left answers in a third way: it is neither there nor replaced.
+            return "stale element reference" in str(error)
+
+    @staticmethod
+    def wait_for(condition, complaint):
+        deadline = time.monotonic() + 60
+        while not condition():
+            if time.monotonic() > deadline:
+                raise AssertionError(complaint)
+            time.sleep(0.02)
 
     def press(self, key):
         self._command("POST", "/actions", {"actions": [{"type": "key", "id": "keyboard", "actions": [

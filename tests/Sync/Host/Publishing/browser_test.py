@@ -54,7 +54,7 @@ class Pages(unittest.TestCase):
         self.browser.open(f"{self.site.base}/vl/calendar")
         self.assertEqual(self.browser.texts("main h1"), ["Öffentliche Kalender"])
         self.assertEqual(self.browser.texts(".calendars h2"), ["Gemeindechor", "Anna"])
-        self.browser.click(".calendars li:first-child h2 a")
+        self.browser.follow(".calendars li:first-child h2 a")
         self.assertEqual(self.browser.texts("h1"), ["Gemeindechor"])
         self.assertTrue(self.browser.title.startswith("Gemeindechor – "))
 
@@ -95,11 +95,11 @@ class Pages(unittest.TestCase):
         self.browser.protocol("Emulation.setScriptExecutionDisabled", value=True)
         try:
             self.open(self.club)
-            self.browser.click("nav a[rel=next]")
+            self.browser.follow("nav a[rel=next]")
             self.assertIn("month=2026-12", self.browser.address)
-            self.browser.click("nav a[rel=prev]")
-            self.browser.click("#zone option[value='Asia/Tokyo']")
-            self.browser.click("form button")
+            self.browser.follow("nav a[rel=prev]")
+            self.browser.choose("#zone option[value='Asia/Tokyo']")
+            self.browser.follow("form button")
             self.assertIn("zone=Asia%2FTokyo", self.browser.address)
         finally:
             self.browser.protocol("Emulation.setScriptExecutionDisabled", value=False)
@@ -108,7 +108,7 @@ class Pages(unittest.TestCase):
     def test_a_day_leads_to_its_place_in_the_agenda(self):
         self.open(self.club)
         self.browser.click("td a[href='#tag-2026-11-24']")
-        self.assertTrue(self.browser.address.endswith("#tag-2026-11-24"))
+        self.browser.wait_for(lambda: self.browser.address.endswith("#tag-2026-11-24"), "the place is not gone to")
         self.assertLess(abs(self.browser.run(
             "return document.getElementById('tag-2026-11-24').getBoundingClientRect().top")), 900)
 
@@ -141,7 +141,8 @@ class Pages(unittest.TestCase):
     def test_the_keyboard_finds_the_way_past_the_head(self):
         self.open(self.club)
         self.browser.press("\ue004")  # Tab
-        self.assertEqual(self.browser.run("return document.activeElement.className"), "skip")
+        self.browser.wait_for(lambda: self.browser.run("return document.activeElement.className") == "skip",
+                              "the first thing reached is another")
         self.assertGreaterEqual(self.browser.run("return document.activeElement.getBoundingClientRect().left"), 0)
 
     def test_pages_have_a_structure_that_can_be_heard(self):
