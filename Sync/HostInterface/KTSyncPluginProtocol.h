@@ -53,7 +53,7 @@ public:
 
 /// What a bundle exports. The version is checked before anything else is called; it goes up with
 /// every change to an abstract class of this folder.
-inline constexpr int kPluginInterfaceVersion = 2;
+inline constexpr int kPluginInterfaceVersion = 3;
 inline constexpr const char* kPluginInterfaceVersionSymbol = "KTPluginInterfaceVersion";
 inline constexpr const char* kPluginCreateSymbol = "KTPluginCreate";
 

@@ -2,6 +2,11 @@
 
 namespace kt {
 
+std::optional<std::string> TableViewDataSource::tableViewIdentityOfRow(TableView*, int)
+{
+    return std::nullopt;
+}
+
 std::optional<std::string> TableViewDelegate::tableViewColorForRow(TableView*, int)
 {
     return std::nullopt;

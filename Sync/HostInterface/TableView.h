@@ -27,6 +27,9 @@ public:
     /// tableView:setObjectValue:forTableColumn:row:
     virtual void tableViewSetObjectValue(TableView* tableView, const Value& objectValue,
                                          const TableColumn& tableColumn, int row) = 0;
+    /// Optional: what tells the row from all others, whatever place it has at the next reading. By
+    /// default rows are known by their place alone.
+    virtual std::optional<std::string> tableViewIdentityOfRow(TableView* tableView, int row);
 };
 
 /// Who wants to know what happens in a table, and may say how it looks.
@@ -40,15 +43,17 @@ public:
 };
 
 /// A table of rows of which at most one is selected. Keeps neither data source nor delegate alive;
-/// both may be null. Reads its cells when it is given a data source, when it is told to, and after
-/// an edit of that row, but never in between.
+/// both may be null. Reads its cells when it is given a data source, when it is told to, after an
+/// edit of that row and after the delegate was told of a selection, but never in between.
 class TableView : public Control {
 public:
     virtual void setDelegate(TableViewDelegate* delegate) = 0;
+    /// Where a row is selected, the delegate is told of it again: a data source that was given anew
+    /// may hold something else for it.
     virtual void setDataSource(TableViewDataSource* dataSource) = 0;
     /// -1 when none is selected.
     virtual int selectedRow() const = 0;
-    /// The selection stays where it is as long as that row exists.
+    /// The selection stays with its row as long as that exists, wherever it went.
     virtual void reloadData() = 0;
 };
 

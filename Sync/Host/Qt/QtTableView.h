@@ -11,7 +11,8 @@ namespace kt {
 
 /// A table of columns that the interface file lists in three properties of the widget:
 /// columnIdentifiers, columnTitles, and columnKinds, where "switch" is a column of check boxes. The
-/// space bar turns over the check box of the selected row.
+/// space bar turns over the check box of the row with the cursor, and the arrow keys begin a
+/// selection there.
 class QtTableView : public QtView<TableView, QTreeView> {
 public:
     explicit QtTableView(QTreeView* widget);
@@ -24,10 +25,12 @@ public:
     void reloadData() override;
 
 private:
-    /// The check box stands in one column, the cursor may stand in another.
-    class SpaceBar : public QObject {
+    /// The check box stands in one column, the cursor may stand in another. And a list that gets
+    /// the focus has a cursor but no selection: keys that only move the cursor would never select
+    /// the only row there is.
+    class Keys : public QObject {
     public:
-        explicit SpaceBar(TableModel& model) : _model(model) {}
+        explicit Keys(TableModel& model) : _model(model) {}
         bool eventFilter(QObject* watched, QEvent* event) override;
 
     private:
@@ -35,11 +38,14 @@ private:
     };
 
     void lookAfterColumns();
-    void selectionChanged();
+    void readRows();
+    void selectRow(int row);
+    void tellOfSelection();
 
     TableModel _model;
-    SpaceBar _spaceBar{_model};
-    QObject _connections;  // what hangs on it ends with this object
+    Keys _keys{_model};
+    bool _isReading = false;  // what becomes of the selection meanwhile is told afterwards
+    QObject _connections;     // what hangs on it ends with this object
 };
 
 }  // namespace kt

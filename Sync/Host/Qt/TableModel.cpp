@@ -3,6 +3,7 @@
 #include <QIcon>
 #include <QPainter>
 #include <QPixmap>
+#include <QTextDocument>
 #include <algorithm>
 #include <utility>
 
@@ -12,13 +13,19 @@ namespace kt {
 
 namespace {
 
-/// "#RRGGBB", with or without more behind it. Invalid for anything else.
+/// "#RRGGBB", with or without more behind it. Invalid for anything else, names of colours included.
 QColor colorFromText(const std::optional<std::string>& text)
 {
     constexpr std::size_t kLength = 7;
-    return text && text->size() >= kLength
+    return text && text->size() >= kLength && text->starts_with('#')
                ? QColor(QString::fromStdString(text->substr(0, kLength)))
                : QColor();
+}
+
+/// For what takes a text with tags in it as markup.
+QString asPlainText(const QString& text)
+{
+    return Qt::mightBeRichText(text) ? Qt::convertFromPlainText(text) : text;
 }
 
 /// A disc, drawn fine enough for screens of double density.
@@ -73,7 +80,8 @@ void TableModel::setNumberOfRows(int count)
     const int before = rowCount();
     if (count > before) {
         beginInsertRows({}, before, count - 1);
-        _rows.resize(static_cast<std::size_t>(count), Row{std::vector<Cell>(_columns.size()), {}});
+        _rows.resize(static_cast<std::size_t>(count),
+                     Row{std::vector<Cell>(_columns.size()), {}, {}});
         endInsertRows();
     } else if (count < before) {
         beginRemoveRows({}, count, before - 1);
@@ -84,7 +92,7 @@ void TableModel::setNumberOfRows(int count)
 
 TableModel::Row TableModel::readRow(int row) const
 {
-    Row read{std::vector<Cell>(_columns.size()), {}};
+    Row read{std::vector<Cell>(_columns.size()), {}, {}};
     for (std::size_t column = 0; column < _columns.size(); ++column) {
         Value value;
         callOwner("tableView:objectValueForTableColumn:row:", [&] {
@@ -96,6 +104,8 @@ TableModel::Row TableModel::readRow(int row) const
         else
             read.cells[column].text = QString::fromStdString(value.description());
     }
+    callOwner("tableView:identityOfRow:",
+              [&] { read.identity = _dataSource->tableViewIdentityOfRow(_table, row); });
     if (_delegate != nullptr)
         callOwner("tableView:colorForRow:", [&] {
             read.color = colorFromText(_delegate->tableViewColorForRow(_table, row));
@@ -103,14 +113,24 @@ TableModel::Row TableModel::readRow(int row) const
     return read;
 }
 
+std::optional<std::string> TableModel::identityOfRow(int row) const
+{
+    return row < 0 || row >= rowCount() ? std::nullopt
+                                        : _rows[static_cast<std::size_t>(row)].identity;
+}
+
+int TableModel::rowWithIdentity(const std::string& identity) const
+{
+    const auto found = std::find_if(_rows.begin(), _rows.end(),
+                                    [&](const Row& row) { return row.identity == identity; });
+    return found == _rows.end() ? -1 : static_cast<int>(found - _rows.begin());
+}
+
 void TableModel::toggle(int row)
 {
-    const auto found = std::find_if(_columns.begin(), _columns.end(), [](const Column& column) {
-        return column.kind == Kind::checkBox;
-    });
-    if (found == _columns.end() || row < 0 || row >= rowCount())
+    const int column = firstColumn(Kind::checkBox);
+    if (column < 0 || row < 0 || row >= rowCount())
         return;
-    const auto column = static_cast<int>(found - _columns.begin());
     const QModelIndex cell = index(row, column);
     setData(cell, data(cell, Qt::CheckStateRole) == Qt::Checked ? Qt::Unchecked : Qt::Checked,
             Qt::CheckStateRole);
@@ -151,32 +171,43 @@ QVariant TableModel::data(const QModelIndex& index, int role) const
     const Cell& cell = row.cells[static_cast<std::size_t>(index.column())];
     const Kind kind = _columns[static_cast<std::size_t>(index.column())].kind;
     if (role == Qt::AccessibleTextRole)
-        return accessibleText(row, cell, kind);
+        return accessibleText(row, index.column());
     if (kind == Kind::checkBox)
         return role == Qt::CheckStateRole ? QVariant(cell.isTicked ? Qt::Checked : Qt::Unchecked)
                                           : QVariant();
-    if (role == Qt::DisplayRole || role == Qt::ToolTipRole)
+    if (role == Qt::DisplayRole)
         return cell.text;
+    if (role == Qt::ToolTipRole)
+        return asPlainText(cell.text);
     if (role == Qt::DecorationRole && row.color.isValid())
         return swatch(row.color);
     return {};
 }
 
-QString TableModel::textOfRow(const Row& row) const
+int TableModel::firstColumn(Kind kind) const
 {
-    for (std::size_t column = 0; column < _columns.size(); ++column)
-        if (_columns[column].kind == Kind::text)
-            return row.cells[column].text.trimmed();
-    return {};
+    const auto found = std::find_if(_columns.begin(), _columns.end(),
+                                    [kind](const Column& column) { return column.kind == kind; });
+    return found == _columns.end() ? -1 : static_cast<int>(found - _columns.begin());
 }
 
-/// A check box without a text says of what it is; a text says whether its row is ticked.
-QVariant TableModel::accessibleText(const Row& row, const Cell& cell, Kind kind) const
+/// A check box without a text says of what it is, and a text whether its row is ticked: a cursor
+/// stands in one of the two only.
+QString TableModel::accessibleText(const Row& row, int column) const
 {
-    if (kind == Kind::text)
-        return cell.text.trimmed();
-    const QString state = cell.isTicked ? QStringLiteral("aktiv") : QStringLiteral("nicht aktiv");
-    return textOfRow(row) + QStringLiteral(", ") + state;
+    const auto isKind = [this](int index, Kind kind) {
+        return index >= 0 && _columns[static_cast<std::size_t>(index)].kind == kind;
+    };
+    const int text = isKind(column, Kind::text) ? column : firstColumn(Kind::text);
+    const int box = isKind(column, Kind::checkBox) ? column : firstColumn(Kind::checkBox);
+    QStringList parts;
+    if (text >= 0)
+        parts << row.cells[static_cast<std::size_t>(text)].text.trimmed();
+    if (box >= 0)
+        parts << (row.cells[static_cast<std::size_t>(box)].isTicked
+                      ? QStringLiteral("aktiv")
+                      : QStringLiteral("nicht aktiv"));
+    return parts.join(QStringLiteral(", "));
 }
 
 bool TableModel::setData(const QModelIndex& index, const QVariant& value, int role)

@@ -3,6 +3,7 @@
 #include <QAbstractTableModel>
 #include <QColor>
 #include <QString>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -28,8 +29,12 @@ public:
     void setDataSource(TableViewDataSource* dataSource);
     void setDelegate(TableViewDelegate* delegate) { _delegate = delegate; }
     TableViewDelegate* delegate() const { return _delegate; }
-    /// Rows that are still there keep their place, and so their selection.
+    /// A selection stays at its place; whoever wants it to go with its row asks for the identity.
     void reload();
+    /// What the data source knows the row by; nullopt where it knows it by its place.
+    std::optional<std::string> identityOfRow(int row) const;
+    /// -1 when there is none.
+    int rowWithIdentity(const std::string& identity) const;
     /// Turns the row's first check box over.
     void toggle(int row);
 
@@ -48,12 +53,13 @@ private:
     struct Row {
         std::vector<Cell> cells;
         QColor color;  // invalid for none
+        std::optional<std::string> identity;
     };
 
     void setNumberOfRows(int count);
     Row readRow(int row) const;
-    QString textOfRow(const Row& row) const;
-    QVariant accessibleText(const Row& row, const Cell& cell, Kind kind) const;
+    int firstColumn(Kind kind) const;  // -1 for none
+    QString accessibleText(const Row& row, int column) const;
 
     TableView* _table;
     std::vector<Column> _columns;

@@ -74,6 +74,12 @@ void ICalSyncPlugin::tableViewSetObjectValue(TableView*, const Value& objectValu
         });
 }
 
+std::optional<std::string> ICalSyncPlugin::tableViewIdentityOfRow(TableView*, int row)
+{
+    return guardedOr([&] { return std::optional(recordKeyOf(*calendarInRow(row))); },
+                     [](const Exception&) { return std::optional<std::string>(); });
+}
+
 std::optional<std::string> ICalSyncPlugin::tableViewColorForRow(TableView*, int row)
 {
     return guardedOr([&] { return calendarInRow(row)->color(); },

@@ -97,6 +97,8 @@ public:
     /// Makes the next sync a full one. An Exception becomes a line in the system log.
     void tableViewSetObjectValue(TableView* tableView, const Value& objectValue,
                                  const TableColumn& tableColumn, int row) override;
+    /// The calendar's record key.
+    std::optional<std::string> tableViewIdentityOfRow(TableView* tableView, int row) override;
     std::optional<std::string> tableViewColorForRow(TableView* tableView, int row) override;
     /// Asks the publishing service how it stands with the calendar selected now.
     void tableViewSelectionDidChange() override;

@@ -1,7 +1,9 @@
 #include <QIcon>
 #include <QSignalSpy>
 #include <QTest>
+#include <QTextDocument>
 #include <QTreeView>
+#include <functional>
 #include <memory>
 #include <string>
 #include <vector>
@@ -27,8 +29,13 @@ public:
         std::string text;
         Value isTicked = 0;
         std::optional<std::string> color;
+        std::optional<std::string> identity{};
     };
 
+    std::optional<std::string> tableViewIdentityOfRow(TableView*, int row) override
+    {
+        return names.at(static_cast<std::size_t>(row)).identity;
+    }
     int numberOfRowsInTableView(TableView*) override { return static_cast<int>(names.size()); }
     Value tableViewObjectValueForTableColumn(TableView*, const TableColumn& column,
                                              int row) override
@@ -45,7 +52,12 @@ public:
         edits.push_back(column.identifier + " " + std::to_string(row) + " " + value.description());
         names.at(static_cast<std::size_t>(row)).isTicked = value;
     }
-    void tableViewSelectionDidChange() override { selections.push_back(table->selectedRow()); }
+    void tableViewSelectionDidChange() override
+    {
+        selections.push_back(table->selectedRow());
+        if (whenSelected)
+            whenSelected();
+    }
     std::optional<std::string> tableViewColorForRow(TableView*, int row) override
     {
         return names.at(static_cast<std::size_t>(row)).color;
@@ -56,6 +68,7 @@ public:
     int questions = 0;
     std::vector<std::string> edits;
     std::vector<int> selections;
+    std::function<void()> whenSelected;
     TableView* table = nullptr;
 };
 
@@ -68,7 +81,9 @@ protected:
         widget.setProperty("columnTitles", QStringList{"An", "Name"});
         table = std::make_unique<QtTableView>(&widget);
         source.table = table.get();
-        source.names = {{"Anna", 1, std::nullopt}, {"Berta", 0, "#0252D4"}, {"Clara", 0, "blau"}};
+        source.names = {{"Anna", 1, std::nullopt},
+                        {"Berta", 0, "#0252D4"},
+                        {"Clara", 0, "skyblue"}};
         table->setDelegate(&source);
         widget.show();
     }
@@ -233,7 +248,88 @@ TEST_F(Table, TellsItsDelegateWhenTheSelectedRowIsGone)
     table->reloadData();
     EXPECT_EQ(widget.model()->rowCount(), 1);
     EXPECT_NE(table->selectedRow(), 2);
-    ASSERT_EQ(source.selections.size(), 2u);
+    EXPECT_THAT(source.selections, ElementsAre(2, -1));
+}
+
+TEST_F(Table, KeepsTheSelectionWithARowThatGoesToAnotherPlace)
+{
+    source.names[1].identity = "b";
+    connect();
+    click(1, 1);
+    source.names.insert(source.names.begin(), {"Anfang", 0, std::nullopt, "a"});
+    table->reloadData();
+    EXPECT_EQ(table->selectedRow(), 2);
+    EXPECT_EQ(widget.currentIndex().row(), 2);
+    EXPECT_THAT(source.selections, ElementsAre(1));
+}
+
+TEST_F(Table, LosesTheSelectionOfARowThatIsGoneThoughItsPlaceIsTaken)
+{
+    source.names[1].identity = "b";
+    connect();
+    click(1, 1);
+    source.names[1].identity = "x";
+    table->reloadData();
+    settle();
+    EXPECT_EQ(table->selectedRow(), -1);
+    EXPECT_FALSE(widget.currentIndex().isValid());
+    EXPECT_THAT(source.selections, ElementsAre(1, -1));
+}
+
+TEST_F(Table, TellsOfTheSelectionAgainWithADataSourceThatIsGivenAnew)
+{
+    connect();
+    connect();
+    EXPECT_THAT(source.selections, IsEmpty());
+    click(1, 1);
+    connect();
+    EXPECT_THAT(source.selections, ElementsAre(1, 1));
+}
+
+TEST_F(Table, ShowsWhatItsDelegateMadeOfTheRowsWhenItWasTold)
+{
+    connect();
+    source.whenSelected = [this] { source.names[1].text = "Berta (hier)"; };
+    click(1, 1);
+    settle();
+    EXPECT_EQ(cell(1, 1), QStringLiteral("Berta (hier)"));
+    source.whenSelected = [this] { source.names.resize(1); };
+    click(2, 1);
+    settle();
+    EXPECT_EQ(widget.model()->rowCount(), 1);
+    EXPECT_EQ(table->selectedRow(), -1);
+}
+
+struct FirstKey {
+    int key;
+    int row;
+};
+
+TEST_F(Table, BeginsTheSelectionWithTheKeysThatMoveTheCursor)
+{
+    connect();
+    for (const FirstKey first :
+         {FirstKey{Qt::Key_Down, 0}, FirstKey{Qt::Key_Up, 0}, FirstKey{Qt::Key_Home, 0},
+          FirstKey{Qt::Key_End, 2}, FirstKey{Qt::Key_PageUp, 0}, FirstKey{Qt::Key_PageDown, 2}}) {
+        widget.selectionModel()->clear();
+        QTest::keyClick(&widget, static_cast<Qt::Key>(first.key));
+        EXPECT_EQ(table->selectedRow(), first.row) << first.key;
+    }
+    source.names.clear();
+    table->reloadData();
+    QTest::keyClick(&widget, Qt::Key_Down);
+    EXPECT_EQ(table->selectedRow(), -1);
+}
+
+TEST_F(Table, ShowsATitleWithTagsAsItIsWritten)
+{
+    source.names[0].text = "<b>Anna</b> & Co";
+    connect();
+    EXPECT_EQ(cell(0, 1), QStringLiteral("<b>Anna</b> & Co"));
+    QTextDocument tip;
+    tip.setHtml(cell(0, 1, Qt::ToolTipRole).toString());
+    EXPECT_EQ(tip.toPlainText(), QStringLiteral("<b>Anna</b> & Co"));
+    EXPECT_EQ(cell(1, 1, Qt::ToolTipRole), QStringLiteral("Berta"));
 }
 
 TEST_F(Table, LetsNoExceptionThroughTheEventLoop)
@@ -254,7 +350,8 @@ TEST_F(Table, SaysToAScreenReaderWhatIsTicked)
     connect();
     EXPECT_EQ(cell(0, 0, Qt::AccessibleTextRole), QStringLiteral("Anna, aktiv"));
     EXPECT_EQ(cell(1, 0, Qt::AccessibleTextRole), QStringLiteral("Berta, nicht aktiv"));
-    EXPECT_EQ(cell(0, 1, Qt::AccessibleTextRole), QStringLiteral("Anna"));
+    EXPECT_EQ(cell(0, 1, Qt::AccessibleTextRole), QStringLiteral("Anna, aktiv"));
+    EXPECT_EQ(cell(1, 1, Qt::AccessibleTextRole), QStringLiteral("Berta, nicht aktiv"));
 }
 
 TEST_F(Table, LeavesAnEmptyWidgetBehind)

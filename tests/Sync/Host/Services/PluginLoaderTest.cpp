@@ -106,7 +106,7 @@ INSTANTIATE_TEST_SUITE_P(
                    "Das Plug-in \"%\" ist kein Synchronisierungs-Plug-in: "
                    "\"KTPluginInterfaceVersion\" fehlt."},
         RefusalRow{"WrongVersion",
-                   "Das Plug-in \"%\" spricht Version 3 der Schnittstelle, gebraucht wird 2."},
+                   "Das Plug-in \"%\" spricht Version 4 der Schnittstelle, gebraucht wird 3."},
         RefusalRow{"MissingCreate",
                    "Das Plug-in \"%\" ist kein Synchronisierungs-Plug-in: "
                    "\"KTPluginCreate\" fehlt."},

@@ -154,6 +154,13 @@ TEST_F(ConfigView, GivesEachRowTheColourOfItsCalendar)
     EXPECT_EQ(plugin->tableViewColorForRow(&view.syncedCalendarsList, 1), std::nullopt);
 }
 
+TEST_F(ConfigView, KnowsEachRowByTheRecordKeyOfItsCalendar)
+{
+    const std::string key = addCalendar("Arbeit");
+    EXPECT_EQ(plugin->tableViewIdentityOfRow(&view.syncedCalendarsList, 0), key);
+    EXPECT_EQ(plugin->tableViewIdentityOfRow(&view.syncedCalendarsList, 1), std::nullopt);
+}
+
 // Edits.
 
 class ConfigViewTick : public ConfigView, public ::testing::WithParamInterface<int> {};
