@@ -94,8 +94,9 @@ std::unique_ptr<Nib> QtNibLoader::loadNibNamed(const std::string& name, NibOwner
     QUiLoader loader;
     std::unique_ptr<QWidget> root(file.open(QIODevice::ReadOnly) ? loader.load(&file) : nullptr);
     if (!root) {
-        NSLog("\"%@\" kann nicht geladen werden: %@", *path,
-              (file.isOpen() ? loader.errorString() : file.errorString()).toStdString());
+        NSLog(file.isOpen() ? "\"%@\" beschreibt keine Ansicht."
+                            : "\"%@\" kann nicht gelesen werden.",
+              *path);
         return nullptr;
     }
     return std::make_unique<QtNib>(std::move(root), owner);

@@ -1,5 +1,6 @@
 #include "Sync/Host/Qt/SyncProcess.h"
 
+#include <QFileInfo>
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
@@ -22,6 +23,17 @@ QString lineForLoss(const QJsonObject& loss)
             parts << part;
     }
     return QStringLiteral("Nicht gelesen: ") + parts.join(QStringLiteral(": "));
+}
+
+/// What the system says of it is in whatever language the system speaks.
+QString whyNotStarted(const QString& program)
+{
+    const QFileInfo file(program);
+    if (!file.exists())
+        return QStringLiteral("Das Programm gibt es nicht.");
+    if (!file.isFile() || !file.isExecutable())
+        return QStringLiteral("Das ist kein Programm, das gestartet werden darf.");
+    return QStringLiteral("Das System lässt es nicht zu.");
 }
 
 }  // namespace
@@ -72,6 +84,7 @@ void SyncProcess::start(const QString& program, const QStringList& arguments,
                         const QStringList& options)
 {
     _unfinishedLine.clear();
+    _isCancelled = false;
     _process.start(program, arguments +
                                 QStringList{QStringLiteral("--json"), QStringLiteral("--events"),
                                             QStringLiteral("sync")} +
@@ -80,7 +93,7 @@ void SyncProcess::start(const QString& program, const QStringList& arguments,
 
 void SyncProcess::cancel()
 {
-    if (isRunning() && _process.processId() > 0)
+    if (isRunning() && _process.processId() > 0 && !std::exchange(_isCancelled, true))
         ::kill(static_cast<pid_t>(_process.processId()), SIGINT);
 }
 
@@ -116,14 +129,19 @@ void SyncProcess::ended()
     readEvents();
     if (!_unfinishedLine.isEmpty())
         takeEvent(std::exchange(_unfinishedLine, {}));
-    _listener.finished(outcomeFromReport(_process.readAllStandardOutput()));
+    const QByteArray report = _process.readAllStandardOutput();
+    SyncOutcome outcome = outcomeFromReport(report);
+    // It was asked before it could listen, and so before it began anything.
+    if (_isCancelled && report.isEmpty())
+        outcome.status = QStringLiteral("Die Synchronisierung wurde abgebrochen.");
+    _listener.finished(outcome);
 }
 
 void SyncProcess::couldNotStart()
 {
     SyncOutcome outcome;
     outcome.status = QStringLiteral("\"%1\" kann nicht gestartet werden: %2")
-                         .arg(_process.program(), _process.errorString());
+                         .arg(_process.program(), whyNotStarted(_process.program()));
     _listener.finished(outcome);
 }
 

@@ -38,8 +38,11 @@ public:
     /// while one is running.
     void start(const QString& program, const QStringList& arguments, const QStringList& options);
     bool isRunning() const { return _process.state() != QProcess::NotRunning; }
-    /// Asks the run to stop where nothing is half done; it ends, later, with its own outcome.
+    /// Asks the run to stop where nothing is half done; it ends, later, with its own outcome. Asks
+    /// once only: a second signal would end the program wherever it is.
     void cancel();
+    /// Whether the run at hand was asked to stop.
+    bool isCancelled() const { return _isCancelled; }
 
 private:
     void readEvents();
@@ -49,6 +52,7 @@ private:
 
     Listener _listener;
     QByteArray _unfinishedLine;  // of the program's standard error
+    bool _isCancelled = false;
     QProcess _process;
 };
 

@@ -134,7 +134,8 @@ TEST_F(NibFile, ThatIsBrokenIsNamedInTheSystemLog)
     write("<ui version=\"4.0\"><widget");
     EXPECT_EQ(load(), nullptr);
     EXPECT_THAT(owner.outlets, IsEmpty());
-    EXPECT_THAT(platform.consoleLines(), ElementsAre(HasSubstr("View.ui\" kann nicht geladen")));
+    EXPECT_THAT(platform.consoleLines(),
+                ElementsAre(HasSubstr("View.ui\" beschreibt keine Ansicht.")));
 }
 
 TEST_F(NibFile, WithAnUnknownActionIsLoadedAllTheSame)

@@ -90,7 +90,18 @@ TEST_F(SyncProgram, ThatIsMissingIsNamed)
     ASSERT_EQ(outcomes.size(), 1u);
     EXPECT_FALSE(outcomes[0].isCompleted);
     EXPECT_THAT(outcomes[0].status.toStdString(),
-                HasSubstr("\"/nonexistent/icalsync\" kann nicht gestartet werden"));
+                HasSubstr("\"/nonexistent/icalsync\" kann nicht gestartet werden: "
+                          "Das Programm gibt es nicht."));
+}
+
+TEST_F(SyncProgram, ThatIsNoneIsNamed)
+{
+    folder.write("icalsync", "kein Programm");
+    process->start(QString::fromStdString(folder.path("icalsync")), {}, {});
+    EXPECT_TRUE(QTest::qWaitFor([this] { return !outcomes.empty(); }, 20000));
+    ASSERT_EQ(outcomes.size(), 1u);
+    EXPECT_THAT(outcomes[0].status.toStdString(),
+                HasSubstr("Das ist kein Programm, das gestartet werden darf."));
 }
 
 const char* const kWaits =
@@ -106,6 +117,32 @@ TEST_F(SyncProgram, IsAskedToStopWhenItIsCancelled)
     process->cancel();
     ASSERT_TRUE(QTest::qWaitFor([this] { return !outcomes.empty(); }, 20000));
     EXPECT_EQ(outcomes[0].status, QStringLiteral("abgebrochen"));
+}
+
+TEST_F(SyncProgram, IsAskedToStopOnceOnly)
+{
+    start("trap 'echo INT >> " + folder.path("signale") +
+          "' INT\necho '{\"log\":\"bereit\"}' >&2\nwhile [ ! -e " + folder.path("genug") +
+          " ]; do sleep 0.05; done");
+    ASSERT_TRUE(QTest::qWaitFor([this] { return !told.empty(); }, 20000));
+    for (int i = 0; i < 3; ++i) {
+        process->cancel();
+        EXPECT_TRUE(process->isCancelled());
+        QTest::qWait(150);
+    }
+    EXPECT_EQ(folder.read("signale"), "INT\n");
+    folder.write("genug", "");
+    ASSERT_TRUE(QTest::qWaitFor([this] { return !outcomes.empty(); }, 20000));
+}
+
+TEST_F(SyncProgram, ThatIsCancelledBeforeItListensEndsAsCancelled)
+{
+    start("echo '{\"log\":\"bereit\"}' >&2\nwhile :; do sleep 0.05; done");
+    ASSERT_TRUE(QTest::qWaitFor([this] { return !told.empty(); }, 20000));
+    process->cancel();
+    ASSERT_TRUE(QTest::qWaitFor([this] { return !outcomes.empty(); }, 20000));
+    EXPECT_FALSE(outcomes[0].isCompleted);
+    EXPECT_EQ(outcomes[0].status, QStringLiteral("Die Synchronisierung wurde abgebrochen."));
 }
 
 TEST_F(SyncProgram, IsStoppedWithItsOwner)
