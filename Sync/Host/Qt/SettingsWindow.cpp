@@ -10,6 +10,7 @@
 #include <QSignalBlocker>
 #include <QVBoxLayout>
 #include <memory>
+#include <string_view>
 #include <utility>
 
 #include "Sync/Host/Qt/OwnerCall.h"
@@ -34,6 +35,11 @@ QIcon iconFromImage(const Image* image)
     return icon;
 }
 
+QString textOf(std::string_view line)
+{
+    return QString::fromUtf8(line.data(), static_cast<qsizetype>(line.size()));
+}
+
 /// Layouts and containers belong to the widget that they are given to.
 template <class T, class... Arguments>
 T* made(Arguments&&... arguments)
@@ -52,7 +58,7 @@ SettingsWindow::SettingsWindow(SettingsWorkplace& workplace, SyncCommand syncCom
              [this](const QString& title, int current, int total) {
                  _progress.setRange(0, total);
                  _progress.setValue(current);
-                 _progress.setFormat(title);
+                 _progress.setTitle(title);
              },
              [this](const SyncOutcome& outcome) { syncEnded(outcome); }})
 {
@@ -67,10 +73,14 @@ SettingsWindow::SettingsWindow(SettingsWorkplace& workplace, SyncCommand syncCom
     makeMenus();
     nameThings();
     followState();
-    showView();
+    _workplace.setListener({[this](std::string_view line) { tellProblem(textOf(line)); },
+                            [this](std::string_view line) { addToLog(textOf(line)); }});
+    reload();
     constexpr QSize kUsualSize(760, 620);
     resize(kUsualSize.expandedTo(minimumSizeHint()));
 }
+
+SettingsWindow::~SettingsWindow() { _workplace.setListener({}); }
 
 QWidget* SettingsWindow::header()
 {
@@ -110,6 +120,7 @@ QWidget* SettingsWindow::viewAndLog()
     _viewPlace.layout()->setContentsMargins(0, 0, 0, 0);
     _noView.setAlignment(Qt::AlignCenter);
     _noView.setWordWrap(true);
+    _noView.setTextFormat(Qt::PlainText);
     _viewPlace.layout()->addWidget(&_noView);
 
     constexpr int kMostLines = 5000;
@@ -144,7 +155,7 @@ QLayout* SettingsWindow::syncRow()
     _syncButton.setMinimumWidth(_syncButton.sizeHint().width() + kRoomBesideText);
     _cancelButton.setText(tr("Abbre&chen"));
     QObject::connect(&_syncButton, &QPushButton::clicked, this, [this] { startSync({}); });
-    QObject::connect(&_cancelButton, &QPushButton::clicked, this, [this] { _sync.cancel(); });
+    QObject::connect(&_cancelButton, &QPushButton::clicked, this, [this] { cancelSync(); });
     QSizePolicy policy = _progress.sizePolicy();
     policy.setRetainSizeWhenHidden(true);
     _progress.setSizePolicy(policy);
@@ -179,7 +190,7 @@ void SettingsWindow::makeMenus()
     QObject::connect(&_syncAction, &QAction::triggered, this, [this] { startSync({}); });
     QObject::connect(&_fullSyncAction, &QAction::triggered, this,
                      [this] { startSync({QStringLiteral("--full")}); });
-    QObject::connect(&_cancelAction, &QAction::triggered, this, [this] { _sync.cancel(); });
+    QObject::connect(&_cancelAction, &QAction::triggered, this, [this] { cancelSync(); });
     menuBar()->addMenu(tr("&Datei"))->addActions({&_reloadAction, &_quitAction});
     menuBar()
         ->addMenu(tr("S&ynchronisierung"))
@@ -210,7 +221,7 @@ QWidget* SettingsWindow::currentView()
         return nullptr;
     }
     QWidget* view = nullptr;
-    callOwner("configView", [&] { view = widgetOfView(_plugin.configView()); });
+    callOwner("configView", [&] { view = widgetOfView(_workplace.configView()); });
     _noView.setText(tr("Die Liste der Kalender kann hier nicht gezeigt werden."));
     return view;
 }
@@ -233,19 +244,33 @@ void SettingsWindow::showView()
 
 void SettingsWindow::reload()
 {
-    if (isSyncing() || std::exchange(_isReloading, true))
+    if (isSyncing())
         return;
+    ++_reloadsUnderWay;
     showView();
-    _isReloading = false;
+    // The table reads its rows, and the plug-in looks after the selected one, when this event is
+    // over; what goes wrong until then is no reason to begin again.
+    const auto end = [this] {
+        --_reloadsUnderWay;
+        _problem.clear();
+    };
+    QMetaObject::invokeMethod(this, end, Qt::QueuedConnection);
 }
 
+/// A setting could not be stored. What is shown is read anew, since it may not be what holds. An
+/// event that stores several settings says the same of each, which is worth one line.
 void SettingsWindow::tellProblem(const QString& line)
 {
     _status.setText(line);
-    addToLog(line);
-    if (!_isReloading)
-        QMetaObject::invokeMethod(
-            this, [this] { reload(); }, Qt::QueuedConnection);
+    if (std::exchange(_problem, line) != line)
+        addToLog(line);
+    if (_reloadsUnderWay > 0 || std::exchange(_isReloadDue, true))
+        return;
+    const auto readAgain = [this] {
+        _isReloadDue = false;
+        reload();
+    };
+    QMetaObject::invokeMethod(this, readAgain, Qt::QueuedConnection);
 }
 
 void SettingsWindow::switchPlugin(bool isOn)
@@ -259,8 +284,15 @@ void SettingsWindow::startSync(const QStringList& options)
         return;
     _status.setText(tr("Die Synchronisierung beginnt..."));
     _progress.setRange(0, 0);
-    _progress.setFormat({});
+    _progress.setTitle({});
     _sync.start(_syncCommand.program, _syncCommand.arguments, options);
+    followState();
+}
+
+void SettingsWindow::cancelSync()
+{
+    _sync.cancel();
+    _status.setText(tr("Die Synchronisierung wird abgebrochen..."));
     followState();
 }
 
@@ -285,12 +317,12 @@ void SettingsWindow::followState()
     _viewPlace.setEnabled(!isRunning);
     _isOn.setEnabled(!isRunning);
     _syncButton.setEnabled(!isRunning);
-    _cancelButton.setEnabled(isRunning);
+    _cancelButton.setEnabled(isRunning && !_sync.isCancelled());
     _progress.setVisible(isRunning);
     _reloadAction.setEnabled(!isRunning);
     _syncAction.setEnabled(!isRunning);
     _fullSyncAction.setEnabled(!isRunning);
-    _cancelAction.setEnabled(isRunning);
+    _cancelAction.setEnabled(isRunning && !_sync.isCancelled());
 }
 
 void SettingsWindow::addToLog(const QString& line) { _log.appendPlainText(line); }
@@ -302,8 +334,7 @@ void SettingsWindow::closeEvent(QCloseEvent* event)
         return;
     }
     _closesAfterSync = true;
-    _status.setText(tr("Die Synchronisierung wird abgebrochen..."));
-    _sync.cancel();
+    cancelSync();
     event->ignore();
 }
 

@@ -6,12 +6,12 @@
 #include <QMainWindow>
 #include <QPlainTextEdit>
 #include <QPointer>
-#include <QProgressBar>
 #include <QPushButton>
 #include <QSplitter>
 #include <QStringList>
 
 #include "Sync/Host/Qt/SettingsWorkplace.h"
+#include "Sync/Host/Qt/StepBar.h"
 #include "Sync/Host/Qt/SyncProcess.h"
 
 namespace kt {
@@ -29,12 +29,10 @@ public:
 
     /// The workplace is not owned, and outlives the window.
     SettingsWindow(SettingsWorkplace& workplace, SyncCommand syncCommand);
+    ~SettingsWindow() override;
 
     /// Reads calendars and settings anew.
     void reload();
-    /// A line that the user has to see, such as a setting that could not be stored. What is shown
-    /// is then read anew, since it may not be what holds.
-    void tellProblem(const QString& line);
     bool isSyncing() const { return _sync.isRunning(); }
 
 protected:
@@ -51,14 +49,18 @@ private:
     void showView();
     void switchPlugin(bool isOn);
     void startSync(const QStringList& options);
+    void cancelSync();
     void syncEnded(const SyncOutcome& outcome);
     void followState();
+    void tellProblem(const QString& line);
     void addToLog(const QString& line);
 
     SettingsWorkplace& _workplace;
     KTSyncPluginProtocol& _plugin;
     SyncCommand _syncCommand;
-    bool _isReloading = false;
+    int _reloadsUnderWay = 0;  // until the table has read its rows, which is when the event is over
+    bool _isReloadDue = false;
+    QString _problem;  // the last one of the event at hand
     bool _closesAfterSync = false;
 
     QLabel _icon;
@@ -72,7 +74,7 @@ private:
     QPlainTextEdit _log;
     QPushButton _syncButton;
     QPushButton _cancelButton;
-    QProgressBar _progress;
+    StepBar _progress;
     QLabel _status;
     QAction _reloadAction;
     QAction _quitAction;

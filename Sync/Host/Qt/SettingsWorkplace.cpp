@@ -1,19 +1,23 @@
 #include "Sync/Host/Qt/SettingsWorkplace.h"
 
-#include <utility>
-
 #include <unistd.h>
 
 #include "Sync/Foundation/Exception.h"
 #include "Sync/Foundation/FileManager.h"
 #include "Sync/Foundation/Format.h"
 #include "Sync/Foundation/Platform.h"
+#include "Sync/Host/Services/GuardLift.h"
 #include "Sync/Host/Services/HomeLayout.h"
 
 namespace kt {
 
-SettingsWorkplace::SettingsWorkplace(const Place& place,
-                                     std::function<void(std::string_view)> failed)
+void SettingsWorkplace::DetailedLog::logEntry(std::string_view entry)
+{
+    const GuardLift ownLog;
+    HostFileLogger::logEntry(entry);
+}
+
+SettingsWorkplace::SettingsWorkplace(const Place& place)
     : _place(place),
       _suite(place.home),
       _statusLine(STDERR_FILENO, StatusLine::Detail::warnings),
@@ -32,7 +36,7 @@ SettingsWorkplace::SettingsWorkplace(const Place& place,
         std::make_unique<SettingsHost>(HostServices{*_preferences, _log, _fileLogger, _statusLine,
                                                     _processes, _place.calendarProgram,
                                                     _place.systemVersion, _place.site.url()},
-                                       _suite.lockPath(), std::move(failed));
+                                       _suite.lockPath());
     _plugin = PluginLoader::load(_place.pluginPath, classTable(), *_host);
 }
 
@@ -41,6 +45,12 @@ SettingsWorkplace::~SettingsWorkplace()
     _plugin.reset();
     _host.reset();
     Platform::shared().setHomeDirectory({});
+}
+
+View* SettingsWorkplace::configView()
+{
+    const WriteGuard guard;
+    return plugin().configView();
 }
 
 std::optional<std::string> SettingsWorkplace::obstacle() const

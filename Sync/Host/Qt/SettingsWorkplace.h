@@ -1,10 +1,10 @@
 #pragma once
 
-#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
 #include <string_view>
+#include <utility>
 
 #include "Sync/Host/Command/Place.h"
 #include "Sync/Host/Qt/QtNibLoader.h"
@@ -20,27 +20,38 @@ namespace kt {
 /// lock, so that syncs can run beside it. Platform's home folder is the place's while it lives.
 class SettingsWorkplace {
 public:
-    /// `failed` is told of each setting that could not be stored. Throws Exception
-    /// NSGenericException, with a line for the user, for a home that is missing or a plug-in that
-    /// is refused.
-    SettingsWorkplace(const Place& place, std::function<void(std::string_view)> failed);
+    /// Throws Exception NSGenericException, with a line for the user, for a home that is missing or
+    /// a plug-in that is refused.
+    explicit SettingsWorkplace(const Place& place);
     ~SettingsWorkplace();
     SettingsWorkplace(const SettingsWorkplace&) = delete;
     SettingsWorkplace& operator=(const SettingsWorkplace&) = delete;
 
     KTSyncPluginProtocol& plugin() { return **_plugin; }
     const Place& place() const { return _place; }
+    /// Who is told of settings that could not be stored, and of lines of the sync log.
+    void setListener(SettingsListener listener) { _host->setListener(std::move(listener)); }
+    /// The plug-in's view, prepared anew; null where there is none. Whatever the plug-in finds, the
+    /// store stays as it is: a run may be rewriting it at this moment.
+    View* configView();
     /// What keeps everybody from the store right now, as a line for the user.
     std::optional<std::string> obstacle() const;
 
 private:
+    /// Writes whether or not the plug-in may.
+    class DetailedLog : public HostFileLogger {
+    public:
+        using HostFileLogger::HostFileLogger;
+        void logEntry(std::string_view entry) override;
+    };
+
     KTClassTable classTable();
 
     Place _place;
     SuiteFolder _suite;
     StatusLine _statusLine;
     HostLog _log;
-    HostFileLogger _fileLogger;
+    DetailedLog _fileLogger;
     Processes _processes;
     HostClasses _classes;
     QtNibLoader _nibLoader;

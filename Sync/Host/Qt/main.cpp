@@ -55,15 +55,10 @@ int failed(const kt::Exception& exception, kt::ExitCode exitCode)
 
 int showWindow(const kt::Place& place, const QStringList& arguments)
 {
-    kt::SettingsWindow* shown = nullptr;
-    kt::SettingsWorkplace workplace(place, [&](std::string_view line) {
-        if (shown != nullptr)
-            shown->tellProblem(QString::fromStdString(std::string(line)));
-    });
+    kt::SettingsWorkplace workplace(place);
     kt::SettingsWindow window(workplace,
                               {QApplication::applicationDirPath() + QStringLiteral("/icalsync"),
                                arguments});
-    shown = &window;
     window.show();
     return QApplication::exec();
 }

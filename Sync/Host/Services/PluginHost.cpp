@@ -38,9 +38,13 @@ void PluginHost::store(std::string_view key, const Value& value)
 {
     if (_preferences->set(key, value) || std::exchange(_hasLostPreferences, true))
         return;
-    _services.statusLine.warn(
-        stringWithFormat("Die Einstellungen \"%@\" können nicht gesichert werden.",
-                         _preferences->path()));
+    _services.statusLine.warn(lineForLostPreferences());
+}
+
+std::string PluginHost::lineForLostPreferences() const
+{
+    return stringWithFormat("Die Einstellungen \"%@\" können nicht gesichert werden.",
+                            _preferences->path());
 }
 
 void PluginHost::logMsg(std::string_view message)

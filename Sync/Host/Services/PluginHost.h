@@ -74,6 +74,8 @@ public:
 
 protected:
     HostServices& services() { return _services; }
+    /// What the user is told when a preference could not be written.
+    std::string lineForLostPreferences() const;
 
 private:
     void store(std::string_view key, const Value& value);

@@ -1,27 +1,42 @@
 #pragma once
 
 #include <functional>
+#include <map>
 #include <string>
 #include <string_view>
+#include <utility>
 
 #include "Sync/Host/Services/PluginHost.h"
 
 namespace kt {
 
+/// Who shows the user what a SettingsHost has to say.
+struct SettingsListener {
+    /// A change could not be stored; the preferences are then those of the file.
+    std::function<void(std::string_view line)> failed = [](std::string_view) {};
+    /// A line of the sync log.
+    std::function<void(std::string_view line)> logged = [](std::string_view) {};
+};
+
 /// The host object of a settings window. Syncs run in programs of their own, so there is no session
 /// here, and each preference is read from the file and written to it at once, under the home's
 /// lock, because a run may be at work on it meanwhile.
+///
+/// A plug-in remembers the dictionaries that it read and stores them whole. Of such a dictionary
+/// only those entries are written that differ from what was read last, so that what other programs
+/// stored meanwhile stays. An entry that could not be stored and that the file does not have either
+/// is answered with the value that it had first: nothing of a refused change is left.
 class SettingsHost : public PluginHost {
 public:
-    /// `failed` is told, with a line for the user, of each change that could not be stored; the
-    /// preferences are then those of the file.
-    SettingsHost(HostServices services, std::string lockPath,
-                 std::function<void(std::string_view)> failed);
+    SettingsHost(HostServices services, std::string lockPath, SettingsListener listener = {});
+
+    void setListener(SettingsListener listener) { _listener = std::move(listener); }
 
     bool boolPreferenceForKey(std::string_view key, bool defaultValue) override;
     Value objectPreferenceForKey(std::string_view key, const Value& defaultValue) override;
     void updatePreferenceWithBool(std::string_view key, bool value) override;
     void updatePreferenceWithObject(std::string_view key, const Value& value) override;
+    void logMsg(std::string_view message) override;
 
     int startSync(int) override { return 0; }
     std::optional<SyncRecordList> pullRecords() override { return std::nullopt; }
@@ -38,13 +53,24 @@ public:
     bool resetLocalState() override { return false; }
 
 private:
+    /// What the plug-in knows of a preference that is a dictionary.
+    struct Known {
+        Dictionary file;      // as it was read or written last
+        Dictionary unstored;  // first values of entries that never reached the file
+    };
+
     /// Throws Exception for a file that holds no preferences.
     void readAgain();
     void readOrTell();
     void update(std::string_view key, const Value& value);
+    /// Throws Exception when it cannot.
+    void store(std::string_view key, const Value& value);
+    Value merged(std::string_view key, const Value& value);
+    void keepUnstored(std::string_view key, const Value& value);
 
     std::string _lockPath;
-    std::function<void(std::string_view)> _failed;
+    SettingsListener _listener;
+    std::map<std::string, Known, std::less<>> _known;  // by the preference's key
 };
 
 }  // namespace kt

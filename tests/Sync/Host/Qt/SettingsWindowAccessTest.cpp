@@ -89,6 +89,20 @@ TEST_F(WindowAccess, PublishesWithTheKeyboardAlone)
     EXPECT_EQ(title("activatePublicSharingButton"), QStringLiteral("Veröffentlichung aufheben..."));
 }
 
+TEST_F(WindowAccess, OpensTheSharingTabOfTheOnlyCalendarWithTheKeyboard)
+{
+    for (const char* name : {"2.calendar", "3.calendar", "4.group"})
+        home.folder().remove(std::string("Library/Calendars/") + name);
+    open();
+    window->activateWindow();
+    ASSERT_TRUE(QTest::qWaitForWindowActive(window.get()));
+    QTest::keyClick(window.get(), Qt::Key_K, Qt::AltModifier);
+    QTest::keyClick(list(), Qt::Key_Down);
+    settle();
+    EXPECT_EQ(selectedTitle(), "Arbeit ");
+    EXPECT_TRUE(isSharingShown());
+}
+
 TEST_F(WindowAccess, TurnsATickOverWithTheSpaceBar)
 {
     open();

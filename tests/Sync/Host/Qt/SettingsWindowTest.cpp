@@ -1,7 +1,6 @@
 #include <QProgressBar>
 #include <filesystem>
 
-#include "Sync/Host/Services/HomeLock.h"
 #include "tests/Sync/Host/Qt/WindowFixture.h"
 
 namespace kt::test {
@@ -101,8 +100,6 @@ TEST_F(Window, ShowsWhatTheServiceReportsAsPublishedWithEventsAndAnon)
          {"publishEventsCheckbox", "publishTasksCheckbox", "anonymizeAllCheckbox"})
         EXPECT_FALSE(isEnabled(box)) << box;
     EXPECT_TRUE(isEnabled("showPublicCalendarsInBrowserButton"));
-    window->reload();
-    settle();
     EXPECT_EQ(rowTitle(arbeit), "Arbeit (Öffentlich)");
 }
 
@@ -170,7 +167,7 @@ TEST_F(Window, LeavesAllAsItWasWhenTheServiceFails)
 TEST_F(Window, ShowsWhatHoldsWhenATickCannotBeStored)
 {
     open();
-    const auto sync = HomeLock::exclusive(SuiteFolder(place.home).lockPath());
+    const auto sync = lockHome();
     tick(arbeit);
     EXPECT_TRUE(isRowTicked(arbeit));
     EXPECT_EQ(text("status"),
@@ -221,137 +218,6 @@ TEST_F(Window, NamesWhatKeepsItFromTheStoreUntilThatIsGone)
     EXPECT_FALSE(find<QLabel>("noView")->isVisible());
     EXPECT_TRUE(list()->isVisible());
     EXPECT_EQ(list()->model()->rowCount(), 3);
-}
-
-// A sync.
-
-TEST_F(Window, SyncsAndShowsHowItEnded)
-{
-    open();
-    tick(privat);
-    click("syncButton");
-    EXPECT_TRUE(window->isSyncing());
-    EXPECT_FALSE(isEnabled("syncButton"));
-    EXPECT_FALSE(isEnabled("syncedCalendarsList"));
-    EXPECT_FALSE(isEnabled("isOn"));
-    EXPECT_TRUE(isEnabled("cancelButton"));
-    EXPECT_TRUE(find<QProgressBar>("progress")->isVisible());
-    ASSERT_TRUE(waitForSync());
-    settle();
-    EXPECT_EQ(text("status"), QStringLiteral("Die iCal-Kalender wurden synchronisiert\n"
-                                             "3 Kalender (1 deaktiviert)\n"
-                                             "1 Ereignis, 0 Aufgaben"));
-    EXPECT_THAT(find<QPlainTextEdit>("log")->toPlainText().toStdString(),
-                HasSubstr("Synchronisierung beenden..."));
-    EXPECT_TRUE(isEnabled("syncButton"));
-    EXPECT_TRUE(isEnabled("syncedCalendarsList"));
-    EXPECT_FALSE(isEnabled("cancelButton"));
-    EXPECT_FALSE(find<QProgressBar>("progress")->isVisible());
-    // What the run changed of the settings shows.
-    EXPECT_TRUE(isTicked("isOn"));
-    EXPECT_EQ(text("syncCalendarsStatusLabel"), QString());
-    EXPECT_FALSE(isRowTicked(privat));
-}
-
-TEST_F(Window, StaysAliveWhileASyncRuns)
-{
-    open();
-    click("syncButton");
-    int rounds = 0;
-    while (window->isSyncing() && rounds < 100000) {
-        QCoreApplication::processEvents(QEventLoop::AllEvents, 5);
-        ++rounds;
-    }
-    EXPECT_GT(rounds, 3);
-}
-
-TEST_F(Window, SaysWhyASyncCouldNotBegin)
-{
-    open();
-    const auto other = HomeLock::exclusive(SuiteFolder(place.home).lockPath());
-    click("syncButton");
-    ASSERT_TRUE(waitForSync());
-    settle();
-    EXPECT_EQ(text("status"),
-              QStringLiteral("Für diesen Heimordner läuft gerade eine andere Synchronisierung."));
-    EXPECT_TRUE(isEnabled("syncButton"));
-}
-
-TEST_F(Window, SaysThatTheProgramOfTheSyncIsMissing)
-{
-    program = "/nonexistent/icalsync";
-    open();
-    click("syncButton");
-    ASSERT_TRUE(waitForSync());
-    settle();
-    EXPECT_THAT(text("status").toStdString(), HasSubstr("kann nicht gestartet werden"));
-    EXPECT_TRUE(isEnabled("syncButton"));
-}
-
-/// A script in the place of icalsync that ends only when it is cancelled.
-class WindowOfALongSync : public WindowFixture {
-protected:
-    WindowOfALongSync()
-    {
-        folder.write("icalsync",
-                     "#!/bin/sh\n"
-                     "trap 'echo \"{\\\"status\\\":\\\"abgebrochen\\\"}\"; exit 1' INT\n"
-                     "echo '{\"step\":{\"title\":\"Arbeit\",\"current\":1,\"total\":4}}' >&2\n"
-                     "while :; do sleep 0.05; done");
-        program = folder.path("icalsync");
-        std::filesystem::permissions(program, std::filesystem::perms::owner_all);
-    }
-    void start()
-    {
-        open();
-        click("syncButton");
-        ASSERT_TRUE(
-            QTest::qWaitFor([this] { return find<QProgressBar>("progress")->maximum() == 4; },
-                            20000));
-    }
-
-    TemporaryFolder folder;
-};
-
-TEST_F(WindowOfALongSync, ShowsHowFarItIs)
-{
-    start();
-    EXPECT_EQ(find<QProgressBar>("progress")->value(), 1);
-    EXPECT_EQ(find<QProgressBar>("progress")->text(), QStringLiteral("Arbeit"));
-}
-
-TEST_F(WindowOfALongSync, CanCancelIt)
-{
-    start();
-    click("cancelButton");
-    ASSERT_TRUE(waitForSync());
-    settle();
-    EXPECT_EQ(text("status"), QStringLiteral("abgebrochen"));
-}
-
-TEST_F(WindowOfALongSync, CancelsItWithEscape)
-{
-    start();
-    QTest::keyClick(window.get(), Qt::Key_Escape);
-    ASSERT_TRUE(waitForSync());
-}
-
-TEST_F(WindowOfALongSync, ClosesWhenItHasEnded)
-{
-    start();
-    window->close();
-    EXPECT_TRUE(window->isVisible());
-    ASSERT_TRUE(waitForSync());
-    settle();
-    EXPECT_FALSE(window->isVisible());
-}
-
-TEST_F(WindowOfALongSync, StartsNoSecondOne)
-{
-    start();
-    QTest::keyClick(window.get(), Qt::Key_R, Qt::ControlModifier);
-    settle();
-    EXPECT_EQ(find<QProgressBar>("progress")->maximum(), 4);
 }
 
 }  // namespace

@@ -6,6 +6,7 @@
 #include <QStackedWidget>
 #include <QTest>
 #include <QTreeView>
+#include <filesystem>
 #include <memory>
 #include <optional>
 #include <string>
@@ -17,6 +18,7 @@
 #include "Sync/Foundation/PropertyList.h"
 #include "Sync/Host/Qt/SettingsWindow.h"
 #include "Sync/Host/Qt/SettingsWorkplace.h"
+#include "Sync/Host/Services/HomeLock.h"
 #include "tests/Sync/Host/Qt/Application.h"
 #include "tests/support/PlatformScope.h"
 #include "tests/support/RecordingConnection.h"
@@ -25,7 +27,8 @@
 namespace kt::test {
 
 /// The settings window as its program makes it, over a home with three calendars, a group and the
-/// real bundle, and used with mouse and keyboard. The publishing service alone is a recorder.
+/// real bundle, and used with mouse and keyboard. The publishing service alone is a recorder,
+/// unless a test wants it otherwise.
 class WindowFixture : public ::testing::Test {
 protected:
     // The rows of the list: the store's folders in order, without the group.
@@ -62,14 +65,12 @@ protected:
     /// Opens the window and waits until all is shown.
     void open()
     {
-        workplace.emplace(place, [this](std::string_view line) {
-            problems.emplace_back(line);
-            if (window)
-                window->tellProblem(QString::fromStdString(std::string(line)));
-        });
-        KTClassTable table = hostClassTable();
-        table.setClass(KTSyncConnectionClass::className, &service);
-        setHostClassTable(table);
+        workplace.emplace(place);
+        if (recordsService) {
+            KTClassTable table = hostClassTable();
+            table.setClass(KTSyncConnectionClass::className, &service);
+            setHostClassTable(table);
+        }
         window = std::make_unique<SettingsWindow>(
             *workplace, SettingsWindow::SyncCommand{QString::fromStdString(program),
                                                     {QStringLiteral("--home"),
@@ -122,6 +123,12 @@ protected:
                           QPoint(area.left() + 10, area.center().y()));
         settle();
     }
+    /// The title of the selected row, empty for none.
+    std::string selectedTitle()
+    {
+        const auto rows = list()->selectionModel()->selectedRows(1);
+        return rows.isEmpty() ? "" : rows.front().data().toString().toStdString();
+    }
     bool isSharingShown() { return find<QTabWidget>("sharingTabView")->isVisible(); }
 
     Value preference(std::string_view key) const
@@ -142,6 +149,25 @@ protected:
                           {"PublishTasks", tasks},
                           {"Anonymize", anonymize}};
     }
+    std::string logPane() { return find<QPlainTextEdit>("log")->toPlainText().toStdString(); }
+    void pressF5()
+    {
+        QTest::keyClick(window.get(), Qt::Key_F5);
+        settle();
+    }
+    std::unique_ptr<HomeLock> lockHome() const
+    {
+        const SuiteFolder suite(place.home);
+        suite.create();
+        return HomeLock::exclusive(suite.lockPath());
+    }
+    /// A script that is run in the place of icalsync.
+    void writeProgram(const std::string& script)
+    {
+        programs.write("icalsync", "#!/bin/sh\n" + script);
+        program = programs.path("icalsync");
+        std::filesystem::permissions(program, std::filesystem::perms::owner_all);
+    }
     bool waitForSync()
     {
         constexpr int kPatience = 60000;  // ms
@@ -150,10 +176,11 @@ protected:
 
     StoryServer server;
     StoryHome home{server};
+    TemporaryFolder programs;
     PlatformScope platform{home.path()};
     Place place;
     std::string program = std::string(KT_PROGRAM_DIR) + "/icalsync";
-    std::vector<std::string> problems;
+    bool recordsService = true;  // false leaves the real one in place
     std::vector<std::string> serviceCalls;
     RecordingConnectionClass service{serviceCalls};
     std::optional<SettingsWorkplace> workplace;
