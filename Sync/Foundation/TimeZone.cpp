@@ -13,11 +13,12 @@ namespace kt {
 namespace {
 
 /// Names come from files, and the database reads a name as a path: nothing but names of zones may
-/// reach it.
+/// reach it, and none in a second spelling.
 bool isPlausibleZoneName(std::string_view name)
 {
     constexpr std::size_t kLongestName = 255;
     if (name.empty() || name.size() > kLongestName || name.starts_with('/') ||
+        name.ends_with('/') || name.find("//") != std::string_view::npos ||
         name.starts_with("Fixed/"))
         return false;
     return std::all_of(name.begin(), name.end(), [](char character) {

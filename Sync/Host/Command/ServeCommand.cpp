@@ -1,4 +1,6 @@
+#include <chrono>
 #include <csignal>
+#include <exception>
 #include <mutex>
 #include <thread>
 
@@ -6,6 +8,7 @@
 #include <pthread.h>
 #include <unistd.h>
 
+#include "Sync/Foundation/Exception.h"
 #include "Sync/Foundation/FileDescriptor.h"
 #include "Sync/Foundation/Format.h"
 #include "Sync/Foundation/Platform.h"
@@ -44,6 +47,8 @@ private:
 };
 
 constexpr std::size_t kLongestTarget = 200;
+// A reader of a page waits less patiently than a sync.
+constexpr std::chrono::seconds kServerWait{2};
 
 /// Lines of several threads do not mix.
 SiteServer::AccessLog accessLog(bool isQuiet)
@@ -59,13 +64,32 @@ SiteServer::AccessLog accessLog(bool isQuiet)
     };
 }
 
+/// Serves until a signal asks for the end. Throws what ended it before.
+void serve(SiteServer& server, const AwaitedSignals& signals)
+{
+    std::exception_ptr failure;
+    std::thread serving([&] {
+        try {
+            server.run();
+        } catch (const Exception&) {
+            failure = std::current_exception();
+            ::kill(::getpid(), SIGTERM);  // wakes the thread that waits for one
+        }
+    });
+    signals.wait();
+    server.stop();
+    serving.join();
+    if (failure)
+        std::rethrow_exception(failure);
+}
+
 }  // namespace
 
 ExitCode serveCommand(const CommandLine& line, const Place& place)
 {
     const AwaitedSignals signals;
     const WriteGuard guard;
-    Site site(syncServerWithURL(place.serverURL));
+    Site site(syncServerWithURL(place.serverURL, kServerWait));
     SiteServer server(site, place.site.listen, place.site.port, accessLog(line.quiet));
     PublicSite own = place.site;
     own.port = server.port();
@@ -73,10 +97,7 @@ ExitCode serveCommand(const CommandLine& line, const Place& place)
     printResult(line.json
                     ? jsonText({{"address", address}, {"port", own.port}}) + "\n"
                     : stringWithFormat("Die öffentlichen Kalender stehen unter %@\n", address));
-    std::thread serving([&] { server.run(); });
-    signals.wait();
-    server.stop();
-    serving.join();
+    serve(server, signals);
     return ExitCode::done;
 }
 

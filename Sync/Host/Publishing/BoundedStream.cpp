@@ -1,7 +1,6 @@
 #include "Sync/Host/Publishing/BoundedStream.h"
 
 #include <algorithm>
-#include <array>
 #include <cerrno>
 
 #include <poll.h>
@@ -17,8 +16,7 @@ constexpr milliseconds kSlice{200};  // after which a stop is noticed
 
 }  // namespace
 
-BoundedStream::BoundedStream(socket_t socket, const Limits& limits,
-                             const std::atomic<bool>& isStopping)
+BoundedStream::BoundedStream(int socket, const Limits& limits, const std::atomic<bool>& isStopping)
     : _socket(socket),
       _limits(limits),
       _isStopping(isStopping)
@@ -28,83 +26,58 @@ bool BoundedStream::waitFor(short event, Clock::time_point deadline) const
 {
     while (!_isStopping) {
         const auto left = std::chrono::duration_cast<milliseconds>(deadline - Clock::now());
-        if (left.count() <= 0)
-            return false;
+        const auto wait = std::clamp(left, milliseconds(0), kSlice);
         pollfd wanted{_socket, event, 0};
-        const int ready = ::poll(&wanted, 1, static_cast<int>(std::min(left, kSlice).count()));
+        const int ready = ::poll(&wanted, 1, static_cast<int>(wait.count()));
         if (ready > 0)
             return true;
-        if (ready < 0 && errno != EINTR)
+        if ((ready < 0 && errno != EINTR) || left.count() <= 0)
             return false;
     }
     return false;
 }
 
-bool BoundedStream::is_readable() const
-{
-    return _bufferBegin < _bufferEnd || waitFor(POLLIN, _begin + _limits.requestTime);
-}
-
-bool BoundedStream::is_writable() const
-{
-    const Clock::time_point begin =
-        _answerBegin == Clock::time_point{} ? Clock::now() : _answerBegin;
-    return waitFor(POLLOUT, begin + _limits.answerTime);
-}
-
 bool BoundedStream::fillBuffer()
 {
-    const std::size_t room = std::min(_limits.requestBytes - _received, _buffer.size());
-    _isTooLong = room == 0;
-    if (_isTooLong)
+    const auto limit =
+        _hasRequest ? _limits.requestTime : std::min(_limits.firstByteTime, _limits.requestTime);
+    if (!waitFor(POLLIN, _begin + limit)) {
+        _isLate = !_isStopping;
         return false;
-    _isTooSlow = !waitFor(POLLIN, _begin + _limits.requestTime);
-    if (_isTooSlow)
-        return false;
-    const ssize_t count = ::recv(_socket, _buffer.data(), room, MSG_DONTWAIT);
+    }
+    const ssize_t count = ::recv(_socket, _buffer.data(), _buffer.size(), MSG_DONTWAIT);
     if (count <= 0)
         return false;
     _bufferBegin = 0;
     _bufferEnd = static_cast<std::size_t>(count);
-    _received += _bufferEnd;
+    _hasRequest = true;
     return true;
 }
 
-// What may not come any more reads as the end of the request: the library then answers what it has,
-// where a failure would leave the client without an answer.
-ssize_t BoundedStream::read(char* bytes, std::size_t size)
+std::optional<char> BoundedStream::next()
 {
     if (_bufferBegin == _bufferEnd && !fillBuffer())
-        return 0;
-    const std::size_t count = std::min(size, _bufferEnd - _bufferBegin);
-    std::copy_n(_buffer.data() + _bufferBegin, count, bytes);
-    _bufferBegin += count;
-    return static_cast<ssize_t>(count);
+        return std::nullopt;
+    return _buffer[_bufferBegin++];
 }
 
-ssize_t BoundedStream::write(const char* bytes, std::size_t size)
+bool BoundedStream::write(std::string_view bytes)
 {
-    if (_answerBegin == Clock::time_point{})
+    if (!_answerBegin)
         _answerBegin = Clock::now();
-    for (;;) {
-        if (!is_writable())
-            return -1;
-        const ssize_t count = ::send(_socket, bytes, size, MSG_NOSIGNAL | MSG_DONTWAIT);
-        if (count >= 0 || (errno != EAGAIN && errno != EINTR))
-            return count;
+    while (!bytes.empty()) {
+        if (!waitFor(POLLOUT, *_answerBegin + _limits.answerTime))
+            return false;
+        const ssize_t count =
+            ::send(_socket, bytes.data(), bytes.size(), MSG_NOSIGNAL | MSG_DONTWAIT);
+        if (count > 0)
+            bytes.remove_prefix(static_cast<std::size_t>(count));
+        else if (count < 0 && errno != EAGAIN && errno != EINTR)
+            return false;
+        if (Clock::now() > *_answerBegin + _limits.answerTime && !bytes.empty())
+            return false;
     }
-}
-
-void BoundedStream::get_remote_ip_and_port(std::string& ip, int& port) const
-{
-    ip.clear();  // who asks is nobody's business
-    port = 0;
-}
-
-void BoundedStream::get_local_ip_and_port(std::string& ip, int& port) const
-{
-    ip.clear();
-    port = 0;
+    return true;
 }
 
 void BoundedStream::finish()
@@ -114,7 +87,8 @@ void BoundedStream::finish()
     ::shutdown(_socket, SHUT_WR);
     const Clock::time_point deadline = Clock::now() + kMoment;
     std::array<char, 16 * 1024> rest;
-    for (std::size_t taken = 0; taken < kMost && waitFor(POLLIN, deadline);) {
+    for (std::size_t taken = 0;
+         taken < kMost && Clock::now() < deadline && waitFor(POLLIN, deadline);) {
         const ssize_t count = ::recv(_socket, rest.data(), rest.size(), MSG_DONTWAIT);
         if (count <= 0)
             return;

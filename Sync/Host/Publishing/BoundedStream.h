@@ -4,38 +4,34 @@
 #include <atomic>
 #include <chrono>
 #include <cstddef>
-#include <string>
-
-#include <httplib.h>
+#include <optional>
+#include <string_view>
 
 namespace kt {
 
-/// The socket of one connection, with ends to what a client may do: its request has to be whole
-/// within some bytes and some time, and it has to take the answer within some time, however slowly
-/// it goes about either. The socket is not owned.
-class BoundedStream : public httplib::Stream {
+/// The socket of one connection, with ends to the time that a client may take: for the first byte
+/// of its request, for the whole of it, and for the answer, however slowly it goes about each. The
+/// socket is not owned.
+class BoundedStream {
 public:
     struct Limits {
-        std::size_t requestBytes = 16 * 1024;
+        // Browsers open connections in advance; most requests come at once or not at all.
+        std::chrono::milliseconds firstByteTime{3'000};
         std::chrono::milliseconds requestTime{10'000};
         std::chrono::milliseconds answerTime{60'000};
     };
 
     /// Everything ends early once `isStopping` is set; it outlives the stream.
-    BoundedStream(socket_t socket, const Limits& limits, const std::atomic<bool>& isStopping);
+    BoundedStream(int socket, const Limits& limits, const std::atomic<bool>& isStopping);
 
-    bool is_readable() const override;
-    bool is_writable() const override;
-    ssize_t read(char* bytes, std::size_t size) override;
-    ssize_t write(const char* bytes, std::size_t size) override;
-    void get_remote_ip_and_port(std::string& ip, int& port) const override;
-    void get_local_ip_and_port(std::string& ip, int& port) const override;
-    socket_t socket() const override { return _socket; }
-
-    /// The request was longer than it may be.
-    bool isRequestTooLong() const { return _isTooLong; }
+    /// The next byte of the request; nullopt when none comes any more, or none in time.
+    std::optional<char> next();
+    /// Something of a request has come.
+    bool hasRequest() const { return _hasRequest; }
     /// The request was not whole in time.
-    bool isRequestTooSlow() const { return _isTooSlow; }
+    bool isLate() const { return _isLate; }
+    /// Sends it all; false when the client did not take it in time, or is gone.
+    bool write(std::string_view bytes);
     /// Says that the answer is whole, and takes what the client still sends, for a moment: closing
     /// a socket with unread bytes in it would take the answer back.
     void finish();
@@ -43,21 +39,20 @@ public:
 private:
     using Clock = std::chrono::steady_clock;
 
+    /// Looks at least once, however late it is.
     bool waitFor(short event, Clock::time_point deadline) const;
-    /// False at the end of what may come.
     bool fillBuffer();
 
-    socket_t _socket;
+    int _socket;
     Limits _limits;
     const std::atomic<bool>& _isStopping;
     Clock::time_point _begin = Clock::now();
-    Clock::time_point _answerBegin{};  // of the first write
+    std::optional<Clock::time_point> _answerBegin;  // of the first write
     std::array<char, 4096> _buffer;
     std::size_t _bufferBegin = 0;
     std::size_t _bufferEnd = 0;
-    std::size_t _received = 0;
-    bool _isTooLong = false;
-    bool _isTooSlow = false;
+    bool _hasRequest = false;
+    bool _isLate = false;
 };
 
 }  // namespace kt

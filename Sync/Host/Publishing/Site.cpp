@@ -1,6 +1,7 @@
 #include "Sync/Host/Publishing/Site.h"
 
 #include <algorithm>
+#include <array>
 
 #include "Sync/Foundation/Digest.h"
 #include "Sync/Foundation/Exception.h"
@@ -9,7 +10,6 @@
 #include "Sync/Foundation/Text.h"
 #include "Sync/Host/Publishing/CalendarPage.h"
 #include "Sync/Host/Publishing/ListingPage.h"
-#include "Sync/Host/Publishing/PageFrame.h"
 #include "Sync/Host/Publishing/PublicSite.h"
 #include "Sync/Host/Publishing/PublishedCalendarReader.h"
 #include "Sync/Host/Publishing/StyleSheet.h"
@@ -25,27 +25,23 @@ constexpr std::size_t kTagLength = 32;
 
 SiteAnswer page(std::string html) { return {200, kHtml, std::move(html), {}}; }
 
-SiteAnswer failure(int status, std::string_view title, std::string_view explanation)
-{
-    return {status, kHtml, errorPage(title, explanation), {}};
-}
-
 SiteAnswer notFound()
 {
-    return failure(404, "Seite nicht gefunden",
-                   "Unter dieser Adresse ist kein Kalender öffentlich.");
+    return failureAnswer(404, "Seite nicht gefunden",
+                         "Unter dieser Adresse ist kein Kalender öffentlich.");
 }
 
 SiteAnswer badRequest(std::string_view explanation)
 {
-    return failure(400, "Ungültige Anfrage", explanation);
+    return failureAnswer(400, "Ungültige Anfrage", explanation);
 }
 
 SiteAnswer unavailable()
 {
-    SiteAnswer answer = failure(503, "Zurzeit nicht verfügbar",
-                                "Die Kalender können gerade nicht gelesen werden. Bitte versuchen "
-                                "Sie es in einer Minute noch einmal.");
+    SiteAnswer answer =
+        failureAnswer(503, "Zurzeit nicht verfügbar",
+                      "Die Kalender können gerade nicht gelesen werden. Bitte versuchen "
+                      "Sie es in einer Minute noch einmal.");
     answer.headers.emplace_back("Retry-After", "60");
     return answer;
 }
@@ -53,14 +49,24 @@ SiteAnswer unavailable()
 SiteAnswer methodNotAllowed()
 {
     SiteAnswer answer =
-        failure(405, "Methode nicht erlaubt", "Diese Seiten lassen sich nur lesen.");
+        failureAnswer(405, "Methode nicht erlaubt", "Diese Seiten lassen sich nur lesen.");
     answer.headers.emplace_back("Allow", "GET, HEAD");
     return answer;
 }
 
+/// Of RFC 9110, 9, and RFC 5789.
+bool isKnownMethod(std::string_view method)
+{
+    constexpr std::array<std::string_view, 9> kMethods{"GET",     "HEAD",   "POST",
+                                                       "PUT",     "DELETE", "CONNECT",
+                                                       "OPTIONS", "TRACE",  "PATCH"};
+    return std::find(kMethods.begin(), kMethods.end(), method) != kMethods.end();
+}
+
 SiteAnswer movedTo(std::string_view path)
 {
-    SiteAnswer answer = failure(302, "Öffentliche Kalender", "Die Seite steht an anderer Stelle.");
+    SiteAnswer answer =
+        failureAnswer(302, "Öffentliche Kalender", "Die Seite steht an anderer Stelle.");
     answer.headers.emplace_back("Location", std::string(path));
     return answer;
 }
@@ -120,20 +126,6 @@ void addTag(SiteAnswer& answer, const SiteRequest& request)
     answer.contentType.clear();
 }
 
-void addSecurityHeaders(SiteAnswer& answer)
-{
-    answer.headers.insert(
-        answer.headers.end(),
-        {{"Cache-Control", answer.status < 400 ? "no-cache" : "no-store"},
-         {"Content-Security-Policy",
-          "default-src 'none'; style-src 'self'; form-action 'self'; base-uri 'none'; "
-          "frame-ancestors 'none'"},
-         {"X-Content-Type-Options", "nosniff"},
-         {"X-Frame-Options", "DENY"},
-         {"Referrer-Policy", "no-referrer"},
-         {"Cross-Origin-Opener-Policy", "same-origin"}});
-}
-
 }  // namespace
 
 Site::Site(std::unique_ptr<SyncServer> server, std::string account)
@@ -143,6 +135,8 @@ Site::Site(std::unique_ptr<SyncServer> server, std::string account)
 
 SiteAnswer Site::answer(const SiteRequest& request)
 {
+    if (!isKnownMethod(request.method))
+        return refusalAnswer(501);
     SiteAnswer answer;
     const auto [address, refusal] = SiteAddress::fromTarget(request.target);
     if (request.method != "GET" && request.method != "HEAD")
@@ -153,7 +147,7 @@ SiteAnswer Site::answer(const SiteRequest& request)
         answer = refusal == SiteAddress::Refusal::malformed ? badRequest("Diese Adresse ist keine.")
                                                             : notFound();
     addTag(answer, request);
-    addSecurityHeaders(answer);
+    addSafeguards(answer);
     return answer;
 }
 

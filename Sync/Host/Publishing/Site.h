@@ -2,12 +2,10 @@
 
 #include <memory>
 #include <string>
-#include <string_view>
-#include <utility>
-#include <vector>
 
 #include "Sync/Host/Publishing/CalendarCache.h"
 #include "Sync/Host/Publishing/SiteAddress.h"
+#include "Sync/Host/Publishing/SiteAnswer.h"
 #include "Sync/Host/Server/SyncServer.h"
 
 namespace kt {
@@ -17,13 +15,6 @@ struct SiteRequest {
     std::string method;
     std::string target;       // as it came over the wire
     std::string ifNoneMatch;  // empty without the header
-};
-
-struct SiteAnswer {
-    int status = 200;
-    std::string contentType;
-    std::string body;  // also of an answer to HEAD, which is sent without
-    std::vector<std::pair<std::string, std::string>> headers;
 };
 
 /// The public calendar site without its network: what it answers to a request. Reads the server

@@ -1,5 +1,6 @@
 #include "Sync/Host/Publishing/SiteAddress.h"
 
+#include <algorithm>
 #include <vector>
 
 #include "Sync/Foundation/Text.h"
@@ -11,7 +12,6 @@ namespace kt {
 
 namespace {
 
-constexpr std::size_t kLongestTarget = 2048;
 constexpr std::size_t kLongestKey = 255;
 constexpr std::string_view kFileEnding = ".ics";
 
@@ -63,11 +63,38 @@ Result calendarAddress(std::string_view encodedKey, SiteAddress address)
     return {std::move(address), {}};
 }
 
+bool hasPrefix(std::string_view text, std::string_view lowerCase)
+{
+    return text.size() >= lowerCase.size() &&
+           std::equal(lowerCase.begin(), lowerCase.end(), text.begin(), [](char left, char right) {
+               return left == (right >= 'A' && right <= 'Z' ? right - 'A' + 'a' : right);
+           });
+}
+
+/// What follows "http://host", which a request may name as well (RFC 9112, 3.2.2); the target
+/// itself where it begins with a path. Empty for anything else.
+std::string withoutHost(std::string_view target)
+{
+    for (const std::string_view scheme : {"http://", "https://"}) {
+        if (!hasPrefix(target, scheme))
+            continue;
+        target.remove_prefix(scheme.size());
+        const std::size_t end = std::min(target.find_first_of("/?"), target.size());
+        if (end == 0)
+            return "";
+        const std::string rest(target.substr(end));
+        return rest.starts_with('/') ? rest : '/' + rest;
+    }
+    return std::string(target.starts_with('/') ? target : "");
+}
+
 }  // namespace
 
-SiteAddress::Result SiteAddress::fromTarget(std::string_view target)
+SiteAddress::Result SiteAddress::fromTarget(std::string_view requestTarget)
 {
-    if (target.empty() || target.front() != '/' || target.size() > kLongestTarget)
+    const std::string whole = withoutHost(requestTarget);
+    const std::string_view target = whole;
+    if (target.empty())
         return refused(Refusal::malformed);
     const std::size_t mark = target.find('?');
     const std::string_view path = target.substr(0, mark);

@@ -2,7 +2,8 @@
 
 #include <atomic>
 #include <chrono>
-#include <thread>
+#include <exception>
+#include <semaphore>
 #include <utility>
 
 #include <httplib.h>
@@ -11,48 +12,79 @@
 
 #include "Sync/Foundation/Exception.h"
 #include "Sync/Foundation/Format.h"
-#include "Sync/Host/Publishing/BoundedStream.h"
+#include "Sync/Foundation/Platform.h"
+#include "Sync/Host/Publishing/RequestHead.h"
 
 namespace kt {
 
 namespace {
 
-constexpr std::size_t kThreads = 16;  // most of them wait for slow clients
+constexpr const char* kUnread = "-";
 
-/// What the HTTP library answered by itself, because it could not read the request.
-void explainRefusal(const BoundedStream& stream, httplib::Response& response)
+class OwnedSocket {
+public:
+    explicit OwnedSocket(int socket) : _socket(socket) {}
+    ~OwnedSocket() { ::close(_socket); }
+    OwnedSocket(const OwnedSocket&) = delete;
+    OwnedSocket& operator=(const OwnedSocket&) = delete;
+
+    int number() const { return _socket; }
+
+private:
+    int _socket;
+};
+
+/// One of several that may work at a time.
+class Turn {
+public:
+    explicit Turn(std::counting_semaphore<>& turns) : _turns(turns) { _turns.acquire(); }
+    ~Turn() { _turns.release(); }
+    Turn(const Turn&) = delete;
+    Turn& operator=(const Turn&) = delete;
+
+private:
+    std::counting_semaphore<>& _turns;
+};
+
+/// The status for a request that cannot be answered as it came, 0 for one that can.
+int readRequest(BoundedStream& stream, RequestHeadReader& reader)
 {
-    if (stream.isRequestTooLong() && response.status == 400)
-        response.status = 431;
-    if (stream.isRequestTooSlow() && response.status == 400)
-        response.status = 408;
+    while (const auto byte = stream.next()) {
+        const auto state = reader.take(*byte);
+        if (state != RequestHeadReader::State::reading)
+            return reader.refusal();
+    }
+    return stream.isLate() ? 408 : 400;
 }
 
 }  // namespace
 
+/// The library listens and accepts; what is said on a connection is decided here, because the
+/// library answers some requests before anybody is asked.
 class SiteServer::Implementation : public httplib::Server {
 public:
-    Implementation(Site& site, AccessLog accessLog) : _site(site), _accessLog(std::move(accessLog))
+    Implementation(Site& site, AccessLog accessLog, const Limits& limits)
+        : _site(site),
+          _accessLog(std::move(accessLog)),
+          _limits(limits),
+          _turns(limits.answers)
     {
-        new_task_queue = [this] { return new Threads(*this); };
+        new_task_queue = [this] { return new Connections(*this); };
         set_idle_interval(std::chrono::milliseconds(100));
         // Another program's port is not to be shared, which would be the library's default.
         set_socket_options([](socket_t socket) {
             const int yes = 1;
             ::setsockopt(socket, SOL_SOCKET, SO_REUSEADDR, &yes, sizeof yes);
         });
-        set_pre_routing_handler(
-            [this](const httplib::Request& request, httplib::Response& response) {
-                answer(request, response);
-                return HandlerResponse::Handled;
-            });
-        // Nobody's body is ever read.
-        set_expect_100_continue_handler(
-            [](const httplib::Request&, httplib::Response&) { return 417; });
-        set_error_handler([](const httplib::Request&, httplib::Response& response) {
-            if (currentStream != nullptr)
-                explainRefusal(*currentStream, response);
-        });
+    }
+
+    /// The library would let five connections wait, and the sixth try again a second later.
+    void letMoreWait() { ::listen(svr_sock_, SOMAXCONN); }
+
+    void serve()
+    {
+        if (!listen_after_bind() && !_isStopping)
+            throw Exception(NSGenericException, "Es lassen sich keine Verbindungen mehr annehmen.");
     }
 
     void stopServing()
@@ -62,63 +94,102 @@ public:
     }
 
 private:
-    void answer(const httplib::Request& request, httplib::Response& response)
+    bool process_and_close_socket(socket_t number) override
     {
-        SiteAnswer answer = _site.answer(
-            {request.method, request.target, request.get_header_value("If-None-Match")});
-        response.status = answer.status;
-        for (const auto& [name, value] : answer.headers)
-            response.set_header(name, value);
-        if (!answer.contentType.empty())
-            response.set_content(std::move(answer.body), answer.contentType);
-        if (_accessLog)
-            _accessLog(request.method, request.target, answer.status);
-    }
-
-    bool process_and_close_socket(socket_t socket) override
-    {
-        constexpr bool kCloseConnection = true;
-        BoundedStream stream(socket, {}, _isStopping);
-        currentStream = &stream;
-        bool isClosed = false;
-        const bool isAnswered =
-            process_request(stream, kCloseConnection, isClosed, [](httplib::Request& request) {
-                // Always the whole, and always as it is: then a tag names one body.
-                request.ranges.clear();
-                request.headers.erase("Range");
-                request.headers.erase("Accept-Encoding");
-            });
-        currentStream = nullptr;
-        stream.finish();
-        ::close(socket);
-        return isAnswered;
+        const OwnedSocket socket(number);
+        try {
+            if (ConnectionThreads::isOverloaded())
+                sendAway(socket.number());
+            else
+                converse(socket.number());
+            return true;
+        } catch (const std::exception&) {
+            return false;  // not even memory for saying so
+        }
     }
 
     /// The library passes over a stop that comes before it listens; here it is noticed later.
-    class Threads : public httplib::ThreadPool {
+    class Connections : public httplib::TaskQueue {
     public:
-        explicit Threads(Implementation& server) : ThreadPool(kThreads), _server(server) {}
+        explicit Connections(Implementation& server)
+            : _server(server),
+              _threads(server._limits.connections)
+        {}
+        void enqueue(std::function<void()> job) override
+        {
+            on_idle();
+            _threads.run(std::move(job));
+        }
         void on_idle() override
         {
             if (_server._isStopping)
                 _server.httplib::Server::stop();
         }
+        void shutdown() override { _threads.join(); }
 
     private:
         Implementation& _server;
+        ConnectionThreads _threads;
     };
 
-    static thread_local BoundedStream* currentStream;
+    void converse(int socket)
+    {
+        BoundedStream stream(socket, _limits.times, _isStopping);
+        RequestHeadReader reader;
+        const int refusal = readRequest(stream, reader);
+        if (!stream.hasRequest() || _isStopping)
+            return;  // nobody waits for an answer
+        const RequestHead& head = reader.head();
+        const SiteAnswer answer = refusal == 0 ? answerTo(head) : refusalAnswer(refusal);
+        log(head, answer.status);
+        if (stream.write(headOf(answer, Platform::shared().now())) && hasBody(answer, head.method))
+            stream.write(answer.body);
+        stream.finish();
+    }
+
+    SiteAnswer answerTo(const RequestHead& head)
+    {
+        const Turn turn(_turns);
+        try {
+            return _site.answer({head.method, head.target, head.ifNoneMatch});
+        } catch (const std::exception&) {
+            return refusalAnswer(500);
+        }
+    }
+
+    /// On the thread that accepts: nothing here may wait.
+    void sendAway(int socket)
+    {
+        const SiteAnswer answer = refusalAnswer(503);
+        log({}, answer.status);
+        const std::string bytes = headOf(answer, Platform::shared().now()) + answer.body;
+        char request[4096];  // unread, it would take the answer back
+        ::recv(socket, request, sizeof request, MSG_DONTWAIT);
+        ::send(socket, bytes.data(), bytes.size(), MSG_DONTWAIT | MSG_NOSIGNAL);
+        ::shutdown(socket, SHUT_WR);
+    }
+
+    void log(const RequestHead& head, int status) const
+    {
+        if (_accessLog)
+            _accessLog(head.method.empty() ? kUnread : head.method,
+                       head.target.empty() ? kUnread : head.target, status);
+    }
 
     Site& _site;
     AccessLog _accessLog;
+    Limits _limits;
+    std::counting_semaphore<> _turns;
     std::atomic<bool> _isStopping{false};
 };
 
-thread_local BoundedStream* SiteServer::Implementation::currentStream = nullptr;
-
 SiteServer::SiteServer(Site& site, const std::string& listen, int port, AccessLog accessLog)
-    : _implementation(std::make_unique<Implementation>(site, std::move(accessLog)))
+    : SiteServer(site, listen, port, std::move(accessLog), Limits{})
+{}
+
+SiteServer::SiteServer(Site& site, const std::string& listen, int port, AccessLog accessLog,
+                       const Limits& limits)
+    : _implementation(std::make_unique<Implementation>(site, std::move(accessLog), limits))
 {
     bool isBound = true;
     if (port == 0) {
@@ -131,11 +202,12 @@ SiteServer::SiteServer(Site& site, const std::string& listen, int port, AccessLo
     if (!isBound)
         throw Exception(NSGenericException,
                         stringWithFormat("Die Adresse %@, Port %d, ist nicht frei.", listen, port));
+    _implementation->letMoreWait();
 }
 
 SiteServer::~SiteServer() = default;
 
-void SiteServer::run() { _implementation->listen_after_bind(); }
+void SiteServer::run() { _implementation->serve(); }
 
 void SiteServer::stop() { _implementation->stopServing(); }
 

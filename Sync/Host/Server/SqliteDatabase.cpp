@@ -42,6 +42,9 @@ void SqliteDatabase::open(const std::string& path, SqliteAccess access,
                                                                 : SQLite::OPEN_READWRITE |
                                                                       SQLite::OPEN_CREATE,
                                                      static_cast<int>(wait.count()));
+    // What does not fit into the cache would be written before the end of a transaction, and keep
+    // every reader out until then.
+    _connection->exec("PRAGMA cache_spill = OFF");
 }
 
 std::int64_t SqliteDatabase::number(const char* query)

@@ -6,11 +6,11 @@
 
 namespace kt {
 
-std::unique_ptr<SyncServer> syncServerWithURL(std::string_view url)
+std::unique_ptr<SyncServer> syncServerWithURL(std::string_view url, std::chrono::milliseconds wait)
 {
     constexpr std::string_view sqlite = "sqlite:";
     if (url.substr(0, sqlite.size()) == sqlite && url.size() > sqlite.size())
-        return std::make_unique<SqliteServer>(std::string(url.substr(sqlite.size())));
+        return std::make_unique<SqliteServer>(std::string(url.substr(sqlite.size())), wait);
     throw Exception(NSInvalidArgumentException,
                     stringWithFormat("Unbekannte Server-Adresse '%@' (erwartet: sqlite:PFAD)",
                                      url));

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <chrono>
 #include <cstdint>
 #include <memory>
 #include <optional>
@@ -122,6 +123,8 @@ public:
 };
 
 /// The server that a URL names: `sqlite:PATH`. Throws Exception with a German reason for any other.
-std::unique_ptr<SyncServer> syncServerWithURL(std::string_view url);
+/// `wait` bounds how long another session is waited for.
+std::unique_ptr<SyncServer> syncServerWithURL(
+    std::string_view url, std::chrono::milliseconds wait = std::chrono::seconds(20));
 
 }  // namespace kt

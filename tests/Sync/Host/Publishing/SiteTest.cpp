@@ -83,7 +83,7 @@ TEST_F(Sites, RefuseMonthsAndZonesThatThereAreNot)
     for (const char* query :
          {"month=", "month=2007", "month=2007-13", "month=2007-00", "month=1899-12",
           "month=2200-01", "month=2007-12-01", "month=%3Cb%3E", "zone=", "zone=Mars",
-          "zone=..%2F..%2Fetc%2Fpasswd", "zone=%2Fetc%2Flocaltime"})
+          "zone=..%2F..%2Fetc%2Fpasswd", "zone=Europe%2F%2FBerlin", "zone=%2Fetc%2Flocaltime"})
         EXPECT_EQ(get(std::string("/vl/calendar/C1?") + query).status, 400) << query;
     EXPECT_EQ(get("/vl/calendar/C1?month=1900-01").status, 200);
     EXPECT_EQ(get("/vl/calendar/C1?month=2199-12").status, 200);
@@ -151,12 +151,17 @@ TEST_F(Sites, AnswerHeadAsGet)
 
 TEST_F(Sites, OnlyLetThemselvesBeRead)
 {
-    for (const char* method :
-         {"POST", "PUT", "DELETE", "OPTIONS", "PATCH", "TRACE", "CONNECT", "get"}) {
+    for (const char* method : {"POST", "PUT", "DELETE", "OPTIONS", "PATCH", "TRACE", "CONNECT"}) {
         const SiteAnswer answer = get("/vl/calendar", "", method);
         EXPECT_EQ(answer.status, 405) << method;
         EXPECT_EQ(header(answer, "Allow"), "GET, HEAD");
     }
+}
+
+TEST_F(Sites, SayOfAMethodThatNobodyKnowsThatItIsNone)
+{
+    for (const char* method : {"PROPFIND", "get", "NONSENSE"})
+        EXPECT_EQ(get("/vl/calendar", "", method).status, 501) << method;
 }
 
 TEST_F(Sites, SendTheirSafeguardsWithEveryAnswer)
@@ -208,6 +213,18 @@ TEST_F(Sites, AreReadWhileASyncIsUnderWay)
 {
     server.share("EVENTS  ");
     const auto sync = server.open(ServerAccess::readWrite);
+    EXPECT_EQ(get("/vl/calendar/C1").status, 200);
+    // Far more than the database keeps in its cache.
+    std::vector<ServerWrite> writes(5000);
+    for (std::size_t index = 0; index < writes.size(); ++index) {
+        writes[index].id = {"ical-event", "N" + std::to_string(index)};
+        writes[index].hash = "h";
+        writes[index].content.assign(4000, 'x');
+    }
+    sync->write(writes);
+    EXPECT_EQ(get("/vl/calendar/C1").status, 200);
+    EXPECT_EQ(get("/vl/calendar").status, 200);
+    sync->commit();
     EXPECT_EQ(get("/vl/calendar/C1").status, 200);
 }
 

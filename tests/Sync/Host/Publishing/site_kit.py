@@ -6,6 +6,7 @@ import pathlib
 import socket
 import subprocess
 import tempfile
+import threading
 
 PROGRAM = pathlib.Path(os.environ["KT_PROGRAM_DIR"]) / "icalsync"
 SYNC_TIMEOUT = 100  # seconds
@@ -104,7 +105,10 @@ class Site:
         self.process = subprocess.Popen(home.command("serve", "--port", "0", "--json", *arguments),
                                         stdout=subprocess.PIPE, stderr=self._errors, text=True,
                                         env=environment())
+        watchdog = threading.Timer(SYNC_TIMEOUT, self.process.kill)  # ends the wait for the line as well
+        watchdog.start()
         answer = json.loads(self.process.stdout.readline() or "{}")
+        watchdog.cancel()
         if "port" not in answer:
             raise AssertionError(f"serve did not start: {self.close()}")
         self.port = answer["port"]
@@ -115,7 +119,7 @@ class Site:
         """Ends it and gives its exit code and what it wrote on standard error."""
         if self.process.poll() is None:
             self.process.terminate()
-        code = self.process.wait(timeout=20)
+        code = self.process.wait(timeout=SYNC_TIMEOUT)
         self.process.stdout.close()
         self._errors.seek(0)
         text = self._errors.read().decode("utf-8", "replace")

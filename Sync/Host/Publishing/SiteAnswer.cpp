@@ -1,0 +1,137 @@
+#include "Sync/Host/Publishing/SiteAnswer.h"
+
+#include <algorithm>
+#include <array>
+
+#include "Sync/Foundation/CalendarDate.h"
+#include "Sync/Foundation/Format.h"
+#include "Sync/Host/Publishing/Day.h"
+#include "Sync/Host/Publishing/PageFrame.h"
+
+namespace kt {
+
+namespace {
+
+constexpr int kNotModified = 304;
+
+struct Status {
+    int code;
+    std::string_view reason;
+};
+
+constexpr std::array<Status, 13> kStatuses{{
+    {200, "OK"},
+    {302, "Found"},
+    {304, "Not Modified"},
+    {400, "Bad Request"},
+    {404, "Not Found"},
+    {405, "Method Not Allowed"},
+    {408, "Request Timeout"},
+    {414, "URI Too Long"},
+    {431, "Request Header Fields Too Large"},
+    {500, "Internal Server Error"},
+    {501, "Not Implemented"},
+    {503, "Service Unavailable"},
+    {505, "HTTP Version Not Supported"},
+}};
+
+struct Refusal {
+    int status;
+    std::string_view title;
+    std::string_view explanation;
+};
+
+constexpr std::array<Refusal, 8> kRefusals{{
+    {500, "Interner Fehler", "Diese Seite kann gerade nicht gezeigt werden."},
+    {400, "Ungültige Anfrage", "Diese Anfrage ist nicht zu lesen."},
+    {408, "Zeit abgelaufen", "Die Anfrage war nicht rechtzeitig vollständig."},
+    {414, "Adresse zu lang", "Diese Adresse ist länger als jede dieser Seiten."},
+    {431, "Anfrage zu lang", "Der Kopf der Anfrage ist zu lang."},
+    {501, "Methode nicht bekannt", "Diese Seiten lassen sich nur lesen."},
+    {503, "Zurzeit nicht verfügbar",
+     "Es fragen gerade zu viele zugleich. Bitte versuchen Sie es in einer Minute noch einmal."},
+    {505, "Version nicht bekannt", "Diese Seiten gibt es über HTTP/1.1."},
+}};
+
+// IMF-fixdate = day-name "," SP day SP month SP year SP time SP "GMT" (RFC 9110, 5.6.7)
+std::string httpDate(Date instant)
+{
+    constexpr std::array<const char*, 7> kDays{"Mon", "Tue", "Wed", "Thu", "Fri", "Sat", "Sun"};
+    constexpr std::array<const char*, 12> kMonths{"Jan", "Feb", "Mar", "Apr", "May", "Jun",
+                                                  "Jul", "Aug", "Sep", "Oct", "Nov", "Dec"};
+    const CalendarDate clock = calendarDateOfInstant(instant, "Etc/UTC");
+    const int weekday = Day::of(clock).weekday();
+    return std::string(kDays[static_cast<std::size_t>(weekday)]) +
+           clock.descriptionWithCalendarFormat(", %d ") +
+           kMonths[static_cast<std::size_t>(clock.month - 1)] +
+           clock.descriptionWithCalendarFormat(" %Y %H:%M:%S GMT");
+}
+
+std::string_view reasonOf(int status)
+{
+    const auto* found =
+        std::find_if(kStatuses.begin(), kStatuses.end(),
+                     [&](const Status& candidate) { return candidate.code == status; });
+    return found == kStatuses.end() ? "" : found->reason;
+}
+
+void appendField(std::string& head, std::string_view name, std::string_view value)
+{
+    head += name;
+    head += ": ";
+    head += value;
+    head += "\r\n";
+}
+
+}  // namespace
+
+SiteAnswer failureAnswer(int status, std::string_view title, std::string_view explanation)
+{
+    return {status, "text/html; charset=utf-8", errorPage(title, explanation), {}};
+}
+
+SiteAnswer refusalAnswer(int status)
+{
+    const auto* found = std::find_if(kRefusals.begin(), kRefusals.end(),
+                                     [&](const Refusal& one) { return one.status == status; });
+    const Refusal& refusal = found == kRefusals.end() ? kRefusals.front() : *found;
+    SiteAnswer answer = failureAnswer(refusal.status, refusal.title, refusal.explanation);
+    addSafeguards(answer);
+    return answer;
+}
+
+void addSafeguards(SiteAnswer& answer)
+{
+    answer.headers.insert(
+        answer.headers.end(),
+        {{"Cache-Control", answer.status < 400 ? "no-cache" : "no-store"},
+         {"Content-Security-Policy",
+          "default-src 'none'; style-src 'self'; form-action 'self'; base-uri 'none'; "
+          "frame-ancestors 'none'"},
+         {"X-Content-Type-Options", "nosniff"},
+         {"X-Frame-Options", "DENY"},
+         {"Referrer-Policy", "no-referrer"},
+         {"Cross-Origin-Opener-Policy", "same-origin"}});
+}
+
+std::string headOf(const SiteAnswer& answer, Date now)
+{
+    std::string head =
+        stringWithFormat("HTTP/1.1 %d %@\r\n", answer.status, reasonOf(answer.status));
+    appendField(head, "Date", httpDate(now));
+    for (const auto& [name, value] : answer.headers)
+        appendField(head, name, value);
+    if (!answer.contentType.empty())
+        appendField(head, "Content-Type", answer.contentType);
+    if (answer.status != kNotModified)
+        appendField(head, "Content-Length", std::to_string(answer.body.size()));
+    appendField(head, "Connection", "close");
+    return head += "\r\n";
+}
+
+bool hasBody(const SiteAnswer& answer, std::string_view method)
+{
+    return answer.status != kNotModified && method != "HEAD";
+}
+
+}  // namespace kt
