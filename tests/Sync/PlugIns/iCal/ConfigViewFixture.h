@@ -1,6 +1,8 @@
 #pragma once
 
 #include <string>
+#include <string_view>
+#include <vector>
 
 #include "tests/Sync/PlugIns/iCal/OpenPlugin.h"
 #include "tests/Sync/PlugIns/iCal/StoreFixture.h"
@@ -9,8 +11,8 @@
 
 namespace kt::test {
 
-/// A plug-in with a configuration view whose controls, like host and publishing service, note what
-/// they are asked, all in one list.
+/// A plug-in with a configuration view whose controls, like host, publishing service and system
+/// log, note what they are asked, all in one list.
 class ConfigViewFixture : public StoreFixture {
 protected:
     static constexpr const char* kPublished = "ICAL_SYNC_PLUGIN_PUBLISHED_CALENDARS";
@@ -24,9 +26,16 @@ protected:
         setClass(Workspace::className, &workspace);
         plugin.emplace(&host, "/bundle");
         host.script.before = [this](std::string_view call) { view.calls.emplace_back(call); };
+        Platform::shared().setConsoleLog([this](std::string_view line) {
+            view.calls.push_back(inSystemLog(line));
+            systemLog.emplace_back(line);
+        });
         view.syncedCalendarsList.delegate = &*plugin;
         view.syncedCalendarsList.dataSource = &*plugin;
     }
+
+    /// How a line of the system log stands among the calls.
+    static std::string inSystemLog(std::string_view line) { return "NSLog:" + std::string(line); }
 
     static void setClass(std::string_view name, KTHostClass* hostClass)
     {
@@ -90,6 +99,7 @@ protected:
                host.script.preferences[kPublished].description();
     }
 
+    std::vector<std::string> systemLog;
     RecordingConfigView view;
     RecordingNibLoader nibLoader{view};
     RecordingConnectionClass service{view.calls};
