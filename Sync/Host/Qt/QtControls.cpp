@@ -1,6 +1,8 @@
 #include "Sync/Host/Qt/QtControls.h"
 
+#include <QGuiApplication>
 #include <QStackedWidget>
+#include <utility>
 
 namespace kt {
 
@@ -47,6 +49,8 @@ QtProgressIndicator::QtProgressIndicator(QProgressBar* bar) : QtView(bar)
     show(false);
 }
 
+QtProgressIndicator::~QtProgressIndicator() { showPointer(false); }
+
 void QtProgressIndicator::setDisplayedWhenStopped(bool displayed)
 {
     _isDisplayedWhenStopped = displayed;
@@ -57,9 +61,20 @@ void QtProgressIndicator::startAnimation() { show(true); }
 
 void QtProgressIndicator::stopAnimation() { show(false); }
 
+void QtProgressIndicator::showPointer(bool isBusy)
+{
+    if (std::exchange(_hasBusyPointer, isBusy) == isBusy)
+        return;
+    if (isBusy)
+        QGuiApplication::setOverrideCursor(Qt::WaitCursor);
+    else
+        QGuiApplication::restoreOverrideCursor();
+}
+
 void QtProgressIndicator::show(bool isRunning)
 {
     _isRunning = isRunning;
+    showPointer(isRunning);
     if (widget() == nullptr)
         return;
     // A range from 0 to 0 is the one without an end.

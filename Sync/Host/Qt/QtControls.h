@@ -70,11 +70,15 @@ public:
     void setStringValue(const std::string& text) override;
 };
 
-/// Keeps its place in the window while it is hidden. It can move only while events are handled:
-/// widgets are drawn on the interface thread alone.
+/// Keeps its place in the window while it is hidden. Widgets are drawn on the interface thread
+/// alone, so it moves only while events are handled; for a call that keeps that thread busy it is
+/// drawn once, before the call, and the pointer says that there is something to wait for.
 class QtProgressIndicator : public QtView<ProgressIndicator, QProgressBar> {
 public:
     explicit QtProgressIndicator(QProgressBar* widget);
+    ~QtProgressIndicator() override;
+    QtProgressIndicator(const QtProgressIndicator&) = delete;
+    QtProgressIndicator& operator=(const QtProgressIndicator&) = delete;
 
     void setUsesThreadedAnimation(bool) override {}
     void setDisplayedWhenStopped(bool displayed) override;
@@ -83,9 +87,11 @@ public:
 
 private:
     void show(bool isRunning);
+    void showPointer(bool isBusy);
 
     bool _isDisplayedWhenStopped = true;
     bool _isRunning = false;
+    bool _hasBusyPointer = false;
 };
 
 /// A hidden tab view that lies in a stack leaves its place to the first page of the stack.

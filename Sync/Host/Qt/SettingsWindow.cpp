@@ -93,6 +93,7 @@ QWidget* SettingsWindow::header()
     font.setPointSizeF(font.pointSizeF() * kTitleGrowth);
     font.setBold(true);
     _title.setFont(font);
+    _title.setTextFormat(Qt::PlainText);
     _title.setText(QString::fromStdString(_plugin.displayName()));
     _home.setText(QString::fromStdString(_workplace.place().home));
     _home.setTextFormat(Qt::PlainText);
@@ -200,6 +201,8 @@ void SettingsWindow::makeMenus()
 /// For screen readers, and for who looks a widget up by its name.
 void SettingsWindow::nameThings()
 {
+    _title.setObjectName(QStringLiteral("title"));
+    _home.setObjectName(QStringLiteral("home"));
     _isOn.setObjectName(QStringLiteral("isOn"));
     _log.setObjectName(QStringLiteral("log"));
     _log.setAccessibleName(tr("Protokoll"));

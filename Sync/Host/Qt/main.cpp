@@ -1,5 +1,4 @@
 #include <QApplication>
-#include <QMessageBox>
 #include <algorithm>
 #include <cstdio>
 #include <string_view>
@@ -7,6 +6,8 @@
 #include <vector>
 
 #include "Sync/Foundation/Exception.h"
+#include "Sync/Host/Qt/FailureBox.h"
+#include "Sync/Host/Qt/GermanTexts.h"
 #include "Sync/Host/Qt/SettingsWindow.h"
 #include "Sync/Host/Qt/SettingsWorkplace.h"
 
@@ -48,8 +49,7 @@ void tell(std::FILE* stream, const std::string& text) { std::fputs(text.c_str(),
 int failed(const kt::Exception& exception, kt::ExitCode exitCode)
 {
     tell(stderr, exception.reason() + "\n");
-    QMessageBox::critical(nullptr, QStringLiteral("iCal-Kalender"),
-                          QString::fromStdString(exception.reason()));
+    kt::FailureBox(exception.reason()).exec();
     return static_cast<int>(exitCode);
 }
 
@@ -82,6 +82,8 @@ int main(int argumentCount, char** argumentWords)
         given << QString::fromLocal8Bit(words[i]);
 
     const QApplication application(argumentCount, argumentWords);
+    kt::GermanTexts german;
+    QApplication::installTranslator(&german);
     kt::Place place;
     try {
         place = kt::placeForCommandLine(std::get<kt::CommandLine>(line));

@@ -6,6 +6,8 @@
 
 #include <gtest/gtest.h>
 
+#include "Sync/Host/Qt/GermanTexts.h"
+
 namespace kt::test {
 
 namespace {
@@ -19,10 +21,12 @@ public:
         if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM"))
             qputenv("QT_QPA_PLATFORM", "offscreen");
         _application = std::make_unique<QApplication>(_count, _arguments);
+        QApplication::installTranslator(&_german);
     }
     void TearDown() override { _application.reset(); }
 
 private:
+    GermanTexts _german;
     char _name[13] = "test_host_qt";
     int _count = 1;
     char* _arguments[2] = {_name, nullptr};

@@ -1,6 +1,8 @@
 #include <QCheckBox>
+#include <QGuiApplication>
 #include <QPushButton>
 #include <QStackedWidget>
+#include <QTest>
 #include <memory>
 
 #include <gtest/gtest.h>
@@ -72,6 +74,42 @@ TEST_F(QtControls, ShowProgressWhileItRunsAndKeepItsPlaceAfterwards)
     progress.stopAnimation();
     EXPECT_FALSE(bar.isVisible());
     EXPECT_NE(bar.maximum(), 0);
+}
+
+class CountingBar : public QProgressBar {
+public:
+    using QProgressBar::QProgressBar;
+    int paints = 0;
+
+protected:
+    void paintEvent(QPaintEvent* event) override
+    {
+        ++paints;
+        QProgressBar::paintEvent(event);
+    }
+};
+
+TEST_F(QtControls, ShowProgressBeforeACallThatKeepsTheThreadBusy)
+{
+    QWidget window;
+    CountingBar bar(&window);
+    QtProgressIndicator progress(&bar);
+    progress.setDisplayedWhenStopped(false);
+    window.show();
+    ASSERT_TRUE(QTest::qWaitForWindowExposed(&window));
+    bar.paints = 0;
+    progress.startAnimation();
+    EXPECT_GT(bar.paints, 0);
+    ASSERT_NE(QGuiApplication::overrideCursor(), nullptr);
+    EXPECT_EQ(QGuiApplication::overrideCursor()->shape(), Qt::WaitCursor);
+    progress.startAnimation();
+    progress.stopAnimation();
+    EXPECT_EQ(QGuiApplication::overrideCursor(), nullptr);
+    {
+        QtProgressIndicator goesWhileItRuns(&bar);
+        goesWhileItRuns.startAnimation();
+    }
+    EXPECT_EQ(QGuiApplication::overrideCursor(), nullptr);
 }
 
 TEST_F(QtControls, LeaveTheFirstPageOfAStackInPlaceOfHiddenTabs)
