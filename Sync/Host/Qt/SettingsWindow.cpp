@@ -74,13 +74,18 @@ SettingsWindow::SettingsWindow(SettingsWorkplace& workplace, SyncCommand syncCom
     nameThings();
     followState();
     _workplace.setListener({[this](std::string_view line) { tellProblem(textOf(line)); },
-                            [this](std::string_view line) { addToLog(textOf(line)); }});
+                            [this](std::string_view line) { addToLog(textOf(line)); },
+                            [this] { unlockLater(); }});
     reload();
     constexpr QSize kUsualSize(760, 620);
     resize(kUsualSize.expandedTo(minimumSizeHint()));
 }
 
-SettingsWindow::~SettingsWindow() { _workplace.setListener({}); }
+SettingsWindow::~SettingsWindow()
+{
+    _workplace.setListener({});
+    _workplace.unlock();
+}
 
 QWidget* SettingsWindow::header()
 {
@@ -274,6 +279,12 @@ void SettingsWindow::tellProblem(const QString& line)
         reload();
     };
     QMetaObject::invokeMethod(this, readAgain, Qt::QueuedConnection);
+}
+
+void SettingsWindow::unlockLater()
+{
+    QMetaObject::invokeMethod(
+        this, [this] { _workplace.unlock(); }, Qt::QueuedConnection);
 }
 
 void SettingsWindow::switchPlugin(bool isOn)

@@ -53,6 +53,7 @@ private:
     void syncEnded(const SyncOutcome& outcome);
     void followState();
     void tellProblem(const QString& line);
+    void unlockLater();
     void addToLog(const QString& line);
 
     SettingsWorkplace& _workplace;

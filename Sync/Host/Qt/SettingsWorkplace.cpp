@@ -50,7 +50,10 @@ SettingsWorkplace::~SettingsWorkplace()
 View* SettingsWorkplace::configView()
 {
     const WriteGuard guard;
-    return plugin().configView();
+    View* view = plugin().configView();
+    // What is still to come of this event can wait for the publishing service.
+    unlock();
+    return view;
 }
 
 std::optional<std::string> SettingsWorkplace::obstacle() const

@@ -16,8 +16,9 @@
 
 namespace kt {
 
-/// What a settings window works with: the open plug-in, and a host that can show its view. Holds no
-/// lock, so that syncs can run beside it. Platform's home folder is the place's while it lives.
+/// What a settings window works with: the open plug-in, and a host that can show its view. Holds a
+/// lock only while settings are changed, so that syncs can run beside it. Platform's home folder is
+/// the place's while it lives.
 class SettingsWorkplace {
 public:
     /// Throws Exception NSGenericException, with a line for the user, for a home that is missing or
@@ -29,8 +30,9 @@ public:
 
     KTSyncPluginProtocol& plugin() { return **_plugin; }
     const Place& place() const { return _place; }
-    /// Who is told of settings that could not be stored, and of lines of the sync log.
     void setListener(SettingsListener listener) { _host->setListener(std::move(listener)); }
+    /// Lets others change the home again, see SettingsListener.
+    void unlock() { _host->unlock(); }
     /// The plug-in's view, prepared anew; null where there is none. Whatever the plug-in finds, the
     /// store stays as it is: a run may be rewriting it at this moment.
     View* configView();

@@ -2,7 +2,6 @@
 
 #include "Sync/Foundation/Exception.h"
 #include "Sync/Host/Services/GuardLift.h"
-#include "Sync/Host/Services/HomeLock.h"
 #include "Sync/HostInterface/Guard.h"
 
 namespace kt {
@@ -87,6 +86,8 @@ void SettingsHost::update(std::string_view key, const Value& value)
             keepUnstored(key, value);
             _listener.failed(exception.reason());
         });
+    if (!_listener.locked)
+        unlock();
 }
 
 void SettingsHost::store(std::string_view key, const Value& value)
@@ -95,10 +96,19 @@ void SettingsHost::store(std::string_view key, const Value& value)
     // What is stored already needs no lock, and can so be "stored" while a sync is running.
     if (preferences.objectForKey(key, {}) == merged(key, value))
         return;
-    const auto lock = HomeLock::exclusive(_lockPath);
+    lock();
     readAgain();
     if (!preferences.set(key, merged(key, value)))
         throw Exception(NSGenericException, lineForLostPreferences());
+}
+
+void SettingsHost::lock()
+{
+    if (_lock)
+        return;
+    _lock = HomeLock::exclusive(_lockPath);
+    if (_listener.locked)
+        _listener.locked();
 }
 
 /// What the file holds, with the entries that the plug-in has changed.

@@ -2,10 +2,12 @@
 
 #include <functional>
 #include <map>
+#include <memory>
 #include <string>
 #include <string_view>
 #include <utility>
 
+#include "Sync/Host/Services/HomeLock.h"
 #include "Sync/Host/Services/PluginHost.h"
 
 namespace kt {
@@ -16,6 +18,10 @@ struct SettingsListener {
     std::function<void(std::string_view line)> failed = [](std::string_view) {};
     /// A line of the sync log.
     std::function<void(std::string_view line)> logged = [](std::string_view) {};
+    /// The home was locked for a change. Whoever is told calls unlock when the event at hand is
+    /// over, so that settings that belong together are stored together or not at all; with nobody
+    /// to tell, each change has its own lock.
+    std::function<void()> locked{};
 };
 
 /// The host object of a settings window. Syncs run in programs of their own, so there is no session
@@ -31,6 +37,7 @@ public:
     SettingsHost(HostServices services, std::string lockPath, SettingsListener listener = {});
 
     void setListener(SettingsListener listener) { _listener = std::move(listener); }
+    void unlock() { _lock.reset(); }
 
     bool boolPreferenceForKey(std::string_view key, bool defaultValue) override;
     Value objectPreferenceForKey(std::string_view key, const Value& defaultValue) override;
@@ -65,10 +72,12 @@ private:
     void update(std::string_view key, const Value& value);
     /// Throws Exception when it cannot.
     void store(std::string_view key, const Value& value);
+    void lock();
     Value merged(std::string_view key, const Value& value);
     void keepUnstored(std::string_view key, const Value& value);
 
     std::string _lockPath;
+    std::unique_ptr<HomeLock> _lock;  // from a change to the end of its event
     SettingsListener _listener;
     std::map<std::string, Known, std::less<>> _known;  // by the preference's key
 };

@@ -171,6 +171,19 @@ TEST_F(WindowReadingAgain, ShowsWhatHoldsWhenTheSettingsCannotBeWritten)
 
 // Other programs.
 
+TEST_F(WindowReadingAgain, KeepsNobodyOutWhenAnEventIsOver)
+{
+    open();
+    EXPECT_NE(lockHome(), nullptr);
+    tick(arbeit);
+    EXPECT_NE(lockHome(), nullptr);
+    select(arbeit);
+    click("publishTasksCheckbox");
+    click("activatePublicSharingButton");
+    EXPECT_NE(lockHome(), nullptr);
+    EXPECT_EQ(storedOptions("Arbeit"), options(1, 1, 1, 0));
+}
+
 TEST_F(WindowReadingAgain, LeavesAloneWhatAnotherProgramSwitchedMeanwhile)
 {
     const std::string first = home.calendarKey("Arbeit");

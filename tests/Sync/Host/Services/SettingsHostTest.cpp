@@ -1,6 +1,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include "Sync/Foundation/Exception.h"
 #include "Sync/Host/Services/HomeLock.h"
 #include "Sync/Host/Services/SettingsHost.h"
 #include "tests/support/FailingFileManager.h"
@@ -119,6 +120,26 @@ TEST_F(SettingsOfAWindow, ThatCannotBeWrittenAreToldEachTimeAndDoNotHold)
     EXPECT_THAT(failures, ElementsAre(line, line));
     EXPECT_EQ(host.objectPreferenceForKey("wer", {}), Value("Anna"));
     EXPECT_FALSE(host.boolPreferenceForKey("an", false));
+}
+
+TEST_F(SettingsOfAWindow, OfOneEventAreStoredUnderOneLock)
+{
+    int locks = 0;
+    host.setListener({[](std::string_view) {}, [](std::string_view) {}, [&] { ++locks; }});
+    host.updatePreferenceWithObject("wer", "Anna");
+    EXPECT_THROW(HomeLock::exclusive(kit.suite.lockPath()), Exception);
+    host.updatePreferenceWithBool("an", true);
+    EXPECT_EQ(locks, 1);
+    host.unlock();
+    const auto sync = HomeLock::exclusive(kit.suite.lockPath());
+    EXPECT_EQ(stored("an"), Value(true));
+}
+
+TEST_F(SettingsOfAWindow, WithoutAnEventAreStoredUnderALockEach)
+{
+    host.updatePreferenceWithObject("wer", "Anna");
+    const auto sync = HomeLock::exclusive(kit.suite.lockPath());
+    EXPECT_EQ(stored("wer"), Value("Anna"));
 }
 
 // Dictionaries, of which a plug-in changes an entry and stores the whole.
