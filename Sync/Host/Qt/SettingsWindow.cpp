@@ -228,8 +228,7 @@ QWidget* SettingsWindow::currentView()
         _noView.setText(QString::fromStdString(*obstacle));
         return nullptr;
     }
-    QWidget* view = nullptr;
-    callOwner("configView", [&] { view = widgetOfView(_workplace.configView()); });
+    QWidget* view = widgetOfView(_workplace.configView());
     _noView.setText(tr("Die Liste der Kalender kann hier nicht gezeigt werden."));
     return view;
 }

@@ -6,8 +6,10 @@
 #include "Sync/Foundation/FileManager.h"
 #include "Sync/Foundation/Format.h"
 #include "Sync/Foundation/Platform.h"
+#include "Sync/Host/Command/Output.h"
 #include "Sync/Host/Services/GuardLift.h"
 #include "Sync/Host/Services/HomeLayout.h"
+#include "Sync/HostInterface/Guard.h"
 
 namespace kt {
 
@@ -47,12 +49,42 @@ SettingsWorkplace::~SettingsWorkplace()
     Platform::shared().setHomeDirectory({});
 }
 
+void SettingsWorkplace::setListener(SettingsListener listener)
+{
+    _told = std::move(listener);
+    const auto find = [this](std::string_view line) {
+        if (_isReading)
+            _found.emplace_back(line);
+    };
+    _host->setListener({_told.failed, find, _told.locked});
+}
+
 View* SettingsWorkplace::configView()
 {
-    const WriteGuard guard;
-    View* view = plugin().configView();
+    const auto before = std::exchange(_found, {});
+    _classes.lossReport().clear();
+    View* view = readView();
     // What is still to come of this event can wait for the publishing service.
     unlock();
+    for (const KTLoss& loss : _classes.lossReport().losses())
+        _found.push_back("Nicht gelesen: " + lineForLoss(loss));
+    if (_found != before)
+        for (const std::string& line : _found)
+            _told.logged(line);
+    return view;
+}
+
+View* SettingsWorkplace::readView()
+{
+    const WriteGuard guard;
+    _isReading = true;
+    View* view =
+        guardedOr([this] { return plugin().configView(); },
+                  [](const Exception& exception) -> View* {
+                      NSLog("Nichtabgefangener Fehler in configView: %@", exception.description());
+                      return nullptr;
+                  });
+    _isReading = false;
     return view;
 }
 

@@ -5,6 +5,7 @@
 #include <string>
 #include <string_view>
 #include <utility>
+#include <vector>
 
 #include "Sync/Host/Command/Place.h"
 #include "Sync/Host/Qt/QtNibLoader.h"
@@ -30,11 +31,13 @@ public:
 
     KTSyncPluginProtocol& plugin() { return **_plugin; }
     const Place& place() const { return _place; }
-    void setListener(SettingsListener listener) { _host->setListener(std::move(listener)); }
+    void setListener(SettingsListener listener);
     /// Lets others change the home again, see SettingsListener.
     void unlock() { _host->unlock(); }
     /// The plug-in's view, prepared anew; null where there is none. Whatever the plug-in finds, the
-    /// store stays as it is: a run may be rewriting it at this moment.
+    /// store stays as it is: a run may be rewriting it at this moment. What could not be read, and
+    /// what the plug-in wrote to the system log, is told as logged, unless the last reading found
+    /// the same; it is the only part of that log that is.
     View* configView();
     /// What keeps everybody from the store right now, as a line for the user.
     std::optional<std::string> obstacle() const;
@@ -48,7 +51,11 @@ private:
     };
 
     KTClassTable classTable();
+    View* readView();
 
+    SettingsListener _told;
+    bool _isReading = false;
+    std::vector<std::string> _found;  // at the last reading
     Place _place;
     SuiteFolder _suite;
     StatusLine _statusLine;

@@ -76,10 +76,11 @@ protected:
     HostServices& services() { return _services; }
     /// What the user is told when a preference could not be written.
     std::string lineForLostPreferences() const;
+    /// A line of the system log.
+    virtual void consoleLine(std::string_view line);
 
 private:
     void store(std::string_view key, const Value& value);
-    void consoleLine(std::string_view line);
 
     HostServices _services;
     AppleScripts _appleScripts;

@@ -69,7 +69,12 @@ void SettingsHost::logMsg(std::string_view message)
 {
     const GuardLift ownLog;
     PluginHost::logMsg(message);
-    _listener.logged(message);
+}
+
+void SettingsHost::consoleLine(std::string_view line)
+{
+    PluginHost::consoleLine(line);
+    _listener.logged(line);
 }
 
 void SettingsHost::update(std::string_view key, const Value& value)

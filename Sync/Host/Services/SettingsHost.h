@@ -16,7 +16,7 @@ namespace kt {
 struct SettingsListener {
     /// A change could not be stored; the preferences are then those of the file.
     std::function<void(std::string_view line)> failed = [](std::string_view) {};
-    /// A line of the sync log.
+    /// A line of the system log.
     std::function<void(std::string_view line)> logged = [](std::string_view) {};
     /// The home was locked for a change. Whoever is told calls unlock when the event at hand is
     /// over, so that settings that belong together are stored together or not at all; with nobody
@@ -58,6 +58,9 @@ public:
     bool finishSync() override { return false; }
     std::optional<SyncRecordMap> getLocalState() override { return std::nullopt; }
     bool resetLocalState() override { return false; }
+
+protected:
+    void consoleLine(std::string_view line) override;
 
 private:
     /// What the plug-in knows of a preference that is a dictionary.

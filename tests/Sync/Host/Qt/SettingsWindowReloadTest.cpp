@@ -208,10 +208,28 @@ TEST_F(WindowReadingAgain, ShowsWhatThePluginLogsOfAStoreThatItCannotRead)
     pressF5();
     EXPECT_EQ(list()->model()->rowCount(), 0);
     EXPECT_THAT(logPane(), HasSubstr("ICalSyncPlugin.calendarsList: calendarStore == nil"));
+    pressF5();
+    EXPECT_EQ(timesInLog("calendarStore == nil"), 1u);
     EXPECT_THAT(home.folder()
                     .read("Library/Application Support/VeloraSuite/Logs/Synchronisierung.log")
                     .value_or(""),
                 HasSubstr("calendarStore == nil"));
+}
+
+TEST_F(WindowReadingAgain, NamesACalendarThatItCannotRead)
+{
+    home.folder().write("Library/Calendars/2.calendar/Info.plist", "kaputt");
+    open();
+    EXPECT_EQ(list()->model()->rowCount(), 2);
+    EXPECT_THAT(logPane(),
+                HasSubstr("Nicht gelesen: " + home.folder().path("Library/Calendars/2.calendar")));
+}
+
+TEST_F(WindowReadingAgain, HasNothingToSayOfAStoreThatItCanRead)
+{
+    open();
+    pressF5();
+    EXPECT_EQ(logPane(), "");
 }
 
 /// As if another program had the file aside just when it is read a second time.

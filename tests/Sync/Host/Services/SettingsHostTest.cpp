@@ -207,10 +207,12 @@ TEST_F(SettingsOfAWindow, AreWrittenBehindTheGuardAsWell)
     EXPECT_THAT(failures, IsEmpty());
 }
 
-TEST_F(SettingsOfAWindow, TellTheLinesOfTheSyncLog)
+TEST_F(SettingsOfAWindow, TellTheLinesOfTheSystemLog)
 {
     host.logMsg("eine Zeile");
-    EXPECT_THAT(logged, ElementsAre("eine Zeile"));
+    NSLog("eine andere");
+    EXPECT_THAT(logged, ElementsAre("eine andere"));
+    EXPECT_THAT(kit.fileLogFile(), HasSubstr("eine andere"));
 }
 
 TEST_F(SettingsOfAWindow, OpenNoSession)
