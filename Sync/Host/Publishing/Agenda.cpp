@@ -2,7 +2,6 @@
 
 #include <algorithm>
 
-#include "Sync/Foundation/Text.h"
 #include "Sync/Host/Publishing/CalendarHeading.h"
 #include "Sync/Host/Publishing/GermanDates.h"
 #include "Sync/Host/Publishing/MonthTable.h"
@@ -12,23 +11,25 @@ namespace kt {
 
 namespace {
 
-constexpr std::size_t kLongestNotes = 500;  // characters; the file has them in full
-
-std::string clipped(const std::string& text)
-{
-    if (utf16Length(text) <= kLongestNotes)
-        return text;
-    return showableText(utf16Substring(text, 0, kLongestNotes)) + " …";
-}
+// Characters; the file has it all.
+constexpr std::size_t kLongestNotes = 500;
+constexpr std::size_t kLongestLine = 200;
+constexpr std::size_t kLongestAddress = 1000;
+constexpr std::size_t kMostNames = 50;
+// What the entries of a page may come to, in bytes: those of many days count on each.
+constexpr std::size_t kLongestAgenda = 8 * 1024 * 1024;
 
 std::string namesOf(const std::vector<PublishedAttendee>& attendees)
 {
     std::string names;
+    std::size_t left = kMostNames;
     for (const PublishedAttendee& attendee : attendees) {
         if (attendee.name.empty())
             continue;
+        if (left-- == 0)
+            return names + " …";
         names += names.empty() ? "Mit " : ", ";
-        names += attendee.name;
+        names += clippedText(attendee.name, kLongestLine);
     }
     return names;
 }
@@ -44,7 +45,7 @@ void appendLine(HtmlWriter& html, const std::string& text)
 void appendAddress(HtmlWriter& html, const std::string& url)
 {
     const std::string address = webAddress(url);
-    if (address.empty())
+    if (address.empty() || address.size() > kLongestAddress)
         return;
     const auto paragraph = html.element("p", {{"class", "more"}});
     html.element("a", {{"href", address}, {"rel", "nofollow noopener noreferrer"}}, address);
@@ -62,19 +63,20 @@ void appendEntry(HtmlWriter& html, const Occurrence& occurrence, Day day, Month 
     // What goes on for weeks is told about once.
     if (day != std::max(occurrence.firstDay, month.firstDay()))
         return;
-    appendLine(html, event.location);
+    appendLine(html, clippedText(event.location, kLongestLine));
     appendLine(html, namesOf(event.attendees));
-    appendLine(html, clipped(event.notes));
+    appendLine(html, clippedText(event.notes, kLongestNotes));
     appendAddress(html, event.url);
 }
 
 }  // namespace
 
-void appendAgenda(HtmlWriter& html, const DayPlan& plan, const CalendarView& view)
+bool appendAgenda(HtmlWriter& html, const DayPlan& plan, const CalendarView& view)
 {
     const auto section = html.element("section", {{"aria-labelledby", "agenda"}});
     html.element("h2", {{"id", "agenda"}}, "Termine im " + monthTitle(view.month));
     html.element("p", {{"class", "note"}}, "Zeiten in der Zeitzone " + view.zone);
+    const std::size_t longest = html.html().size() + kLongestAgenda;
     bool isEmpty = true;
     for (Day day = view.month.firstDay(); day <= view.month.lastDay(); day = day + 1) {
         const auto& entries = plan.on(day);
@@ -87,11 +89,15 @@ void appendAgenda(HtmlWriter& html, const DayPlan& plan, const CalendarView& vie
             html.element("time", {{"datetime", isoDayText(day)}}, longDayTitle(day));
         }
         const auto list = html.element("ul");
-        for (const Occurrence* occurrence : entries)
+        for (const Occurrence* occurrence : entries) {
+            if (html.html().size() > longest)
+                return false;
             appendEntry(html, *occurrence, day, view.month);
+        }
     }
     if (isEmpty)
         html.element("p", {}, "In diesem Monat gibt es keine Termine.");
+    return true;
 }
 
 }  // namespace kt

@@ -6,7 +6,8 @@
 
 namespace kt {
 
-/// The days of the month on which something takes place, with all that is public of it.
-void appendAgenda(HtmlWriter& html, const DayPlan& plan, const CalendarView& view);
+/// The days of the month on which something takes place, with what is public of it as far as there
+/// is room. False when a page would become too long with the rest.
+bool appendAgenda(HtmlWriter& html, const DayPlan& plan, const CalendarView& view);
 
 }  // namespace kt

@@ -18,6 +18,8 @@ constexpr std::string_view kTask = "Aufgabe";
 /// The zones in use and the earliest year of each.
 class Zones {
 public:
+    bool isEmpty() const { return _firstYears.empty(); }
+
     void add(const std::optional<PublishedDate>& date)
     {
         if (!date || date->isAllDay || date->isUTC())
@@ -36,19 +38,6 @@ public:
 private:
     std::map<std::string, int> _firstYears;
 };
-
-/// A date among the exceptions of a series has to be of the kind of its start (3.8.5.1).
-PublishedDate ofTheKindOf(const PublishedDate& start, PublishedDate date)
-{
-    if (start.isAllDay == date.isAllDay)
-        return date;
-    const CalendarDate day = date.clock;
-    date = start;
-    date.clock.year = day.year;
-    date.clock.month = day.month;
-    date.clock.day = day.day;
-    return date;
-}
 
 Zones zonesOf(const PublishedCalendar& calendar)
 {
@@ -112,7 +101,7 @@ void appendEvent(ContentLines& lines, const PublishedEvent& event)
     if (event.rule)
         lines.value("RRULE", event.rule->text(event.start));
     for (const PublishedDate& exception : event.exceptions)
-        lines.date("EXDATE", ofTheKindOf(event.start, exception));
+        lines.date("EXDATE", exception);
     if (event.recurrenceId)
         lines.date("RECURRENCE-ID", *event.recurrenceId);
     lines.value("TRANSP", event.isTransparent ? "TRANSPARENT" : "OPAQUE");
@@ -167,7 +156,11 @@ std::string calendarFile(const PublishedCalendar& calendar)
     ContentLines lines;
     lines.begin("VCALENDAR");
     appendHead(lines, calendar.head);
-    zonesOf(calendar).appendTo(lines);
+    const Zones zones = zonesOf(calendar);
+    zones.appendTo(lines);
+    // There has to be something in it (RFC 5545, 3.6); this tells nothing.
+    if (zones.isEmpty() && calendar.events.empty() && calendar.tasks.empty())
+        appendTimeZone(lines, "Etc/UTC", 1970);
     for (const PublishedEvent& event : calendar.events)
         appendEvent(lines, event);
     for (const PublishedTask& task : calendar.tasks)

@@ -1,14 +1,19 @@
 #include "Sync/Host/Publishing/CalendarHeading.h"
 
+#include "Sync/Host/Publishing/PublishedText.h"
+
 namespace kt {
 
 namespace {
 
 constexpr const char* kUntitled = "(ohne Titel)";
+constexpr std::size_t kLongestTitle = 200;
 
 std::string titleOr(const std::string& title, const char* other)
 {
-    return title.find_first_not_of(" \t\n") == std::string::npos ? other : title;
+    return title.find_first_not_of(" \t\n") == std::string::npos
+               ? other
+               : clippedText(title, kLongestTitle);
 }
 
 }  // namespace
@@ -23,6 +28,15 @@ void appendSwatch(HtmlWriter& html, const PublishedHead& head)
         html.element("svg",
                      {{"class", "swatch"}, {"viewBox", "0 0 10 10"}, {"aria-hidden", "true"}});
     html.element("circle", {{"cx", "5"}, {"cy", "5"}, {"r", "5"}, {"fill", head.color}}, "");
+}
+
+void appendNotes(HtmlWriter& html, const PublishedHead& head)
+{
+    constexpr std::size_t kLongestNotes = 2000;
+    if (head.notes.empty())
+        return;
+    const auto paragraph = html.element("p");
+    html.lines(clippedText(head.notes, kLongestNotes));
 }
 
 std::string contentsText(const PublishingOptions& options)

@@ -13,6 +13,8 @@ namespace kt {
 std::string shownTitle(const PublishedHead& head);
 /// A dot in the calendar's colour; nothing without one.
 void appendSwatch(HtmlWriter& html, const PublishedHead& head);
+/// What its owner says about it; nothing without.
+void appendNotes(HtmlWriter& html, const PublishedHead& head);
 /// "Ereignisse und Aufgaben", "nur die Zeiten, ohne Inhalte".
 std::string contentsText(const PublishingOptions& options);
 

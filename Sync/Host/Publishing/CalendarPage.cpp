@@ -23,10 +23,7 @@ void appendHeading(HtmlWriter& html, const PublishedHead& head)
         appendSwatch(html, head);
         html.text(shownTitle(head));
     }
-    if (!head.notes.empty()) {
-        const auto paragraph = html.element("p");
-        html.lines(head.notes);
-    }
+    appendNotes(html, head);
     if (head.options.anonymous)
         html.element("p", {{"class", "note"}},
                      "Dieser Kalender zeigt nur, wann etwas ist, nicht was, wer oder wo.");
@@ -113,7 +110,9 @@ void appendEvents(HtmlWriter& html, const PublishedCalendar& calendar, const Cal
                          "Nicht alle Wiederholungen in diesem Monat können gezeigt werden.");
     }
     appendForm(html, calendar.head, view);
-    appendAgenda(html, plan, view);
+    if (!appendAgenda(html, plan, view))
+        html.element("p", {{"class", "note"}},
+                     "Weitere Termine dieses Monats stehen in der Kalenderdatei.");
 }
 
 }  // namespace

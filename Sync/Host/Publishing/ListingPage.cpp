@@ -17,10 +17,7 @@ void appendCalendar(HtmlWriter& html, const PublishedHead& head)
         appendSwatch(html, head);
         html.element("a", {{"href", path}}, shownTitle(head));
     }
-    if (!head.notes.empty()) {
-        const auto paragraph = html.element("p");
-        html.lines(head.notes);
-    }
+    appendNotes(html, head);
     const auto paragraph = html.element("p", {{"class", "muted"}});
     html.text(contentsText(head.options) + " · ");
     html.element("a", {{"href", path + ".ics"}, {"type", "text/calendar"}}, "Kalenderdatei (.ics)");

@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <map>
 #include <tuple>
-#include <unordered_set>
+#include <unordered_map>
 #include <utility>
 
 #include "Sync/Host/Engine/HostSyncRecord.h"
@@ -36,9 +36,9 @@ PublishedHead headOf(const Sharing& sharing, const Dictionary& record)
     head.key = sharing.id.key;
     head.options = PublishingOptions::fromText(sharing.options);
     head.since = sharing.since;
-    head.title = textOfField(record["Title"]);
+    head.title = plainTextOfField(record["Title"]);
     if (!head.options.anonymous)
-        head.notes = textOfField(record["Notes"]);
+        head.notes = plainTextOfField(record["Notes"]);
     head.color = colorOf(record["Color"]);
     if (const Value& order = record["Order"]; order.isNumber())
         head.order = order.intValue();
@@ -61,31 +61,47 @@ std::map<std::string, Records> decodedRecords(const std::vector<ServerRecord>& s
     return records;
 }
 
-std::optional<std::string> seriesKeyOf(const Dictionary& record,
-                                       const std::unordered_set<std::string>& series)
+using SeriesStarts = std::unordered_map<std::string, PublishedDate>;
+
+std::optional<PublishedItems::Series> seriesOf(const Dictionary& record, const SeriesStarts& starts)
 {
     const Value& key = record["RecurrenceParentRecordKey"];
-    if (!key.isString() || !series.contains(std::string(key.string())))
+    const auto found = key.isString() ? starts.find(std::string(key.string())) : starts.end();
+    if (found == starts.end())
         return std::nullopt;
-    return std::string(key.string());
+    return PublishedItems::Series{found->first, found->second};
 }
 
+std::optional<PublishedEvent> eventOf(const std::string& key, const Dictionary& record,
+                                      const SeriesStarts& starts, const PublishedItems& items)
+{
+    return guardedOr([&] { return items.event(key, record, seriesOf(record, starts)); },
+                     [](const Exception&) { return std::optional<PublishedEvent>(); });
+}
+
+/// Series are read first, because occurrences that were detached from them lean on what is shown of
+/// them.
 std::vector<PublishedEvent> eventsOf(const Records& records, const PublishedItems& items)
 {
-    std::unordered_set<std::string> series;
-    for (const auto& [key, record] : records) {
-        if (record.contains("RecurrenceRule"))
-            series.insert(key);
+    const auto isSeries = [](const Dictionary& record) {
+        return record.contains("RecurrenceRule") && !record.contains("RecurrenceParentRecordKey");
+    };
+    std::vector<std::optional<PublishedEvent>> found(records.size());
+    SeriesStarts starts;
+    for (std::size_t at = 0; at < records.size(); ++at) {
+        const auto& [key, record] = records[at];
+        if (isSeries(record))
+            found[at] = eventOf(key, record, {}, items);
+        if (found[at] && found[at]->rule)
+            starts.emplace(key, found[at]->start);
     }
     std::vector<PublishedEvent> events;
-    for (const auto& [key, record] : records) {
-        auto event = guardedOr(
-            [&, &itemKey = key, &fields = record] {
-                return items.event(itemKey, fields, seriesKeyOf(fields, series));
-            },
-            [](const Exception&) { return std::optional<PublishedEvent>(); });
-        if (event)
-            events.push_back(std::move(*event));
+    for (std::size_t at = 0; at < records.size(); ++at) {
+        const auto& [key, record] = records[at];
+        if (!isSeries(record))
+            found[at] = eventOf(key, record, starts, items);
+        if (found[at])
+            events.push_back(std::move(*found[at]));
     }
     return events;
 }
@@ -101,6 +117,24 @@ std::vector<PublishedTask> tasksOf(const Records& records, const PublishedItems&
             tasks.push_back(std::move(*task));
     }
     return tasks;
+}
+
+/// Records stand in the order of their keys, which are digests of titles.
+void mixUp(PublishedCalendar& calendar)
+{
+    std::sort(calendar.events.begin(), calendar.events.end(),
+              [](const PublishedEvent& left, const PublishedEvent& right) {
+                  return std::tuple(left.start.instant(), std::string_view(left.uid)) <
+                         std::tuple(right.start.instant(), std::string_view(right.uid));
+              });
+    const auto dateOf = [](const PublishedTask& task) {
+        return (task.due ? task.due : task.start).value_or(PublishedDate{}).instant();
+    };
+    std::sort(calendar.tasks.begin(), calendar.tasks.end(),
+              [&](const PublishedTask& left, const PublishedTask& right) {
+                  return std::tuple(dateOf(left), std::string_view(left.uid)) <
+                         std::tuple(dateOf(right), std::string_view(right.uid));
+              });
 }
 
 }  // namespace
@@ -158,6 +192,8 @@ std::optional<PublishedCalendar> PublishedCalendarReader::calendar(const std::st
         calendar.events = eventsOf(records[std::string(kConduitEvent)], items);
     if (options.tasks)
         calendar.tasks = tasksOf(records[std::string(kConduitTask)], items);
+    if (options.anonymous)
+        mixUp(calendar);
     return calendar;
 }
 

@@ -23,14 +23,25 @@ std::string stampOf(const std::string& iso)
     return dateTimeText(calendarDateOfInstant(instant.value_or(Date{}), kUTC)) + 'Z';
 }
 
-/// Weeks, days, hours, minutes, seconds.
-std::int64_t secondsOfDuration(const Array& duration)
+/// Weeks, days, hours, minutes, seconds. Weeks and days go by the wall clock, the rest is time that
+/// passes, whatever is done to clocks meanwhile (RFC 5545, 3.3.6).
+CalendarDate clockAfterDuration(const PublishedDate& start, const Array& duration)
 {
     constexpr std::int64_t kUnits[] = {7 * 86400, 86400, 3600, 60, 1};
-    std::int64_t seconds = 0;
+    constexpr std::size_t kDays = 2;                 // of these units
+    constexpr std::int64_t kMost = 100'000'000'000;  // 3,000 years
+    std::int64_t days = 0;
+    std::int64_t time = 0;
     for (std::size_t at = 0; at < duration.size() && at < std::size(kUnits); ++at)
-        seconds += duration[at].intValue() * kUnits[at];
-    return seconds;
+        (at < kDays ? days : time) += duration[at].intValue() * kUnits[at];
+    const CalendarDate clock = clockAfter(start.clock, days);
+    if (time == 0)
+        return clock;
+    if (start.isAllDay)
+        return clockAfter(clock, time);
+    Date instant = instantOfCalendarDate(clock, start.zone);
+    instant.instant += std::chrono::seconds(std::clamp(time, -kMost, kMost));
+    return calendarDateOfInstant(instant, start.zone);
 }
 
 /// Where the event ends, when that is later than its start.
@@ -45,7 +56,7 @@ std::optional<PublishedDate> endOf(const PublishedDate& start, const Dictionary&
             end.clock = start.isAllDay ? (Day::of(end.clock) + 1).date() : end.clock;
         }
     } else if (record["Duration"].isArray()) {
-        end.clock = clockAfter(start.clock, secondsOfDuration(record["Duration"].array()));
+        end.clock = clockAfterDuration(start, record["Duration"].array());
         if (start.isAllDay)
             end.clock = Day::of(end.clock).date();
     }
@@ -75,8 +86,8 @@ std::vector<PublishedAttendee> attendeesOf(const Value& list)
     for (const Value& element : list.array()) {
         if (!element.isDictionary())
             continue;
-        PublishedAttendee attendee{textOfField(element.dictionary()["Name"]),
-                                   textOfField(element.dictionary()["Address"])};
+        PublishedAttendee attendee{plainTextOfField(element.dictionary()["Name"]),
+                                   plainTextOfField(element.dictionary()["Address"])};
         if (!attendee.name.empty() || !attendee.address.empty())
             attendees.push_back(std::move(attendee));
     }
@@ -92,6 +103,26 @@ void hideZones(std::initializer_list<PublishedDate*> dates)
         date->clock = calendarDateOfInstant(date->instant(), kUTC);
         date->zone = kUTC;
     }
+}
+
+PublishedDate inZone(const PublishedDate& date, const std::string& zone)
+{
+    if (date.zone == zone)
+        return date;
+    return {calendarDateOfInstant(date.instant(), zone), zone, false};
+}
+
+/// A start of a series is named as the series names its own: a day, or a clock in its zone
+/// (RFC 5545, 3.8.4.4 and 3.8.5.1).
+PublishedDate asStartOfSeries(const PublishedDate& date, const PublishedDate& start)
+{
+    PublishedDate named = start;
+    if (!start.isAllDay && !date.isAllDay)
+        return inZone(date, start.zone);
+    named.clock.year = date.clock.year;
+    named.clock.month = date.clock.month;
+    named.clock.day = date.clock.day;
+    return named;
 }
 
 bool isTransparent(const Value& field) { return field == Value("TRANSPARENT"); }
@@ -126,27 +157,33 @@ PublishedItem PublishedItems::item(const std::string& uidKey, const Dictionary& 
     return item;
 }
 
-std::optional<PublishedEvent> PublishedItems::event(
-    const std::string& key, const Dictionary& record,
-    const std::optional<std::string>& seriesKey) const
+std::optional<PublishedEvent> PublishedItems::event(const std::string& key,
+                                                    const Dictionary& record,
+                                                    const std::optional<Series>& series) const
 {
     const auto start = PublishedDate::fromRecord(record["StartDate"]);
     if (!start)
         return std::nullopt;
     PublishedEvent event;
-    static_cast<PublishedItem&>(event) = item(seriesKey.value_or(key), record);
+    // Two events of one name would be one.
+    if (const auto replaced = PublishedDate::fromRecord(record["RecurrenceId"]); series && replaced)
+        event.recurrenceId = asStartOfSeries(*replaced, series->start);
+    static_cast<PublishedItem&>(event) = item(event.recurrenceId ? series->key : key, record);
     event.start = *start;
     event.end = endOf(*start, record);
     if (const Value& rule = record["RecurrenceRule"]; rule.isDictionary())
         event.rule = RecurrenceRule::fromRecord(rule.dictionary());
-    event.exceptions = datesOf(record["ExceptionDates"]);
-    if (seriesKey)
-        event.recurrenceId = PublishedDate::fromRecord(record["RecurrenceId"]);
+    if (event.rule) {
+        for (const PublishedDate& exception : datesOf(record["ExceptionDates"]))
+            event.exceptions.push_back(asStartOfSeries(exception, *start));
+    }
     event.isTransparent = isTransparent(record["TRANSP"]);
     if (!_options.anonymous)
         event.attendees = attendeesOf(record["Attendees"]);
     else if (!event.rule)
         hideZones({&event.start, event.end ? &*event.end : nullptr});
+    else if (event.end && !event.end->isAllDay)
+        event.end = inZone(*event.end, event.start.zone);
     return event;
 }
 

@@ -16,11 +16,16 @@ public:
     /// `secret` goes into the names that anonymised items get, so that none can be guessed.
     PublishedItems(PublishingOptions options, std::string secret, std::string since);
 
-    /// Nullopt without a start. `seriesKey` is that of the series which a detached occurrence
-    /// belongs to; without it the event stands for itself. Throws Exception for a record that holds
-    /// values of the wrong kind.
+    /// The series that a detached occurrence belongs to.
+    struct Series {
+        std::string key;
+        PublishedDate start;
+    };
+
+    /// Nullopt without a start. Without a series the event stands for itself. Throws Exception for
+    /// a record that holds values of the wrong kind.
     std::optional<PublishedEvent> event(const std::string& key, const Dictionary& record,
-                                        const std::optional<std::string>& seriesKey) const;
+                                        const std::optional<Series>& series) const;
     /// Nullopt for an anonymised task that is done or has no date.
     std::optional<PublishedTask> task(const std::string& key, const Dictionary& record) const;
 

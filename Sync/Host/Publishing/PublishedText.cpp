@@ -25,6 +25,15 @@ std::string unescaped(std::string_view text)
     return plain;
 }
 
+/// Of several values the first.
+const Value& firstOf(const Value& field)
+{
+    const Value* first = &field;
+    while (first->isArray() && !first->array().empty())
+        first = &first->array().front();
+    return *first;
+}
+
 /// C0 and C1 controls, and the marks that turn the direction of what follows them.
 bool isHidden(char32_t character)
 {
@@ -53,13 +62,27 @@ std::string showableText(std::string_view text)
     return showable;
 }
 
+std::string plainTextOfField(const Value& field)
+{
+    const Value& first = firstOf(field);
+    if (first.isString())
+        return showableText(first.string());
+    return first.isNumber() ? first.description() : "";
+}
+
 std::string textOfField(const Value& field)
 {
-    if (field.isString())
-        return showableText(unescaped(field.string()));
-    if (field.isArray() && !field.array().empty())
-        return textOfField(field.array().front());
-    return field.isNumber() ? field.description() : "";
+    const Value& first = firstOf(field);
+    return first.isString() ? showableText(unescaped(first.string())) : plainTextOfField(first);
+}
+
+std::string clippedText(std::string_view text, std::size_t most)
+{
+    // So many bytes hold more units than that, so the rest need not be looked at.
+    const std::string begin(text.substr(0, 4 * (most + 1)));
+    if (utf16Length(begin) <= most)
+        return begin;
+    return showableText(utf16Substring(begin, 0, most)) + " …";
 }
 
 std::string webAddress(std::string_view text)

@@ -160,7 +160,7 @@ SiteAnswer Site::answerTo(const SiteAddress& address)
     try {
         // Several pages may be read at once, and a device may have one session only.
         OpenedSession opened =
-            _server->openSession(_account, "site-" + randomIdentifier(), ServerAccess::readOnly);
+            _server->openSession(_account, "site-" + randomIdentifier(), ServerAccess::readCurrent);
         if (opened.status == OpenStatus::opened)
             return answerFrom(*opened.session, address);
         if (opened.status != OpenStatus::accountOff)

@@ -19,7 +19,7 @@ SqliteDatabase::SqliteDatabase(const std::string& path, const SqliteFormat& form
     guarded([&] {
         open(path, access, wait);
         checkFormat(format);
-        makeTables(format);
+        makeTables(format, access);
     });
 }
 
@@ -29,7 +29,7 @@ void SqliteDatabase::open(const std::string& path, SqliteAccess access,
                           std::chrono::milliseconds wait)
 {
     std::error_code error;
-    const bool isReadOnly = access == SqliteAccess::readOnly;
+    const bool isReadOnly = access != SqliteAccess::readWrite;
     if (isReadOnly && !std::filesystem::exists(path, error)) {
         _connection = std::make_unique<SQLite::Database>(":memory:", SQLite::OPEN_READWRITE |
                                                                          SQLite::OPEN_CREATE);
@@ -65,11 +65,13 @@ void SqliteDatabase::checkFormat(const SqliteFormat& format)
         throw failed("Die Datei stammt von einer neueren Version");
 }
 
-void SqliteDatabase::makeTables(const SqliteFormat& format)
+void SqliteDatabase::makeTables(const SqliteFormat& format, SqliteAccess access)
 {
     const auto isMade = [&] { return number("PRAGMA user_version") == format.version(); };
     if (isMade())
         return;
+    if (access == SqliteAccess::readCurrent && number("PRAGMA user_version") > 0)
+        throw failed("Die Datei stammt von einer älteren Version");
     // A file that was made and not filled yet, or that is of an older version, reads as what it is
     // going to be.
     if (sqlite3_db_readonly(_connection->getHandle(), "main") == 1)

@@ -28,7 +28,8 @@ struct SqliteFormat {
 
 enum class SqliteAccess {
     readWrite,
-    readOnly,  // a file that does not exist is an empty database in memory
+    readOnly,     // a file that does not exist is an empty database in memory
+    readCurrent,  // the same, but a file of an older version is refused
 };
 
 /// Bytes to be stored as such, not as text. Refers to what it was made from.
@@ -124,7 +125,7 @@ private:
 
     void open(const std::string& path, SqliteAccess access, std::chrono::milliseconds wait);
     void checkFormat(const SqliteFormat& format);
-    void makeTables(const SqliteFormat& format);
+    void makeTables(const SqliteFormat& format, SqliteAccess access);
     void continueInMemory();
     std::int64_t number(const char* query);
     Exception failed(const SQLite::Exception& failure) const;

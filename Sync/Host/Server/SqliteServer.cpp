@@ -241,15 +241,24 @@ void checkFolder(const std::string& path)
                              path, folder.string()));
 }
 
+SqliteAccess sqliteAccess(ServerAccess access)
+{
+    switch (access) {
+    case ServerAccess::readOnly:
+        return SqliteAccess::readOnly;
+    case ServerAccess::readCurrent:
+        return SqliteAccess::readCurrent;
+    case ServerAccess::readWrite:
+        break;
+    }
+    return SqliteAccess::readWrite;
+}
+
 std::unique_ptr<SqliteDatabase> opened(const std::string& path, ServerAccess access,
                                        std::chrono::milliseconds wait)
 {
     checkFolder(path);
-    return std::make_unique<SqliteDatabase>(path, kFormat,
-                                            access == ServerAccess::readOnly
-                                                ? SqliteAccess::readOnly
-                                                : SqliteAccess::readWrite,
-                                            wait);
+    return std::make_unique<SqliteDatabase>(path, kFormat, sqliteAccess(access), wait);
 }
 
 OpenedSession notOpened(OpenStatus status, std::string reason)

@@ -16,8 +16,10 @@ namespace kt {
 /// How the server's store is reached.
 enum class ServerAccess {
     readWrite,
-    readOnly,  // for a dry run: nothing is written, not even the file of a server that does not
-               // exist yet
+    readOnly,     // for a dry run: nothing is written, not even the file of a server that does not
+                  // exist yet
+    readCurrent,  // the same for who asks often: a server of an older version, which would have to
+                  // be converted in memory each time, is unreachable until somebody writes
 };
 
 /// What a server knows of one record without its content.

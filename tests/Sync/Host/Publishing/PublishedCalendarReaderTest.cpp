@@ -177,6 +177,112 @@ TEST_F(PublishedCalendars, TieADetachedOccurrenceToItsSeries)
     EXPECT_EQ(events[2].recurrenceId, std::nullopt);
 }
 
+TEST_F(PublishedCalendars, CountTimeThatPassesAndDaysByTheClock)
+{
+    struct Row {
+        std::string start;
+        Array duration;
+        std::string end;
+    };
+    const Row rows[] = {
+        {"20070325T013000", {Value(0), Value(0), Value(2), Value(0), Value(0)}, "20070325T043000"},
+        {"20070324T013000", {Value(0), Value(1), Value(2), Value(0), Value(0)}, "20070325T043000"},
+        {"20070324T013000", {Value(0), Value(1), Value(0), Value(0), Value(0)}, "20070325T013000"},
+        {"20071028T013000", {Value(0), Value(0), Value(2), Value(0), Value(0)}, "20071028T023000"},
+        {"20071024", {Value(1), Value(0), Value(5), Value(0), Value(0)}, "20071031"},
+    };
+    server.share("EVENTS  ");
+    for (const Row& row : rows) {
+        Dictionary record = eventRecord("a", row.start);
+        record.set("Duration", row.duration);
+        server.put("ical-event", "E1", record);
+        ASSERT_TRUE(calendar()->events.at(0).end) << row.start;
+        EXPECT_EQ(calendar()->events.at(0).end->text(), row.end) << row.start;
+    }
+    Dictionary record = eventRecord("a", "20071024T100000");
+    record.set("Duration", Array{Value(2'147'483'647), Value(0), Value(2'147'483'647)});
+    server.put("ical-event", "E1", record);
+    EXPECT_TRUE(calendar()->events.at(0).end);
+}
+
+TEST_F(PublishedCalendars, NameStartsOfASeriesAsTheSeriesDoes)
+{
+    struct Row {
+        Value seriesStart;
+        Value replaced;
+        std::string text;
+    };
+    const Row rows[] = {
+        {recordDate("20071201T100000"), recordDate("20071208T100000"), "20071208T100000"},
+        {recordDate("20071201T100000"), recordDate("20071208T090000", "Etc/UTC"),
+         "20071208T100000"},
+        {recordDate("20071201T100000"), recordDate("20071208T180000", "Asia/Tokyo"),
+         "20071208T100000"},
+        {recordDate("20071201T100000"), recordDate("20071208"), "20071208T100000"},
+        {recordDate("20071201"), recordDate("20071208T100000"), "20071208"},
+        {recordDate("20071201"), recordDate("20071208"), "20071208"},
+    };
+    server.share("EVENTS  ");
+    for (const Row& row : rows) {
+        Dictionary series{{"Title", "Chor"},
+                          {"ParentRecordKey", "C1"},
+                          {"StartDate", row.seriesStart},
+                          {"RecurrenceRule", ruleRecord("WEEKLY")},
+                          {"ExceptionDates", Array{row.replaced}}};
+        Dictionary moved = eventRecord("Chor", "20071209T140000");
+        moved.set("RecurrenceId", row.replaced);
+        moved.set("RecurrenceParentRecordKey", "E2");
+        server.putAll({{"ical-event", "E2", series}, {"ical-event", "E3", moved}});
+        const auto events = calendar()->events;
+        ASSERT_THAT(events, SizeIs(2));
+        EXPECT_EQ(events[0].exceptions.at(0).text(), row.text);
+        EXPECT_EQ(events[0].exceptions.at(0).zone, events[0].start.zone);
+        EXPECT_EQ(events[1].recurrenceId->text(), row.text);
+        EXPECT_EQ(events[1].recurrenceId->zone, events[0].start.zone);
+    }
+}
+
+TEST_F(PublishedCalendars, GiveOneNameToOneEvent)
+{
+    Dictionary series = eventRecord("Chor", "20071201T100000");
+    series.set("RecurrenceRule", ruleRecord("WEEKLY"));
+    Dictionary endless = series;
+    endless.remove("StartDate");
+    Dictionary nameless = eventRecord("Chor", "20071209T140000");
+    nameless.set("RecurrenceParentRecordKey", "E1");
+    Dictionary left = nameless;
+    left.set("RecurrenceId", recordDate("20071208T100000"));
+    left.set("RecurrenceParentRecordKey", "E2");
+    server.putAll({{"ical-event", "E1", series},
+                   {"ical-event", "E2", endless},
+                   {"ical-event", "E3", nameless},
+                   {"ical-event", "E4", left}});
+    server.share("EVENTS  ");
+    std::vector<std::string> names;
+    const PublishedCalendar shown = calendar().value();
+    for (const PublishedEvent& event : shown.events) {
+        names.push_back(event.uid);
+        EXPECT_EQ(event.recurrenceId, std::nullopt);
+    }
+    EXPECT_THAT(names, testing::ElementsAre("E1", "E3", "E4"));
+}
+
+TEST_F(PublishedCalendars, TakeTextsThatAreNoFieldsOfAFileAsTheyStand)
+{
+    Dictionary record = calendarRecord("A\\B, C\nD");
+    record.set("Notes", "C:\\neu");
+    server.put("ical-calendar", "C1", record);
+    Dictionary event = eventRecord("Chor", "20071201T100000");
+    event.set("Attendees",
+              Array{Dictionary{{"Name", "A\\B"}, {"Address", "mailto:a\\b@x.example"}}});
+    server.put("ical-event", "E1", event);
+    server.share("EVENTS  ");
+    EXPECT_EQ(calendar()->head.title, "A\\B, C\nD");
+    EXPECT_EQ(calendar()->head.notes, "C:\\neu");
+    EXPECT_EQ(calendar()->events.at(0).attendees.at(0).name, "A\\B");
+    EXPECT_EQ(calendar()->events.at(0).attendees.at(0).address, "mailto:a\\b@x.example");
+}
+
 TEST_F(PublishedCalendars, PassOverWhatCannotBeShown)
 {
     Dictionary wrong = eventRecord("a", "20071224T100000");
@@ -238,7 +344,64 @@ TEST_F(AnonymousCalendars, KeepTheZoneOfASeriesWhichNeedsIt)
     series.set("RecurrenceRule", ruleRecord("WEEKLY"));
     server.put("ical-event", "E2", series);
     server.share("EVENTS  ANON");
-    EXPECT_EQ(calendar()->events.at(1).start.zone, kBerlin);
+    EXPECT_EQ(calendar()->events.at(0).start.zone, kBerlin);
+}
+
+TEST_F(AnonymousCalendars, HideEveryZoneButThatOfASeries)
+{
+    const auto there = [](const std::string& text) { return recordDate(text, "Asia/Tokyo"); };
+    Dictionary single = eventRecord("Zahnarzt", "20071224T100000", "20071224T110000");
+    single.set("ExceptionDates", Array{there("20071224T100000")});
+    Dictionary series = eventRecord("Kurs", "20071201T100000");
+    series.set("EndDate", there("20071201T200000"));
+    series.set("RecurrenceRule", ruleRecord("WEEKLY"));
+    series.set("ExceptionDates", Array{there("20071208T180000")});
+    Dictionary moved = eventRecord("Kurs", "20071216T100000");
+    moved.set("StartDate", there("20071216T100000"));
+    moved.set("RecurrenceId", there("20071215T180000"));
+    moved.set("RecurrenceParentRecordKey", "E3");
+    Dictionary lost = moved;
+    lost.set("RecurrenceParentRecordKey", "gone");
+    server.putAll({{"ical-event", "E2", single},
+                   {"ical-event", "E3", series},
+                   {"ical-event", "E4", moved},
+                   {"ical-event", "E5", lost}});
+    server.share("EVENTS  ANON");
+    const PublishedCalendar shown = calendar().value();
+    for (const PublishedEvent& event : shown.events) {
+        std::vector<PublishedDate> dates = event.exceptions;
+        dates.push_back(event.start);
+        if (event.end)
+            dates.push_back(*event.end);
+        if (event.recurrenceId)
+            dates.push_back(*event.recurrenceId);
+        for (const PublishedDate& date : dates)
+            EXPECT_NE(date.zone, "Asia/Tokyo");
+        EXPECT_EQ(event.exceptions.empty(), !event.rule.has_value());
+        if (event.rule) {
+            EXPECT_EQ(event.exceptions.at(0).text(), "20071208T100000");
+            EXPECT_EQ(event.end->text(), "20071201T120000");
+        }
+        if (event.recurrenceId) {
+            EXPECT_EQ(event.recurrenceId->text(), "20071215T100000");
+        }
+    }
+}
+
+// The keys of records are digests of titles, and their order would tell something of them.
+TEST_F(AnonymousCalendars, StandInTheOrderOfTheirTimes)
+{
+    std::vector<FilledServer::Item> items;
+    for (int index = 0; index < 9; ++index)
+        items.push_back({"ical-event", "K" + std::to_string(index),
+                         eventRecord("a", "2007123" + std::to_string(index % 2) + "T100000")});
+    server.putAll(items);
+    server.share("EVENTS  ANON");
+    const auto events = calendar()->events;
+    ASSERT_THAT(events, SizeIs(10));
+    for (std::size_t at = 1; at < events.size(); ++at)
+        EXPECT_LT(std::pair(events[at - 1].start.instant(), events[at - 1].uid),
+                  std::pair(events[at].start.instant(), events[at].uid));
 }
 
 TEST_F(AnonymousCalendars, ShowOnlyOpenTasksWithADate)

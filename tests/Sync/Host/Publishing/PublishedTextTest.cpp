@@ -54,5 +54,17 @@ TEST(WebAddress, IsOneOfTheWebOrNone)
         EXPECT_EQ(webAddress(text), "") << text;
 }
 
+TEST(PublishedText, IsClippedWhereThereIsNoRoom)
+{
+    EXPECT_EQ(clippedText("", 3), "");
+    EXPECT_EQ(clippedText("abc", 3), "abc");
+    EXPECT_EQ(clippedText("abcd", 3), "abc …");
+    EXPECT_EQ(clippedText("äöüß", 3), "äöü …");
+    EXPECT_EQ(clippedText("€€€€", 3), "€€€ …");
+    EXPECT_EQ(clippedText(std::string(1000, 'x'), 3), "xxx …");
+    EXPECT_EQ(clippedText("a\xF0\x9F\x8E\x84z", 3), "a\xF0\x9F\x8E\x84 …");
+    EXPECT_EQ(clippedText("ab\xF0\x9F\x8E\x84z", 3), "ab\xEF\xBF\xBD …");
+}
+
 }  // namespace
 }  // namespace kt

@@ -1,7 +1,9 @@
 #include <algorithm>
+#include <fstream>
 #include <regex>
 #include <string>
 
+#include <SQLiteCpp/SQLiteCpp.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -209,6 +211,30 @@ TEST_F(Sites, AskForPatienceWhenTheServerFails)
     EXPECT_THAT(answer.body, Not(HasSubstr("/nonexistent")));
 }
 
+TEST_F(Sites, AskForPatienceWhileTheFileIsOfAnotherVersionOrDamaged)
+{
+    server.share("EVENTS  ");
+    const auto run = [&](const char* statements) {
+        SQLite::Database(server.path(), SQLite::OPEN_READWRITE).exec(statements);
+    };
+    run("DROP TABLE sharings; DROP INDEX records_by_parent; PRAGMA user_version = 1");
+    const std::string older = server.bytes();
+    EXPECT_EQ(get("/vl/calendar").status, 503);
+    EXPECT_EQ(get("/vl/calendar/C1").status, 503);
+    EXPECT_EQ(server.bytes(), older);
+    server.share("EVENTS  ");  // whoever writes brings it up to date
+    EXPECT_EQ(get("/vl/calendar/C1").status, 200);
+    run("PRAGMA user_version = 99");
+    EXPECT_EQ(get("/vl/calendar/C1").status, 503);
+    run("PRAGMA user_version = 2; PRAGMA application_id = 1");
+    EXPECT_EQ(get("/vl/calendar/C1").status, 503);
+    std::ofstream(server.path(), std::ios::binary)
+        << older.substr(0, 2000) << std::string(9000, 'x');
+    EXPECT_EQ(get("/vl/calendar/C1").status, 503);
+    std::ofstream(server.path(), std::ios::binary) << "no database";
+    EXPECT_EQ(get("/vl/calendar").status, 503);
+}
+
 TEST_F(Sites, AreReadWhileASyncIsUnderWay)
 {
     server.share("EVENTS  ");
@@ -271,6 +297,30 @@ TEST_F(Sites, BuildPagesOfMatchingTagsOnly)
          {"<html lang=\"de\">", "<th scope=\"col\">", "<th scope=\"row\">49</th>",
           "<main id=\"inhalt\">", "href=\"#inhalt\"", "<nav ", "<h1>", "<header "})
         EXPECT_THAT(page, HasSubstr(part));
+}
+
+TEST_F(Sites, SendPagesOfABoundedSize)
+{
+    const std::string much(30'000, '<');
+    std::vector<FilledServer::Item> items;
+    for (int index = 0; index < 12; ++index) {
+        Dictionary series = eventRecord(much, "20071201T000000", "20080201T003000");
+        series.set("Location", much);
+        series.set("Notes", much);
+        series.set("Attendees", Array(60, Value(Dictionary{{"Name", much.substr(0, 500)}})));
+        series.set("RecurrenceRule", ruleRecord("HOURLY"));
+        items.push_back({"ical-event", "S" + std::to_string(index), series});
+    }
+    Dictionary record = calendarRecord(much);
+    record.set("Notes", much);
+    items.push_back({"ical-calendar", "C1", record});
+    server.putAll(items);
+    server.share("EVENTS  ");
+    const SiteAnswer page = get("/vl/calendar/C1");
+    EXPECT_EQ(page.status, 200);
+    EXPECT_LT(page.body.size(), 10U * 1024 * 1024);
+    EXPECT_THAT(page.body, HasSubstr("Weitere Termine dieses Monats stehen in der Kalenderdatei."));
+    EXPECT_LT(get("/vl/calendar").body.size(), 20'000U);
 }
 
 TEST_F(Sites, CutLongDaysShortInTheGridAndNotInTheAgenda)
