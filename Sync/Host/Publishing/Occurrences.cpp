@@ -1,6 +1,7 @@
 #include "Sync/Host/Publishing/Occurrences.h"
 
 #include <algorithm>
+#include <functional>
 #include <map>
 #include <set>
 #include <tuple>
@@ -9,7 +10,7 @@ namespace kt {
 
 namespace {
 
-constexpr std::size_t kMostSteps = 5'000'000;  // a fraction of a second
+constexpr std::size_t kMostSteps = 10'000'000;  // a fraction of a second
 constexpr std::size_t kMostOccurrences = 10'000;
 // Zones are up to 26 hours apart, so what begins within the range by one clock may do so two days
 // away by another.
@@ -143,36 +144,91 @@ void sortByTime(std::vector<Occurrence>& occurrences)
               [&](const auto& left, const auto& right) { return order(left) < order(right); });
 }
 
+/// The occurrences of all series. Each gets a fair share of the work, so that no series takes
+/// another one's days away; what ordinary ones leave over is for those that need more.
+class SeriesExpansion {
+public:
+    using Add = std::function<void(const PublishedEvent&, const CalendarDate&)>;
+
+    SeriesExpansion(const Viewer& viewer, const std::vector<PublishedEvent>& events, Add add)
+        : _viewer(viewer),
+          _exceptions(events),
+          _add(std::move(add))
+    {}
+
+    /// False when something was left out.
+    bool run(const std::vector<const PublishedEvent*>& series)
+    {
+        std::size_t steps = kMostSteps / 2;
+        const auto hungry = share(steps, series);
+        steps += kMostSteps / 2;
+        _isLastTime = true;
+        share(steps, hungry);
+        return _isComplete;
+    }
+
+private:
+    /// Those for which their share was not enough.
+    std::vector<const PublishedEvent*> share(std::size_t& steps,
+                                             const std::vector<const PublishedEvent*>& series)
+    {
+        std::vector<const PublishedEvent*> hungry;
+        std::size_t waiting = series.size();
+        for (const PublishedEvent* event : series) {
+            const std::size_t portion = steps / waiting--;
+            ExpansionBudget budget(portion);
+            if (!expand(*event, budget))
+                hungry.push_back(event);
+            steps -= portion - budget.left();
+        }
+        return hungry;
+    }
+
+    bool expand(const PublishedEvent& event, ExpansionBudget& budget)
+    {
+        const auto starts =
+            occurrencesOfRule(*event.rule, event.start, _viewer.rangeFor(event), budget);
+        if (budget.isUsedUp() && !_isLastTime)
+            return false;
+        _isComplete = _isComplete && !budget.isExceeded();
+        const auto exceptions = _exceptions.ofSeries(event);
+        for (const CalendarDate& start : starts) {
+            if (!exceptions.contain(start))
+                _add(event, start);
+        }
+        return true;
+    }
+
+    const Viewer& _viewer;
+    Exceptions _exceptions;
+    Add _add;
+    bool _isLastTime = false;
+    bool _isComplete = true;
+};
+
 }  // namespace
 
 OccurrenceList occurrencesOfEvents(const std::vector<PublishedEvent>& events, Day first, Day last,
                                    const std::string& zone)
 {
     const Viewer viewer(first, last, zone);
-    const Exceptions exceptions(events);
-    ExpansionBudget budget(kMostSteps);
     OccurrenceList list;
     const auto add = [&](const PublishedEvent& event, const CalendarDate& start) {
         const auto occurrence = viewer.sees(event, start);
         if (occurrence && list.occurrences.size() < kMostOccurrences)
             list.occurrences.push_back(*occurrence);
         else if (occurrence)
-            budget.setExceeded();
+            list.isComplete = false;
     };
+    std::vector<const PublishedEvent*> series;
     for (const PublishedEvent& event : events) {
-        if (!event.rule) {
+        if (event.rule)
+            series.push_back(&event);
+        else
             add(event, event.start.clock);
-            continue;
-        }
-        const auto exceptionsOfSeries = exceptions.ofSeries(event);
-        for (const CalendarDate& start :
-             occurrencesOfRule(*event.rule, event.start, viewer.rangeFor(event), budget)) {
-            if (!exceptionsOfSeries.contain(start))
-                add(event, start);
-        }
     }
+    list.isComplete = SeriesExpansion(viewer, events, add).run(series) && list.isComplete;
     sortByTime(list.occurrences);
-    list.isComplete = !budget.isExceeded();
     return list;
 }
 

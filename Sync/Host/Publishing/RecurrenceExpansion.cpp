@@ -4,7 +4,9 @@
 #include <cstdint>
 #include <optional>
 
+#include "Sync/Host/Publishing/OccurrenceCollector.h"
 #include "Sync/Host/Publishing/RuleDays.h"
+#include "Sync/Host/Publishing/SubDailyExpansion.h"
 
 namespace kt {
 
@@ -12,197 +14,116 @@ namespace {
 
 using Frequency = RecurrenceRule::Frequency;
 
-constexpr std::size_t kMostOccurrences = 1000;
-constexpr int kLastYear = 9998;  // dates a little beyond it can still be counted with
-
-/// Decides of one wall clock after the other, ascending, whether it is an occurrence to be given.
-class Collector {
-public:
-    Collector(const RecurrenceRule& rule, const PublishedDate& start, const ClockRange& range,
-              ExpansionBudget& budget)
-        : _start(start.clock),
-          _range(range),
-          _budget(budget),
-          _count(rule.count)
-    {
-        if (rule.until)
-            _last = lastClock(*rule.until, start);
-        give(_start);
-    }
-
-    /// False when nothing that comes later can be an occurrence any more.
-    bool take(const CalendarDate& clock)
-    {
-        if (clock <= _start)
-            return true;
-        if (clock >= _range.to || (_last && clock > *_last) || (_count && _taken >= *_count))
-            return false;
-        return give(clock);
-    }
-
-    std::vector<CalendarDate> takeOccurrences() { return std::move(_occurrences); }
-
-private:
-    bool give(const CalendarDate& clock)
-    {
-        ++_taken;
-        if (!_range.contains(clock))
-            return true;
-        if (_occurrences.size() >= kMostOccurrences) {
-            _budget.setExceeded();
-            return false;
-        }
-        _occurrences.push_back(clock);
-        return true;
-    }
-
-    static CalendarDate lastClock(const PublishedDate& until, const PublishedDate& start)
-    {
-        CalendarDate last =
-            until.isAllDay ? until.clock : calendarDateOfInstant(until.instant(), start.zone);
-        if (until.isAllDay || start.isAllDay) {
-            last.hour = 23;
-            last.minute = last.second = 59;
-        }
-        return last;
-    }
-
-    CalendarDate _start;
-    ClockRange _range;
-    ExpansionBudget& _budget;
-    std::optional<int> _count;
-    std::optional<CalendarDate> _last;
-    int _taken = 0;
-    std::vector<CalendarDate> _occurrences;
-};
-
-/// The times of a day on which a rule from daily on hits, ascending, as seconds.
-std::vector<int> timesOfDay(const RecurrenceRule& rule, const PublishedDate& start)
+/// The times of a day on which a rule from daily on hits, ascending, as seconds. Nullopt when the
+/// budget ends.
+std::optional<std::vector<int>> timesOfDay(const RecurrenceRule& rule, const PublishedDate& start,
+                                           ExpansionBudget& budget)
 {
     if (start.isAllDay)
-        return {0};
+        return std::vector<int>{0};
     const auto listOr = [](const std::vector<int>& list, int one) {
         return list.empty() ? std::vector<int>{one} : list;
     };
+    const auto hours = listOr(rule.hours, start.clock.hour);
+    const auto minutes = listOr(rule.minutes, start.clock.minute);
+    const auto seconds = listOr(rule.seconds, start.clock.second);
+    if (!budget.take(hours.size() * minutes.size() * seconds.size()))
+        return std::nullopt;
     std::vector<int> times;
-    for (const int hour : listOr(rule.hours, start.clock.hour))
-        for (const int minute : listOr(rule.minutes, start.clock.minute))
-            for (const int second : listOr(rule.seconds, start.clock.second))
+    for (const int hour : hours)
+        for (const int minute : minutes)
+            for (const int second : seconds)
                 times.push_back(hour * 3600 + minute * 60 + std::min(second, 59));
     std::sort(times.begin(), times.end());
     times.erase(std::unique(times.begin(), times.end()), times.end());
     return times;
 }
 
-/// Of the candidates of one period those that BYSETPOS names.
-std::vector<CalendarDate> pickedPositions(const std::vector<CalendarDate>& candidates,
-                                          const std::vector<int>& positions)
-{
-    std::vector<CalendarDate> picked;
-    const int size = static_cast<int>(candidates.size());
-    for (const int position : positions) {
-        const int index = position > 0 ? position - 1 : size + position;
-        if (index >= 0 && index < size)
-            picked.push_back(candidates[static_cast<std::size_t>(index)]);
-    }
-    std::sort(picked.begin(), picked.end());
-    picked.erase(std::unique(picked.begin(), picked.end()), picked.end());
-    return picked;
-}
-
 /// Rules that repeat every day or less often: period for period, each a run of days.
 class PeriodWalk {
 public:
-    PeriodWalk(const RecurrenceRule& rule, const PublishedDate& start)
+    PeriodWalk(const RecurrenceRule& rule, const PublishedDate& start, std::vector<int> times,
+               ExpansionBudget& budget, OccurrenceCollector& collector)
         : _rule(rule),
           _periods(rule, Day::of(start.clock)),
           _days(rule, Day::of(start.clock)),
-          _times(timesOfDay(rule, start))
+          _times(std::move(times)),
+          _budget(budget),
+          _collector(collector)
     {}
 
-    void run(Collector& collector, const ClockRange& range, ExpansionBudget& budget)
+    void run(const ClockRange& range)
     {
         const Day end = Day::of(range.to) + 1;
         // With a count every occurrence since the first has to be counted.
-        std::int64_t index = _rule.count ? 0 : _periods.indexBefore(Day::of(range.from));
-        for (;; ++index) {
+        const Day first = _rule.count ? _periods.at(0)->first : Day::of(range.from);
+        for (std::int64_t index = _periods.indexBefore(first);; ++index) {
             const auto period = _periods.at(index);
-            if (!period || period->first > end || period->first.date().year > kLastYear)
+            if (!period || period->first >= end || period->first.date().year > kLastExpandedYear ||
+                !_budget.take())
                 return;
-            if (!budget.take(static_cast<std::size_t>(period->length)))
-                return;
-            const auto clocks = clocksOf(*period, budget);
-            if (!std::all_of(clocks.begin(), clocks.end(),
-                             [&](const CalendarDate& clock) { return collector.take(clock); }))
+            const Day periodEnd = period->first + period->length;
+            const bool goesOn = _rule.positions.empty() ? follow(std::max(period->first, first),
+                                                                 std::min(periodEnd, end))
+                                                        : pick(period->first, periodEnd);
+            if (!goesOn)
                 return;
         }
     }
 
 private:
-    std::vector<CalendarDate> clocksOf(const RulePeriods::Period& period, ExpansionBudget& budget)
+    bool each(Day first, Day end, const std::function<bool(Day)>& found) const
     {
-        std::vector<CalendarDate> clocks;
-        for (int offset = 0; offset < period.length; ++offset) {
-            const Day day = period.first + offset;
-            if (!_days.contain(day))
-                continue;
-            if (!budget.take(_times.size()))
-                break;
+        return _days.each(
+            first, end, [&] { return _budget.take(); },
+            [&](Day day) { return _budget.take(_times.size()) && found(day); });
+    }
+
+    static CalendarDate clockOn(Day day, int seconds)
+    {
+        CalendarDate clock = day.date();
+        clock.hour = seconds / 3600;
+        clock.minute = seconds / 60 % 60;
+        clock.second = seconds % 60;
+        return clock;
+    }
+
+    bool follow(Day first, Day end) const
+    {
+        return each(first, end, [&](Day day) {
+            return std::all_of(_times.begin(), _times.end(),
+                               [&](int seconds) { return _collector.take(clockOn(day, seconds)); });
+        });
+    }
+
+    /// Nothing is picked of a period that was not seen to its end: it would be something else.
+    bool pick(Day first, Day end) const
+    {
+        constexpr std::size_t kMostCandidates = 10'000;
+        std::vector<CalendarDate> candidates;
+        const bool isWhole = each(first, end, [&](Day day) {
+            if (candidates.size() + _times.size() > kMostCandidates) {
+                _budget.setExceeded();
+                return false;
+            }
             for (const int seconds : _times)
-                clocks.push_back(clockAfter(day.date(), seconds));
-        }
-        return _rule.positions.empty() ? clocks : pickedPositions(clocks, _rule.positions);
+                candidates.push_back(clockOn(day, seconds));
+            return true;
+        });
+        if (!isWhole)
+            return false;
+        const auto picked = pickedPositions(candidates, _rule.positions);
+        return std::all_of(picked.begin(), picked.end(),
+                           [&](const CalendarDate& clock) { return _collector.take(clock); });
     }
 
     const RecurrenceRule& _rule;
     RulePeriods _periods;
     RuleDays _days;
     std::vector<int> _times;
+    ExpansionBudget& _budget;
+    OccurrenceCollector& _collector;
 };
-
-std::int64_t secondsOf(Frequency frequency)
-{
-    constexpr std::int64_t kMinute = 60;
-    constexpr std::int64_t kHour = 60 * kMinute;
-    if (frequency == Frequency::hourly)
-        return kHour;
-    return frequency == Frequency::minutely ? kMinute : 1;
-}
-
-bool hasConditions(const RecurrenceRule& rule)
-{
-    return !(rule.seconds.empty() && rule.minutes.empty() && rule.hours.empty() &&
-             rule.monthDays.empty() && rule.yearDays.empty() && rule.weekNumbers.empty() &&
-             rule.months.empty() && rule.positions.empty() && rule.weekdays.empty());
-}
-
-/// Rules finer than a day: the range is reached in one step, and a day shows what begins on it.
-std::vector<CalendarDate> steadyOccurrences(const RecurrenceRule& rule, const PublishedDate& start,
-                                            const ClockRange& range, ExpansionBudget& budget)
-{
-    constexpr std::int64_t kHour = 3600;
-    RecurrenceRule endless = rule;
-    endless.count.reset();
-    Collector collector(endless, start, range, budget);
-    if (hasConditions(rule)) {
-        budget.setExceeded();
-        return collector.takeOccurrences();
-    }
-    const std::int64_t step = secondsOf(rule.frequency) * rule.interval;
-    CalendarDate earliest = range.from;
-    for (;;) {
-        if (!budget.take(1))
-            break;
-        const std::int64_t ahead = std::max<std::int64_t>(secondsBetween(start.clock, earliest), 0);
-        const std::int64_t index = (ahead + step - 1) / step;
-        const CalendarDate clock = clockAfter(start.clock, index * step);
-        if ((rule.count && index >= *rule.count) || clock.year > kLastYear || clock >= range.to ||
-            !collector.take(clock))
-            break;
-        earliest = step < kHour ? (Day::of(clock) + 1).date() : clockAfter(clock, 1);
-    }
-    return collector.takeOccurrences();
-}
 
 }  // namespace
 
@@ -210,6 +131,7 @@ bool ExpansionBudget::take(std::size_t steps)
 {
     if (steps > _steps) {
         _steps = 0;
+        _isUsedUp = true;
         _isExceeded = true;
         return false;
     }
@@ -220,10 +142,13 @@ bool ExpansionBudget::take(std::size_t steps)
 std::vector<CalendarDate> occurrencesOfRule(const RecurrenceRule& rule, const PublishedDate& start,
                                             const ClockRange& range, ExpansionBudget& budget)
 {
+    if (start.clock >= range.to || !budget.take())
+        return {};
+    OccurrenceCollector collector(rule, start, range, budget);
     if (rule.frequency < Frequency::daily)
-        return steadyOccurrences(rule, start, range, budget);
-    Collector collector(rule, start, range, budget);
-    PeriodWalk(rule, start).run(collector, range, budget);
+        collectSubDaily(rule, start, range, budget, collector);
+    else if (auto times = timesOfDay(rule, start, budget))
+        PeriodWalk(rule, start, std::move(*times), budget, collector).run(range);
     return collector.takeOccurrences();
 }
 

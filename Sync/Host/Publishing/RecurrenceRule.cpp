@@ -157,6 +157,35 @@ std::string untilText(const PublishedDate& until, const PublishedDate& start)
     return dateTimeText(calendarDateOfInstant(instant.instant(), "Etc/UTC")) + 'Z';
 }
 
+/// Leaves out what a rule of that frequency may not have.
+void leaveOutWhatIsForbidden(RecurrenceRule& rule)
+{
+    using Frequency = RecurrenceRule::Frequency;
+    const Frequency frequency = rule.frequency;
+    if (frequency != Frequency::yearly)
+        rule.weekNumbers.clear();
+    if (frequency == Frequency::daily || frequency == Frequency::weekly ||
+        frequency == Frequency::monthly)
+        rule.yearDays.clear();
+    if (frequency == Frequency::weekly)
+        rule.monthDays.clear();
+    if (frequency < Frequency::monthly || !rule.weekNumbers.empty()) {
+        for (RecurrenceRule::Weekday& weekday : rule.weekdays)
+            weekday.ordinal = 0;
+        std::vector<RecurrenceRule::Weekday> single;
+        for (const RecurrenceRule::Weekday& weekday : rule.weekdays) {
+            if (std::find(single.begin(), single.end(), weekday) == single.end())
+                single.push_back(weekday);
+        }
+        rule.weekdays = std::move(single);
+    }
+    const bool hasSet = !(rule.seconds.empty() && rule.minutes.empty() && rule.hours.empty() &&
+                          rule.monthDays.empty() && rule.yearDays.empty() &&
+                          rule.weekNumbers.empty() && rule.months.empty() && rule.weekdays.empty());
+    if (!hasSet)
+        rule.positions.clear();
+}
+
 }  // namespace
 
 std::optional<RecurrenceRule> RecurrenceRule::fromRecord(const Dictionary& record)
@@ -180,6 +209,7 @@ std::optional<RecurrenceRule> RecurrenceRule::fromRecord(const Dictionary& recor
         isWhole = readList(rule, list, record) && isWhole;
     if (!isWhole)
         return std::nullopt;
+    leaveOutWhatIsForbidden(rule);
     return rule;
 }
 

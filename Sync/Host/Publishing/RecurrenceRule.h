@@ -35,8 +35,9 @@ struct RecurrenceRule {
     std::vector<Weekday> weekdays;
     int weekStart = 0;  // 0 Monday to 6 Sunday
 
-    /// From the sub-dictionary of a sync record. Parts out of range are left out; nullopt when
-    /// there is no such frequency, or when a list has nothing left.
+    /// From the sub-dictionary of a sync record. Parts out of range, and those that the frequency
+    /// forbids, are left out; nullopt when there is no such frequency, or when a list has nothing
+    /// left.
     static std::optional<RecurrenceRule> fromRecord(const Dictionary& record);
     /// The text behind "RRULE:", for an event with that start.
     std::string text(const PublishedDate& start) const;

@@ -1,7 +1,6 @@
 #include "Sync/Host/Publishing/RuleDays.h"
 
 #include <algorithm>
-#include <utility>
 
 namespace kt {
 
@@ -10,15 +9,6 @@ namespace {
 using Frequency = RecurrenceRule::Frequency;
 
 constexpr int kLastYear = 9999;
-
-/// Whether a list is silent, or names the number counted from the beginning or from the end of
-/// `size`.
-bool allows(const std::vector<int>& list, int number, int size)
-{
-    return list.empty() || std::any_of(list.begin(), list.end(), [&](int wanted) {
-               return wanted > 0 ? wanted == number : size + 1 + wanted == number;
-           });
-}
 
 /// The first day of the week that a day is in.
 Day startOfWeek(Day day, int weekStart) { return day - (day.weekday() - weekStart + 7) % 7; }
@@ -37,7 +27,7 @@ void fillIn(RecurrenceRule& rule, Day start)
     const CalendarDate date = start.date();
     const bool hasDays =
         !rule.monthDays.empty() || !rule.yearDays.empty() || !rule.weekdays.empty();
-    if (hasDays || rule.frequency == Frequency::daily)
+    if (hasDays || rule.frequency <= Frequency::daily)
         return;
     if (rule.frequency == Frequency::weekly || !rule.weekNumbers.empty()) {
         rule.weekdays = {{start.weekday(), 0}};
@@ -105,49 +95,91 @@ std::int64_t RulePeriods::indexBefore(Day day) const
     return std::max<std::int64_t>(days / (longest * _interval) - 1, 0);
 }
 
-RuleDays::RuleDays(RecurrenceRule rule, Day start) : _rule(std::move(rule))
+RuleDays::RuleDays(RecurrenceRule rule, Day start)
+    : _frequency(rule.frequency),
+      _weekStart(rule.weekStart)
 {
-    fillIn(_rule, start);
+    fillIn(rule, start);
+    _monthDays = NumberSet<31>(rule.monthDays);
+    _yearDays = NumberSet<366>(rule.yearDays);
+    _weekNumbers = NumberSet<53>(rule.weekNumbers);
+    _months = NumberSet<12>(rule.months);
+    for (const RecurrenceRule::Weekday& wanted : rule.weekdays) {
+        _hasWeekdays = true;
+        Weekday& weekday = _weekdays[static_cast<std::size_t>(wanted.day)];
+        if (wanted.ordinal == 0)
+            weekday.isWanted = true;
+        else
+            weekday.ordinals.add(wanted.ordinal);
+    }
+}
+
+bool RuleDays::each(Day first, Day end, const std::function<bool()>& step,
+                    const std::function<bool(Day)>& found) const
+{
+    for (Day begin = first; begin < end;) {
+        const Month month = Month::of(begin);
+        const Day next = std::min(month.lastDay() + 1, end);
+        if (_months.allows(month.month, 12) && (!step() || !eachOfMonth(begin, next, step, found)))
+            return false;
+        begin = next;
+    }
+    return true;
+}
+
+bool RuleDays::eachOfMonth(Day first, Day end, const std::function<bool()>& step,
+                           const std::function<bool(Day)>& found) const
+{
+    const CalendarDate date = first.date();
+    const int size = daysInMonth(date.year, date.month);
+    for (Day day = first; day < end; day = day + 1) {
+        if (!_monthDays.allows(date.day + (day - first), size))
+            continue;
+        if (!step() || (contain(day) && !found(day)))
+            return false;
+    }
+    return true;
 }
 
 bool RuleDays::contain(Day day) const
 {
     const CalendarDate date = day.date();
     const int yearDay = day - Day::of(date.year, 1, 1) + 1;
-    return allows(_rule.months, date.month, 12) &&
-           allows(_rule.monthDays, date.day, daysInMonth(date.year, date.month)) &&
-           allows(_rule.yearDays, yearDay, daysInYear(date.year)) && hasWeekNumber(day) &&
+    return _months.allows(date.month, 12) &&
+           _monthDays.allows(date.day, daysInMonth(date.year, date.month)) &&
+           _yearDays.allows(yearDay, daysInYear(date.year)) && hasWeekNumber(day) &&
            hasWeekday(day, date);
 }
 
 bool RuleDays::hasWeekNumber(Day day) const
 {
-    if (_rule.weekNumbers.empty())
+    if (_weekNumbers.isEmpty())
         return true;
-    const Day week = startOfWeek(day, _rule.weekStart);
+    const Day week = startOfWeek(day, _weekStart);
     const int year = (week + 3).date().year;
-    const Day first = firstWeek(year, _rule.weekStart);
-    const int weeks = (firstWeek(year + 1, _rule.weekStart) - first) / 7;
-    return allows(_rule.weekNumbers, (week - first) / 7 + 1, weeks);
+    const Day first = firstWeek(year, _weekStart);
+    const int weeks = (firstWeek(year + 1, _weekStart) - first) / 7;
+    return _weekNumbers.names((week - first) / 7 + 1, weeks);
 }
 
 bool RuleDays::hasWeekday(Day day, const CalendarDate& date) const
 {
-    if (_rule.weekdays.empty())
+    if (!_hasWeekdays)
         return true;
-    const bool isInMonth = _rule.frequency == Frequency::monthly ||
-                           (_rule.frequency == Frequency::yearly && !_rule.months.empty());
+    const Weekday& weekday = _weekdays[static_cast<std::size_t>(day.weekday())];
+    if (weekday.isWanted || weekday.ordinals.isEmpty())
+        return weekday.isWanted;
+    const bool isInMonth =
+        _frequency == Frequency::monthly || (_frequency == Frequency::yearly && !_months.isEmpty());
     const bool countsThem =
-        isInMonth || (_rule.frequency == Frequency::yearly && _rule.weekNumbers.empty());
+        isInMonth || (_frequency == Frequency::yearly && _weekNumbers.isEmpty());
+    if (!countsThem)
+        return true;
     const Day first = isInMonth ? Day::of(date.year, date.month, 1) : Day::of(date.year, 1, 1);
     const int size = isInMonth ? daysInMonth(date.year, date.month) : daysInYear(date.year);
     const int fromBeginning = (day - first) / 7 + 1;
-    const int fromEnd = -((size - 1 - (day - first)) / 7 + 1);
-    return std::any_of(_rule.weekdays.begin(), _rule.weekdays.end(), [&](const auto& wanted) {
-        return wanted.day == day.weekday() &&
-               (wanted.ordinal == 0 || !countsThem || wanted.ordinal == fromBeginning ||
-                wanted.ordinal == fromEnd);
-    });
+    const int fromEnd = (size - 1 - (day - first)) / 7 + 1;
+    return weekday.ordinals.names(fromBeginning, fromBeginning + fromEnd - 1);
 }
 
 }  // namespace kt

@@ -1,3 +1,5 @@
+#include <algorithm>
+
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -39,9 +41,13 @@ protected:
     std::vector<std::string> december(std::vector<PublishedEvent> events,
                                       const std::string& zone = kBerlin)
     {
+        return times(std::move(events), Day::of(2007, 12, 1), Day::of(2007, 12, 31), zone);
+    }
+
+    std::vector<std::string> times(std::vector<PublishedEvent> events, Day first, Day last,
+                                   const std::string& zone = kBerlin)
+    {
         _events = std::move(events);
-        const Day first = Day::of(2007, 12, 1);
-        const Day last = Day::of(2007, 12, 31);
         const OccurrenceList list = occurrencesOfEvents(_events, first, last, zone);
         isComplete = list.isComplete;
         const DayPlan plan(list.occurrences, first, last);
@@ -111,6 +117,24 @@ TEST_F(OccurrenceLists, KeepTheWallClockOfASeriesAcrossSummerTime)
     EXPECT_THAT(december({series}, "Etc/UTC"), ElementsAre("1 9:00–10:00"));
 }
 
+// A clock that is skipped or comes twice takes the offset before the change.
+TEST_F(OccurrenceLists, FollowASeriesThroughTheChangesOfClocks)
+{
+    auto spring = event("20070324T023000", "20070324T033000");
+    spring.rule = every(RecurrenceRule::Frequency::daily);
+    spring.rule->count = 3;
+    EXPECT_THAT(times({spring}, Day::of(2007, 3, 24), Day::of(2007, 3, 26)),
+                ElementsAre("24 2:30–3:30", "25 3:30–4:30", "26 2:30–3:30"));
+    EXPECT_THAT(times({spring}, Day::of(2007, 3, 24), Day::of(2007, 3, 26), "Etc/UTC"),
+                ElementsAre("24 1:30–2:30", "25 1:30–2:30", "26 0:30–1:30"));
+    auto autumn = event("20071027T023000", "20071027T033000");
+    autumn.rule = spring.rule;
+    EXPECT_THAT(times({autumn}, Day::of(2007, 10, 27), Day::of(2007, 10, 29)),
+                ElementsAre("27 2:30–3:30", "28 2:30", "29 2:30–3:30"));
+    EXPECT_THAT(times({autumn}, Day::of(2007, 10, 27), Day::of(2007, 10, 29), "Etc/UTC"),
+                ElementsAre("27 0:30–1:30", "28 0:30–1:30", "29 1:30–2:30"));
+}
+
 TEST_F(OccurrenceLists, LeaveExceptionsOut)
 {
     auto series = event("20071201T100000", "20071201T110000");
@@ -163,6 +187,43 @@ TEST_F(OccurrenceLists, AreBoundedWhateverTheRulesSay)
     }
     EXPECT_THAT(december(hostile), SizeIs(testing::Le(31 * 10'000U)));
     EXPECT_FALSE(isComplete);
+}
+
+TEST_F(OccurrenceLists, ShowEveryOneOfManySeries)
+{
+    std::vector<PublishedEvent> many;
+    for (int index = 0; index < 10'000; ++index) {
+        const Day day = Day::of(1960, 1, 1) + index;
+        auto one = event(dateText(day.date()) + "T100000");
+        one.rule = every(RecurrenceRule::Frequency::yearly);
+        if (index % 2 == 0)
+            one.rule->count = 500;
+        many.push_back(one);
+    }
+    const std::size_t inDecember = static_cast<std::size_t>(
+        std::count_if(many.begin(), many.end(),
+                      [](const PublishedEvent& one) { return one.start.clock.month == 12; }));
+    EXPECT_THAT(december(many), SizeIs(inDecember));
+    EXPECT_TRUE(isComplete);
+}
+
+TEST_F(OccurrenceLists, LetNoSeriesTakeAnotherOnesDays)
+{
+    std::vector<PublishedEvent> events;
+    for (int index = 0; index < 60; ++index) {
+        auto hostile = event("19000101T100000");
+        hostile.rule = every(RecurrenceRule::Frequency::daily);
+        hostile.rule->count = 1'000'000'000;
+        hostile.rule->months = {2};
+        hostile.rule->monthDays = {30};
+        hostile.rule->interval = 1;
+        events.push_back(hostile);
+    }
+    auto daily = event("19900101T120000");
+    daily.rule = every(RecurrenceRule::Frequency::daily);
+    daily.rule->count = 30'000;
+    events.push_back(daily);
+    EXPECT_THAT(december(events), SizeIs(31));
 }
 
 TEST_F(OccurrenceLists, SayWhenTheyAreWhole)

@@ -65,6 +65,18 @@ INSTANTIATE_TEST_SUITE_P(
                                  {"BySeconds", numbers({60, 61})}}),
             "FREQ=DAILY;BYSECOND=60;BYMINUTE=0;BYHOUR=8"},
         Row{ruleRecord("DAILY", {{"ByMonth", Array{}}}), "FREQ=DAILY"},
+        // What RFC 5545 forbids with a frequency.
+        Row{ruleRecord("WEEKLY", {{"ByWeekday", weekdays({{"MO", 1}, {"MO", 2}})}}),
+            "FREQ=WEEKLY;BYDAY=MO"},
+        Row{ruleRecord("YEARLY",
+                       {{"ByWeekday", weekdays({{"MO", 1}})}, {"ByWeekNumber", numbers({20})}}),
+            "FREQ=YEARLY;BYWEEKNO=20;BYDAY=MO"},
+        Row{ruleRecord("MONTHLY", {{"ByWeekNumber", numbers({20})}, {"ByYearDay", numbers({9})}}),
+            "FREQ=MONTHLY"},
+        Row{ruleRecord("WEEKLY", {{"ByMonthDay", numbers({13})}, {"ByMonth", numbers({2})}}),
+            "FREQ=WEEKLY;BYMONTH=2"},
+        Row{ruleRecord("HOURLY", {{"ByYearDay", numbers({9})}}), "FREQ=HOURLY;BYYEARDAY=9"},
+        Row{ruleRecord("MONTHLY", {{"BySP", numbers({1})}}), "FREQ=MONTHLY"},
         Row{ruleRecord("DAILY", {{"ByMonth", "12"}}), "FREQ=DAILY"}));
 
 TEST_P(RecurrenceRules, AreWrittenAsOthersReadThem)
