@@ -1,6 +1,7 @@
 include(GoogleTest)
 
 set(KT_TEST_TIMEOUT 120)
+set(KT_SCRIPT_TIMEOUT 600)  # guards against hanging; a script runs several programs, each with a guard of its own
 
 # What every test program is compiled with; the same for all, so that one precompiled header serves them.
 add_library(TestCommon INTERFACE)
@@ -73,7 +74,7 @@ function(kt_add_test_script file)
     endif()
     add_test(NAME "${file}" COMMAND ${command} "${CMAKE_CURRENT_SOURCE_DIR}/${file}")
     set_tests_properties("${file}" PROPERTIES
-        TIMEOUT ${KT_TEST_TIMEOUT}
+        TIMEOUT ${KT_SCRIPT_TIMEOUT}
         ENVIRONMENT "KT_SOURCE_DIR=${CMAKE_SOURCE_DIR};KT_BUILD_DIR=${CMAKE_BINARY_DIR};KT_PROGRAM_DIR=${CMAKE_RUNTIME_OUTPUT_DIRECTORY};KT_BUNDLE_PATH=${KT_BUNDLE_PATH};KT_CORPUS_DIR=${KT_CORPUS_DIR};PYTHONDONTWRITEBYTECODE=1")
 endfunction()
 

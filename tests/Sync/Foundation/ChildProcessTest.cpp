@@ -17,7 +17,7 @@ using test::TemporaryFolder;
 /// What a program leaves in a file under its final name.
 std::optional<std::string> awaitedFile(const TemporaryFolder& folder, const std::string& name)
 {
-    for (int round = 0; round < 1000; ++round) {
+    for (int round = 0; round < 6000; ++round) {
         if (auto contents = folder.read(name))
             return contents;
         std::this_thread::sleep_for(std::chrono::milliseconds(10));

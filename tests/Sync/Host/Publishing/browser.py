@@ -1,18 +1,13 @@
 """A browser without a window, driven over WebDriver's HTTP interface."""
 import base64
 import json
+import re
 import shutil
-import socket
 import subprocess
+import threading
 import time
 import urllib.error
 import urllib.request
-
-
-def free_port():
-    with socket.socket() as probe:
-        probe.bind(("127.0.0.1", 0))
-        return probe.getsockname()[1]
 
 
 class Browser:
@@ -21,10 +16,10 @@ class Browser:
     def __init__(self):
         driver = shutil.which("chromedriver")
         assert driver, "chromedriver is missing; ./dev setup tests installs it"
-        port = free_port()
-        self._driver = subprocess.Popen([driver, f"--port={port}"], stdout=subprocess.DEVNULL,
-                                        stderr=subprocess.DEVNULL)
-        self._base = f"http://127.0.0.1:{port}"
+        # It takes a free port and names it in its output, which stays open for what it writes later.
+        self._driver = subprocess.Popen([driver, "--port=0"], stdout=subprocess.PIPE,
+                                        stderr=subprocess.DEVNULL, text=True)
+        self._base = f"http://127.0.0.1:{self._port_of_driver()}"
         self._session = None
         try:
             self._wait_until_ready()
@@ -45,7 +40,22 @@ class Browser:
             except OSError:
                 pass
         self._driver.terminate()
-        self._driver.wait(timeout=20)
+        self._driver.wait(timeout=60)
+        self._driver.stdout.close()
+
+    def _port_of_driver(self):
+        watchdog = threading.Timer(60, self._driver.kill)  # ends the wait for the line as well
+        watchdog.start()
+        try:
+            for line in self._driver.stdout:
+                found = re.search(r"successfully on port (\d+)", line)
+                if found:
+                    return int(found.group(1))
+        finally:
+            watchdog.cancel()
+        self._driver.wait()
+        self._driver.stdout.close()
+        raise AssertionError("chromedriver does not start")
 
     def _wait_until_ready(self):
         for _ in range(200):

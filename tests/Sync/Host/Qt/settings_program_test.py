@@ -58,7 +58,7 @@ class AHome(unittest.TestCase):
                 stored = plistlib.loads(preferences.read_bytes())
             finally:
                 process.send_signal(signal.SIGTERM)
-                process.wait()
+                process.wait(timeout=100)
             self.assertEqual([1], list(stored["ICAL_SYNC_PLUGIN_SYNCED_PLUGINS"].values()))
 
 

@@ -1,6 +1,7 @@
 #include <chrono>
 #include <csignal>
 #include <filesystem>
+#include <stdexcept>
 #include <thread>
 
 #include <gmock/gmock.h>
@@ -30,8 +31,11 @@ public:
             ::execl(path.c_str(), path.c_str(), "600", nullptr);
             ::_exit(127);
         }
-        while (!Processes().isRunning(name))
+        for (int round = 0; !Processes().isRunning(name); ++round) {
+            if (round == 60'000)
+                throw std::runtime_error(name + " does not start");
             std::this_thread::sleep_for(1ms);
+        }
     }
     ~RunningProgram()
     {
