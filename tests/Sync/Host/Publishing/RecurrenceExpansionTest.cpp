@@ -168,6 +168,23 @@ TEST_F(Expansions, PickPositionsOfAWeekAndOfTimes)
                 ElementsAre("20071203T230000", "20080107T230000", "20080204T230000"));
 }
 
+TEST_F(Expansions, CountWeeksFromTheDayOnWhichTheyBegin)
+{
+    RecurrenceRule weekly = rule(Frequency::weekly);
+    weekly.interval = 2;
+    weekly.count = 4;
+    weekly.weekdays = {{1, 0}, {6, 0}};
+    EXPECT_THAT(days(weekly, "19970805T090000", "19970801", "19971001"),
+                ElementsAre("0805", "0810", "0819", "0824"));
+    weekly.weekStart = 6;
+    EXPECT_THAT(days(weekly, "19970805T090000", "19970801", "19971001"),
+                ElementsAre("0805", "0817", "0819", "0831"));
+    weekly.weekStart = 0;
+    weekly.weekdays = {{6, 0}};
+    EXPECT_THAT(days(weekly, "20070101T090000", "20070101", "20070131"),
+                ElementsAre("0101", "0107", "0121"));
+}
+
 TEST_F(Expansions, KnowTheWeekThatNotEveryYearHas)
 {
     RecurrenceRule yearly = rule(Frequency::yearly);
@@ -433,12 +450,18 @@ TEST_F(Expansions, AreThoseThatAnotherLibraryFinds)
 {
     std::size_t compared = 0;
     const bool isSame = rc::check([&] {
-        const RecurrenceRule rule = anyRule();
+        RecurrenceRule rule = anyRule();
         const PublishedDate start =
             publishedDate(dateText((Day::of(2007, 1, 1) + *rc::gen::inRange(0, 1500)).date()) +
                               "T101500",
                           "Etc/UTC");
         RC_PRE(!rule.until || rule.until->clock >= start.clock);
+        // From a start that its rule misses, the other library is not sure which week is the first.
+        const bool countsWeeks = rule.frequency == Frequency::weekly && rule.interval > 1;
+        const RecurrenceRule::Weekday own{Day::of(start.clock).weekday(), 0};
+        if (countsWeeks && std::count(rule.weekdays.begin(), rule.weekdays.end(), own) == 0 &&
+            !rule.weekdays.empty())
+            rule.weekdays.push_back(own);
         const std::string end = "20140101T000000";
         RC_LOG() << rule.text(start) << " from " << start.text() << "\n";
         constexpr std::size_t kMost = 500;
@@ -457,6 +480,8 @@ TEST_F(Expansions, AreThoseThatAnotherLibraryFinds)
              occurrencesOfRule(rule, start, {clockOf("20000101T000000"), window.to}, budget))
             if (window.contains(clock))
                 inWindow.push_back(dateTimeText(clock));
+        if (budget.isExceeded())
+            return;  // the whole has more than can be given at once
         RC_ASSERT(textsOf(occurrencesOfRule(rule, start, window, budget)) == inWindow);
     });
     EXPECT_TRUE(isSame);
