@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "Sync/Foundation/Exception.h"
+#include "Sync/Foundation/KeySearch.h"
 
 namespace kt {
 
@@ -121,9 +122,8 @@ std::size_t Dictionary::indexOf(std::string_view key) const
         const auto found = _index->places.find(key);
         return found == _index->places.end() ? _entries.size() : found->second;
     }
-    const auto found = std::find_if(_entries.begin(), _entries.end(),
-                                    [&](const Entry& entry) { return entry.first == key; });
-    return static_cast<std::size_t>(found - _entries.begin());
+    return positionOfKey(_entries, key,
+                         [](const Entry& entry) -> std::string_view { return entry.first; });
 }
 
 void Dictionary::compact()

@@ -6,6 +6,7 @@
 #include <span>
 
 #include "Sync/Foundation/Exception.h"
+#include "Sync/Foundation/KeySearch.h"
 #include "Sync/Foundation/KeyedArchive.h"
 #include "Sync/HostInterface/KTSyncEnhancedDate.h"
 #include "Sync/HostInterface/KTSyncRecord.h"
@@ -39,10 +40,14 @@ bool isListOf(Check isRight, const Value& value)
 
 bool isAbsentOr(Check isRight, const Value& value) { return value.isNil() || isRight(value); }
 
+/// Fields that are absent are right. Goes by the entries, since most records have few of the
+/// fields.
 bool areRight(const Dictionary& dictionary, std::span<const Field> fields)
 {
-    return std::all_of(fields.begin(), fields.end(), [&](const Field& field) {
-        return isAbsentOr(field.isRight, dictionary[field.name]);
+    return std::all_of(dictionary.begin(), dictionary.end(), [&](const auto& entry) {
+        const std::size_t place =
+            positionOfKey(fields, entry.first, [](const Field& field) { return field.name; });
+        return place == fields.size() || fields[place].isRight(entry.second);
     });
 }
 

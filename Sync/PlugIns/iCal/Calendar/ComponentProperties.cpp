@@ -1,7 +1,8 @@
 #include "Sync/PlugIns/iCal/Calendar/ComponentProperties.h"
 
-#include <algorithm>
 #include <utility>
+
+#include "Sync/Foundation/KeySearch.h"
 
 namespace kt {
 
@@ -45,24 +46,33 @@ ComponentProperties::operator Dictionary() const
 std::size_t ComponentProperties::enter(std::string_view key)
 {
     const std::size_t place = find(key);
-    if (place < _entries.size())
-        return place;
-    if (_entries.empty())
-        _entries.reserve(kFirstRoom);
-    _entries.push_back(Entry{key, Value()});
-    _kinds |= bitOfKind(key);
-    if (_index)
-        _index->emplace(key, place);
-    else if (_entries.size() > kHandful)
-        makeIndex();
+    if (place == _entries.size())
+        add(key, Value());
     return place;
 }
 
-void ComponentProperties::set(std::string_view key, Value value)
+void ComponentProperties::add(std::string_view key, Value value)
+{
+    if (_entries.empty())
+        _entries.reserve(kFirstRoom);
+    _entries.push_back(Entry{key, std::move(value)});
+    _kinds |= bitOfKind(key);
+    if (_index)
+        _index->emplace(key, _entries.size() - 1);
+    else if (_entries.size() > kHandful)
+        makeIndex();
+}
+
+bool ComponentProperties::set(std::string_view key, Value value)
 {
     if (value.isNil())
         Dictionary().set(key, value);  // throws as dictionaries do
-    valueAt(enter(key)) = std::move(value);
+    const std::size_t place = find(key);
+    if (place == _entries.size()) {
+        add(key, std::move(value));
+        return false;
+    }
+    return !std::exchange(_entries[place].value, std::move(value)).isNil();
 }
 
 Value ComponentProperties::take(std::string_view key)
@@ -86,9 +96,7 @@ std::size_t ComponentProperties::find(std::string_view key) const
         const auto found = _index->find(key);
         return found == _index->end() ? _entries.size() : found->second;
     }
-    const auto found = std::find_if(_entries.begin(), _entries.end(),
-                                    [&](const Entry& entry) { return entry.key == key; });
-    return static_cast<std::size_t>(found - _entries.begin());
+    return positionOfKey(_entries, key, [](const Entry& entry) { return entry.key; });
 }
 
 void ComponentProperties::makeIndex()

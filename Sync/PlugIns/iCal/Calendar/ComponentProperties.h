@@ -33,8 +33,9 @@ public:
     std::size_t enter(std::string_view key);
     /// The place must have been entered.
     Value& valueAt(std::size_t place) { return _entries[place].value; }
-    /// Throws Exception NSInvalidArgumentException for nil.
-    void set(std::string_view key, Value value);
+    /// Whether there was a value, which is gone. Throws Exception NSInvalidArgumentException for
+    /// nil.
+    bool set(std::string_view key, Value value);
     /// Moves the value out; nil when there is none.
     Value take(std::string_view key);
 
@@ -50,6 +51,7 @@ private:
     using Index = std::unordered_map<std::string_view, std::size_t>;
 
     std::size_t find(std::string_view key) const;  // size() when absent
+    void add(std::string_view key, Value value);   // of a key that is absent
     void makeIndex();
 
     std::vector<Entry> _entries;
