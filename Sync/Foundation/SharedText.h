@@ -1,7 +1,9 @@
 #pragma once
 
 #include <array>
+#include <atomic>
 #include <cstddef>
+#include <cstring>
 #include <string_view>
 #include <utility>
 
@@ -35,17 +37,35 @@ public:
     }
 
     /// Valid as long as this object stays where it is and as it is.
-    std::string_view view() const noexcept;
+    std::string_view view() const noexcept
+    {
+        if (isBlock())
+            return {block()->bytes(), block()->length};
+        return {_bytes.data(), static_cast<unsigned char>(_bytes[kMostInside])};
+    }
 
 private:
-    struct Block;
+    /// The bytes follow behind it.
+    struct Block {
+        explicit Block(std::size_t textLength) : length(textLength) {}
+
+        char* bytes() { return reinterpret_cast<char*>(this + 1); }
+
+        std::atomic<std::size_t> owners{1};
+        std::size_t length;
+    };
     static constexpr std::size_t kMostInside = 15;
     static constexpr unsigned char kIsBlock =
         0xFF;  // as last byte; else the length of what is inside
 
     bool isBlock() const noexcept { return _bytes[kMostInside] == static_cast<char>(kIsBlock); }
-    Block* block() const noexcept;
-    void shareBlock() noexcept;
+    Block* block() const noexcept
+    {
+        Block* block = nullptr;
+        std::memcpy(&block, _bytes.data(), sizeof block);
+        return block;
+    }
+    void shareBlock() noexcept { block()->owners.fetch_add(1, std::memory_order_relaxed); }
     void releaseBlock() noexcept;
 
     alignas(void*) std::array<char, kMostInside + 1> _bytes{};

@@ -71,28 +71,29 @@ bool areEqual(double left, double right)
 Value::Value(const char* text)
 {
     if (text != nullptr)
-        _content = SharedText(text);
+        setText(text);
 }
 
 Value::Value(const std::optional<std::string>& text)
 {
     if (text)
-        _content = SharedText(*text);
+        setText(*text);
 }
 
-Value::Value(Data data) : _content(std::make_shared<const Data>(std::move(data))) {}
+Value::Value(Data data) { setShared(Kind::data, std::make_shared<const Data>(std::move(data))); }
 
 Value::Value(Array array)
 {
     if (std::any_of(array.begin(), array.end(),
                     [](const Value& element) { return element.isNil(); }))
         throwNilInArray();
-    _content = std::make_shared<const Array>(std::move(array));
+    setShared(Kind::array, std::make_shared<const Array>(std::move(array)));
 }
 
 Value::Value(Dictionary dictionary)
-    : _content(std::make_shared<const Dictionary>(std::move(dictionary)))
-{}
+{
+    setShared(Kind::dictionary, std::make_shared<const Dictionary>(std::move(dictionary)));
+}
 
 bool Value::isNumber() const
 {
@@ -101,50 +102,35 @@ bool Value::isNumber() const
 
 std::string_view Value::string() const
 {
-    const auto* held = std::get_if<SharedText>(&_content);
-    if (held == nullptr)
+    if (kind() != Kind::string)
         throwWrongKind(Kind::string, kind());
-    return held->view();
-}
-
-const Data& Value::data() const
-{
-    const auto* held = std::get_if<std::shared_ptr<const Data>>(&_content);
-    if (held == nullptr)
-        throwWrongKind(Kind::data, kind());
-    return **held;
+    return _content.text.view();
 }
 
 Date Value::date() const
 {
-    const auto* held = std::get_if<Date>(&_content);
-    if (held == nullptr)
+    if (kind() != Kind::date)
         throwWrongKind(Kind::date, kind());
-    return *held;
+    return _content.scalar.date;
 }
 
-const Array& Value::array() const
+template <class T>
+const T& Value::sharedAs(Kind expected) const
 {
-    const auto* held = std::get_if<std::shared_ptr<const Array>>(&_content);
-    if (held == nullptr)
-        throwWrongKind(Kind::array, kind());
-    return **held;
+    if (kind() != expected)
+        throwWrongKind(expected, kind());
+    return *static_cast<const T*>(_content.shared.get());
 }
 
-const Dictionary& Value::dictionary() const
-{
-    const auto* held = std::get_if<std::shared_ptr<const Dictionary>>(&_content);
-    if (held == nullptr)
-        throwWrongKind(Kind::dictionary, kind());
-    return **held;
-}
+const Data& Value::data() const { return sharedAs<Data>(Kind::data); }
 
-const std::shared_ptr<const Object>& Value::object() const
+const Array& Value::array() const { return sharedAs<Array>(Kind::array); }
+
+const Dictionary& Value::dictionary() const { return sharedAs<Dictionary>(Kind::dictionary); }
+
+std::shared_ptr<const Object> Value::object() const
 {
-    const auto* held = std::get_if<std::shared_ptr<const Object>>(&_content);
-    if (held == nullptr)
-        throwWrongKind(Kind::object, kind());
-    return *held;
+    return {_content.shared, &sharedAs<Object>(Kind::object)};
 }
 
 std::optional<std::string> Value::stringOrNil() const
@@ -160,11 +146,11 @@ std::int64_t Value::longLongValue() const
     case Kind::nil:
         return 0;
     case Kind::boolean:
-        return std::get<bool>(_content) ? 1 : 0;
+        return _content.scalar.boolean ? 1 : 0;
     case Kind::integer:
-        return std::get<std::int64_t>(_content);
+        return _content.scalar.integer;
     case Kind::real:
-        return truncated(std::get<double>(_content));
+        return truncated(_content.scalar.real);
     case Kind::string:
         return kt::longLongValue(string());
     default:
@@ -185,11 +171,11 @@ bool Value::boolValue() const
     case Kind::nil:
         return false;
     case Kind::boolean:
-        return std::get<bool>(_content);
+        return _content.scalar.boolean;
     case Kind::integer:
-        return std::get<std::int64_t>(_content) != 0;
+        return _content.scalar.integer != 0;
     case Kind::real:
-        return std::get<double>(_content) != 0;
+        return _content.scalar.real != 0;
     case Kind::string:
         return kt::boolValue(string());
     default:
@@ -203,11 +189,11 @@ double Value::doubleValue() const
     case Kind::nil:
         return 0;
     case Kind::boolean:
-        return std::get<bool>(_content) ? 1 : 0;
+        return _content.scalar.boolean ? 1 : 0;
     case Kind::integer:
-        return static_cast<double>(std::get<std::int64_t>(_content));
+        return static_cast<double>(_content.scalar.integer);
     case Kind::real:
-        return std::get<double>(_content);
+        return _content.scalar.real;
     case Kind::string:
         return kt::doubleValue(string());
     default:

@@ -7,7 +7,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
-#include <variant>
+#include <utility>
 #include <vector>
 
 #include "Sync/Foundation/SharedText.h"
@@ -48,25 +48,40 @@ public:
 /// a change.
 class Value {
 public:
-    enum class Kind { nil, boolean, integer, real, string, data, date, array, dictionary, object };
+    enum class Kind : unsigned char {
+        nil,
+        boolean,
+        integer,
+        real,
+        string,
+        data,
+        date,
+        array,
+        dictionary,
+        object
+    };
 
-    Value() = default;  // nil
-    Value(std::nullptr_t) {}
+    Value() noexcept {}  // nil
+    Value(std::nullptr_t) noexcept {}
     template <std::same_as<bool> B>
-    Value(B boolean) : _content(boolean)
-    {}
+    Value(B boolean) noexcept : _kind(Kind::boolean)
+    {
+        _content.scalar.boolean = boolean;
+    }
     template <std::integral I>
     requires(!std::same_as<I, bool> && !std::same_as<I, char>) Value(I integer)
-        : _content(static_cast<std::int64_t>(integer))
-    {}
-    Value(double real) : _content(real) {}
-    Value(const std::string& text) : _content(SharedText(text)) {}
-    Value(std::string_view text) : _content(SharedText(text)) {}
+    noexcept : _kind(Kind::integer)
+    {
+        _content.scalar.integer = static_cast<std::int64_t>(integer);
+    }
+    Value(double real) noexcept : _kind(Kind::real) { _content.scalar.real = real; }
+    Value(const std::string& text) : Value(std::string_view(text)) {}
+    Value(std::string_view text) { setText(text); }
     Value(const char* text);  // null is nil
     Value(const std::optional<std::string>& text);
-    Value(std::nullopt_t) {}
+    Value(std::nullopt_t) noexcept {}
     Value(Data data);
-    Value(Date date) : _content(date) {}
+    Value(Date date) noexcept : _kind(Kind::date) { _content.scalar.date = date; }
     Value(Array array);
     Value(Dictionary dictionary);
     /// A null pointer is nil.
@@ -74,10 +89,25 @@ public:
     Value(std::shared_ptr<T> object)
     {
         if (object)
-            _content = std::shared_ptr<const Object>(std::move(object));
+            setShared(Kind::object, std::shared_ptr<const Object>(std::move(object)));
     }
 
-    Kind kind() const { return static_cast<Kind>(_content.index()); }
+    Value(const Value& other) noexcept : _kind(other._kind) { copyContent(other); }
+    /// What was moved from is nil.
+    Value(Value&& other) noexcept : _kind(other._kind) { takeContent(other); }
+    Value& operator=(const Value& other) noexcept { return *this = Value(other); }
+    Value& operator=(Value&& other) noexcept
+    {
+        if (this == &other)
+            return *this;
+        releaseContent();
+        _kind = other._kind;
+        takeContent(other);
+        return *this;
+    }
+    ~Value() { releaseContent(); }
+
+    Kind kind() const { return _kind; }
     bool isNil() const { return kind() == Kind::nil; }
     bool isString() const { return kind() == Kind::string; }
     bool isArray() const { return kind() == Kind::array; }
@@ -93,7 +123,7 @@ public:
     Date date() const;
     const Array& array() const;
     const Dictionary& dictionary() const;
-    const std::shared_ptr<const Object>& object() const;
+    std::shared_ptr<const Object> object() const;
 
     /// The text, or nullopt for nil; throws on any other kind.
     std::optional<std::string> stringOrNil() const;
@@ -102,8 +132,7 @@ public:
     template <class T>
     std::shared_ptr<const T> objectOfClass() const
     {
-        const auto* held = std::get_if<std::shared_ptr<const Object>>(&_content);
-        return held == nullptr ? nullptr : std::dynamic_pointer_cast<const T>(*held);
+        return kind() == Kind::object ? std::dynamic_pointer_cast<const T>(object()) : nullptr;
     }
 
     /// A number, clamped and truncated; a text's leading integer (blanks and a sign allowed, 0 when
@@ -127,11 +156,75 @@ public:
     friend bool operator==(const Value& left, const Value& right);
 
 private:
-    // The order is that of Kind.
-    std::variant<std::monostate, bool, std::int64_t, double, SharedText,
-                 std::shared_ptr<const Data>, Date, std::shared_ptr<const Array>,
-                 std::shared_ptr<const Dictionary>, std::shared_ptr<const Object>>
-        _content;
+    union Scalar {
+        Scalar() : integer(0) {}
+
+        bool boolean;
+        std::int64_t integer;
+        double real;
+        Date date;
+    };
+
+    /// What it holds is the kind's matter. A std::variant of the ten kinds does the same, but a
+    /// large store is loaded by moving values about, and a tenth of that time went into its moves.
+    union Content {
+        Content() noexcept : scalar() {}
+        ~Content() {}
+
+        Scalar scalar;
+        SharedText text;
+        std::shared_ptr<const void> shared;  // data, an array, a dictionary, an object
+    };
+
+    bool isShared() const
+    {
+        return _kind == Kind::data || _kind == Kind::array || _kind == Kind::dictionary ||
+               _kind == Kind::object;
+    }
+    /// For a value that is nil.
+    void setText(std::string_view text)
+    {
+        std::construct_at(&_content.text, text);
+        _kind = Kind::string;
+    }
+    void setShared(Kind kind, std::shared_ptr<const void> shared) noexcept
+    {
+        std::construct_at(&_content.shared, std::move(shared));
+        _kind = kind;
+    }
+    /// The content of this value's kind, which is set, while there is none yet.
+    void copyContent(const Value& other) noexcept
+    {
+        if (_kind == Kind::string)
+            std::construct_at(&_content.text, other._content.text);
+        else if (isShared())
+            std::construct_at(&_content.shared, other._content.shared);
+        else
+            _content.scalar = other._content.scalar;
+    }
+    void takeContent(Value& other) noexcept
+    {
+        if (_kind == Kind::string)
+            std::construct_at(&_content.text, std::move(other._content.text));
+        else if (isShared())
+            std::construct_at(&_content.shared, std::move(other._content.shared));
+        else
+            _content.scalar = other._content.scalar;
+        other.releaseContent();
+        other._kind = Kind::nil;
+    }
+    void releaseContent() noexcept
+    {
+        if (_kind == Kind::string)
+            std::destroy_at(&_content.text);
+        else if (isShared())
+            std::destroy_at(&_content.shared);
+    }
+    template <class T>
+    const T& sharedAs(Kind expected) const;
+
+    Content _content;
+    Kind _kind = Kind::nil;
 };
 static_assert(sizeof(Value) <= 3 * sizeof(void*), "large calendars are held as values");
 

@@ -383,5 +383,36 @@ TEST_P(ValueElementDescription, IsQuotedWhereItIsNotPlain)
     EXPECT_EQ(elementDescription(GetParam().value), GetParam().expected);
 }
 
+class ValueOfEachKind : public TestWithParam<Value> {};
+INSTANTIATE_TEST_SUITE_P(Kinds, ValueOfEachKind,
+                         Values(Value(), Value(true), Value(7), Value(1.5), Value("kurz"),
+                                Value("länger als fünfzehn Zeichen"), Value(Data{"xyz"}),
+                                Value(Date{}), Value(Array{Value(1)}), Value(Dictionary{{"a", 1}}),
+                                Value(std::make_shared<Number>(3))));
+
+TEST_P(ValueOfEachKind, IsCopied)
+{
+    const Value copy = GetParam();
+    EXPECT_EQ(copy, GetParam());
+    Value assigned = "vorher etwas anderes, und ziemlich lang";
+    assigned = copy;
+    EXPECT_EQ(assigned, GetParam());
+    const Value& itself = assigned;
+    assigned = itself;
+    EXPECT_EQ(assigned, GetParam());
+}
+
+TEST_P(ValueOfEachKind, LeavesNilWhereItIsMovedFrom)
+{
+    Value source = GetParam();
+    Value target = std::move(source);
+    EXPECT_EQ(target, GetParam());
+    EXPECT_TRUE(source.isNil());  // NOLINT: what is left is promised
+    Value other = Array{Value("wird frei")};
+    other = std::move(target);
+    EXPECT_EQ(other, GetParam());
+    EXPECT_TRUE(target.isNil());  // NOLINT: as above
+}
+
 }  // namespace
 }  // namespace kt
