@@ -36,8 +36,11 @@ int hexValue(char digit)
 std::string stringByAppendingPathComponent(std::string_view path, std::string_view component)
 {
     component.remove_prefix(std::min(component.find_first_not_of('/'), component.size()));
-    std::string joined(withoutTrailingSlashes(path));
+    path = withoutTrailingSlashes(path);
     component = withoutTrailingSlashes(component);
+    std::string joined;
+    joined.reserve(path.size() + 1 + component.size());
+    joined = path;
     if (component.empty())
         return joined;
     if (!joined.empty() && joined != "/")

@@ -1,5 +1,7 @@
 #include "Sync/HostInterface/KTLossReport.h"
 
+#include <utility>
+
 namespace kt {
 
 namespace {
@@ -8,15 +10,21 @@ thread_local KTLoss current;
 
 }  // namespace
 
-LossScope::LossScope(std::string_view calendar, std::string_view file) : _outer(current)
+LossScope::LossScope(std::string_view calendar, std::string_view file)
 {
     if (!calendar.empty())
-        current.calendar = calendar;
+        _outerCalendar = std::exchange(current.calendar, std::string(calendar));
     if (!file.empty())
-        current.file = file;
+        _outerFile = std::exchange(current.file, std::string(file));
 }
 
-LossScope::~LossScope() { current = std::move(_outer); }
+LossScope::~LossScope()
+{
+    if (_outerCalendar)
+        current.calendar = *std::move(_outerCalendar);
+    if (_outerFile)
+        current.file = *std::move(_outerFile);
+}
 
 void reportLoss(std::string_view reason)
 {

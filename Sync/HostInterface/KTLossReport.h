@@ -1,5 +1,6 @@
 #pragma once
 
+#include <optional>
 #include <string>
 #include <string_view>
 
@@ -34,7 +35,9 @@ public:
     LossScope& operator=(const LossScope&) = delete;
 
 private:
-    KTLoss _outer;
+    // Of the outer scope, as far as this one puts something in its place.
+    std::optional<std::string> _outerCalendar;
+    std::optional<std::string> _outerFile;
 };
 
 /// Tells the host's class, if there is one, with the calendar and file of the scopes in force on

@@ -24,9 +24,7 @@ void putDigits(char* end, int number, int width)
 
 std::string dateTimeText(const CalendarDate& date)
 {
-    std::string text;
-    text.reserve(kDateTimeLength + 1);  // a Z may follow
-    text.assign(kDateTimeLength, 'T');
+    std::string text(kDateTimeLength, 'T');  // needs no room of the heap
     putDigits(&text[4], date.year, 4);
     putDigits(&text[6], date.month, 2);
     putDigits(&text[8], date.day, 2);
