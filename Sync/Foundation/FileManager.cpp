@@ -1,5 +1,7 @@
 #include "Sync/Foundation/FileManager.h"
 
+#include <filesystem>
+#include <system_error>
 #include <utility>
 
 #include "Sync/Foundation/Platform.h"
@@ -53,6 +55,13 @@ private:
 };
 
 }  // namespace
+
+std::string realPath(const std::string& path)
+{
+    std::error_code error;
+    const std::filesystem::path real = std::filesystem::canonical(path, error);
+    return error ? path : real.string();
+}
 
 FileManager& FileManager::defaultManager() { return Platform::shared().fileManager(); }
 

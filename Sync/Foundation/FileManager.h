@@ -85,6 +85,10 @@ std::shared_ptr<FileManager> makePosixFileManager();
 /// In front of another: reads pass, every write answers false (createDirectoryAtPath included).
 std::shared_ptr<FileManager> makeReadOnlyFileManager(std::shared_ptr<FileManager> inner);
 
+/// Where a path leads when the links in it are followed; a store's folder may be one, into another
+/// volume. The path itself where nothing is.
+std::string realPath(const std::string& path);
+
 // Path strings.
 std::string stringByAppendingPathComponent(std::string_view path, std::string_view component);
 std::string lastPathComponent(std::string_view path);

@@ -26,13 +26,6 @@ bool exists(const std::string& path)
     return ::lstat(path.c_str(), &status) == 0;
 }
 
-std::string realPath(const std::string& path)
-{
-    std::array<char, PATH_MAX> resolved{};
-    return ::realpath(path.c_str(), resolved.data()) == nullptr ? path
-                                                                : std::string(resolved.data());
-}
-
 std::string withSlash(std::string path) { return path.ends_with('/') ? path : path + "/"; }
 
 /// Whether the folder lies in the tree, or is it. A copy into its own source would never end.

@@ -1,7 +1,5 @@
 #include "Sync/Host/Services/StoreFingerprint.h"
 
-#include <filesystem>
-#include <system_error>
 #include <utility>
 
 #include "Sync/Foundation/Digest.h"
@@ -22,13 +20,6 @@ void append(std::string& text, const std::string& path, const FileStatus& status
 }
 
 }  // namespace
-
-std::string realPath(const std::string& path)
-{
-    std::error_code error;
-    const std::filesystem::path real = std::filesystem::canonical(path, error);
-    return error ? path : real.string();
-}
 
 std::string fingerprintOfFiles(const std::vector<std::string>& paths)
 {

@@ -66,7 +66,8 @@ void KTSyncCalendarStore::Layout105Writer::removeOldCalendars() const
     FileManager& files = FileManager::defaultManager();
     const std::string store = StorePaths::calendarsFolder();
     files.removeFileAtPath(StorePaths::calendarsBackup());
-    files.copyPath(store, StorePaths::calendarsBackup());
+    // A store that is a link to another volume: a copy of the link would be the store itself.
+    files.copyPath(realPath(store), StorePaths::calendarsBackup());
     createPath(store);
     for (const std::string& name : files.directoryContentsAtPath(store)) {
         if (!name.ends_with(StorePaths::calendarExtension) &&

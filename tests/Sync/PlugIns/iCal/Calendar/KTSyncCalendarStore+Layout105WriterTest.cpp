@@ -1,3 +1,5 @@
+#include <filesystem>
+
 #include "tests/Sync/PlugIns/iCal/Calendar/Layout105WriterFixture.h"
 
 namespace kt::test {
@@ -18,6 +20,16 @@ TEST_F(Layout105Writer, LeavesAnEmptyStoreForNoCalendarsAndABackupOfTheOldOne)
     EXPECT_TRUE(home.exists("Library/Calendars"));
     for (const auto& [path, bytes] : before)
         EXPECT_EQ(home.read(kBackup + path.substr(std::string(kStore).size())), bytes) << path;
+}
+
+TEST_F(Layout105Writer, KeepsTheOldFilesOfAStoreThatIsALinkToAnotherVolume)
+{
+    home.write("Volume/A.calendar/Info.plist", "alt");
+    std::filesystem::create_directories(home.path("Library"));
+    std::filesystem::create_directory_symlink(home.path("Volume"), home.path("Library/Calendars"));
+    EXPECT_TRUE(store({}));
+    EXPECT_FALSE(home.exists("Volume/A.calendar"));
+    EXPECT_EQ(home.read(std::string(kBackup) + "A.calendar/Info.plist"), "alt");
 }
 
 TEST_F(Layout105Writer, CreatesTheStoreFolderWhereThereIsNone)
