@@ -2,6 +2,7 @@
 
 #include <utility>
 
+#include "Sync/HostInterface/KTLossReport.h"
 #include "Sync/PlugIns/iCal/Calendar/KTSyncCalendarTools.h"
 
 namespace kt {
@@ -11,6 +12,15 @@ namespace {
 std::string descriptionOrEmpty(const Value& value)
 {
     return value.isNil() ? std::string() : value.description();
+}
+
+/// Whether the reader finds the address where it stands. A line in which it finds none is told as
+/// one whose parameters are cut.
+bool isAddressFoundAgain(std::string_view line, const Value& address)
+{
+    line.remove_suffix(2);  // CR LF
+    const std::size_t key = KTSyncCalendarTools::propertyKeyInLine(line).size();
+    return key == line.size() || line.substr(key + 1) == address.description();
 }
 
 }  // namespace
@@ -57,11 +67,17 @@ std::string KTSyncAttendee::iCalLines() const
         return {};
     const std::string status = descriptionOrEmpty(_status);
     const std::string parameters = status.empty() ? status : ";" + status;
-    if (_commonName.isNil())
-        return KTSyncCalendarTools::propertyLine(_fileLogger, "ATTENDEE%@:%@\r\n", parameters,
-                                                 _address);
-    return KTSyncCalendarTools::propertyLine(_fileLogger, "ATTENDEE;CN=\"%@\"%@:%@\r\n",
-                                             _commonName, parameters, _address);
+    std::string line =
+        _commonName.isNil()
+            ? stringWithFormat("ATTENDEE%@:%@\r\n", parameters, _address)
+            : stringWithFormat("ATTENDEE;CN=\"%@\"%@:%@\r\n", _commonName, parameters, _address);
+    if (!isAddressFoundAgain(line, _address))
+        reportLoss(
+            stringWithFormat("ATTENDEE '%@': Name und Adresse werden beim nächsten Lesen "
+                             "anders getrennt",
+                             descriptionOrEmpty(_commonName)));
+    return KTSyncCalendarTools::splitLine(KTSyncCalendarTools::writableLine(std::move(line)),
+                                          _fileLogger);
 }
 
 std::string KTSyncAttendee::description() const

@@ -133,12 +133,25 @@ Dictionary withoutRevision(Dictionary record)
     return record;
 }
 
-bool isCopyOf(const KTSyncEvent& first, const KTSyncEvent& second)
-{
-    return guardedOr(
-        [&] { return withoutRevision(first.syncRecord()) == withoutRevision(second.syncRecord()); },
-        [](const Exception&) { return false; });
-}
+/// Tells whether events of one digest are copies. What an event is compared by is made once for all
+/// its copies: it may be large, and they may be many and small.
+class CopyCheck {
+public:
+    bool isCopyOf(const KTSyncEvent& first, const KTSyncEvent& second)
+    {
+        return guardedOr(
+            [&] {
+                auto known = _firsts.find(&first);
+                if (known == _firsts.end())
+                    known = _firsts.emplace(&first, withoutRevision(first.syncRecord())).first;
+                return known->second == withoutRevision(second.syncRecord());
+            },
+            [](const Exception&) { return false; });
+    }
+
+private:
+    std::unordered_map<const KTSyncEvent*, Dictionary> _firsts;
+};
 
 struct DigestHash {
     std::size_t operator()(const SHA1Digest& digest) const noexcept
@@ -207,7 +220,7 @@ private:
             reportLoss("Datei beginnt nicht mit BEGIN:VCALENDAR");
             return false;
         }
-        reportHiddenComponents(FileLines(text));
+        reportHiddenComponents(text);
         switch (removeEnvelope(text)) {
         case Envelope::filled:
             return true;
@@ -268,7 +281,7 @@ private:
         const auto [known, isNew] = _known.emplace(*event->uniquenessDigest(), event.get());
         if (!isNew) {
             logMsg(_helper, "Doppeltes Ereignis:\n%@", asRead.description());
-            if (!isCopyOf(*known->second, *event))
+            if (!_copies.isCopyOf(*known->second, *event))
                 reportLoss("Doppeltes Ereignis, das vom ersten abweicht, wird nicht übernommen");
             return;
         }
@@ -308,6 +321,7 @@ private:
     // The events that are kept, by what makes them unique: a copy of the digest, because going to
     // the events for it would miss the cache once or more for each.
     std::unordered_map<SHA1Digest, const KTSyncEvent*, DigestHash> _known;
+    CopyCheck _copies;
     std::unordered_map<std::string, std::shared_ptr<KTSyncEvent>> _series;  // of this file, by UID
     std::vector<std::shared_ptr<KTSyncEvent>> _occurrences;  // of this file, detached
 };

@@ -14,9 +14,13 @@ namespace {
 
 constexpr std::string_view kSpecialPrefix = "X-";
 
+/// A name that begins like one of these properties and that the reader finds again.
 bool isSpecialName(std::string_view name)
 {
-    return name.starts_with(kSpecialPrefix) && name.find_first_of("\r\n") == std::string_view::npos;
+    using Tools = KTSyncCalendarTools;
+    return name.starts_with(kSpecialPrefix) &&
+           name.find_first_of("\r\n") == std::string_view::npos &&
+           Tools::propertyNameInKey(Tools::propertyKeyInLine(std::string(name) + ':')) == name;
 }
 
 /// A property that stood in an item more than once.

@@ -13,6 +13,7 @@
 #include "Sync/PlugIns/iCal/Calendar/KTSyncAttachment.h"
 #include "Sync/PlugIns/iCal/Calendar/KTSyncCalendarTools.h"
 #include "Sync/PlugIns/iCal/Calendar/KTSyncRecurrenceRule.h"
+#include "Sync/PlugIns/iCal/Calendar/UnreadText.h"
 
 namespace kt {
 
@@ -24,6 +25,15 @@ bool isDateProperty(std::string_view key, std::string_view name)
                                                      "COMPLETED", "DTSTAMP", "RECURRENCE-ID"};
     return std::find(kNames.begin(), kNames.end(), name) != kNames.end() ||
            key.starts_with("TRIGGER;TZID=");
+}
+
+/// Whether a property may stand in an item more than once without being wrong, and is one that an
+/// item keeps.
+bool isKept(std::string_view name)
+{
+    constexpr std::array<std::string_view, 5> kNames{"EXDATE", "DESCRIPTION", "SUMMARY", "LOCATION",
+                                                     "URL"};
+    return name.starts_with("X-") || std::find(kNames.begin(), kNames.end(), name) != kNames.end();
 }
 
 /// One run of the value filter over the properties of a component. It leaves them as they are,
@@ -88,7 +98,7 @@ private:
             KTSyncCalendarTools::filterExceptionDates(key, text, _defaultTimezone, _fileLogger));
     }
 
-    /// The name of a zone ends at a colon, even at one in quotes.
+    /// The name of a zone ends at a colon or else at a semicolon, even at one in quotes.
     void tellOfCutZone(std::string_view key, std::string_view name) const
     {
         constexpr std::string_view kQuotedZone = "TZID=\"";
@@ -97,12 +107,17 @@ private:
             return;
         const std::string_view quoted = key.substr(start + kQuotedZone.size());
         const std::string_view zone = quoted.substr(0, quoted.find('"'));
-        if (zone.find(':') == std::string_view::npos)
+        const bool isAtColon = zone.find(':') != std::string_view::npos;
+        if (!isAtColon && zone.find(';') == std::string_view::npos)
             return;
-        const Value& title = _properties["SUMMARY"];
-        reportLoss(
-            stringWithFormat("%@ in '%@': die Zeitzone '%@' wird am Doppelpunkt abgeschnitten",
-                             name, title.isNil() ? Value("") : title, zone));
+        reportLoss(stringWithFormat("%@ in '%@': die Zeitzone '%@' wird am %@ abgeschnitten", name,
+                                    title(), zone, isAtColon ? "Doppelpunkt" : "Semikolon"));
+    }
+
+    Value title() const
+    {
+        const Value& summary = _properties["SUMMARY"];
+        return summary.isNil() ? Value("") : summary;
     }
 
     void takeDate(const Property& property, std::string_view name)
@@ -147,7 +162,19 @@ private:
     }
 
     /// Of several keys of one name the last one's value stays, at the place of the first.
-    void set(std::string_view name, Value value) { _values.set(name, std::move(value)); }
+    void set(std::string_view name, Value value)
+    {
+        if (_values.set(name, std::move(value)) && isKept(name) && !isOwnItem())
+            reportLoss(
+                stringWithFormat("%@ in '%@' steht mit verschiedenen Parametern: nur die "
+                                 "letzte Angabe wird gelesen",
+                                 name, title()));
+    }
+    bool isOwnItem() const
+    {
+        const Value& uid = _properties["UID"];
+        return uid.isString() && isOwnUID(uid.string());
+    }
 
     /// The list under a name, entered empty when it is new. Lists grow aside: a value is immutable.
     Array& listNamed(std::string_view name)

@@ -1,5 +1,7 @@
 #include "Sync/PlugIns/iCal/Calendar/KTSyncEvent.h"
 
+#include <algorithm>
+
 #include "Sync/Foundation/Digest.h"
 #include "Sync/HostInterface/Guard.h"
 #include "Sync/HostInterface/KTLossReport.h"
@@ -43,6 +45,15 @@ bool isAllDayIn(const Value& flag)
         return flag.boolValue();
     reportLoss("ALLDAY steht mehrmals und wird nicht gelesen");
     return false;
+}
+
+/// Whether two dates are written under different property keys, of which the reader takes one.
+bool haveDifferentKeys(const Value& left, const Value& right)
+{
+    const EnhancedDate first = KTSyncCalendarTools::enhancedDate(left);
+    const EnhancedDate second = KTSyncCalendarTools::enhancedDate(right);
+    return first->isAllDay() != second->isAllDay() ||
+           (!first->isAllDay() && first->timezone() != second->timezone());
 }
 
 }  // namespace
@@ -153,7 +164,7 @@ SHA1Digest KTSyncEvent::computedUniquenessDigest() const
     appendIfPresent(content, _endDate);
     appendIfPresent(content, _duration);
     if (_recurrenceRule)
-        content += _recurrenceRule->iCalLines();
+        content += _recurrenceRule->digestedLines();
     if (_isAllDay)
         content += "ALLDAY";
     return sha1DigestBytes(content);
@@ -215,6 +226,20 @@ std::string KTSyncEvent::iCalLines()
     return lines;
 }
 
+void KTSyncEvent::appendExceptionDates(std::string& lines) const
+{
+    if (_exceptionDates.isNil())
+        return;
+    const Array& dates = _exceptionDates.array();
+    for (const Value& date : dates)
+        appendDate(lines, "EXDATE", date);
+    if (std::adjacent_find(dates.begin(), dates.end(), haveDifferentKeys) != dates.end())
+        reportLoss(
+            stringWithFormat("EXDATE in '%@': die Ausnahmen stehen in verschiedenen "
+                             "Zeitzonen, gelesen werden nur die der letzten",
+                             _title));
+}
+
 void KTSyncEvent::appendOwnLines(std::string& lines) const
 {
     appendProperty(lines, "LOCATION:%@\r\n", _location);
@@ -225,10 +250,7 @@ void KTSyncEvent::appendOwnLines(std::string& lines) const
     if (!_duration.isNil())
         appendProperty(lines, "DURATION:%@\r\n",
                        KTSyncCalendarTools::iCalDurationString(_duration, fileLogger()));
-    if (!_exceptionDates.isNil()) {
-        for (const Value& date : _exceptionDates.array())
-            appendDate(lines, "EXDATE", date);
-    }
+    appendExceptionDates(lines);
     appendDate(lines, "RECURRENCE-ID", _recurrenceId);
     if (!_attendees)
         return;

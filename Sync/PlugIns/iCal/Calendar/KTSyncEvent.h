@@ -56,6 +56,7 @@ private:
     std::string computedRecordKey() const;
     SHA1Digest computedUniquenessDigest() const;
     void addOwnKeys(Dictionary& record) const;
+    void appendExceptionDates(std::string& lines) const;
     void appendOwnLines(std::string& lines) const;
 
     EnhancedDate _endDate;

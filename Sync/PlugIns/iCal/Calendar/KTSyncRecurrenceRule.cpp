@@ -10,6 +10,7 @@ namespace kt {
 
 namespace {
 
+constexpr std::string_view kLineFormat = "RRULE:%@\r\n";
 constexpr std::string_view kInitWithSyncRecord =
     "[KTSyncRecurrenceRule initWithSyncRecord]:\n%@\n%@";
 
@@ -162,7 +163,14 @@ std::string KTSyncRecurrenceRule::recurrenceRule() const
 
 std::string KTSyncRecurrenceRule::iCalLines() const
 {
-    return KTSyncCalendarTools::propertyLine(_fileLogger, "RRULE:%@\r\n", recurrenceRule());
+    return KTSyncCalendarTools::propertyLine(_fileLogger, kLineFormat, recurrenceRule());
+}
+
+std::string KTSyncRecurrenceRule::digestedLines() const
+{
+    return KTSyncCalendarTools::splitLine(KTSyncCalendarTools::onOneLine(
+                                              stringWithFormat(kLineFormat, recurrenceRule())),
+                                          _fileLogger);
 }
 
 }  // namespace kt

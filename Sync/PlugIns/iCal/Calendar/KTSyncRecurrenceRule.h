@@ -36,6 +36,8 @@ public:
     std::string recurrenceRule() const;
     /// The whole folded property line.
     std::string iCalLines() const;
+    /// The same line for a digest: nothing is written, so nothing that writing loses is told.
+    std::string digestedLines() const;
     /// The same text as recurrenceRule().
     std::string description() const override { return recurrenceRule(); }
 

@@ -30,30 +30,36 @@ bool isNamePart(char character)
 
 /// "BEGIN:" in letters of any kind with a component's name behind it, and nothing else in the line;
 /// nullopt for anything else.
-std::optional<std::string_view> beginningIn(std::string_view line)
+std::optional<std::string_view> beginningIn(std::string_view text)
 {
-    line = line.substr(0, line.find_first_of("\r\n"));
+    if (text.size() <= kBegin.size() ||
+        !std::equal(kBegin.begin(), kBegin.end(), text.begin(),
+                    [](char wanted, char letter) { return wanted == upper(letter); }))
+        return std::nullopt;
+    const std::string_view line = text.substr(0, text.find_first_of("\r\n"));
     if (line.size() <= kBegin.size() ||
-        !std::equal(kBegin.begin(), kBegin.end(), line.begin(),
-                    [](char wanted, char letter) { return wanted == upper(letter); }) ||
         !std::all_of(line.begin() + kBegin.size(), line.end(), isNamePart))
         return std::nullopt;
     return line;
 }
 
-/// The beginning of a component within a line of a file that is no line of its own for the reader.
-std::optional<std::string_view> hiddenBeginning(std::string_view line)
+/// Whether the reader sees a component begin here: behind CR LF, in capital letters.
+bool isSeenByReader(std::string_view text, std::size_t position)
 {
-    if (!line.starts_with(kBegin)) {
-        if (const auto found = beginningIn(line))
+    return text.substr(position).starts_with(kBegin) && text.substr(0, position).ends_with("\r\n");
+}
+
+/// The first beginning with that letter that the reader does not see. Looks for the letter, because
+/// there are far fewer of it than line ends.
+std::optional<std::string_view> hiddenBeginning(std::string_view text, char letter)
+{
+    for (std::size_t at = text.find(letter, 1); at != std::string_view::npos;
+         at = text.find(letter, at + 1)) {
+        if (text[at - 1] != '\n' && text[at - 1] != '\r')
+            continue;
+        const auto found = beginningIn(text.substr(at));
+        if (found && !isSeenByReader(text, at))
             return found;
-    }
-    for (const char lineEnd : {'\n', '\r'}) {
-        for (std::size_t at = line.find(lineEnd); at != std::string_view::npos;
-             at = line.find(lineEnd, at + 1)) {
-            if (const auto found = beginningIn(line.substr(at + 1)))
-                return found;
-        }
     }
     return std::nullopt;
 }
@@ -87,7 +93,8 @@ std::string_view valueOfProperty(const LineList& item, std::string_view name)
         std::min(KTSyncCalendarTools::propertyKeyInLine(line).size() + 1, line.size()));
 }
 
-/// Whether a UID is one that this system gave an item: its record key.
+}  // namespace
+
 bool isOwnUID(std::string_view uid)
 {
     constexpr std::size_t kDigestLength = 40;  // hexadecimal digits
@@ -100,34 +107,35 @@ bool isOwnUID(std::string_view uid)
            (uid.size() == kDigestLength || uid[kDigestLength] == '-');
 }
 
-}  // namespace
-
-void reportHiddenComponents(const FileLines& lines)
+void reportHiddenComponents(std::string_view text)
 {
-    bool hasTold = false;
-    lines.forEach([&](std::string_view line) {
-        const auto beginning = hasTold ? std::nullopt : hiddenBeginning(line);
-        if (!beginning)
-            return;
+    auto hidden = hiddenBeginning(text, 'B');
+    if (!hidden)
+        hidden = hiddenBeginning(text, 'b');
+    if (hidden)
         reportLoss(
-            stringWithFormat("'%@' wird nicht als Anfang einer Komponente gelesen", *beginning));
-        hasTold = true;
-    });
+            stringWithFormat("'%@' wird nicht als Anfang einer Komponente gelesen", *hidden));
 }
 
 void reportCutKeys(const LineList& item)
 {
     constexpr std::size_t kOwnLineLength = 75;
+    // Looked for once: an event may have thousands of such keys.
+    std::optional<bool> isOwn;
+    std::optional<std::string_view> title;
     for (std::size_t index = 0; index < item.size(); ++index) {
         const std::string_view line = item[index];
         if (!isContinued(item, index) ||
             KTSyncCalendarTools::propertyKeyInLine(line).size() < line.size())
             continue;
-        if (utf16Length(line) == kOwnLineLength && isOwnUID(valueOfProperty(item, "UID")))
+        if (!isOwn)
+            isOwn = isOwnUID(valueOfProperty(item, "UID"));
+        if (*isOwn && utf16Length(line) == kOwnLineLength)
             continue;
+        if (!title)
+            title = valueOfProperty(item, "SUMMARY");
         reportLoss(stringWithFormat("%@ in '%@': die Parameter werden am Zeilenende abgeschnitten",
-                                    KTSyncCalendarTools::propertyNameInKey(line),
-                                    valueOfProperty(item, "SUMMARY")));
+                                    KTSyncCalendarTools::propertyNameInKey(line), *title));
     }
 }
 

@@ -171,6 +171,9 @@ TEST_F(ItemLoss, OfExceptionDatesInSeveralZonesTheLastZonesStay)
     EXPECT_EQ(back("ExceptionDates", Array{date("20071225T100000"), date("20071226T100000Z"),
                                            date("20071227T100000")})["ExceptionDates"],
               Value(Array{date("20071226T100000Z")}));
+    EXPECT_THAT(lossReasons(),
+                testing::Contains("EXDATE in 'Fest': die Ausnahmen stehen in verschiedenen "
+                                  "Zeitzonen, gelesen werden nur die der letzten"));
 }
 
 TEST_F(ItemLoss, AnEmptyListOfExceptionDatesIsNoneAfterwards)

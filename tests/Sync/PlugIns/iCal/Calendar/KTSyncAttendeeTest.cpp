@@ -38,6 +38,24 @@ TEST_P(AttendeeLines, AreWritten)
     EXPECT_EQ(attendee->iCalLines(), GetParam().line);
 }
 
+struct SeparatedRow {
+    std::string_view commonName;
+    bool isToldOf;
+};
+class AttendeeNames : public CalendarTextTable<SeparatedRow> {};
+INSTANTIATE_TEST_SUITE_P(Rows, AttendeeNames,
+                         testing::Values(SeparatedRow{"Max", false}, SeparatedRow{"A:B", false},
+                                         SeparatedRow{"Max\":x", true},
+                                         SeparatedRow{"Max\" und \"Moritz", false}));
+TEST_P(AttendeeNames, AreToldWhenTheReaderWouldTakePartOfThemForTheAddress)
+{
+    KTSyncAttendee(GetParam().commonName, nullptr, "mailto:max", nullptr).iCalLines();
+    const std::vector<std::string> told{"ATTENDEE '" + std::string(GetParam().commonName) +
+                                        "': Name und Adresse werden beim nächsten Lesen anders "
+                                        "getrennt"};
+    EXPECT_EQ(lossReasons(), GetParam().isToldOf ? told : std::vector<std::string>{});
+}
+
 TEST(Attendee, IsFoldedAtSeventyFiveCharacters)
 {
     const std::string address(100, 'm');

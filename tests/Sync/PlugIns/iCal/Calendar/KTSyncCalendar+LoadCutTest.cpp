@@ -122,6 +122,89 @@ TEST_F(KTSyncCalendarLoadCut, AZoneInQuotesThatEndsAtAColonIsToldForEachProperty
     EXPECT_THAT(lossReasons(), ElementsAre("DTSTART" + rest, "EXDATE" + rest));
 }
 
+TEST_F(KTSyncCalendarLoadCut, AZoneInQuotesThatEndsAtASemicolonIsTold)
+{
+    write("a.ics", eventLines("SUMMARY:a\nDTSTART;TZID=\"Berlin; Wien\":20071224T100000"));
+    EXPECT_EQ(loaded()->events()->front()->startDate()->timezone(), "\"Berlin");
+    EXPECT_THAT(lossReasons(), ElementsAre("DTSTART in 'a': die Zeitzone 'Berlin; Wien' wird am "
+                                           "Semikolon abgeschnitten"));
+}
+
+TEST_F(KTSyncCalendarLoadCut, ThousandsOfCutKeysInAnItemAreToldAtTheCostOfTheirLines)
+{
+    constexpr std::size_t kCount = 20000;
+    std::string lines;
+    for (std::size_t index = 0; index < kCount; ++index)
+        lines += "ATTENDEE;CN=\"" + std::to_string(index) + "\n x\":mailto:max\n";
+    write("a.ics", eventLines(lines + "UID:x\nSUMMARY:a"));
+    loaded();
+    EXPECT_THAT(lossReasons(), ElementsAre(kCutAttendee));  // equal ones are kept once
+}
+
+// Properties that stand under several keys.
+
+struct SeveralKeysRow {
+    std::string lines;
+    std::string told;  // the name; empty when nothing is
+};
+class KTSyncCalendarSeveralKeys : public KTSyncCalendarLoadCut,
+                                  public testing::WithParamInterface<SeveralKeysRow> {};
+INSTANTIATE_TEST_SUITE_P(
+    Rows, KTSyncCalendarSeveralKeys,
+    testing::Values(
+        SeveralKeysRow{"EXDATE;TZID=Europe/Berlin:20071225T100000\nEXDATE:20071226T090000Z",
+                       "EXDATE"},
+        SeveralKeysRow{"EXDATE:20071225T100000Z\nEXDATE:20071226T090000Z", ""},
+        SeveralKeysRow{"DESCRIPTION:x\nDESCRIPTION;LANGUAGE=en:y", "DESCRIPTION"},
+        SeveralKeysRow{"LOCATION:x\nLOCATION;LANGUAGE=en:y", "LOCATION"},
+        SeveralKeysRow{"URL:http://x\nURL;VALUE=URI:http://y", "URL"},
+        SeveralKeysRow{"X-A;B=1:x\nX-A;B=2:y", "X-A"},
+        SeveralKeysRow{"COMMENT:x\nCOMMENT;LANGUAGE=en:y", ""},
+        SeveralKeysRow{"ATTENDEE:mailto:x\nATTENDEE;CN=Max:mailto:y", ""}));
+TEST_P(KTSyncCalendarSeveralKeys, AreToldWhereOneOfThemIsAllThatStays)
+{
+    const std::vector<std::string> told{
+        GetParam().told +
+        " in 'a' steht mit verschiedenen Parametern: nur die letzte Angabe wird "
+        "gelesen"};
+    write("a.ics", eventLines("SUMMARY:a\nUID:7A1F-iCal\n" + GetParam().lines));
+    loaded();
+    EXPECT_EQ(lossReasons(), GetParam().told.empty() ? std::vector<std::string>{} : told);
+}
+
+TEST_F(KTSyncCalendarLoadCut, SeveralKeysThatWeWroteOurselvesWereToldWhenTheyWereWritten)
+{
+    write("a.ics", eventLines("SUMMARY:a\nUID:" + kOwnUID +
+                              "\nEXDATE;TZID=Europe/Berlin:20071225T100000\n"
+                              "EXDATE:20071226T090000Z"));
+    loaded();
+    EXPECT_THAT(lossReasons(), IsEmpty());
+}
+
+TEST_F(KTSyncCalendarLoadCut, ARuleWithALineBreakLosesNothingByBeingRead)
+{
+    home.write(kFolder + "/a.ics",
+               "BEGIN:VCALENDAR\r\nBEGIN:VEVENT\r\nSUMMARY:a\r\n"
+               "RRULE:FREQ=DAILY\nX\r\nEND:VEVENT\r\nEND:VCALENDAR\r\n");
+    EXPECT_THAT(titles(*loaded()), ElementsAre("a"));
+    EXPECT_THAT(lossReasons(), IsEmpty());
+}
+
+TEST_F(KTSyncCalendarLoadCut, ManySmallEventsOfTheDigestOfALargeOneAreComparedAtTheirOwnCost)
+{
+    constexpr std::size_t kCount = 8000;
+    std::string lines = "SUMMARY:a";
+    for (std::size_t index = 0; index < kCount; ++index)
+        lines += "\nBEGIN:VALARM\nACTION:DISPLAY\nTRIGGER:-PT1M\nEND:VALARM";
+    std::string text = eventLines(lines);
+    for (std::size_t index = 0; index < kCount; ++index)
+        text += "\n" + eventLines("SUMMARY:a");
+    write("a.ics", text);
+    EXPECT_THAT(titles(*loaded()), ElementsAre("a"));
+    EXPECT_THAT(lossReasons(),
+                ElementsAre("Doppeltes Ereignis, das vom ersten abweicht, wird nicht übernommen"));
+}
+
 // Lines that stand twice.
 
 class KTSyncCalendarTwice : public KTSyncCalendarLoadCut,

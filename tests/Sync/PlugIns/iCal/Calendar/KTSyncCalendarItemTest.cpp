@@ -147,6 +147,18 @@ TEST_F(KTSyncCalendarItemTest, EveryXPropertyComesBackAfterTheAlarms)
     EXPECT_THAT(item->iCalLines(), HasSubstr("END:VALARM\r\nX-ONE:eins\r\nX-TWO:zwei\r\nEND:"));
 }
 
+TEST_F(KTSyncCalendarItemTest, AnXPropertyWhoseNameTheReaderWouldCutIsNotWritten)
+{
+    for (const std::string name : {"X-A:B", "X-A;B", "X-A\"B"}) {
+        classes.lossReport().clear();
+        Dictionary record{{"Title", "Fest"}};
+        record.set("AppleSpecialFields", Dictionary{{name, "eins"}});
+        EXPECT_THAT(eventOf(record)->iCalLines(), Not(HasSubstr("eins")));
+        EXPECT_THAT(lossReasons(),
+                    ElementsAre("Eigenschaft '" + name + "' wird nicht geschrieben"));
+    }
+}
+
 TEST_F(KTSyncCalendarItemTest, AnXPropertyThatOccursTwiceIsWrittenAsAnArrayDescribesItself)
 {
     const auto item = event("SUMMARY:Fest\nX-ONE:a\nX-ONE:b");
