@@ -63,16 +63,15 @@ void ComponentProperties::add(std::string_view key, Value value)
         makeIndex();
 }
 
-bool ComponentProperties::set(std::string_view key, Value value)
+void ComponentProperties::set(std::string_view key, Value value)
 {
     if (value.isNil())
         Dictionary().set(key, value);  // throws as dictionaries do
     const std::size_t place = find(key);
-    if (place == _entries.size()) {
+    if (place == _entries.size())
         add(key, std::move(value));
-        return false;
-    }
-    return !std::exchange(_entries[place].value, std::move(value)).isNil();
+    else
+        _entries[place].value = std::move(value);
 }
 
 Value ComponentProperties::take(std::string_view key)

@@ -33,9 +33,8 @@ public:
     std::size_t enter(std::string_view key);
     /// The place must have been entered.
     Value& valueAt(std::size_t place) { return _entries[place].value; }
-    /// Whether there was a value, which is gone. Throws Exception NSInvalidArgumentException for
-    /// nil.
-    bool set(std::string_view key, Value value);
+    /// Throws Exception NSInvalidArgumentException for nil.
+    void set(std::string_view key, Value value);
     /// Moves the value out; nil when there is none.
     Value take(std::string_view key);
 

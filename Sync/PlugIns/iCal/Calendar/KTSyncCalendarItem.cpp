@@ -7,6 +7,7 @@
 #include "Sync/HostInterface/Guard.h"
 #include "Sync/HostInterface/KTLossReport.h"
 #include "Sync/PlugIns/iCal/Calendar/KTSyncCalendarTools.h"
+#include "Sync/PlugIns/iCal/Calendar/UnreadText.h"
 
 namespace kt {
 
@@ -104,10 +105,12 @@ void KTSyncCalendarItem::takeProperties(LineList& lines)
     guarded(
         logger, "[KTSyncCalendarItem init]:\n%@\n%@", [&] { return lines.description(); },
         [&] {
+            ComponentProperties properties =
+                KTSyncCalendarTools::findAndRemovePropertiesFromLines(lines, logger);
+            reportReplacedProperties(properties);
             _components = std::make_unique<ComponentProperties>(
                 KTSyncCalendarTools::filterICalValuesInComponents(
-                    KTSyncCalendarTools::findAndRemovePropertiesFromLines(lines, logger),
-                    Platform::shared().localTimeZoneName(), logger));
+                    std::move(properties), Platform::shared().localTimeZoneName(), logger));
             _title = componentValue("SUMMARY");
             _notes = takeComponent("DESCRIPTION");
             _url = takeComponent("URL");

@@ -13,7 +13,6 @@
 #include "Sync/PlugIns/iCal/Calendar/KTSyncAttachment.h"
 #include "Sync/PlugIns/iCal/Calendar/KTSyncCalendarTools.h"
 #include "Sync/PlugIns/iCal/Calendar/KTSyncRecurrenceRule.h"
-#include "Sync/PlugIns/iCal/Calendar/UnreadText.h"
 
 namespace kt {
 
@@ -25,15 +24,6 @@ bool isDateProperty(std::string_view key, std::string_view name)
                                                      "COMPLETED", "DTSTAMP", "RECURRENCE-ID"};
     return std::find(kNames.begin(), kNames.end(), name) != kNames.end() ||
            key.starts_with("TRIGGER;TZID=");
-}
-
-/// Whether a property may stand in an item more than once without being wrong, and is one that an
-/// item keeps.
-bool isKept(std::string_view name)
-{
-    constexpr std::array<std::string_view, 5> kNames{"EXDATE", "DESCRIPTION", "SUMMARY", "LOCATION",
-                                                     "URL"};
-    return name.starts_with("X-") || std::find(kNames.begin(), kNames.end(), name) != kNames.end();
 }
 
 /// One run of the value filter over the properties of a component. It leaves them as they are,
@@ -162,19 +152,7 @@ private:
     }
 
     /// Of several keys of one name the last one's value stays, at the place of the first.
-    void set(std::string_view name, Value value)
-    {
-        if (_values.set(name, std::move(value)) && isKept(name) && !isOwnItem())
-            reportLoss(
-                stringWithFormat("%@ in '%@' steht mit verschiedenen Parametern: nur die "
-                                 "letzte Angabe wird gelesen",
-                                 name, title()));
-    }
-    bool isOwnItem() const
-    {
-        const Value& uid = _properties["UID"];
-        return uid.isString() && isOwnUID(uid.string());
-    }
+    void set(std::string_view name, Value value) { _values.set(name, std::move(value)); }
 
     /// The list under a name, entered empty when it is new. Lists grow aside: a value is immutable.
     Array& listNamed(std::string_view name)

@@ -1,10 +1,12 @@
 #include "Sync/PlugIns/iCal/Calendar/UnreadText.h"
 
 #include <algorithm>
+#include <array>
 #include <cstddef>
 #include <optional>
 
 #include "Sync/Foundation/Format.h"
+#include "Sync/Foundation/KeySearch.h"
 #include "Sync/Foundation/Text.h"
 #include "Sync/HostInterface/KTLossReport.h"
 #include "Sync/PlugIns/iCal/Calendar/KTSyncCalendarTools.h"
@@ -93,6 +95,12 @@ std::string_view valueOfProperty(const LineList& item, std::string_view name)
         std::min(KTSyncCalendarTools::propertyKeyInLine(line).size() + 1, line.size()));
 }
 
+Value titleIn(const ComponentProperties& properties)
+{
+    const Value& title = properties["SUMMARY"];
+    return title.isNil() ? Value("") : title;
+}
+
 }  // namespace
 
 bool isOwnUID(std::string_view uid)
@@ -136,6 +144,33 @@ void reportCutKeys(const LineList& item)
             title = valueOfProperty(item, "SUMMARY");
         reportLoss(stringWithFormat("%@ in '%@': die Parameter werden am Zeilenende abgeschnitten",
                                     KTSyncCalendarTools::propertyNameInKey(line), *title));
+    }
+}
+
+void reportReplacedProperties(const ComponentProperties& properties)
+{
+    constexpr std::array<std::string_view, 5> kNames{"EXDATE", "DESCRIPTION", "SUMMARY", "LOCATION",
+                                                     "URL"};
+    const Value& uid = properties["UID"];
+    if (uid.isString() && isOwnUID(uid.string()))
+        return;
+    std::array<const Value*, kNames.size()> known{};
+    std::array<bool, kNames.size()> differ{};
+    for (const auto& [key, value] : properties) {
+        const std::string_view keyName = KTSyncCalendarTools::propertyNameInKey(key);
+        const std::size_t place =
+            positionOfKey(kNames, keyName, [](std::string_view name) { return name; });
+        if (place == kNames.size())
+            continue;
+        differ[place] = differ[place] || (known[place] != nullptr && *known[place] != value);
+        known[place] = &value;
+    }
+    for (std::size_t place = 0; place < kNames.size(); ++place) {
+        if (differ[place])
+            reportLoss(
+                stringWithFormat("%@ in '%@' steht mit verschiedenen Parametern: nur die "
+                                 "letzte Angabe wird gelesen",
+                                 kNames[place], titleIn(properties)));
     }
 }
 

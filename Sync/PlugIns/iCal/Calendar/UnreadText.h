@@ -2,6 +2,7 @@
 
 #include <string_view>
 
+#include "Sync/PlugIns/iCal/Calendar/ComponentProperties.h"
 #include "Sync/PlugIns/iCal/Calendar/LineList.h"
 
 namespace kt {
@@ -19,5 +20,10 @@ void reportHiddenComponents(std::string_view text);
 /// Tells of property keys that go on beyond their first physical line, of which the reader takes no
 /// more than that. Not of those that this system folded itself.
 void reportCutKeys(const LineList& item);
+
+/// Tells of properties that stand in an item under several keys with different values, of which the
+/// last is all that stays: exception dates in two zones, texts in two languages. Not of those that
+/// this system wrote itself, nor of special ones, whose parameters are not kept anyway.
+void reportReplacedProperties(const ComponentProperties& properties);
 
 }  // namespace kt

@@ -14,7 +14,7 @@
 namespace kt::test {
 namespace {
 
-constexpr std::array<std::string_view, 24> kItemFields{"URL",
+constexpr std::array<std::string_view, 26> kItemFields{"URL",
                                                        "Notes",
                                                        "Sequence",
                                                        "Location",
@@ -37,17 +37,43 @@ constexpr std::array<std::string_view, 24> kItemFields{"URL",
                                                        "Attendees",
                                                        "Attachment",
                                                        "Attachments",
-                                                       "Alarms"};
+                                                       "Alarms",
+                                                       "UID",
+                                                       "AppleSpecialFields"};
 constexpr std::array<std::string_view, 9> kCalendarFields{"IMAPFolderKey",  "Order",
                                                           "Publisher",      "Subscriber",
                                                           "SubscriberData", "AlarmsDisabled",
                                                           "SourceKey",      "AlarmDisabled",
                                                           "Wetter"};
-constexpr std::array<std::string_view, 24> kInnerFields{
-    "Name",      "Address",   "Status",          "Action",          "EmailAddress", "Attachment",
-    "Data",      "Type",      "Value",           "Encoding",        "BinaryData",   "Attachments",
-    "Frequency", "Interval",  "Count",           "UntilDate",       "ByWeekday",    "ByMonth",
-    "ByMinutes", "ByYearDay", "AbsoluteTrigger", "RelativeTrigger", "WeekStart",    "ByMonthDay"};
+constexpr std::array<std::string_view, 29> kInnerFields{"Name",
+                                                        "Address",
+                                                        "Status",
+                                                        "Action",
+                                                        "EmailAddress",
+                                                        "Attachment",
+                                                        "Data",
+                                                        "Type",
+                                                        "Value",
+                                                        "Encoding",
+                                                        "BinaryData",
+                                                        "Attachments",
+                                                        "Frequency",
+                                                        "Interval",
+                                                        "Count",
+                                                        "UntilDate",
+                                                        "ByWeekday",
+                                                        "ByMonth",
+                                                        "ByMinutes",
+                                                        "ByYearDay",
+                                                        "AbsoluteTrigger",
+                                                        "RelativeTrigger",
+                                                        "WeekStart",
+                                                        "ByMonthDay",
+                                                        "BySeconds",
+                                                        "ByHours",
+                                                        "ByWeekNumber",
+                                                        "BySP",
+                                                        "X-FREMD"};
 
 Value anyValue(int depth);
 

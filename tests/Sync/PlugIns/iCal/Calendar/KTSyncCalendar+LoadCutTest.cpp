@@ -158,7 +158,9 @@ INSTANTIATE_TEST_SUITE_P(
         SeveralKeysRow{"DESCRIPTION:x\nDESCRIPTION;LANGUAGE=en:y", "DESCRIPTION"},
         SeveralKeysRow{"LOCATION:x\nLOCATION;LANGUAGE=en:y", "LOCATION"},
         SeveralKeysRow{"URL:http://x\nURL;VALUE=URI:http://y", "URL"},
-        SeveralKeysRow{"X-A;B=1:x\nX-A;B=2:y", "X-A"},
+        SeveralKeysRow{"X-A;B=1:x\nX-A;B=2:y", ""},
+        SeveralKeysRow{"LOCATION:x\nLOCATION;LANGUAGE=en:x", ""},
+        SeveralKeysRow{"BEGIN:VALARM\nDESCRIPTION:x\nDESCRIPTION;LANGUAGE=en:y\nEND:VALARM", ""},
         SeveralKeysRow{"COMMENT:x\nCOMMENT;LANGUAGE=en:y", ""},
         SeveralKeysRow{"ATTENDEE:mailto:x\nATTENDEE;CN=Max:mailto:y", ""}));
 TEST_P(KTSyncCalendarSeveralKeys, AreToldWhereOneOfThemIsAllThatStays)
