@@ -8,7 +8,6 @@
 #include <pthread.h>
 #include <unistd.h>
 
-#include "Sync/Foundation/Exception.h"
 #include "Sync/Foundation/FileDescriptor.h"
 #include "Sync/Foundation/Format.h"
 #include "Sync/Foundation/Platform.h"
@@ -71,7 +70,7 @@ void serve(SiteServer& server, const AwaitedSignals& signals)
     std::thread serving([&] {
         try {
             server.run();
-        } catch (const Exception&) {
+        } catch (...) {
             failure = std::current_exception();
             ::kill(::getpid(), SIGTERM);  // wakes the thread that waits for one
         }

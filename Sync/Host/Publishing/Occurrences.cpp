@@ -144,8 +144,8 @@ void sortByTime(std::vector<Occurrence>& occurrences)
               [&](const auto& left, const auto& right) { return order(left) < order(right); });
 }
 
-/// The occurrences of all series. Each gets a fair share of the work, so that no series takes
-/// another one's days away; what ordinary ones leave over is for those that need more.
+/// The occurrences of all series. Each gets a fair share of the work, so that the cost of one takes
+/// no days from another; what ordinary ones leave over is for those that need more.
 class SeriesExpansion {
 public:
     using Add = std::function<void(const PublishedEvent&, const CalendarDate&)>;

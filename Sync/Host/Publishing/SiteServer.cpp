@@ -2,8 +2,11 @@
 
 #include <atomic>
 #include <chrono>
+#include <condition_variable>
+#include <cstddef>
 #include <exception>
-#include <semaphore>
+#include <mutex>
+#include <optional>
 #include <utility>
 
 #include <httplib.h>
@@ -34,16 +37,58 @@ private:
     int _socket;
 };
 
-/// One of several that may work at a time.
+/// As many as may make an answer at a time.
+class Turns {
+public:
+    explicit Turns(std::ptrdiff_t count) : _free(count) {}
+
+    /// Waits for a turn; false, and none is taken, once there are to be no more.
+    bool take()
+    {
+        std::unique_lock lock(_mutex);
+        _isFree.wait(lock, [this] { return _free > 0 || _isOver; });
+        if (_isOver)
+            return false;
+        --_free;
+        return true;
+    }
+    void giveBack()
+    {
+        const std::lock_guard lock(_mutex);
+        ++_free;
+        _isFree.notify_one();
+    }
+    void end()
+    {
+        const std::lock_guard lock(_mutex);
+        _isOver = true;
+        _isFree.notify_all();
+    }
+
+private:
+    std::mutex _mutex;
+    std::condition_variable _isFree;
+    std::ptrdiff_t _free;
+    bool _isOver = false;
+};
+
+/// One of them, given back at the end. There may be none to take.
 class Turn {
 public:
-    explicit Turn(std::counting_semaphore<>& turns) : _turns(turns) { _turns.acquire(); }
-    ~Turn() { _turns.release(); }
+    explicit Turn(Turns& turns) : _turns(turns), _isTaken(turns.take()) {}
+    ~Turn()
+    {
+        if (_isTaken)
+            _turns.giveBack();
+    }
     Turn(const Turn&) = delete;
     Turn& operator=(const Turn&) = delete;
 
+    bool isTaken() const { return _isTaken; }
+
 private:
-    std::counting_semaphore<>& _turns;
+    Turns& _turns;
+    bool _isTaken;
 };
 
 /// The status for a request that cannot be answered as it came, 0 for one that can.
@@ -90,6 +135,7 @@ public:
     void stopServing()
     {
         _isStopping = true;
+        _turns.end();
         httplib::Server::stop();
     }
 
@@ -140,16 +186,25 @@ private:
         if (!stream.hasRequest() || _isStopping)
             return;  // nobody waits for an answer
         const RequestHead& head = reader.head();
-        const SiteAnswer answer = refusal == 0 ? answerTo(head) : refusalAnswer(refusal);
+        const auto answer = refusal == 0 ? answerTo(head) : std::optional(refusalAnswer(refusal));
+        if (answer)
+            send(*answer, head, stream);
+    }
+
+    void send(const SiteAnswer& answer, const RequestHead& head, BoundedStream& stream) const
+    {
         log(head, answer.status);
         if (stream.write(headOf(answer, Platform::shared().now())) && hasBody(answer, head.method))
             stream.write(answer.body);
         stream.finish();
     }
 
-    SiteAnswer answerTo(const RequestHead& head)
+    /// None where a stop comes first.
+    std::optional<SiteAnswer> answerTo(const RequestHead& head)
     {
         const Turn turn(_turns);
+        if (!turn.isTaken())
+            return std::nullopt;
         try {
             return _site.answer({head.method, head.target, head.ifNoneMatch});
         } catch (const std::exception&) {
@@ -179,7 +234,7 @@ private:
     Site& _site;
     AccessLog _accessLog;
     Limits _limits;
-    std::counting_semaphore<> _turns;
+    Turns _turns;
     std::atomic<bool> _isStopping{false};
 };
 

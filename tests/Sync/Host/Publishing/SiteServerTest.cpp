@@ -1,4 +1,5 @@
 #include <array>
+#include <atomic>
 #include <chrono>
 #include <functional>
 #include <memory>
@@ -216,6 +217,27 @@ TEST_F(SiteServers, SayThatTheyCanTakeNoConnectionsAnyMore)
     ASSERT_GE(socket, 0);
     ::shutdown(socket, SHUT_RDWR);
     EXPECT_THROW(network.run(), Exception);
+}
+
+TEST_F(SiteServers, AnswerEverybodyInTurn)
+{
+    server.share("EVENTS  ");
+    SiteServer::Limits limits = patient();
+    limits.answers = 1;
+    SiteServer network(site, "127.0.0.1", 0, {}, limits);
+    const Running running(network);
+    std::atomic<int> answered = 0;
+    std::vector<std::thread> clients;
+    for (int client = 0; client < 40; ++client)
+        clients.emplace_back([&] {
+            const Connection connection(network.port());
+            connection.send("GET /vl/calendar HTTP/1.1\r\nHost: a\r\n\r\n");
+            if (connection.receive().starts_with("HTTP/1.1 200 OK\r\n"))
+                ++answered;
+        });
+    for (std::thread& client : clients)
+        client.join();
+    EXPECT_EQ(answered, 40);
 }
 
 TEST_F(SiteServers, AreStoppedAtAnyTime)
