@@ -12,7 +12,6 @@ if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU" AND CMAKE_CXX_COMPILER_VERSION VERSION_L
 endif()
 
 # Nobody puts functions of his own in the place of ours, so that calls within a library need no detour.
-# A sixth of the time of loading a store, and more than optimising at link time would save.
 add_compile_options("$<$<CONFIG:Release>:-fno-semantic-interposition;-fno-plt>")
 add_link_options("$<$<CONFIG:Release>:LINKER:-Bsymbolic-functions>")
 

@@ -166,7 +166,7 @@ private:
     };
 
     /// What it holds is the kind's matter. A std::variant of the ten kinds does the same, but a
-    /// large store is loaded by moving values about, and a tenth of that time went into its moves.
+    /// large store is loaded by moving values about, and a variant asks for its kind out of line.
     union Content {
         Content() noexcept : scalar() {}
         ~Content() {}

@@ -13,6 +13,7 @@
 #include "Sync/PlugIns/iCal/Calendar/KTSyncAttachment.h"
 #include "Sync/PlugIns/iCal/Calendar/KTSyncCalendarTools.h"
 #include "Sync/PlugIns/iCal/Calendar/KTSyncRecurrenceRule.h"
+#include "Sync/PlugIns/iCal/Calendar/UnreadText.h"
 
 namespace kt {
 
@@ -101,13 +102,8 @@ private:
         if (!isAtColon && zone.find(';') == std::string_view::npos)
             return;
         reportLoss(stringWithFormat("%@ in '%@': die Zeitzone '%@' wird am %@ abgeschnitten", name,
-                                    title(), zone, isAtColon ? "Doppelpunkt" : "Semikolon"));
-    }
-
-    Value title() const
-    {
-        const Value& summary = _properties["SUMMARY"];
-        return summary.isNil() ? Value("") : summary;
+                                    titleIn(_properties), zone,
+                                    isAtColon ? "Doppelpunkt" : "Semikolon"));
     }
 
     void takeDate(const Property& property, std::string_view name)

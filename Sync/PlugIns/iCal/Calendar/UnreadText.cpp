@@ -95,13 +95,13 @@ std::string_view valueOfProperty(const LineList& item, std::string_view name)
         std::min(KTSyncCalendarTools::propertyKeyInLine(line).size() + 1, line.size()));
 }
 
+}  // namespace
+
 Value titleIn(const ComponentProperties& properties)
 {
     const Value& title = properties["SUMMARY"];
     return title.isNil() ? Value("") : title;
 }
-
-}  // namespace
 
 bool isOwnUID(std::string_view uid)
 {

@@ -9,6 +9,9 @@ namespace kt {
 
 // What the reading of an item file passes over or cuts short, told as losses.
 
+/// The title that a loss names an item by; an empty text without one.
+Value titleIn(const ComponentProperties& properties);
+
 /// Whether a UID is one that this system gave an item: its record key. What such an item lost was
 /// told when it was written, and would be told at every reading from then on.
 bool isOwnUID(std::string_view uid);
