@@ -63,13 +63,24 @@ bool takeNumber(std::string_view& text, std::size_t width, int& number)
     return true;
 }
 
-void appendNumber(std::string& out, int number, int width)
+constexpr std::size_t kMostDigits = 11;  // of a number with its sign
+
+/// At least as many digits as the width says; gives where the next character goes.
+char* putNumber(char* out, int number, int width)
 {
-    std::array<char, 16> buffer{};
-    const auto end = std::to_chars(buffer.data(), buffer.data() + buffer.size(), number).ptr;
-    const auto length = static_cast<std::size_t>(end - buffer.data());
-    const auto room = static_cast<std::size_t>(width);
-    out.append(room > length ? room - length : 0, '0').append(buffer.data(), length);
+    if (number < 0 || number > 9999 || (width == 2 && number > 99)) {
+        std::array<char, kMostDigits> buffer{};
+        const auto end = std::to_chars(buffer.data(), buffer.data() + buffer.size(), number).ptr;
+        out = std::fill_n(out, std::max<std::ptrdiff_t>(width - (end - buffer.data()), 0), '0');
+        return std::copy(buffer.data(), end, out);
+    }
+    if (width == 4) {
+        *out++ = static_cast<char>('0' + number / 1000);
+        *out++ = static_cast<char>('0' + number / 100 % 10);
+    }
+    *out++ = static_cast<char>('0' + number / 10 % 10);
+    *out++ = static_cast<char>('0' + number % 10);
+    return out;
 }
 
 Date dateOfSeconds(cctz::time_point<cctz::seconds> seconds)
@@ -117,22 +128,36 @@ std::optional<CalendarDate> CalendarDate::dateWithString(std::string_view text,
     return date;
 }
 
+std::optional<CalendarDate> CalendarDate::dateWithDigits(std::string_view date,
+                                                         std::string_view time)
+{
+    CalendarDate found;
+    if (!takeNumber(date, 4, found.year) || !takeNumber(date, 2, found.month) ||
+        !takeNumber(date, 2, found.day) || !date.empty())
+        return std::nullopt;
+    if (!time.empty() && (!takeNumber(time, 2, found.hour) || !takeNumber(time, 2, found.minute) ||
+                          !takeNumber(time, 2, found.second) || !time.empty()))
+        return std::nullopt;
+    return isReal(found) ? std::optional(found) : std::nullopt;
+}
+
 std::string CalendarDate::descriptionWithCalendarFormat(std::string_view format) const
 {
     CalendarDate copy = *this;
-    std::string out;
-    out.reserve(2 * format.size());
+    std::string description(kMostDigits * format.size(), '\0');
+    char* out = description.data();
     for (std::size_t index = 0; index < format.size(); ++index) {
         const bool isDirective = format[index] == '%' && index + 1 < format.size();
         const char letter = isDirective ? format[index + 1] : '\0';
         if (const int* field = fieldOf(copy, letter)) {
-            appendNumber(out, *field, letter == 'Y' ? 4 : 2);
+            out = putNumber(out, *field, letter == 'Y' ? 4 : 2);
             ++index;
         } else {
-            out += format[index];
+            *out++ = format[index];
         }
     }
-    return out;
+    description.resize(static_cast<std::size_t>(out - description.data()));
+    return description;
 }
 
 Date instantOfCalendarDate(const CalendarDate& date, std::string_view timezone, LocalTimeKind* kind)

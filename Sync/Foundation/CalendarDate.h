@@ -22,6 +22,11 @@ struct CalendarDate {
     static std::optional<CalendarDate> dateWithString(std::string_view text,
                                                       std::string_view calendarFormat);
 
+    /// The date in eight digits and the time in six, or midnight for an empty time: what
+    /// dateWithString gives for `%Y%m%d` and `%H%M%S`, at a fraction of the cost.
+    static std::optional<CalendarDate> dateWithDigits(std::string_view date,
+                                                      std::string_view time = {});
+
     /// descriptionWithCalendarFormat: for the same letters; what it does not know is copied.
     std::string descriptionWithCalendarFormat(std::string_view format) const;
 

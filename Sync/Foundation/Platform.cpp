@@ -160,7 +160,7 @@ void Platform::setHomeDirectory(std::string path)
 std::string Platform::localTimeZoneName() const
 {
     if (auto name = _state->read(&State::localTimeZoneName))
-        return *name;
+        return *std::move(name);
     std::string name = defaultTimeZoneName();
     _state->write(&State::localTimeZoneName, std::optional(name));
     return name;

@@ -3,14 +3,17 @@
 #include "Sync/Foundation/PosixFileManager.h"
 
 #include <algorithm>
+#include <array>
 #include <atomic>
 #include <cerrno>
 #include <climits>
+#include <cstdint>
 #include <cstdlib>
 #include <string>
 
 #include <dirent.h>
 #include <fcntl.h>
+#include <sys/mman.h>
 #include <sys/stat.h>
 
 #include "Sync/Foundation/FileDescriptor.h"
@@ -98,6 +101,21 @@ bool fill(FileDescriptor& file, std::string_view bytes, const std::string& targe
     return file.close() && isFilled;
 }
 
+/// A text with room for that many bytes. A page that is touched for the first time costs about as
+/// much as reading it, so what is large asks for large pages.
+std::string textWithRoom(std::size_t size)
+{
+    constexpr std::size_t kLargePage = std::size_t{1} << 21;
+    std::string text;
+    text.reserve(size);
+    const auto start = reinterpret_cast<std::uintptr_t>(text.data());
+    const std::uintptr_t first = (start + kLargePage - 1) / kLargePage * kLargePage;
+    const std::uintptr_t behind = (start + size) / kLargePage * kLargePage;
+    if (behind > first)
+        ::madvise(reinterpret_cast<void*>(first), behind - first, MADV_HUGEPAGE);
+    return text;
+}
+
 }  // namespace
 
 std::shared_ptr<FileManager> makePosixFileManager() { return std::make_shared<PosixFileManager>(); }
@@ -146,24 +164,21 @@ std::optional<std::string> PosixFileManager::contentsAtPath(const std::string& p
     if (!file.isOpen() || ::fstat(file.get(), &status) != 0 || !S_ISREG(status.st_mode))
         return std::nullopt;
 
-    // One byte more than there should be: a short read then says that this was all.
-    std::string bytes(static_cast<std::size_t>(status.st_size) + 1, '\0');
-    std::size_t length = 0;
+    const auto size = static_cast<std::size_t>(status.st_size);
+    std::string bytes = textWithRoom(size);
+    std::array<char, 1 << 16> buffer;
     while (true) {
-        const ssize_t count = ::read(file.get(), bytes.data() + length, bytes.size() - length);
+        const ssize_t count = ::read(file.get(), buffer.data(), buffer.size());
         if (count < 0 && errno == EINTR)
             continue;
         if (count < 0)
             return std::nullopt;
-        length += static_cast<std::size_t>(count);
-        if (length < bytes.size() &&
-            (count == 0 || length == static_cast<std::size_t>(status.st_size)))
-            break;
-        if (length == bytes.size())
-            bytes.resize(2 * bytes.size());
+        const auto length = static_cast<std::size_t>(count);
+        bytes.append(buffer.data(), length);
+        // A short read at the size that there should be says that this was all.
+        if (length == 0 || (length < buffer.size() && bytes.size() == size))
+            return bytes;
     }
-    bytes.resize(length);
-    return bytes;
 }
 
 bool PosixFileManager::writeAtomically(std::string_view bytes, const std::string& path)

@@ -23,6 +23,11 @@ bool isReadableUTF8(std::string_view bytes);
 
 /// Joins a high half followed by a low half into the character they stand for.
 std::string joinedSurrogateHalves(std::string text);
+/// Whether there is a byte that each half begins with: without one there is nothing to join.
+inline bool mayHoldSurrogateHalves(std::string_view text)
+{
+    return text.find('\xED') != std::string_view::npos;
+}
 
 /// componentsSeparatedByString: "a,,b" gives three pieces, "" gives one. The views point into the
 /// text.

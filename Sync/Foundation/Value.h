@@ -113,6 +113,7 @@ public:
     bool isArray() const { return kind() == Kind::array; }
     bool isDictionary() const { return kind() == Kind::dictionary; }
     bool isData() const { return kind() == Kind::data; }
+    bool isObject() const { return kind() == Kind::object; }
     /// Boolean, integer or real.
     bool isNumber() const;
 
@@ -132,7 +133,11 @@ public:
     template <class T>
     std::shared_ptr<const T> objectOfClass() const
     {
-        return kind() == Kind::object ? std::dynamic_pointer_cast<const T>(object()) : nullptr;
+        if (kind() != Kind::object)
+            return nullptr;
+        const auto* found =
+            dynamic_cast<const T*>(static_cast<const Object*>(_content.shared.get()));
+        return found == nullptr ? nullptr : std::shared_ptr<const T>(_content.shared, found);
     }
 
     /// A number, clamped and truncated; a text's leading integer (blanks and a sign allowed, 0 when
@@ -213,12 +218,16 @@ private:
         other.releaseContent();
         other._kind = Kind::nil;
     }
+    /// Leaves a scalar behind.
     void releaseContent() noexcept
     {
         if (_kind == Kind::string)
             std::destroy_at(&_content.text);
         else if (isShared())
             std::destroy_at(&_content.shared);
+        else
+            return;
+        std::construct_at(&_content.scalar);
     }
     template <class T>
     const T& sharedAs(Kind expected) const;

@@ -15,22 +15,24 @@ constexpr std::string_view kUTC = "Etc/UTC";
 constexpr std::size_t kDateLength = 8;
 constexpr std::size_t kDateTimeLength = 15;
 
-/// The last digits of a number, written up to `end`.
-void putDigits(char* end, int number, int width)
+/// The last two digits of a number; of a negative one, something that the caller writes over.
+void putDigits(char* out, int number)
 {
-    for (; width > 0; --width, number /= 10)
-        *--end = static_cast<char>('0' + number % 10);
+    out[0] = static_cast<char>('0' + number / 10 % 10);
+    out[1] = static_cast<char>('0' + number % 10);
 }
 
 std::string dateTimeText(const CalendarDate& date)
 {
     std::string text(kDateTimeLength, 'T');  // needs no room of the heap
-    putDigits(&text[4], date.year, 4);
-    putDigits(&text[6], date.month, 2);
-    putDigits(&text[8], date.day, 2);
-    putDigits(&text[11], date.hour, 2);
-    putDigits(&text[13], date.minute, 2);
-    putDigits(text.data() + kDateTimeLength, date.second, 2);
+    char* const out = text.data();
+    putDigits(out, date.year / 100);
+    putDigits(out + 2, date.year);
+    putDigits(out + 4, date.month);
+    putDigits(out + 6, date.day);
+    putDigits(out + 9, date.hour);
+    putDigits(out + 11, date.minute);
+    putDigits(out + 13, date.second);
     if (date.year < 0 || date.year > 9999)  // what an instant may come to in another zone
         text.replace(0, 4, std::to_string(date.year));
     return text;

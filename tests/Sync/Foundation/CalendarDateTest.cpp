@@ -68,6 +68,49 @@ TEST(CalendarDate, CopiesWhatItDoesNotKnow)
     EXPECT_EQ(CalendarDate().descriptionWithCalendarFormat("%B %% %"), "%B %% %");
 }
 
+TEST(CalendarDate, WritesYearsThatFourDigitsDoNotHold)
+{
+    EXPECT_EQ((CalendarDate{12345, 1, 2, 0, 0, 0}).descriptionWithCalendarFormat("%Y%m%d"),
+              "123450102");
+    EXPECT_EQ((CalendarDate{-5, 1, 2, 0, 0, 0}).descriptionWithCalendarFormat("%Y"), "00-5");
+    EXPECT_EQ((CalendarDate{std::numeric_limits<int>::min(), 1, 2, 0, 0, 0})
+                  .descriptionWithCalendarFormat("%Y%Y"),
+              "-2147483648-2147483648");
+}
+
+struct DigitsRow {
+    std::string date;
+    std::string time;
+    std::optional<CalendarDate> found;
+};
+class CalendarDateDigits : public TestWithParam<DigitsRow> {};
+INSTANTIATE_TEST_SUITE_P(
+    Rows, CalendarDateDigits,
+    Values(DigitsRow{"20071224", "", CalendarDate{2007, 12, 24, 0, 0, 0}},
+           DigitsRow{"20071224", "101112", CalendarDate{2007, 12, 24, 10, 11, 12}},
+           DigitsRow{"20071231", "235960", CalendarDate{2007, 12, 31, 23, 59, 60}},
+           DigitsRow{"20070229", "", std::nullopt}, DigitsRow{"20071224", "240000", std::nullopt},
+           DigitsRow{"2007122", "", std::nullopt}, DigitsRow{"200712241", "", std::nullopt},
+           DigitsRow{"20071224", "10111", std::nullopt},
+           DigitsRow{"20071224", "1011123", std::nullopt}, DigitsRow{"", "", std::nullopt},
+           DigitsRow{"", "101112", std::nullopt}, DigitsRow{"2007122x", "", std::nullopt},
+           DigitsRow{"20071224", "10 112", std::nullopt}));
+
+TEST_P(CalendarDateDigits, AreADateAndPerhapsATime)
+{
+    EXPECT_EQ(CalendarDate::dateWithDigits(GetParam().date, GetParam().time), GetParam().found);
+}
+
+RC_GTEST_PROP(CalendarDateDigits, AreReadAsWithAFormat, ())
+{
+    const auto digits = rc::gen::element('0', '0', '1', '1', '2', '3', '5', '9');
+    const auto date = *rc::gen::container<std::string>(8, digits);
+    const auto time = *rc::gen::container<std::string>(6, digits);
+    RC_ASSERT(CalendarDate::dateWithDigits(date, time) ==
+              CalendarDate::dateWithString(date + time, "%Y%m%d%H%M%S"));
+    RC_ASSERT(CalendarDate::dateWithDigits(date) == CalendarDate::dateWithString(date, "%Y%m%d"));
+}
+
 TEST(CalendarDate, IsComparedFieldByField)
 {
     EXPECT_LT((CalendarDate{2007, 12, 24, 9, 0, 0}), (CalendarDate{2007, 12, 24, 10, 0, 0}));

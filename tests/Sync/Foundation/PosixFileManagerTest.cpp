@@ -47,8 +47,11 @@ TEST_F(PosixFileManagerFiles, ListsNothingButTellsWhyThereIsNothing)
 
 TEST_F(PosixFileManagerFiles, ReadsWholeFiles)
 {
-    for (const std::size_t size : {0, 1, 4095, 4096, 4097, 300'000}) {
-        const std::string bytes(size, 'x');
+    for (const std::size_t size :
+         {0, 1, 15, 16, 4095, 4096, 4097, 65'535, 65'536, 65'537, 300'000, 5'000'000}) {
+        std::string bytes(size, 'x');
+        for (std::size_t place = 0; place < size; place += 997)
+            bytes[place] = static_cast<char>(place / 997);
         folder.write("file", bytes);
         EXPECT_EQ(manager.contentsAtPath(folder.path("file")), bytes) << size;
     }
