@@ -50,6 +50,15 @@ TEST_F(ItemFileTest, ALineEndThatAFoldCutIsPutTogether)
     EXPECT_EQ(textOf("a\r\r\n \nb\r\r\n \nc\r\nd\r\r\n \n"), "a\r\nb\r\nc\r\nd\r\n");
 }
 
+TEST_F(ItemFileTest, ACutLineEndIsFoundWhereverItStands)
+{
+    for (std::size_t position = 0; position < 200; ++position) {
+        const std::string before(position, 'a');
+        ASSERT_EQ(textOf(before + "\r\r\n \nb"), before + "\r\nb") << position;
+        ASSERT_EQ(textOf(before + "\r\r\n \n" + before), before + "\r\n" + before) << position;
+    }
+}
+
 TEST_F(ItemFileTest, WhatOnlyResemblesACutLineEndStays)
 {
     for (const std::string text :
