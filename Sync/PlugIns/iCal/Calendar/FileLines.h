@@ -2,6 +2,8 @@
 
 #include <algorithm>
 #include <cstddef>
+#include <optional>
+#include <string>
 #include <string_view>
 #include <utility>
 #include <vector>
@@ -15,6 +17,15 @@ namespace kt {
 /// each stretch. The text outlives it.
 class FileLines {
 public:
+    /// A line that begins or ends a component.
+    struct Marker {
+        bool isBegin = false;
+        std::string_view line;
+
+        /// Where the line behind it begins.
+        const char* behind() const { return line.data() + line.size() + kLineEnd.size(); }
+    };
+
     /// Every line of the text ends in CR LF.
     explicit FileLines(std::string_view text) : _text(text) {}
 
@@ -22,36 +33,36 @@ public:
     template <class Visit>
     void forEach(Visit&& visit) const
     {
-        walk(_text, visit, [](std::string_view) {});
+        walk(_text, visit);
     }
     /// The lines in a stretch of the text, which begins and ends where lines do.
     LineList linesIn(std::string_view stretch) const;
+    /// The same in place of what the list holds, so that one list does for many stretches.
+    void putLines(std::string_view stretch, LineList& into) const;
     LineList lines() const { return linesIn(_text); }
+    const char* end() const { return _text.data() + _text.size(); }
 
-    /// Asks `claims` about every line in order and takes out those for which it answers true.
-    template <class Claims>
-    void removeIf(Claims&& claims)
+    /// Calls `visit` for the lines that begin and end components of that name, in order. Finds them
+    /// without going through the lines between them.
+    template <class Visit>
+    void forEachMarker(std::string_view name, Visit&& visit) const
     {
-        std::vector<std::string_view> gaps;
-        const auto leaveOut = [&](std::string_view stretch) {
-            if (!gaps.empty() && gaps.back().end() == stretch.begin())
-                gaps.back() = {gaps.back().data(), gaps.back().size() + stretch.size()};
-            else
-                gaps.push_back(stretch);
-        };
-        const auto ask = [&](std::string_view line) {
-            if (claims(line))
-                leaveOut({line.data(), line.size() + kLineEnd.size()});
-        };
-        walk(_text, ask, leaveOut);
-        _gaps = std::move(gaps);
+        const char* start = _text.data();
+        for (std::string_view gap : _gaps) {
+            findMarkers(name, {start, static_cast<std::size_t>(gap.data() - start)}, visit);
+            start = gap.data() + gap.size();
+        }
+        findMarkers(name, {start, static_cast<std::size_t>(end() - start)}, visit);
     }
+
+    /// Takes stretches out, which begin and end where lines do and stand in order.
+    void remove(const std::vector<std::string_view>& stretches);
 
 private:
     static constexpr std::string_view kLineEnd = "\r\n";
 
-    template <class VisitLine, class VisitGap>
-    void walk(std::string_view stretch, VisitLine&& visitLine, VisitGap&& visitGap) const
+    template <class Visit>
+    void walk(std::string_view stretch, Visit&& visit) const
     {
         auto gap = std::lower_bound(_gaps.begin(), _gaps.end(), stretch.data(),
                                     [](std::string_view left, const char* position) {
@@ -59,15 +70,36 @@ private:
                                     });
         while (!stretch.empty()) {
             if (gap != _gaps.end() && gap->data() == stretch.data()) {
-                visitGap(*gap);
                 stretch.remove_prefix(gap->size());
                 ++gap;
                 continue;
             }
-            const std::string_view line = stretch.substr(0, stretch.find(kLineEnd));
+            const std::string_view line = stretch.substr(0, lengthOfLine(stretch));
             stretch.remove_prefix(std::min(line.size() + kLineEnd.size(), stretch.size()));
-            visitLine(line);
+            visit(line);
         }
+    }
+    template <class Visit>
+    static void findMarkers(std::string_view name, std::string_view piece, Visit& visit)
+    {
+        // Begins with the name: its first letter is rarer than what stands in front of it.
+        const std::string tail = std::string(name) + std::string(kLineEnd);
+        for (std::size_t at = piece.find(tail); at != std::string_view::npos;
+             at = piece.find(tail, at + tail.size())) {
+            if (const auto marker = markerWithNameAt(piece, at, name))
+                visit(*marker);
+        }
+    }
+    /// The line that ends with the name at that position, when it is one that begins or ends a
+    /// component. The text begins where a line does.
+    static std::optional<Marker> markerWithNameAt(std::string_view text, std::size_t position,
+                                                  std::string_view name);
+    static std::size_t lengthOfLine(std::string_view text)
+    {
+        std::size_t lineFeed = text.find('\n');
+        while (lineFeed != std::string_view::npos && (lineFeed == 0 || text[lineFeed - 1] != '\r'))
+            lineFeed = text.find('\n', lineFeed + 1);
+        return lineFeed == std::string_view::npos ? text.size() : lineFeed - 1;
     }
 
     std::string_view _text;
@@ -86,6 +118,10 @@ public:
     std::size_t size() const { return _stretches.size(); }
     /// The index must be below size().
     LineList operator[](std::size_t index) const { return _lines.linesIn(_stretches[index]); }
+    void putLines(std::size_t index, LineList& into) const
+    {
+        _lines.putLines(_stretches[index], into);
+    }
 
 private:
     FileLines _lines;  // as they were

@@ -1,7 +1,7 @@
 // Reads the item files of a calendar's folder into its two lists.
 
 #include <cstddef>
-#include <cstring>
+#include <cstdint>
 #include <optional>
 #include <string_view>
 #include <unordered_map>
@@ -10,6 +10,7 @@
 #include "Sync/Foundation/FileManager.h"
 #include "Sync/HostInterface/Guard.h"
 #include "Sync/HostInterface/KTLossReport.h"
+#include "Sync/PlugIns/iCal/Calendar/DigestTable.h"
 #include "Sync/PlugIns/iCal/Calendar/ItemFile.h"
 #include "Sync/PlugIns/iCal/Calendar/KTSyncCalendar.h"
 #include "Sync/PlugIns/iCal/Calendar/KTSyncCalendarTools.h"
@@ -153,15 +154,6 @@ private:
     std::unordered_map<const KTSyncEvent*, Dictionary> _firsts;
 };
 
-struct DigestHash {
-    std::size_t operator()(const SHA1Digest& digest) const noexcept
-    {
-        std::size_t hash = 0;  // any bytes of a digest are as good as others
-        std::memcpy(&hash, digest.data(), sizeof hash);
-        return hash;
-    }
-};
-
 /// A UID may have come twice and is an array then, which is no text but as good a name.
 std::string nameOfUID(const Value& uid) { return (uid.isString() ? "s" : "v") + uid.description(); }
 
@@ -236,7 +228,7 @@ private:
 
     void loadItems(FileLines lines)
     {
-        _series.clear();
+        _firstEventOfFile = _calendar._events->size();
         _occurrences.clear();
         const FileComponents events =
             KTSyncCalendarTools::findAndRemoveComponents("VEVENT", lines, _logger);
@@ -251,18 +243,20 @@ private:
     /// Grows once for a file of many events, not over and over; small files grow as they go.
     void makeRoomForEvents(std::size_t count)
     {
-        if (count <= _known.bucket_count())
+        Events& events = *_calendar._events;
+        if (count <= events.size())
             return;
-        _known.reserve(_known.size() + count);
-        _calendar._events->reserve(_calendar._events->size() + count);
+        _known.reserve(events.size() + count);
+        events.reserve(events.size() + count);
     }
 
     void loadComponents(const FileComponents& components, std::string_view failure,
                         void (Loading::*load)(LineList&, const AsRead&))
     {
+        LineList component;
         for (std::size_t index = 0; index < components.size(); ++index) {
             const AsRead asRead{components, index};
-            LineList component = components[index];
+            components.putLines(index, component);
             reportCutKeys(component);
             guarded(
                 _logger, failure, [&] { return asRead.description(); },
@@ -278,27 +272,42 @@ private:
             logMsg(_helper, "Leeres Ereignis aus:\n%@", asRead.description());
             return;
         }
-        const auto [known, isNew] = _known.emplace(*event->uniquenessDigest(), event.get());
-        if (!isNew) {
+        Events& events = *_calendar._events;
+        const auto position = static_cast<std::uint32_t>(events.size());
+        const std::uint32_t known =
+            _known.enter(*event->uniquenessDigest(), position,
+                         [&](std::uint32_t at) { return *events[at]->uniquenessDigest(); });
+        if (known != position) {
             logMsg(_helper, "Doppeltes Ereignis:\n%@", asRead.description());
-            if (!_copies.isCopyOf(*known->second, *event))
+            if (!_copies.isCopyOf(*events[known], *event))
                 reportLoss("Doppeltes Ereignis, das vom ersten abweicht, wird nicht übernommen");
             return;
         }
-        if (!event->uid().isNil()) {
-            if (event->recurrenceRule())
-                _series[nameOfUID(event->uid())] = event;
-            else if (event->recurrenceId())
-                _occurrences.push_back(event);
+        if (!event->recurrenceRule() && event->recurrenceId() && !event->uid().isNil())
+            _occurrences.push_back(event.get());
+        events.push_back(std::move(event));
+    }
+
+    /// The series of this file by their UIDs, asked for only where there are occurrences.
+    std::unordered_map<std::string, KTSyncEvent*> seriesByUID() const
+    {
+        std::unordered_map<std::string, KTSyncEvent*> series;
+        const Events& events = *_calendar._events;
+        for (std::size_t index = _firstEventOfFile; index < events.size(); ++index) {
+            if (events[index]->recurrenceRule() && !events[index]->uid().isNil())
+                series[nameOfUID(events[index]->uid())] = events[index].get();
         }
-        _calendar._events->push_back(std::move(event));
+        return series;
     }
 
     void linkOccurrences() const
     {
-        for (const auto& occurrence : _occurrences) {
-            const auto series = _series.find(nameOfUID(occurrence->uid()));
-            if (series == _series.end())
+        if (_occurrences.empty())
+            return;
+        const auto seriesOfFile = seriesByUID();
+        for (KTSyncEvent* occurrence : _occurrences) {
+            const auto series = seriesOfFile.find(nameOfUID(occurrence->uid()));
+            if (series == seriesOfFile.end())
                 continue;
             occurrence->setRecurrenceParentRecordKey(series->second->recordKey());
             series->second->addRecurrenceExceptionDate(occurrence->recurrenceId());
@@ -318,12 +327,10 @@ private:
     KTSyncPluginHelper* _helper;
     KTFileLogger* _logger;
     const Value _parentKey;  // one text for all items
-    // The events that are kept, by what makes them unique: a copy of the digest, because going to
-    // the events for it would miss the cache once or more for each.
-    std::unordered_map<SHA1Digest, const KTSyncEvent*, DigestHash> _known;
+    DigestTable _known;      // where the events stand, by what makes them unique
     CopyCheck _copies;
-    std::unordered_map<std::string, std::shared_ptr<KTSyncEvent>> _series;  // of this file, by UID
-    std::vector<std::shared_ptr<KTSyncEvent>> _occurrences;  // of this file, detached
+    std::size_t _firstEventOfFile = 0;
+    std::vector<KTSyncEvent*> _occurrences;  // of this file, detached; the calendar owns them
 };
 
 std::optional<std::string> KTSyncCalendar::itemsFolder() const

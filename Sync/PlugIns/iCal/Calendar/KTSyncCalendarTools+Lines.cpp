@@ -16,7 +16,6 @@ namespace kt {
 namespace {
 
 constexpr std::size_t kLineLength = 75;  // characters in one physical line
-constexpr std::string_view kLineEnd = "\r\n";
 constexpr std::string_view kFold = "\r\n ";
 
 std::string foldedASCII(std::string_view line, std::size_t position)
@@ -65,111 +64,135 @@ std::string foldedText(std::string_view line, std::size_t position, std::size_t 
     return folded;
 }
 
-/// Gathers components as lists of lines.
-struct GatheredLists {
-    void begin(std::string_view /*marker*/)
-    {
-        constexpr std::size_t kUsualLines = 8;  // of an alarm
-        current = LineList();
-        current.reserve(kUsualLines);
-    }
-    void add(std::string_view line) { current.append(line); }
-    void end(std::string_view /*marker*/) { components.push_back(std::exchange(current, {})); }
+/// A component that is still open here is lost with its lines.
+void reportUnclosed(std::string_view name, std::size_t lineCount)
+{
+    reportLoss(stringWithFormat("Komponente '%@' ohne END, %d Zeilen verworfen", name, lineCount));
+}
 
-    LineList current;
-    std::vector<LineList> components;
-};
+[[noreturn]] void throwStrayEnd(std::string_view name)
+{
+    throw Exception(NSInvalidArgumentException, "END ohne BEGIN: END:" + std::string(name));
+}
 
-/// Gathers components as stretches of the text that all lines are views into.
-struct GatheredStretches {
-    void begin(std::string_view marker) { start = marker.data() + marker.size() + kLineEnd.size(); }
-    void add(std::string_view /*line*/) {}
-    void end(std::string_view marker)
-    {
-        components.emplace_back(start, static_cast<std::size_t>(marker.data() - start));
-    }
-
-    const char* start = nullptr;
-    std::vector<std::string_view> components;
-};
-
-/// The state of taking the components of one name out of some lines.
-template <class Gathered>
-class ComponentCollector {
+/// The components of one name in a list of lines.
+class ListedComponents {
 public:
-    explicit ComponentCollector(std::string_view name)
+    ListedComponents(std::string_view name, const LineList& lines)
         : _name(name),
-          _begin("BEGIN:" + std::string(name)),
-          _end("END:" + std::string(name))
+          _mayHoldHalves(lines.mayHoldHalves())
     {}
 
     /// Whether the line belongs to a component of that name, its markers included. Throws Exception
     /// for an END without a component to end.
     bool claims(std::string_view line)
     {
-        if (line == _begin) {
-            reportUnclosed();
+        if (isMarker(line, "BEGIN:")) {
+            finish();
             _isOpen = true;
-            _lineCount = 0;
-            _gathered.begin(line);
-        } else if (line == _end) {
+            _open = LineList();
+            _open.reserve(kUsualLines);
+            _open.setMayHoldHalves(_mayHoldHalves);
+        } else if (isMarker(line, "END:")) {
             if (!_isOpen)
-                throw Exception(NSInvalidArgumentException, "END ohne BEGIN: " + _end);
+                throwStrayEnd(_name);
             _isOpen = false;
-            _gathered.end(line);
+            components.push_back(std::exchange(_open, {}));
         } else {
-            if (_isOpen) {
-                ++_lineCount;
-                _gathered.add(line);
-            }
+            if (_isOpen)
+                _open.append(line);
             return _isOpen;
         }
         return true;
     }
 
-    /// A component still open here is lost with its lines.
-    void reportUnclosed() const
+    void finish() const
     {
         if (_isOpen)
-            reportLoss(stringWithFormat("Komponente '%@' ohne END, %d Zeilen verworfen", _name,
-                                        _lineCount));
+            reportUnclosed(_name, _open.size());
     }
 
-    auto components() { return std::move(_gathered.components); }
+    std::vector<LineList> components;
 
 private:
+    static constexpr std::size_t kUsualLines = 8;  // of an alarm
+
+    bool isMarker(std::string_view line, std::string_view word) const
+    {
+        return line.size() == word.size() + _name.size() && line.starts_with(word) &&
+               line.ends_with(_name);
+    }
+
     std::string_view _name;
-    std::string _begin;
-    std::string _end;
+    bool _mayHoldHalves;
     bool _isOpen = false;
-    std::size_t _lineCount = 0;  // of the open one
-    Gathered _gathered;
+    LineList _open;
 };
 
-std::string descriptionOf(const LineList& lines) { return lines.description(); }
-std::string descriptionOf(const FileLines& lines) { return lines.lines().description(); }
+/// The components of one name in a file, as stretches of its text, and the stretches that they take
+/// up with their markers.
+class ComponentStretches {
+public:
+    ComponentStretches(std::string_view name, const FileLines& lines) : _name(name), _lines(lines)
+    {}
 
-template <class Gathered, class Lines>
-auto componentsTakenOut(std::string_view name, Lines& lines, KTFileLogger* fileLogger)
-{
-    ComponentCollector<Gathered> collector(name);
-    std::optional<Exception> failure;
-    lines.removeIf([&](std::string_view line) {
-        return !failure && guardedOr([&] { return collector.claims(line); },
-                                     [&](const Exception& exception) {
-                                         failure = exception;
-                                         return false;
-                                     });
-    });
-    if (failure) {
-        logTo(fileLogger,
-              "[KTSyncCalendarTools findAndRemoveComponents] '%@':\n%@\n>>>>>>>>>>\n%@>>>>>>>>>>\n",
-              name, descriptionOf(lines), *failure);
-        reportLoss(stringWithFormat("END ohne BEGIN: alles ab 'END:%@' bleibt ungelesen", name));
-    } else {
-        collector.reportUnclosed();
+    /// Throws Exception for an END without a component to end.
+    void add(const FileLines::Marker& marker)
+    {
+        if (marker.isBegin) {
+            closeAt(marker.line.data());
+            _begin = marker.line.data();
+            _content = marker.behind();
+        } else {
+            if (_begin == nullptr)
+                throwStrayEnd(_name);
+            components.push_back(stretch(_content, marker.line.data()));
+            claimUntil(marker.behind());
+        }
     }
-    return collector.components();
+
+    /// Drops what is open there.
+    void closeAt(const char* position)
+    {
+        if (_begin == nullptr)
+            return;
+        reportUnclosed(_name, _lines.linesIn(stretch(_content, position)).size());
+        claimUntil(position);
+    }
+
+    std::vector<std::string_view> components;
+    std::vector<std::string_view> claimed;
+
+private:
+    /// Components that follow one another are one stretch.
+    void claimUntil(const char* position)
+    {
+        const char* start = std::exchange(_begin, nullptr);
+        if (!claimed.empty() && claimed.back().data() + claimed.back().size() == start) {
+            start = claimed.back().data();
+            claimed.pop_back();
+        }
+        claimed.push_back(stretch(start, position));
+    }
+    static std::string_view stretch(const char* start, const char* end)
+    {
+        return {start, static_cast<std::size_t>(end - start)};
+    }
+
+    std::string_view _name;
+    const FileLines& _lines;
+    const char* _begin = nullptr;  // of what is open
+    const char* _content = nullptr;
+};
+
+template <class Lines>
+void reportStrayEnd(std::string_view name, const Lines& lines, const Exception& exception,
+                    KTFileLogger* fileLogger)
+{
+    logTo(fileLogger,
+          "[KTSyncCalendarTools findAndRemoveComponents] '%@':\n%@\n>>>>>>>>>>\n%@>>>>>>>>>>\n",
+          name, lines.description(), exception);
+    reportLoss(stringWithFormat("END ohne BEGIN: alles ab 'END:%@' bleibt ungelesen", name));
 }
 
 }  // namespace
@@ -217,7 +240,20 @@ std::vector<LineList> KTSyncCalendarTools::findAndRemoveComponents(std::string_v
                                                                    LineList& fromLines,
                                                                    KTFileLogger* fileLogger)
 {
-    return componentsTakenOut<GatheredLists>(name, fromLines, fileLogger);
+    ListedComponents found(name, fromLines);
+    std::optional<Exception> failure;
+    fromLines.removeIf([&](std::string_view line) {
+        return !failure && guardedOr([&] { return found.claims(line); },
+                                     [&](const Exception& exception) {
+                                         failure = exception;
+                                         return false;
+                                     });
+    });
+    if (failure)
+        reportStrayEnd(name, fromLines, *failure, fileLogger);
+    else
+        found.finish();
+    return std::move(found.components);
 }
 
 FileComponents KTSyncCalendarTools::findAndRemoveComponents(std::string_view name,
@@ -225,7 +261,18 @@ FileComponents KTSyncCalendarTools::findAndRemoveComponents(std::string_view nam
                                                             KTFileLogger* fileLogger)
 {
     FileLines before = fromLines;
-    return {std::move(before), componentsTakenOut<GatheredStretches>(name, fromLines, fileLogger)};
+    ComponentStretches found(name, before);
+    std::optional<Exception> failure;
+    guardedOr(
+        [&] {
+            before.forEachMarker(name, [&](const FileLines::Marker& marker) { found.add(marker); });
+            found.closeAt(before.end());
+        },
+        [&](const Exception& exception) { failure = exception; });
+    fromLines.remove(found.claimed);
+    if (failure)
+        reportStrayEnd(name, fromLines.lines(), *failure, fileLogger);
+    return {std::move(before), std::move(found.components)};
 }
 
 }  // namespace kt

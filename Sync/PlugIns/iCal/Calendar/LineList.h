@@ -30,6 +30,7 @@ public:
     const_iterator begin() const { return _lines.begin(); }
     const_iterator end() const { return _lines.end(); }
 
+    void clear() { _lines.clear(); }
     void reserve(std::size_t count) { _lines.reserve(count); }
     void append(std::string_view line) { _lines.push_back(line); }
 
@@ -45,13 +46,22 @@ public:
         _lines.resize(kept);
     }
 
+    /// Whether halves of a character beyond the BMP may stand in the lines, which a fold has cut.
+    /// Who fills the list may know that there are none, and then nobody looks for any.
+    bool mayHoldHalves() const { return _mayHoldHalves; }
+    void setMayHoldHalves(bool mayHold) { _mayHoldHalves = mayHold; }
+
     /// As an array describes itself: the old ASCII property-list form.
     std::string description() const;
 
-    friend bool operator==(const LineList&, const LineList&) = default;
+    friend bool operator==(const LineList& left, const LineList& right)
+    {
+        return left._lines == right._lines;
+    }
 
 private:
     std::vector<std::string_view> _lines;
+    bool _mayHoldHalves = true;
 };
 
 }  // namespace kt

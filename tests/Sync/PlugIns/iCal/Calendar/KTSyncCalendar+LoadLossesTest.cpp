@@ -51,6 +51,22 @@ TEST_F(KTSyncCalendarLoadLosses, AComponentInsideAnEventThatNobodyTakesIsTold)
     EXPECT_THAT(lossReasons(), ElementsAre("Komponente 'PARTICIPANT' wird nicht übernommen"));
 }
 
+TEST_F(KTSyncCalendarLoadLosses, AnEventThatAnotherBeginsInIsToldWithItsLines)
+{
+    write("a.ics",
+          eventLines("SUMMARY:a") + "\nBEGIN:VEVENT\nSUMMARY:b\nUID:1\n" + eventLines("SUMMARY:c"));
+    EXPECT_THAT(titles(*loaded()), ElementsAre("a", "c"));
+    EXPECT_THAT(lossReasons(), ElementsAre("Komponente 'VEVENT' ohne END, 2 Zeilen verworfen"));
+}
+
+TEST_F(KTSyncCalendarLoadLosses, ATaskThatDoesNotEndIsToldWithoutTheLinesOfEvents)
+{
+    write("a.ics", "BEGIN:VTODO\nSUMMARY:t\n" + eventLines("SUMMARY:a") + "\nUID:1\nURL:2\n" +
+                       eventLines("SUMMARY:b") + "\nPRIORITY:3");
+    EXPECT_THAT(titles(*loaded()), ElementsAre("a", "b"));
+    EXPECT_THAT(lossReasons(), ElementsAre("Komponente 'VTODO' ohne END, 4 Zeilen verworfen"));
+}
+
 TEST_F(KTSyncCalendarLoadLosses, WhatStandsBehindAStrayEndIsToldByItsName)
 {
     write("a.ics", eventLines("SUMMARY:a") + "\nEND:VEVENT\n" + eventLines("SUMMARY:b"));
