@@ -1,5 +1,7 @@
 // The 10.5 layout: one file an item, below the calendar's folder in "Events".
 
+#include <optional>
+#include <string>
 #include <string_view>
 #include <unordered_set>
 
@@ -45,11 +47,12 @@ bool KTSyncCalendar::writeItems105(const std::string& folder, std::string& text)
     const std::string items = StorePaths::eventsFolder(folder);
     if ((_events && !_events->empty()) || (_tasks && !_tasks->empty()))
         createPath(items);
-    std::unordered_set<std::string_view> keys;
+    std::unordered_set<std::string> keys;
     const auto write = [&](KTSyncCalendarItem& item) {
         // Files are named after keys alone, so there is no other place for a second item.
-        if (item.recordKey() && !keys.insert(*item.recordKey()).second) {
-            const LossScope scope(_title.value_or(""), itemFile105(items, *item.recordKey()));
+        const std::optional<std::string> key = item.recordKey();
+        if (key && !keys.insert(*key).second) {
+            const LossScope scope(_title.value_or(""), itemFile105(items, *key));
             reportLoss("Zwei Einträge haben denselben Schlüssel, der spätere gilt");
         }
         return writeItem105(item, items, text);

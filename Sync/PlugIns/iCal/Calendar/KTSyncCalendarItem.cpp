@@ -31,8 +31,8 @@ void tellOfSeveralValues(std::string_view name, const Value& value)
         reportLoss(stringWithFormat("%@: mehrere Werte werden als ein Text geschrieben", name));
 }
 
-template <class T>
-bool hasElements(const ComponentList<T>& list)
+template <class List>
+bool hasElements(const List& list)
 {
     return list && !list->empty();
 }
@@ -47,8 +47,8 @@ Array syncRecords(const std::vector<std::shared_ptr<const T>>& components)
     return records;
 }
 
-template <class T>
-void appendICalLines(std::string& lines, const ComponentList<T>& list)
+template <class List>
+void appendICalLines(std::string& lines, const List& list)
 {
     if (!list)
         return;
@@ -74,7 +74,7 @@ KTSyncCalendarItem::KTSyncCalendarItem(KTSyncPluginHelper* pluginHelper,
                                        std::optional<std::string> recordKey,
                                        const Dictionary& syncRecord)
     : _pluginHelper(pluginHelper),
-      _recordKey(std::move(recordKey))
+      _recordKey(recordKey ? Rare<std::string>(*std::move(recordKey)) : std::nullopt)
 {
     guarded(
         fileLogger(), "[KTSyncCalendarItem init]:\n%@\n%@",
@@ -242,10 +242,17 @@ std::optional<std::string> KTSyncCalendarItem::uniquenessKey() const
     return _uniquenessKey ? std::optional(hexText(*_uniquenessKey)) : std::nullopt;
 }
 
+std::optional<std::string> KTSyncCalendarItem::recordKey() const
+{
+    if (_digestedKey)
+        return hexText(*_digestedKey);
+    return _recordKey ? std::optional(*_recordKey) : std::nullopt;
+}
+
 void KTSyncCalendarItem::adoptRecordKeyAsUID()
 {
-    if (_uid.isNil() && _recordKey)
-        _uid = *_recordKey;
+    if (_uid.isNil())
+        _uid = recordKey();
 }
 
 EnhancedDate KTSyncCalendarItem::dateInComponents(std::string_view name) const

@@ -5,6 +5,7 @@
 #include <string>
 #include <string_view>
 #include <utility>
+#include <vector>
 
 #include "Sync/Foundation/Dictionary.h"
 #include "Sync/Foundation/Digest.h"
@@ -25,6 +26,8 @@ namespace kt {
 /// array and goes into records as one.
 class KTSyncCalendarItem {
 public:
+    using Alarms = std::vector<std::shared_ptr<const KTSyncAlarm>>;
+
     virtual ~KTSyncCalendarItem();
     KTSyncCalendarItem(const KTSyncCalendarItem&) = delete;
     KTSyncCalendarItem& operator=(const KTSyncCalendarItem&) = delete;
@@ -45,9 +48,9 @@ public:
     const Value& uid() const { return _uid; }
     const EnhancedDate& dateStamp() const { return _dateStamp; }
     const EnhancedDate& startDate() const { return _startDate; }
-    const ComponentList<KTSyncAlarm>& alarms() const { return _alarms; }
+    const std::optional<Alarms>& alarms() const { return _alarms; }
     const ComponentList<KTSyncAttachment>& attachments() const { return _attachments; }
-    const std::optional<std::string>& recordKey() const { return _recordKey; }
+    std::optional<std::string> recordKey() const;
     std::optional<std::string> parentRecordKey() const { return _parentRecordKey.stringOrNil(); }
     /// Hexadecimal; nil for tasks and for what was made from a record.
     std::optional<std::string> uniquenessKey() const;
@@ -86,7 +89,8 @@ protected:
     void appendDate(std::string& lines, std::string_view name, const Value& date) const;
 
     KTSyncPluginHelper* _pluginHelper;  // not owned
-    std::optional<std::string> _recordKey;
+    Rare<std::string> _recordKey;            // of a record
+    std::optional<SHA1Digest> _digestedKey;  // of what was made from lines; hexadecimal outside
     Value _parentRecordKey;  // one text for all items of a calendar
     Value _title;
     Value _notes;
@@ -96,7 +100,7 @@ protected:
     std::optional<SHA1Digest> _uniquenessKey;
     EnhancedDate _dateStamp;
     EnhancedDate _startDate;
-    ComponentList<KTSyncAlarm> _alarms;
+    std::optional<Alarms> _alarms;  // what was made from lines has a list, be it empty
     ComponentList<KTSyncAttachment> _attachments;
     Rare<Dictionary> _appleSpecialFields;  // X- properties, name to value, verbatim
     /// All properties, as the value filter gave them, while the item is made from lines.

@@ -108,7 +108,7 @@ void KTSyncEvent::takeComponents()
         logMsg(_pluginHelper, "Ereignis ohne Beschreibung:\n%@", Dictionary(*_components));
         _title = "";
     }
-    _recordKey = computedRecordKey();
+    _digestedKey = computedRecordKey();
     _uniquenessKey = computedUniquenessDigest();
     releaseComponents();
 }
@@ -138,7 +138,7 @@ void KTSyncEvent::takeRecord(const Dictionary& syncRecord)
 }
 
 // The sequence takes part, so that a changed event is a new record.
-std::string KTSyncEvent::computedRecordKey() const
+SHA1Digest KTSyncEvent::computedRecordKey() const
 {
     std::string content;
     content.reserve(kDigestedLength);
@@ -146,7 +146,7 @@ std::string KTSyncEvent::computedRecordKey() const
     content += _startDate ? _startDate->descriptionWithCalendarFormat("%Y%m%dT%H:%M:%S") : "(null)";
     appendFormatted(content, _sequence);
     appendFormatted(content, _parentRecordKey);
-    return sha1DigestHex(content);
+    return sha1DigestBytes(content);
 }
 
 // What two copies of one event share: neither UID nor sequence, time stamp, alarms or X- fields.

@@ -53,7 +53,7 @@ public:
 private:
     void takeComponents();
     void takeRecord(const Dictionary& syncRecord);
-    std::string computedRecordKey() const;
+    SHA1Digest computedRecordKey() const;
     SHA1Digest computedUniquenessDigest() const;
     void addOwnKeys(Dictionary& record) const;
     void appendExceptionDates(std::string& lines) const;

@@ -57,7 +57,7 @@ void KTSyncTask::takeComponents()
         NSLog("Aufgabe ohne Beschreibung");
         _title = "";
     }
-    _recordKey = sha1DigestHex(stringWithFormat("%@%@", _title, _parentRecordKey));
+    _digestedKey = sha1DigestBytes(stringWithFormat("%@%@", _title, _parentRecordKey));
     releaseComponents();
 }
 
