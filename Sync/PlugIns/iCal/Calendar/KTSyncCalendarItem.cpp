@@ -105,12 +105,12 @@ void KTSyncCalendarItem::takeProperties(LineList& lines)
     guarded(
         logger, "[KTSyncCalendarItem init]:\n%@\n%@", [&] { return lines.description(); },
         [&] {
-            ComponentProperties properties =
+            const RawProperties properties =
                 KTSyncCalendarTools::findAndRemovePropertiesFromLines(lines, logger);
             reportReplacedProperties(properties);
             _components = std::make_unique<ComponentProperties>(
                 KTSyncCalendarTools::filterICalValuesInComponents(
-                    std::move(properties), Platform::shared().localTimeZoneName(), logger));
+                    properties, Platform::shared().localTimeZoneName(), logger));
             _title = componentValue("SUMMARY");
             _notes = takeComponent("DESCRIPTION");
             _url = takeComponent("URL");
@@ -255,12 +255,15 @@ void KTSyncCalendarItem::adoptRecordKeyAsUID()
         _uid = recordKey();
 }
 
-EnhancedDate KTSyncCalendarItem::dateInComponents(std::string_view name) const
+EnhancedDate KTSyncCalendarItem::dateInComponents(const PropertyName& name) const
 {
-    return componentValue(name).objectOfClass<KTSyncEnhancedDate>();
+    const Value& value = componentValue(name);
+    // The value filter puts no other object under the name of a date.
+    return value.isObject() ? std::static_pointer_cast<const KTSyncEnhancedDate>(value.object())
+                            : nullptr;
 }
 
-Value KTSyncCalendarItem::takeComponent(std::string_view name)
+Value KTSyncCalendarItem::takeComponent(const PropertyName& name)
 {
     return _title.isNil() ? componentValue(name) : _components->take(name);
 }

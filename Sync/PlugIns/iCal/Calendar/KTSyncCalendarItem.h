@@ -74,24 +74,24 @@ protected:
 
     KTFileLogger* fileLogger() const;
     /// The date that the component holds under that name; null also for a text that is none.
-    EnhancedDate dateInComponents(std::string_view name) const;
+    EnhancedDate dateInComponents(const PropertyName& name) const;
     /// The value that the component holds under that name, or nil.
-    const Value& componentValue(std::string_view name) const { return (*_components)[name]; }
+    const Value& componentValue(const PropertyName& name) const { return (*_components)[name]; }
     /// All values that are kept stand in fields then; holding them twice would double what a large
     /// calendar takes.
     void releaseComponents() { _components.reset(); }
     /// Moves a value out of the component. Out of one without a title it is copied: that is shown
     /// in the log as a whole.
-    Value takeComponent(std::string_view name);
+    Value takeComponent(const PropertyName& name);
     /// Appends "NAME:value" folded, if there is a value.
     void appendProperty(std::string& lines, std::string_view format, const Value& value) const;
     /// Appends the property line of a date folded, if there is a date.
     void appendDate(std::string& lines, std::string_view name, const Value& date) const;
 
-    KTSyncPluginHelper* _pluginHelper;  // not owned
+    KTSyncPluginHelper* _pluginHelper;       // not owned
     Rare<std::string> _recordKey;            // of a record
     std::optional<SHA1Digest> _digestedKey;  // of what was made from lines; hexadecimal outside
-    Value _parentRecordKey;  // one text for all items of a calendar
+    Value _parentRecordKey;                  // one text for all items of a calendar
     Value _title;
     Value _notes;
     Value _url;

@@ -3,24 +3,16 @@
 #include <string>
 #include <string_view>
 
-#include "Sync/Foundation/CalendarDate.h"
 #include "Sync/Foundation/Exception.h"
 #include "Sync/Foundation/Text.h"
 #include "Sync/HostInterface/Guard.h"
 #include "Sync/HostInterface/KTLossReport.h"
+#include "Sync/PlugIns/iCal/Calendar/ICalDateReader.h"
 #include "Sync/PlugIns/iCal/Calendar/KTSyncCalendarTools.h"
 
 namespace kt {
 
 namespace {
-
-constexpr std::string_view kUTC = "Etc/UTC";
-constexpr std::string_view kUnknownDateFormat = "Unbekanntes Datumsformat: '%@'";
-
-// The lengths of the three forms of RFC 5545, 3.3.4 and 3.3.5, and what tells them apart.
-constexpr std::size_t kDateLength = 8;
-constexpr std::size_t kDateTimeLength = 15;
-constexpr std::size_t kUTCDateTimeLength = 16;
 
 constexpr std::size_t kLongestTimezone = 255;  // bytes; the zone database stays far below
 
@@ -51,31 +43,13 @@ std::string harmlessTimezone(std::string timezone)
     return timezone;
 }
 
-/// The date in the last characters of a text. Of a tail that is a date, characters are bytes.
-EnhancedDate dateInTail(std::string_view text, std::size_t tailLength,
-                        std::string_view calendarFormat, const std::optional<std::string>& timezone,
-                        bool isAllDay)
+/// What follows the first "TZID=". Looks for the equals sign, of which a key has hardly another.
+std::optional<std::string_view> zoneParameterIn(std::string_view key)
 {
-    const auto* dates = hostClass<KTSyncEnhancedDateClass>();
-    if (dates == nullptr)
-        return nullptr;
-    const std::string_view tail = text.substr(text.size() - tailLength);
-    return dates->enhancedDateWithDate(CalendarDate::dateWithString(tail, calendarFormat), timezone,
-                                       isAllDay);
-}
-
-EnhancedDate dateInText(std::string_view text, const std::optional<std::string>& timezone,
-                        KTFileLogger* fileLogger)
-{
-    const std::size_t length = utf16Length(text);
-    if (length > kDateTimeLength && text.back() == 'Z')
-        return dateInTail(text, kUTCDateTimeLength, "%Y%m%dT%H%M%SZ", std::string(kUTC), false);
-    if (length >= kDateTimeLength)
-        return dateInTail(text, kDateTimeLength, "%Y%m%dT%H%M%S", timezone, false);
-    if (length >= kDateLength)
-        return dateInTail(text, kDateLength, "%Y%m%d", timezone, true);
-    logTo(fileLogger, kUnknownDateFormat, text);
-    return nullptr;
+    std::size_t equals = key.find('=');
+    while (equals != std::string_view::npos && !key.substr(0, equals).ends_with("TZID"))
+        equals = key.find('=', equals + 1);
+    return equals == std::string_view::npos ? std::nullopt : std::optional(key.substr(equals + 1));
 }
 
 }  // namespace
@@ -84,32 +58,24 @@ EnhancedDate KTSyncCalendarTools::parseICalDate(const Value& text,
                                                 const std::optional<std::string>& withTimezone,
                                                 KTFileLogger* fileLogger)
 {
-    // A zone's name may be as long as its file: it is handed on, never copied for each date.
-    static const std::optional<std::string> kFallbackTimezone = "Europe/Berlin";
     if (text.isNil())
         return nullptr;
-    return guardedOr(
-        [&] {
-            return dateInText(text.string(), withTimezone ? withTimezone : kFallbackTimezone,
-                              fileLogger);
-        },
-        [&](const Exception&) {
-            logTo(fileLogger, kUnknownDateFormat, text);
-            return EnhancedDate();
-        });
+    if (text.isString())
+        return ICalDateReader(fileLogger).dateInText(text.string(), withTimezone);
+    logTo(fileLogger, ICalDateReader::kUnknownFormat, text);
+    return nullptr;
 }
 
 std::string KTSyncCalendarTools::findTimezone(std::optional<std::string_view> key,
                                               std::string_view defaultTimezone,
                                               KTFileLogger* fileLogger)
 {
-    constexpr std::string_view kParameter = "TZID=";
-    const std::size_t start = key ? key->find(kParameter) : std::string_view::npos;
-    if (start == std::string_view::npos)
+    const auto parameter = key ? zoneParameterIn(*key) : std::nullopt;
+    if (!parameter)
         return std::string(defaultTimezone);
     return guardedOr(
         [&] {
-            const std::string_view parameters = key->substr(start + kParameter.size());
+            const std::string_view parameters = *parameter;
             std::size_t end = parameters.find(':');
             if (end == std::string_view::npos)
                 end = parameters.find(';');

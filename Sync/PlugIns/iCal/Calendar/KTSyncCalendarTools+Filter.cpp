@@ -1,6 +1,6 @@
 #include <algorithm>
-#include <array>
-#include <cstddef>
+#include <cstdint>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -10,6 +10,7 @@
 #include "Sync/Foundation/Platform.h"
 #include "Sync/Foundation/Text.h"
 #include "Sync/HostInterface/KTLossReport.h"
+#include "Sync/PlugIns/iCal/Calendar/ICalDateReader.h"
 #include "Sync/PlugIns/iCal/Calendar/KTSyncAttachment.h"
 #include "Sync/PlugIns/iCal/Calendar/KTSyncCalendarTools.h"
 #include "Sync/PlugIns/iCal/Calendar/KTSyncRecurrenceRule.h"
@@ -19,21 +20,14 @@ namespace kt {
 
 namespace {
 
-bool isDateProperty(std::string_view key, std::string_view name)
-{
-    constexpr std::array<std::string_view, 6> kNames{"DTSTART",   "DTEND",   "DUE",
-                                                     "COMPLETED", "DTSTAMP", "RECURRENCE-ID"};
-    return std::find(kNames.begin(), kNames.end(), name) != kNames.end() ||
-           key.starts_with("TRIGGER;TZID=");
-}
+constexpr std::uint8_t numberOf(PropertyName name) { return name.number(); }
 
-/// One run of the value filter over the properties of a component. It leaves them as they are,
-/// since a failure has to show them; raw values are shared, not copied.
+/// One run of the value filter over the properties of a component.
 class ValueFilter {
 public:
-    ValueFilter(ComponentProperties properties, const std::string& defaultTimezone,
+    ValueFilter(const RawProperties& properties, const std::string& defaultTimezone,
                 KTFileLogger* fileLogger)
-        : _properties(std::move(properties)),
+        : _properties(properties),
           _defaultTimezone(defaultTimezone),
           _fileLogger(fileLogger)
     {}
@@ -48,9 +42,7 @@ public:
     }
 
 private:
-    using Property = ComponentProperties::Entry;
-
-    void takeGuarded(const Property& property)
+    void takeGuarded(const RawProperty& property)
     {
         try {
             take(property);
@@ -61,79 +53,110 @@ private:
         }
     }
 
-    void take(const Property& property)
+    void take(const RawProperty& property)
     {
-        const auto& [key, value] = property;
-        const std::string_view name = KTSyncCalendarTools::propertyNameInKey(key);
-        if (isDateProperty(key, name))
-            takeDate(property, name);
-        else if (name == "ATTENDEE" || name == "ORGANIZER")
-            KTSyncCalendarTools::addCNAndValueToList(listNamed(name), key, value, _fileLogger);
-        else if (name == "EXDATE")
-            takeExceptionDates(property, name);
-        else if (name == "RRULE")
-            takeRule(value, name);
-        else if (name == "DURATION")
-            set(name, KTSyncCalendarTools::parseICalDuration(value, _fileLogger));
-        else if (name == "ATTACH")
-            takeAttachments(key, value);
-        else
-            set(name, value);
+        const PropertyName name = property.name();
+        switch (name.number()) {
+        case numberOf("DTSTART"):
+        case numberOf("DTEND"):
+        case numberOf("DUE"):
+        case numberOf("COMPLETED"):
+        case numberOf("DTSTAMP"):
+        case numberOf("RECURRENCE-ID"):
+            return takeDate(property);
+        case numberOf("TRIGGER"):
+            return property.parameters().starts_with(";TZID=") ? takeDate(property)
+                                                               : set(name, property.value());
+        case numberOf("ATTENDEE"):
+        case numberOf("ORGANIZER"):
+            return KTSyncCalendarTools::addCNAndValueToList(listNamed(name), property.key,
+                                                            property.value(), _fileLogger);
+        case numberOf("EXDATE"):
+            return takeExceptionDates(property);
+        case numberOf("RRULE"):
+            return takeRule(property);
+        case numberOf("DURATION"):
+            return set(name, KTSyncCalendarTools::parseICalDuration(property.value(), _fileLogger));
+        case numberOf("ATTACH"):
+            return takeAttachments(property);
+        default:
+            return set(name, property.value());
+        }
     }
 
-    void takeExceptionDates(const Property& property, std::string_view name)
+    void takeExceptionDates(const RawProperty& property)
     {
-        const auto& [key, text] = property;
-        tellOfCutZone(key, name);
-        set(name,
-            KTSyncCalendarTools::filterExceptionDates(key, text, _defaultTimezone, _fileLogger));
+        tellOfCutZone(property);
+        set(property.name(),
+            KTSyncCalendarTools::filterExceptionDates(property.key, property.value(),
+                                                      *_defaultTimezone, _fileLogger));
     }
 
     /// The name of a zone ends at a colon or else at a semicolon, even at one in quotes.
-    void tellOfCutZone(std::string_view key, std::string_view name) const
+    void tellOfCutZone(const RawProperty& property) const
     {
         constexpr std::string_view kQuotedZone = "TZID=\"";
-        const std::size_t start = key.find(kQuotedZone);
+        const std::string_view parameters = property.parameters();
+        if (parameters.empty())
+            return;
+        const std::size_t start = parameters.find(kQuotedZone);
         if (start == std::string_view::npos)
             return;
-        const std::string_view quoted = key.substr(start + kQuotedZone.size());
+        const std::string_view quoted = parameters.substr(start + kQuotedZone.size());
         const std::string_view zone = quoted.substr(0, quoted.find('"'));
         const bool isAtColon = zone.find(':') != std::string_view::npos;
         if (!isAtColon && zone.find(';') == std::string_view::npos)
             return;
-        reportLoss(stringWithFormat("%@ in '%@': die Zeitzone '%@' wird am %@ abgeschnitten", name,
-                                    titleIn(_properties), zone,
+        reportLoss(stringWithFormat("%@ in '%@': die Zeitzone '%@' wird am %@ abgeschnitten",
+                                    property.name().text(), titleIn(_properties), zone,
                                     isAtColon ? "Doppelpunkt" : "Semikolon"));
     }
 
-    void takeDate(const Property& property, std::string_view name)
+    void takeDate(const RawProperty& property)
     {
-        const auto& [key, text] = property;
-        tellOfCutZone(key, name);
-        const std::string timezone =
-            KTSyncCalendarTools::findTimezone(key, _defaultTimezone, _fileLogger);
-        const EnhancedDate date = KTSyncCalendarTools::parseICalDate(text, timezone, _fileLogger);
+        tellOfCutZone(property);
+        const PropertyName name = property.name();
+        EnhancedDate date = dateIn(property);
         if (date == nullptr) {
-            reportLoss(stringWithFormat("%@: '%@' ist kein Datum", name, text));
-            set(name, text);
+            reportLoss(stringWithFormat("%@: '%@' ist kein Datum", name.text(), property.value()));
+            set(name, property.value());
             return;
         }
-        set(name, date);
-        if (name == "DTSTART")
-            set("ALLDAY", utf16Length(text.string()) == 8);
+        set(name, std::move(date));
+        if (name.number() == numberOf("DTSTART"))
+            set("ALLDAY", utf16Length(property.text().value_or("")) == 8);
     }
 
-    void takeRule(const Value& text, std::string_view name)
+    EnhancedDate dateIn(const RawProperty& property)
     {
-        if (auto rule = KTSyncRecurrenceRule::recurrenceRuleWithRecurrenceString(text, _fileLogger))
-            set(name, std::move(rule));
+        if (const auto text = property.text())
+            return _dates.dateInText(*text, timezoneOf(property));
+        return KTSyncCalendarTools::parseICalDate(property.value(), timezoneOf(property),
+                                                  _fileLogger);
     }
 
-    void takeAttachments(std::string_view key, const Value& value)
+    const std::optional<std::string>& timezoneOf(const RawProperty& property)
+    {
+        if (property.parameters().empty())
+            return _defaultTimezone;
+        _timezone = KTSyncCalendarTools::findTimezone(property.key, *_defaultTimezone, _fileLogger);
+        return _timezone;
+    }
+
+    void takeRule(const RawProperty& property)
+    {
+        if (auto rule = KTSyncRecurrenceRule::recurrenceRuleWithRecurrenceString(property.value(),
+                                                                                 _fileLogger))
+            set(property.name(), std::move(rule));
+    }
+
+    void takeAttachments(const RawProperty& property)
     {
         Array& attachments = listNamed("ATTACH");
+        const Value value = property.value();
         const auto take = [&](const Value& URI) {
-            appendTo(attachments, KTSyncAttachment::attachmentWithURI(URI, key, _fileLogger));
+            appendTo(attachments,
+                     KTSyncAttachment::attachmentWithURI(URI, property.key, _fileLogger));
         };
         try {
             if (!value.isArray())
@@ -148,22 +171,25 @@ private:
     }
 
     /// Of several keys of one name the last one's value stays, at the place of the first.
-    void set(std::string_view name, Value value) { _values.set(name, std::move(value)); }
+    void set(const PropertyName& name, Value&& value) { _values.set(name, std::move(value)); }
 
     /// The list under a name, entered empty when it is new. Lists grow aside: a value is immutable.
-    Array& listNamed(std::string_view name)
+    Array& listNamed(const PropertyName& name)
     {
-        const auto list = std::find_if(_lists.begin(), _lists.end(),
-                                       [&](const auto& entry) { return entry.first == name; });
+        const auto list = std::find_if(_lists.begin(), _lists.end(), [&](const auto& entry) {
+            return entry.first == name.text();
+        });
         if (list != _lists.end())
             return list->second;
         set(name, Array());
-        return _lists.emplace_back(name, Array()).second;
+        return _lists.emplace_back(name.text(), Array()).second;
     }
 
-    ComponentProperties _properties;
-    const std::string& _defaultTimezone;
+    const RawProperties& _properties;
+    const std::optional<std::string> _defaultTimezone;
+    std::optional<std::string> _timezone;  // of the property at hand, when it names one
     KTFileLogger* _fileLogger;
+    ICalDateReader _dates{_fileLogger};
     ComponentProperties _values;
     std::vector<std::pair<std::string_view, Array>> _lists;  // three names at most
 };
@@ -171,9 +197,9 @@ private:
 }  // namespace
 
 ComponentProperties KTSyncCalendarTools::filterICalValuesInComponents(
-    ComponentProperties components, const std::string& defaultTimezone, KTFileLogger* fileLogger)
+    const RawProperties& components, const std::string& defaultTimezone, KTFileLogger* fileLogger)
 {
-    return ValueFilter(std::move(components), defaultTimezone, fileLogger).values();
+    return ValueFilter(components, defaultTimezone, fileLogger).values();
 }
 
 }  // namespace kt

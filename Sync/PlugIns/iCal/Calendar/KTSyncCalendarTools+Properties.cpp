@@ -1,8 +1,8 @@
 #include <algorithm>
+#include <map>
 #include <optional>
 #include <string>
 #include <string_view>
-#include <unordered_map>
 #include <utility>
 #include <vector>
 
@@ -39,39 +39,63 @@ std::size_t findUnquoted(std::string_view text, char character, std::size_t posi
 {
     while (position < text.size()) {
         const char current = text[position];
+        if (current == character && !inQuotes)
+            return position;
         if (current == '\\') {
             position = positionBehindEscape(text, position);
             continue;
         }
         if (current == '"')
             inQuotes = !inQuotes;
-        else if (current == character && !inQuotes)
-            return position;
         ++position;
     }
     return text.size();
 }
 
-/// Key and value of one property line, the value without what its continuation lines hold.
+bool isNamePart(char character)
+{
+    return (character >= 'A' && character <= 'Z') || (character >= '0' && character <= '9') ||
+           character == '-';
+}
+
+/// The parts of a property's first physical line: key and value, and the name that the key begins
+/// with.
 struct PropertyLine {
-    PropertyLine() = default;
     explicit PropertyLine(std::string_view line)
-        : key(KTSyncCalendarTools::propertyKeyInLine(line)),
-          value(key.size() < line.size() ? line.substr(key.size() + 1) : std::string_view())
-    {}
+    {
+        while (nameLength < line.size() && isNamePart(line[nameLength]))
+            ++nameLength;
+        std::size_t keyLength = nameLength;
+        if (nameLength < line.size() && line[nameLength] != ':') {  // most keys are a bare name
+            bool inQuotes = false;
+            keyLength = findUnquoted(line, ':', nameLength, inQuotes);
+        }
+        key = line.substr(0, keyLength);
+        if (nameLength < keyLength && key[nameLength] != ';')
+            nameLength = KTSyncCalendarTools::propertyNameInKey(key).size();
+        if (keyLength < line.size())
+            value = line.substr(keyLength + 1);
+    }
 
     std::string_view key;
     std::string_view value;
+    std::size_t nameLength = 0;
 };
 
-/// Gathers properties and builds their values once, at the end: thousands of lines of one key cost
-/// no more than thousands of keys.
+/// Gathers properties and the lists of those that came more than once, which become values at the
+/// end: thousands of lines of one key cost no more than thousands of keys.
 class PropertyCollector {
 public:
+    explicit PropertyCollector(const LineList& lines) : _mayHoldHalves(lines.mayHoldHalves()) {}
+
+    /// The property before it must have ended.
     void startProperty(std::string_view line)
     {
-        finishProperty();
-        _property = PropertyLine(line);
+        const PropertyLine parts(line);
+        const auto [place, isNew] = _properties.enter(parts.key, parts.nameLength);
+        _place = place;
+        _isFirst = isNew || parts.key == kSingleValuedKey;
+        _value = parts.value;
         _isOpen = true;
         _isFolded = false;
     }
@@ -79,56 +103,65 @@ public:
     /// A blank at the start of a line carries on the property before it.
     bool continuesProperty(std::string_view line)
     {
-        if (!_isOpen || line.empty() || line.front() != ' ') {
+        if (!_isOpen)
+            return false;
+        if (line.empty() || line.front() != ' ') {
             finishProperty();
             return false;
         }
         if (!std::exchange(_isFolded, true))
-            _unfolded = _property.value;
+            _unfolded = _value;
         _unfolded += line.substr(1);
         return true;
     }
 
-    ComponentProperties properties()
+    RawProperties properties()
     {
-        finishProperty();
+        if (_isOpen)
+            finishProperty();
         for (auto& [place, list] : _lists)
-            _properties.valueAt(place) = std::move(list);
+            _properties[place].setValue(std::move(list));
         return std::move(_properties);
     }
 
 private:
     void finishProperty()
     {
-        if (!std::exchange(_isOpen, false))
-            return;
-        const std::size_t place = _properties.enter(_property.key);
-        Value& value = _properties.valueAt(place);
-        if (value.isNil() || _property.key == kSingleValuedKey) {
-            value = finishedValue();
-            return;
+        _isOpen = false;
+        RawProperty& property = _properties[_place];
+        if (_isFirst && !_isFolded && !mayHoldHalves(_value)) {
+            property.setText(_value);
+        } else if (_isFirst) {
+            property.setValue(finishedValue());
+        } else {
+            Array& list = _lists[_place];
+            if (list.empty())
+                list.push_back(property.value());
+            list.push_back(finishedValue());
         }
-        Array& list = _lists[place];
-        if (list.empty())
-            list.push_back(value);
-        list.push_back(finishedValue());
+    }
+
+    bool mayHoldHalves(std::string_view text) const
+    {
+        return _mayHoldHalves && mayHoldSurrogateHalves(text);
     }
 
     Value finishedValue() const
     {
-        const std::string_view text = _isFolded ? std::string_view(_unfolded) : _property.value;
-        // A fold may have cut a character beyond the BMP; each half begins with this byte.
-        if (text.find('\xED') != std::string_view::npos)
-            return joinedSurrogateHalves(std::string(text));
-        return text;
+        const std::string_view text = _isFolded ? std::string_view(_unfolded) : _value;
+        return mayHoldHalves(text) ? Value(joinedSurrogateHalves(std::string(text))) : Value(text);
     }
 
-    PropertyLine _property;
+    bool _mayHoldHalves;
+    RawProperties _properties;
+    std::map<std::size_t, Array> _lists;  // of keys that came more than once, by place
+    // The property whose lines are being read:
     bool _isOpen = false;
+    std::size_t _place = 0;
+    bool _isFirst = false;  // of its key, or the only one that counts
+    std::string_view _value;
     bool _isFolded = false;  // then the value stands here:
     std::string _unfolded;
-    ComponentProperties _properties;
-    std::unordered_map<std::size_t, Array> _lists;  // of keys that came more than once, by place
 };
 
 /// The common name of a CN parameter. With quotes, the character behind the prefix and the last one
@@ -142,10 +175,10 @@ std::optional<std::string> commonNameInParameter(std::string_view parameter)
 
 }  // namespace
 
-ComponentProperties KTSyncCalendarTools::findAndRemovePropertiesFromLines(LineList& lines,
-                                                                          KTFileLogger* fileLogger)
+RawProperties KTSyncCalendarTools::findAndRemovePropertiesFromLines(LineList& lines,
+                                                                    KTFileLogger* fileLogger)
 {
-    PropertyCollector collector;
+    PropertyCollector collector(lines);
     int depth = 0;
     lines.removeIf([&](std::string_view line) {
         if (collector.continuesProperty(line))

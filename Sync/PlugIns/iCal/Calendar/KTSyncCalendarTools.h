@@ -14,6 +14,7 @@
 #include "Sync/PlugIns/iCal/Calendar/ComponentProperties.h"
 #include "Sync/PlugIns/iCal/Calendar/FileLines.h"
 #include "Sync/PlugIns/iCal/Calendar/LineList.h"
+#include "Sync/PlugIns/iCal/Calendar/RawProperties.h"
 
 namespace kt {
 
@@ -82,9 +83,9 @@ public:
     /// (all before the first unquoted colon, verbatim) to unfolded value: a string, or an array of
     /// strings for a key that occurred more than once (SUMMARY excepted, whose last value stays).
     /// Escapes stay as written.
-    /// Keys are views into the lines.
-    static ComponentProperties findAndRemovePropertiesFromLines(LineList& lines,
-                                                                KTFileLogger* fileLogger);
+    /// Keys are views into the lines, and so are values that stand in a single one.
+    static RawProperties findAndRemovePropertiesFromLines(LineList& lines,
+                                                          KTFileLogger* fileLogger);
 
     /// The key in a physical line: all before its first unquoted colon, or the whole line. A view
     /// into the line.
@@ -163,9 +164,8 @@ public:
     /// - any other: raw, a string or an array of strings
     ///
     /// Throws Exception, logged with the dictionary and the key, when a rule, a duration, an EXDATE
-    /// or an ATTACH cannot be taken. Names are views into the keys. Hand the properties over with
-    /// std::move: raw values are then not copied.
-    static ComponentProperties filterICalValuesInComponents(ComponentProperties components,
+    /// or an ATTACH cannot be taken. Names are views into the keys.
+    static ComponentProperties filterICalValuesInComponents(const RawProperties& components,
                                                             const std::string& defaultTimezone,
                                                             KTFileLogger* fileLogger);
 };

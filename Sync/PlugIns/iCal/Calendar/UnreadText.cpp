@@ -4,6 +4,7 @@
 #include <array>
 #include <cstddef>
 #include <optional>
+#include <utility>
 
 #include "Sync/Foundation/Format.h"
 #include "Sync/Foundation/KeySearch.h"
@@ -59,17 +60,12 @@ std::optional<std::string_view> hiddenBeginning(std::string_view text, char lett
          at = text.find(letter, at + 1)) {
         if (text[at - 1] != '\n' && text[at - 1] != '\r')
             continue;
-        const auto found = beginningIn(text.substr(at));
-        if (found && !isSeenByReader(text, at))
+        if (isSeenByReader(text, at))
+            continue;
+        if (const auto found = beginningIn(text.substr(at)))
             return found;
     }
     return std::nullopt;
-}
-
-bool isContinued(const LineList& lines, std::size_t index)
-{
-    return index + 1 < lines.size() && lines[index + 1].starts_with(' ') &&
-           !lines[index].starts_with(' ');
 }
 
 /// The first physical line of a property of the component itself; empty without one.
@@ -97,9 +93,9 @@ std::string_view valueOfProperty(const LineList& item, std::string_view name)
 
 }  // namespace
 
-Value titleIn(const ComponentProperties& properties)
+Value titleIn(const RawProperties& properties)
 {
-    const Value& title = properties["SUMMARY"];
+    const Value title = properties.valueNamed("SUMMARY");
     return title.isNil() ? Value("") : title;
 }
 
@@ -131,10 +127,10 @@ void reportCutKeys(const LineList& item)
     // Looked for once: an event may have thousands of such keys.
     std::optional<bool> isOwn;
     std::optional<std::string_view> title;
-    for (std::size_t index = 0; index < item.size(); ++index) {
-        const std::string_view line = item[index];
-        if (!isContinued(item, index) ||
-            KTSyncCalendarTools::propertyKeyInLine(line).size() < line.size())
+    for (std::size_t index = 1; index < item.size(); ++index) {
+        const std::string_view line = item[index - 1];
+        const bool isContinued = item[index].starts_with(' ') && !line.starts_with(' ');
+        if (!isContinued || KTSyncCalendarTools::propertyKeyInLine(line).size() < line.size())
             continue;
         if (!isOwn)
             isOwn = isOwnUID(valueOfProperty(item, "UID"));
@@ -147,23 +143,25 @@ void reportCutKeys(const LineList& item)
     }
 }
 
-void reportReplacedProperties(const ComponentProperties& properties)
+void reportReplacedProperties(const RawProperties& properties)
 {
     constexpr std::array<std::string_view, 5> kNames{"EXDATE", "DESCRIPTION", "SUMMARY", "LOCATION",
                                                      "URL"};
-    const Value& uid = properties["UID"];
+    if (!properties.haveNamesOfSeveralKeys())
+        return;
+    const Value uid = properties.valueNamed("UID");
     if (uid.isString() && isOwnUID(uid.string()))
         return;
-    std::array<const Value*, kNames.size()> known{};
+    std::array<Value, kNames.size()> known;
     std::array<bool, kNames.size()> differ{};
-    for (const auto& [key, value] : properties) {
-        const std::string_view keyName = KTSyncCalendarTools::propertyNameInKey(key);
-        const std::size_t place =
-            positionOfKey(kNames, keyName, [](std::string_view name) { return name; });
+    for (const RawProperty& property : properties) {
+        const std::size_t place = positionOfKey(kNames, property.name().text(),
+                                                [](std::string_view name) { return name; });
         if (place == kNames.size())
             continue;
-        differ[place] = differ[place] || (known[place] != nullptr && *known[place] != value);
-        known[place] = &value;
+        Value value = property.value();
+        differ[place] = differ[place] || (!known[place].isNil() && known[place] != value);
+        known[place] = std::move(value);
     }
     for (std::size_t place = 0; place < kNames.size(); ++place) {
         if (differ[place])

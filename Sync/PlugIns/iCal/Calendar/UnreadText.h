@@ -2,15 +2,15 @@
 
 #include <string_view>
 
-#include "Sync/PlugIns/iCal/Calendar/ComponentProperties.h"
 #include "Sync/PlugIns/iCal/Calendar/LineList.h"
+#include "Sync/PlugIns/iCal/Calendar/RawProperties.h"
 
 namespace kt {
 
 // What the reading of an item file passes over or cuts short, told as losses.
 
 /// The title that a loss names an item by; an empty text without one.
-Value titleIn(const ComponentProperties& properties);
+Value titleIn(const RawProperties& properties);
 
 /// Whether a UID is one that this system gave an item: its record key. What such an item lost was
 /// told when it was written, and would be told at every reading from then on.
@@ -27,6 +27,6 @@ void reportCutKeys(const LineList& item);
 /// Tells of properties that stand in an item under several keys with different values, of which the
 /// last is all that stays: exception dates in two zones, texts in two languages. Not of those that
 /// this system wrote itself, nor of special ones, whose parameters are not kept anyway.
-void reportReplacedProperties(const ComponentProperties& properties);
+void reportReplacedProperties(const RawProperties& properties);
 
 }  // namespace kt
