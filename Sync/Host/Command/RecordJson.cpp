@@ -13,8 +13,11 @@ namespace {
 Json jsonForDictionary(const Dictionary& dictionary)
 {
     Json object = Json::object();
+    // Adding a key to the object would compare it with all before it; those of a dictionary differ.
+    auto& members = object.get_ref<Json::object_t&>();
+    members.reserve(dictionary.size());
     for (const auto& [key, value] : dictionary)
-        object.push_back({key, jsonForValue(value)});
+        members.emplace_back(key, jsonForValue(value));
     return object;
 }
 

@@ -1,3 +1,5 @@
+#include <string>
+
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
@@ -53,6 +55,20 @@ INSTANTIATE_TEST_SUITE_P(
 TEST_P(JsonForValue, IsAsTheManualSays)
 {
     EXPECT_EQ(jsonText(jsonForValue(GetParam().value)), GetParam().json);
+}
+
+TEST(JsonForValue, KeepsEveryKeyOfALargeDictionaryInItsOrder)
+{
+    Dictionary dictionary;
+    for (int number = 0; number < 50'000; ++number)
+        dictionary.set("X-" + std::to_string(number), number);
+    const auto json = jsonForValue(dictionary);
+    ASSERT_EQ(json.size(), dictionary.size());
+    int number = 0;
+    for (const auto& [key, value] : json.items()) {
+        ASSERT_EQ(key, "X-" + std::to_string(number));
+        ASSERT_EQ(value, number++);
+    }
 }
 
 TEST(JsonForRecord, HasConduitKeyParentAndRecord)
