@@ -2,7 +2,6 @@
 
 #include <array>
 #include <memory>
-#include <span>
 
 #include <openssl/evp.h>
 #include <openssl/sha.h>
@@ -44,10 +43,9 @@ std::string hexTextOf(const unsigned char* bytes, std::size_t length)
 {
     constexpr std::string_view kHexDigits = "0123456789abcdef";
     std::string hex(2 * length, '\0');
-    char* out = hex.data();
-    for (const unsigned char byte : std::span(bytes, length)) {
-        *out++ = kHexDigits[byte >> 4];
-        *out++ = kHexDigits[byte & 0xF];
+    for (std::size_t index = 0; index < length; ++index) {
+        hex[2 * index] = kHexDigits[bytes[index] >> 4];
+        hex[2 * index + 1] = kHexDigits[bytes[index] & 0xF];
     }
     return hex;
 }
@@ -66,12 +64,6 @@ const EVP_MD* md5()
     return kAlgorithm;
 }
 
-const EVP_MD* sha1()
-{
-    static const EVP_MD* const kAlgorithm = EVP_MD_fetch(nullptr, "SHA1", nullptr);
-    return kAlgorithm;
-}
-
 const EVP_MD* sha256()
 {
     static const EVP_MD* const kAlgorithm = EVP_MD_fetch(nullptr, "SHA256", nullptr);
@@ -81,10 +73,8 @@ const EVP_MD* sha256()
 }  // namespace
 
 Data md5Digest(std::string_view bytes) { return digest(md5(), bytes); }
-Data sha1Digest(std::string_view bytes) { return digest(sha1(), bytes); }
 Data sha256Digest(std::string_view bytes) { return digest(sha256(), bytes); }
 std::string md5DigestHex(std::string_view bytes) { return digestHex(md5(), bytes); }
-std::string sha1DigestHex(std::string_view bytes) { return digestHex(sha1(), bytes); }
 std::string sha256DigestHex(std::string_view bytes) { return digestHex(sha256(), bytes); }
 
 SHA1Digest sha1DigestBytes(std::string_view bytes)
@@ -98,6 +88,14 @@ SHA1Digest sha1DigestBytes(std::string_view bytes)
         throw Exception(NSGenericException, "Prüfsummenverfahren nicht verfügbar");
     return digest;
 }
+
+Data sha1Digest(std::string_view bytes)
+{
+    const SHA1Digest digest = sha1DigestBytes(bytes);
+    return Data{std::string(digest.begin(), digest.end())};
+}
+
+std::string sha1DigestHex(std::string_view bytes) { return hexText(sha1DigestBytes(bytes)); }
 
 std::string hexText(const SHA1Digest& digest) { return hexTextOf(digest.data(), digest.size()); }
 

@@ -101,8 +101,8 @@ bool fill(FileDescriptor& file, std::string_view bytes, const std::string& targe
     return file.close() && isFilled;
 }
 
-/// A text with room for that many bytes. A page that is touched for the first time costs about as
-/// much as reading it, so what is large asks for large pages.
+/// A text with room for that many bytes, in large pages where it is large: there are fewer of them
+/// for the kernel to hand over.
 std::string textWithRoom(std::size_t size)
 {
     constexpr std::size_t kLargePage = std::size_t{1} << 21;
