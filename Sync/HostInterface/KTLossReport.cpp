@@ -8,31 +8,56 @@ namespace {
 
 thread_local KTLoss current;
 
+/// Puts the text in place of the outer scope's, unless it is empty.
+std::optional<std::string> replaced(std::string& text, std::string_view by)
+{
+    if (by.empty())
+        return std::nullopt;
+    return std::exchange(text, std::string(by));
+}
+
+void putBack(std::string& text, std::optional<std::string>& outer)
+{
+    if (outer)
+        text = *std::move(outer);
+}
+
 }  // namespace
 
-LossScope::LossScope(std::string_view calendar, std::string_view file)
-{
-    if (!calendar.empty())
-        _outerCalendar = std::exchange(current.calendar, std::string(calendar));
-    if (!file.empty())
-        _outerFile = std::exchange(current.file, std::string(file));
-}
+LossScope::LossScope(std::string_view calendar, std::string_view file, std::string_view calendarKey)
+    : _outerCalendar(replaced(current.calendar, calendar)),
+      _outerFile(replaced(current.file, file)),
+      _outerCalendarKey(replaced(current.calendarKey, calendarKey))
+{}
 
 LossScope::~LossScope()
 {
-    if (_outerCalendar)
-        current.calendar = *std::move(_outerCalendar);
-    if (_outerFile)
-        current.file = *std::move(_outerFile);
+    putBack(current.calendar, _outerCalendar);
+    putBack(current.file, _outerFile);
+    putBack(current.calendarKey, _outerCalendarKey);
 }
 
-void reportLoss(std::string_view reason)
+void reportLoss(KTLoss::Kind kind, std::string_view reason)
+{
+    auto* report = hostClass<KTLossReport>();
+    if (report == nullptr)
+        return;
+    KTLoss loss = current;
+    loss.kind = kind;
+    loss.reason = reason;
+    report->reportLoss(loss);
+}
+
+void reportUnread(const KTUnreadText& text, std::string_view reason)
 {
     auto* report = hostClass<KTLossReport>();
     if (report == nullptr)
         return;
     KTLoss loss = current;
     loss.reason = reason;
+    loss.extent = text.extent;
+    loss.uid = text.uid;
+    loss.digest = text.digest;
     report->reportLoss(loss);
 }
 

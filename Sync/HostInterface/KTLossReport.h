@@ -8,13 +8,39 @@
 
 namespace kt {
 
-/// Something of the user's that could not be read, or was skipped, dropped or replaced.
+/// Something of the user's that has no place in a record, or could not be read or written.
 struct KTLoss {
-    std::string calendar;  // title, or empty when no calendar is known
-    std::string file;      // path, or empty
-    std::string reason;    // one German line
+    enum class Kind {
+        thinned,    // there is a record, but part of the text has no place in it
+        unread,     // text that gave no record
+        unsafe,     // text that carrying it across a rewrite would not keep
+        unwritten,  // a record that could not be written this time
+        curtailed,  // a record that the store's texts cannot hold whole, or not at all
+    };
+    /// How much is unread, and so which earlier records the text may be.
+    enum class Extent {
+        component,  // one component of the file, known by its UID where it has one
+        file,       // whatever the file holds
+        calendar,   // whatever the calendar's folder holds, the calendar itself included
+    };
+
+    std::string calendar{};  // title, or empty when no calendar is known
+    std::string file{};      // path of a file or folder, or empty
+    std::string reason{};    // one German line
+    Kind kind = Kind::unread;
+    Extent extent = Extent::file;  // of unread text
+    std::string uid{};             // of an unread component, as written, or empty
+    std::string digest{};          // SHA-1 of the unread text, hexadecimal, or empty
+    std::string calendarKey{};     // record key of the calendar, or empty when not known
 
     friend bool operator==(const KTLoss&, const KTLoss&) = default;
+};
+
+/// Unread text, as far as it can be told from other such text.
+struct KTUnreadText {
+    KTLoss::Extent extent = KTLoss::Extent::file;
+    std::string uid{};
+    std::string digest{};
 };
 
 /// The host's optional class that wants to know of losses; without it nothing changes.
@@ -29,7 +55,7 @@ public:
 /// keeps the outer scope's. The text layer knows neither, but its losses have to name both.
 class LossScope {
 public:
-    LossScope(std::string_view calendar, std::string_view file);
+    LossScope(std::string_view calendar, std::string_view file, std::string_view calendarKey = {});
     ~LossScope();
     LossScope(const LossScope&) = delete;
     LossScope& operator=(const LossScope&) = delete;
@@ -38,10 +64,13 @@ private:
     // Of the outer scope, as far as this one puts something in its place.
     std::optional<std::string> _outerCalendar;
     std::optional<std::string> _outerFile;
+    std::optional<std::string> _outerCalendarKey;
 };
 
-/// Tells the host's class, if there is one, with the calendar and file of the scopes in force on
-/// this thread.
-void reportLoss(std::string_view reason);
+// Tell the host's class, if there is one, with the calendar and file of the scopes in force on this
+// thread.
+
+void reportLoss(KTLoss::Kind kind, std::string_view reason);
+void reportUnread(const KTUnreadText& text, std::string_view reason);
 
 }  // namespace kt

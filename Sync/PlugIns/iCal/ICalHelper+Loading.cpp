@@ -64,7 +64,8 @@ void Loader::takeCalendar(const std::string& recordKey, KTSyncCalendar& calendar
     if ((type == kCalendarTypeNode || type == kCalendarTypeSubscriber) &&
         calendar.events() == nullptr) {
         logMsg(pluginHelper, "Keine Ereignisse fuer Kalender: '%@'", calendar.title());
-        reportLoss("Die Ereignisse des Kalenders können nicht geladen werden");
+        reportUnread({KTLoss::Extent::calendar},
+                     "Die Ereignisse des Kalenders können nicht geladen werden");
         return;
     }
     logMsg(pluginHelper, "%@", calendar.description());
@@ -73,7 +74,8 @@ void Loader::takeCalendar(const std::string& recordKey, KTSyncCalendar& calendar
         makeRecord(calendar.syncRecord(), recordKey, calendar.parentRecordKey(), kConduitCalendar);
     if (!record) {
         logMsg(pluginHelper, "Kalender '%@': Fehlerhafter Sync-Datensatz", calendar.title());
-        reportLoss("Der Kalender ergibt keinen gültigen Sync-Datensatz");
+        reportUnread({KTLoss::Extent::calendar},
+                     "Der Kalender ergibt keinen gültigen Sync-Datensatz");
         return;
     }
     if (!calendar.selected())
@@ -162,8 +164,9 @@ void Loader::takeTasks(const std::string& recordKey, KTSyncCalendar& calendar)
         }
         logMsg(pluginHelper, "Kalender '%@', Aufgabe '%@': Fehlerhafter Sync-Datensatz",
                calendar.title(), task->description());
-        reportLoss(stringWithFormat("Die Aufgabe '%@' ergibt keinen gültigen Sync-Datensatz",
-                                    task->title()));
+        reportUnread({KTLoss::Extent::component},
+                     stringWithFormat("Die Aufgabe '%@' ergibt keinen gültigen Sync-Datensatz",
+                                      task->title()));
     }
 }
 
@@ -182,8 +185,9 @@ void Loader::reportBadEvent(const KTSyncCalendar& calendar, const KTSyncEvent& e
 {
     logMsg(pluginHelper, "Kalender '%@', Ereignis '%@': Fehlerhafter Sync-Datensatz",
            calendar.title(), description);
-    reportLoss(
-        stringWithFormat("Das Ereignis '%@' ergibt keinen gültigen Sync-Datensatz", event.title()));
+    reportUnread({KTLoss::Extent::component},
+                 stringWithFormat("Das Ereignis '%@' ergibt keinen gültigen Sync-Datensatz",
+                                  event.title()));
 }
 
 }  // namespace
@@ -224,8 +228,9 @@ std::optional<SyncRecordList> ICalHelper::loadCalendarsWithPluginHelper(
                   [&](const Exception& exception) {
                       logToHostAndSystem(pluginHelper, "Exception in Kalender '%@': %@", title,
                                          exception);
-                      reportLoss(stringWithFormat("Der Kalender kann nicht geladen werden: %@",
-                                                  exception));
+                      reportUnread({KTLoss::Extent::calendar},
+                                   stringWithFormat("Der Kalender kann nicht geladen werden: %@",
+                                                    exception));
                   });
     }
     return std::move(loader.records);

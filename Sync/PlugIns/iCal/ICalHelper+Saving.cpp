@@ -91,8 +91,9 @@ void Saver::takeItem(const SyncRecord& record)
         return;
     }
     logToHostAndSystem(pluginHelper, "Defekter Datensatz: %@", record);
-    reportLoss(
-        stringWithFormat("Der Datensatz '%@' gehört zu keinem Kalender", record->recordKey()));
+    reportLoss(KTLoss::Kind::curtailed,
+               stringWithFormat("Der Datensatz '%@' gehört zu keinem Kalender",
+                                record->recordKey()));
 }
 
 /// By order; calendars of equal order by record key, so that a rewrite always gives the same store.

@@ -38,7 +38,7 @@ private:
 
 TEST_F(LossReport, NamesNeitherCalendarNorFileOutsideAllScopes)
 {
-    reportLoss("a");
+    reportLoss(KTLoss::Kind::unread, "a");
     EXPECT_THAT(report.losses, ElementsAre(KTLoss{"", "", "a"}));
 }
 
@@ -46,16 +46,16 @@ TEST_F(LossReport, NestsItsScopes)
 {
     {
         const LossScope calendar("Privat", "");
-        reportLoss("a");
+        reportLoss(KTLoss::Kind::unread, "a");
         {
             const LossScope file("", "a.ics");
-            reportLoss("b");
+            reportLoss(KTLoss::Kind::unread, "b");
             const LossScope other("Arbeit", "b.ics");
-            reportLoss("c");
+            reportLoss(KTLoss::Kind::unread, "c");
         }
-        reportLoss("d");
+        reportLoss(KTLoss::Kind::unread, "d");
     }
-    reportLoss("e");
+    reportLoss(KTLoss::Kind::unread, "e");
     EXPECT_THAT(report.losses,
                 ElementsAre(KTLoss{"Privat", "", "a"}, KTLoss{"Privat", "a.ics", "b"},
                             KTLoss{"Arbeit", "b.ics", "c"}, KTLoss{"Privat", "", "d"},
@@ -65,14 +65,14 @@ TEST_F(LossReport, NestsItsScopes)
 TEST_F(LossReport, KeepsItsScopesToTheirThread)
 {
     const LossScope scope("Privat", "a.ics");
-    std::thread([] { reportLoss("a"); }).join();
+    std::thread([] { reportLoss(KTLoss::Kind::unread, "a"); }).join();
     EXPECT_THAT(report.losses, ElementsAre(KTLoss{"", "", "a"}));
 }
 
 TEST_F(LossReport, IsNotMissedByWhoTells)
 {
     setHostClassTable({});
-    reportLoss("a");
+    reportLoss(KTLoss::Kind::unread, "a");
     EXPECT_THAT(report.losses, IsEmpty());
 }
 

@@ -101,7 +101,8 @@ Envelope removeEnvelope(std::string_view& text)
         return Envelope::notClosed;
     }
     if (holdsText(text.substr(end + kEndCalendar.size())))
-        reportLoss("Was hinter dem letzten END:VCALENDAR steht, wird nicht gelesen");
+        reportUnread({KTLoss::Extent::component},
+                     "Was hinter dem letzten END:VCALENDAR steht, wird nicht gelesen");
     text = text.substr(kLineEnd.size(), end - kLineEnd.size());
     if (text.empty())
         return Envelope::empty;

@@ -89,15 +89,16 @@ void KTSyncAttachment::readFile(const Value& URI, std::optional<std::string_view
     if (!path) {
         _data = Value();
         if (isFromLine)
-            reportLoss(
-                stringWithFormat("Anhang '%@' wird nicht übernommen: kein gültiger Dateiname",
-                                 URI));
+            reportLoss(KTLoss::Kind::thinned,
+                       stringWithFormat(
+                           "Anhang '%@' wird nicht übernommen: kein gültiger Dateiname", URI));
         return;
     }
     std::optional<std::string> content = FileManager::defaultManager().contentsAtPath(*path);
     if (!content) {
         if (isFromLine)
-            reportLoss(stringWithFormat("Anhang '%@' ist nicht lesbar: '%@'", URI, path));
+            reportLoss(KTLoss::Kind::thinned,
+                       stringWithFormat("Anhang '%@' ist nicht lesbar: '%@'", URI, path));
         return;
     }
     _binaryData = Data{std::move(*content)};
@@ -118,7 +119,8 @@ std::string KTSyncAttachment::iCalLines() const
 {
     if (!hasFile()) {
         if (!_data.isNil())
-            reportLoss(stringWithFormat("Anhang '%@' konnte nicht geschrieben werden",
+            reportLoss(KTLoss::Kind::curtailed,
+                       stringWithFormat("Anhang '%@' konnte nicht geschrieben werden",
                                         KTSyncCalendarTools::onOneLine(_data.description())));
         return {};
     }

@@ -72,10 +72,10 @@ std::string KTSyncAttendee::iCalLines() const
             ? stringWithFormat("ATTENDEE%@:%@\r\n", parameters, _address)
             : stringWithFormat("ATTENDEE;CN=\"%@\"%@:%@\r\n", _commonName, parameters, _address);
     if (!isAddressFoundAgain(line, _address))
-        reportLoss(
-            stringWithFormat("ATTENDEE '%@': Name und Adresse werden beim nächsten Lesen "
-                             "anders getrennt",
-                             descriptionOrEmpty(_commonName)));
+        reportLoss(KTLoss::Kind::curtailed,
+                   stringWithFormat("ATTENDEE '%@': Name und Adresse werden beim nächsten Lesen "
+                                    "anders getrennt",
+                                    descriptionOrEmpty(_commonName)));
     return KTSyncCalendarTools::splitLine(KTSyncCalendarTools::writableLine(std::move(line)),
                                           _fileLogger);
 }

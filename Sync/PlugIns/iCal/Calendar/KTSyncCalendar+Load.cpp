@@ -27,7 +27,8 @@ constexpr std::string_view kEnd = "END:";
 
 void reportComponentLoss(std::string_view name)
 {
-    reportLoss(stringWithFormat("Komponente '%@' wird nicht übernommen", name));
+    reportLoss(KTLoss::Kind::thinned,
+               stringWithFormat("Komponente '%@' wird nicht übernommen", name));
 }
 
 /// Time zones are known by their names, so the definitions that files carry are not needed.
@@ -36,18 +37,14 @@ bool isTimeZonePart(std::string_view name)
     return name == "VTIMEZONE" || name == "STANDARD" || name == "DAYLIGHT";
 }
 
-// Which ENDs too many hide what follows, beside those that taking the components out has told of.
-bool hidesNothing(std::string_view /*name*/) { return false; }
-bool hidesProperties(std::string_view name) { return name != "VALARM"; }
+/// What nobody took: the lines of a file around its items, or those of one item.
+enum class LeftIn { file, item };
 
 /// Goes through the lines that nobody took and tells of components, the outermost of each nest, and
 /// of the first END without a BEGIN, behind which nothing is read.
 class LeftLinesReport {
 public:
-    /// `stopsReading` knows the names whose END too many hides what follows.
-    explicit LeftLinesReport(bool (*stopsReading)(std::string_view name))
-        : _stopsReading(stopsReading)
-    {}
+    explicit LeftLinesReport(LeftIn place) : _place(place) {}
 
     void add(std::string_view line)
     {
@@ -61,17 +58,26 @@ public:
     /// Behind a part of a time zone that is not closed properties are taken for its own.
     void finish() const
     {
-        if (_timeZoneParts > 0 && _stopsReading(_timeZonePart))
-            reportLoss(stringWithFormat("Komponente '%@' ohne END: was folgt, bleibt ungelesen",
+        if (_timeZoneParts > 0 && stopsReading(_timeZonePart))
+            reportLoss(KTLoss::Kind::thinned,
+                       stringWithFormat("Komponente '%@' ohne END: was folgt, bleibt ungelesen",
                                         _timeZonePart));
     }
 
 private:
+    /// Whether an END too many hides what follows. Of a file, and of the alarms of an item, taking
+    /// the components out has told already.
+    bool stopsReading(std::string_view name) const
+    {
+        return _place == LeftIn::item && name != "VALARM";
+    }
+
     /// Only once there is a line behind it.
     void tellOfStrayEnd()
     {
         if (_strayEnd && !std::exchange(_hasTold, true))
-            reportLoss(stringWithFormat("Ende ohne Anfang: END:%@, was folgt, bleibt ungelesen",
+            reportLoss(KTLoss::Kind::thinned,
+                       stringWithFormat("Ende ohne Anfang: END:%@, was folgt, bleibt ungelesen",
                                         *_strayEnd));
     }
 
@@ -80,7 +86,8 @@ private:
         if (_depth > 0) {
             _depth += name == _open ? 1 : 0;
         } else if (name == "VCALENDAR") {
-            reportLoss("Zweiter VCALENDAR: seine Eigenschaften werden nicht übernommen");
+            reportLoss(KTLoss::Kind::thinned,
+                       "Zweiter VCALENDAR: seine Eigenschaften werden nicht übernommen");
         } else if (isTimeZonePart(name)) {
             ++_timeZoneParts;
             _timeZonePart = name;
@@ -97,11 +104,11 @@ private:
             _depth -= name == _open ? 1 : 0;
         else if (isTimeZonePart(name) && _timeZoneParts > 0)
             --_timeZoneParts;
-        else if (!_strayEnd && _stopsReading(name))
+        else if (!_strayEnd && stopsReading(name))
             _strayEnd = name;
     }
 
-    bool (*_stopsReading)(std::string_view name);
+    LeftIn _place;
     std::string_view _open;
     std::size_t _depth = 0;  // of components named as the open one
     std::size_t _timeZoneParts = 0;
@@ -112,7 +119,7 @@ private:
 
 void reportLeftLines(const LineList& lines)
 {
-    LeftLinesReport report(hidesProperties);
+    LeftLinesReport report(LeftIn::item);
     for (std::string_view line : lines)
         report.add(line);
     report.finish();
@@ -120,7 +127,7 @@ void reportLeftLines(const LineList& lines)
 
 void reportLeftLines(const FileLines& lines)
 {
-    LeftLinesReport report(hidesNothing);
+    LeftLinesReport report(LeftIn::file);
     lines.forEach([&](std::string_view line) { report.add(line); });
     report.finish();
 }
@@ -178,7 +185,7 @@ public:
         const std::optional<std::string> text = itemFileText(path);
         if (!text && !FileManager::defaultManager().fileExistsAtPath(path)) {
             logMsg(_helper, "'%@' existiert nicht", path);
-            reportLoss("Datei existiert nicht");
+            reportUnread({KTLoss::Extent::file}, "Datei existiert nicht");
         } else if (!text) {
             refuseEmptyFile("Datei ist leer, nicht lesbar oder kein UTF-8");
         } else {
@@ -200,7 +207,7 @@ private:
     void refuseEmptyFile(std::string_view reason) const
     {
         logMsg(_helper, "Leere iCalendar-Datei fuer Kalender '%@'", _calendar._title);
-        reportLoss(reason);
+        reportUnread({KTLoss::Extent::file}, reason);
     }
 
     /// Leaves what stands inside the calendar.
@@ -209,7 +216,7 @@ private:
         if (!beginsCalendar(text)) {
             logMsg(_helper, "Fehlerhafte iCalendar-Datei fuer '%@': kein BEGIN:VCALENDAR",
                    _calendar._title);
-            reportLoss("Datei beginnt nicht mit BEGIN:VCALENDAR");
+            reportUnread({KTLoss::Extent::file}, "Datei beginnt nicht mit BEGIN:VCALENDAR");
             return false;
         }
         reportHiddenComponents(text);
@@ -280,7 +287,8 @@ private:
         if (known != position) {
             logMsg(_helper, "Doppeltes Ereignis:\n%@", asRead.description());
             if (!_copies.isCopyOf(*events[known], *event))
-                reportLoss("Doppeltes Ereignis, das vom ersten abweicht, wird nicht übernommen");
+                reportUnread({KTLoss::Extent::component},
+                             "Doppeltes Ereignis, das vom ersten abweicht, wird nicht übernommen");
             return;
         }
         if (!event->recurrenceRule() && event->recurrenceId() && !event->uid().isNil())
@@ -356,7 +364,7 @@ bool KTSyncCalendar::loadEventsAndTasks()
     const auto names = files.listDirectory(*folder);
     if (!names && files.linkStatusAtPath(*folder)) {
         const LossScope scope(_title.value_or(""), *folder);
-        reportLoss("Ordner kann nicht gelesen werden");
+        reportUnread({KTLoss::Extent::calendar}, "Ordner kann nicht gelesen werden");
     }
     if (!names || names->empty()) {
         logMsg(_pluginHelper, "Es gibt keine Dateien fuer '%@' in '%@'", _title, folder);
@@ -379,7 +387,8 @@ void KTSyncCalendar::loadItemFiles(const std::string& folder, const std::vector<
             logMsg(_pluginHelper, "[ICalCalendar loadEvents] fuer '%@': %@", _title,
                    exception.description());
             const LossScope scope(_title.value_or(""), path);
-            reportLoss(stringWithFormat("Kalender abgebrochen: %@", exception.description()));
+            reportUnread({KTLoss::Extent::calendar},
+                         stringWithFormat("Kalender abgebrochen: %@", exception.description()));
             throw;
         }
     }

@@ -176,9 +176,9 @@ std::optional<Dictionary> KTSyncCalendar::publisherForNode(int format) const
     auto converted = convertPublisher(publisher, format);
     if (!converted || (converted->empty() && !publisher.empty())) {
         const LossScope scope(_title.value_or(""), "");
-        reportLoss(
-            "Die Veröffentlichung hat in dieser Ablage keine Form und wird nicht "
-            "geschrieben");
+        reportLoss(KTLoss::Kind::curtailed,
+                   "Die Veröffentlichung hat in dieser Ablage keine Form und wird nicht "
+                   "geschrieben");
     }
     return converted;
 }
@@ -194,9 +194,9 @@ void KTSyncCalendar::addSubscription105(Dictionary& node) const
     const bool hasOtherSettings = !_subscriber.isNil() && _subscriber != Value(Dictionary());
     const bool isWhole = _subscriberData.isNil() || addArchivedSubscription105(node);
     if (hasOtherSettings || !isWhole)
-        reportLoss(
-            "Das Abo hat in dieser Ablage nicht in allem eine Form und wird nicht "
-            "vollständig geschrieben");
+        reportLoss(KTLoss::Kind::curtailed,
+                   "Das Abo hat in dieser Ablage nicht in allem eine Form und wird nicht "
+                   "vollständig geschrieben");
 }
 
 /// All entries of a subscription go into the node last and win over the calendar's own. No store
@@ -207,7 +207,8 @@ void KTSyncCalendar::tellReplacedSettings(const Dictionary& node) const
         if (!node.contains(key) || node[key] == value)
             continue;
         logMsg(_pluginHelper, "Kalender '%@': das Abo ersetzt den Eintrag '%@'", _title, key);
-        reportLoss(stringWithFormat("Das Abo ersetzt den Eintrag '%@' des Kalenders", key));
+        reportLoss(KTLoss::Kind::curtailed,
+                   stringWithFormat("Das Abo ersetzt den Eintrag '%@' des Kalenders", key));
     }
 }
 

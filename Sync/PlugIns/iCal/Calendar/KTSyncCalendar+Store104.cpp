@@ -122,7 +122,7 @@ void KTSyncCalendar::writeSubscription104(const std::string& folder) const
     if (FileManager::defaultManager().writeAtomically(bytes, path))
         return;
     const LossScope scope(_title.value_or(""), path);
-    reportLoss("Die Abo-Beschreibung konnte nicht geschrieben werden");
+    reportLoss(KTLoss::Kind::unwritten, "Die Abo-Beschreibung konnte nicht geschrieben werden");
 }
 
 }  // namespace kt

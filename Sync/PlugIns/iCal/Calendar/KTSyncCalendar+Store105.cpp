@@ -53,7 +53,8 @@ bool KTSyncCalendar::writeItems105(const std::string& folder, std::string& text)
         const std::optional<std::string> key = item.recordKey();
         if (key && !keys.insert(*key).second) {
             const LossScope scope(_title.value_or(""), itemFile105(items, *key));
-            reportLoss("Zwei Einträge haben denselben Schlüssel, der spätere gilt");
+            reportLoss(KTLoss::Kind::curtailed,
+                       "Zwei Einträge haben denselben Schlüssel, der spätere gilt");
         }
         return writeItem105(item, items, text);
     };
@@ -89,13 +90,14 @@ bool KTSyncCalendar::writeItem105(KTSyncCalendarItem& item, const std::string& f
         logMsg(_pluginHelper,
                "Kalender '%@': '%@' wird nicht geschrieben, '%@' ist als Dateiname nicht erlaubt",
                _title, item.title(), item.recordKey());
-        reportLoss("Eintrag wird nicht geschrieben: sein Schlüssel ist kein Dateiname");
+        reportLoss(KTLoss::Kind::curtailed,
+                   "Eintrag wird nicht geschrieben: sein Schlüssel ist kein Dateiname");
         return true;
     }
     if (FileManager::defaultManager().writeAtomically(text, path))
         return true;
     logMsg(_pluginHelper, "'%@' konnte nicht geschrieben werden", path);
-    reportLoss("Datei konnte nicht geschrieben werden");
+    reportLoss(KTLoss::Kind::unwritten, "Datei konnte nicht geschrieben werden");
     return false;
 }
 

@@ -28,7 +28,8 @@ bool isSpecialName(std::string_view name)
 void tellOfSeveralValues(std::string_view name, const Value& value)
 {
     if (value.isArray())
-        reportLoss(stringWithFormat("%@: mehrere Werte werden als ein Text geschrieben", name));
+        reportLoss(KTLoss::Kind::curtailed,
+                   stringWithFormat("%@: mehrere Werte werden als ein Text geschrieben", name));
 }
 
 template <class List>
@@ -224,7 +225,8 @@ void KTSyncCalendarItem::appendSpecialFields(std::string& lines) const
     for (const auto& [name, value] : *_appleSpecialFields) {
         // A record may hold any name, and some would begin or end a component.
         if (!isSpecialName(name)) {
-            reportLoss(stringWithFormat("Eigenschaft '%@' wird nicht geschrieben",
+            reportLoss(KTLoss::Kind::curtailed,
+                       stringWithFormat("Eigenschaft '%@' wird nicht geschrieben",
                                         KTSyncCalendarTools::onOneLine(name)));
             continue;
         }

@@ -50,10 +50,11 @@ void reportMissingNodes()
     const FileManager& files = FileManager::defaultManager();
     if (files.linkStatusAtPath(StorePaths::nodeFile())) {
         const LossScope scope("", StorePaths::nodeFile());
-        reportLoss("Die nodes.plist kann nicht gelesen werden");
+        reportLoss(KTLoss::Kind::unsafe, "Die nodes.plist kann nicht gelesen werden");
     } else if (!files.directoryContentsAtPath(StorePaths::sources()).empty()) {
         const LossScope scope("", StorePaths::sources());
-        reportLoss("Die nodes.plist fehlt: die Kalender in 'Sources' werden nicht gelesen");
+        reportLoss(KTLoss::Kind::unsafe,
+                   "Die nodes.plist fehlt: die Kalender in 'Sources' werden nicht gelesen");
     }
 }
 
@@ -157,8 +158,9 @@ void KTSyncCalendarStore::Layout104Reader::readList(
                     ++order;
             },
             [&](const Exception& exception) {
-                reportLoss(
-                    stringWithFormat("Der Kalender kann nicht gelesen werden: %@", exception));
+                reportUnread({KTLoss::Extent::calendar},
+                             stringWithFormat("Der Kalender kann nicht gelesen werden: %@",
+                                              exception));
                 throw;
             });
     }
@@ -182,13 +184,13 @@ bool KTSyncCalendarStore::Layout104Reader::readNode(
     const LossScope scope(node.title.value_or(""), node.file);
     if (!node.color || !node.title) {
         logMsg(_pluginHelper, "Fehlerhafter Kalender ohne Farbe oder Name: %@", dictionary);
-        reportLoss("Der Kalender hat keine Farbe oder keinen Namen");
+        reportUnread({KTLoss::Extent::calendar}, "Der Kalender hat keine Farbe oder keinen Namen");
         return false;
     }
     const std::shared_ptr<KTSyncCalendar> calendar = makeCalendar(node, order);
     if (!calendar) {
         logMsg(_pluginHelper, "Der Kalender '%@' konnte nicht ausgelesen werden", dictionary);
-        reportLoss("Der Kalender konnte nicht ausgelesen werden");
+        reportUnread({KTLoss::Extent::calendar}, "Der Kalender konnte nicht ausgelesen werden");
         return false;
     }
     const std::optional<std::string> recordKey = calendar->recordKey();
@@ -200,7 +202,7 @@ bool KTSyncCalendarStore::Layout104Reader::readNode(
         logMsg(_pluginHelper,
                "Fuer den Kalender '%@' konnte kein eindeutiger Schluessel generiert werden",
                dictionary);
-        reportLoss("Der Kalender hat keinen Schlüssel");
+        reportUnread({KTLoss::Extent::calendar}, "Der Kalender hat keinen Schlüssel");
         return true;
     }
     keep(node, *recordKey, calendar);
@@ -226,7 +228,7 @@ bool KTSyncCalendarStore::Layout104Reader::describeCalendar(Node& node) const
 {
     if (!node.sourceKey) {
         logMsg(_pluginHelper, "Fehlerhafter Kalender ohne SourceKey: %@", node.dictionary);
-        reportLoss("Der Kalender hat keinen SourceKey");
+        reportUnread({KTLoss::Extent::calendar}, "Der Kalender hat keinen SourceKey");
         return false;
     }
     // One with a slash would lead out of the store.
@@ -234,7 +236,8 @@ bool KTSyncCalendarStore::Layout104Reader::describeCalendar(Node& node) const
         logMsg(_pluginHelper,
                "Der Kalender wird nicht gelesen: '%@' ist als Ordnername nicht erlaubt",
                *node.sourceKey);
-        reportLoss("Der SourceKey des Kalenders ist als Ordnername nicht erlaubt");
+        reportUnread({KTLoss::Extent::calendar},
+                     "Der SourceKey des Kalenders ist als Ordnername nicht erlaubt");
         return false;
     }
     node.file = StorePaths::infoFile(StorePaths::calendarFolder104(*node.sourceKey));
@@ -243,7 +246,8 @@ bool KTSyncCalendarStore::Layout104Reader::describeCalendar(Node& node) const
         logMsg(_pluginHelper, "Fuer den Kalender '%@' gibt es keine Kalenderbeschreibung",
                node.dictionary);
         const LossScope scope("", node.file);
-        reportLoss("Die Kalenderbeschreibung fehlt oder kann nicht gelesen werden");
+        reportUnread({KTLoss::Extent::calendar},
+                     "Die Kalenderbeschreibung fehlt oder kann nicht gelesen werden");
         return false;
     }
     node.notes = (*info)["Notes"].stringOrNil();
@@ -277,7 +281,7 @@ void KTSyncCalendarStore::Layout104Reader::takeSubscription(Node& node) const
     logMsg(_pluginHelper, "Abo-Beschreibung fuer Kalender '%@' existiert nicht", node.title);
     if (files.linkStatusAtPath(file)) {
         const LossScope scope(node.title.value_or(""), file);
-        reportLoss("Die Abo-Beschreibung kann nicht gelesen werden");
+        reportLoss(KTLoss::Kind::thinned, "Die Abo-Beschreibung kann nicht gelesen werden");
     }
     const auto takeAddress = [&] {
         const auto archive = dictionaryWithContentsOfFile(file);
@@ -324,8 +328,9 @@ void KTSyncCalendarStore::Layout104Reader::takePublisher(KTSyncCalendar& calenda
         logTo(fileLogger(), "[KTSyncCalendarStore parseMacOS104CalendarsList(Publishers)]:\n%@",
               exception);
         const LossScope scope("", StorePaths::nodeFile());
-        reportLoss(
-            stringWithFormat("Die Veröffentlichung kann nicht gelesen werden: %@", exception));
+        reportLoss(KTLoss::Kind::thinned,
+                   stringWithFormat("Die Veröffentlichung kann nicht gelesen werden: %@",
+                                    exception));
     });
 }
 
@@ -335,8 +340,10 @@ void KTSyncCalendarStore::Layout104Reader::keep(const Node& node, const std::str
     const auto [earlier, isNew] = _files.try_emplace(recordKey, node.file);
     if (!isNew) {
         const LossScope scope("", earlier->second);
-        reportLoss(stringWithFormat(
-            "Der Kalender wird durch einen gleichnamigen derselben Art ersetzt: %@", node.file));
+        reportUnread({KTLoss::Extent::calendar},
+                     stringWithFormat(
+                         "Der Kalender wird durch einen gleichnamigen derselben Art ersetzt: %@",
+                         node.file));
         earlier->second = node.file;
     }
     _calendars.set(recordKey, std::move(calendar));

@@ -121,7 +121,8 @@ bool KTSyncCalendarStore::Layout104Writer::isRefused(const KTSyncCalendar& calen
     if (calendar.corestoragePath() || !sourceKey || StorePaths::isFolderKey(*sourceKey))
         return false;
     const LossScope scope(calendar.title().value_or(""), "");
-    reportLoss("Der Kalender wird nicht geschrieben: sein Schlüssel ist kein Ordnername");
+    reportLoss(KTLoss::Kind::curtailed,
+               "Der Kalender wird nicht geschrieben: sein Schlüssel ist kein Ordnername");
     return true;
 }
 
@@ -130,9 +131,11 @@ void KTSyncCalendarStore::Layout104Writer::storeItems(KTSyncCalendar& calendar)
     const std::optional<std::string> folder = calendar.corestoragePath();
     const LossScope scope(calendar.title().value_or(""), folder.value_or(""));
     if (folder && !_folders.insert(*folder).second)
-        reportLoss("Zwei Kalender haben denselben Ordner, der spätere gilt");
+        reportLoss(KTLoss::Kind::curtailed,
+                   "Zwei Kalender haben denselben Ordner, der spätere gilt");
     if (!calendar.storeEventsAndTasks())
-        reportLoss("Die Ereignisse und Aufgaben konnten nicht vollständig geschrieben werden");
+        reportLoss(KTLoss::Kind::unwritten,
+                   "Die Ereignisse und Aufgaben konnten nicht vollständig geschrieben werden");
 }
 
 bool KTSyncCalendarStore::Layout104Writer::writeNodeFile() const

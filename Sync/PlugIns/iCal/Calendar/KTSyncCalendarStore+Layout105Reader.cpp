@@ -106,7 +106,7 @@ std::vector<std::string> KTSyncCalendarStore::Layout105Level::entries() const
     auto names = files.listDirectory(_path);
     if (!names && files.linkStatusAtPath(_path)) {
         const LossScope scope("", _path);
-        reportLoss("Der Ordner kann nicht aufgelistet werden");
+        reportLoss(KTLoss::Kind::unsafe, "Der Ordner kann nicht aufgelistet werden");
     }
     if (names && !names->empty())
         return *std::move(names);
@@ -125,7 +125,7 @@ void KTSyncCalendarStore::Layout105Level::readEntry(const std::string& name)
         // A link to a volume that is away is no plain file: a calendar may stand behind it.
         if (!files.fileExistsAtPath(folder) && files.linkStatusAtPath(folder)) {
             const LossScope scope("", folder);
-            reportLoss("Der Verweis führt zu keinem Ordner");
+            reportUnread({KTLoss::Extent::calendar}, "Der Verweis führt zu keinem Ordner");
         }
         return;
     }
@@ -133,14 +133,15 @@ void KTSyncCalendarStore::Layout105Level::readEntry(const std::string& name)
     const auto info = dictionaryWithContentsOfFile(StorePaths::infoFile(folder));
     if (!info) {
         const LossScope scope("", StorePaths::infoFile(folder));
-        reportLoss("Die Info.plist kann nicht gelesen werden");
+        reportUnread({KTLoss::Extent::calendar}, "Die Info.plist kann nicht gelesen werden");
         return;
     }
     const LossScope scope(titleForReports(*info), folder);
     guardedOr([&] { readCalendar(name, *info); },
               [&](const Exception& exception) {
-                  reportLoss(
-                      stringWithFormat("Der Kalender kann nicht gelesen werden: %@", exception));
+                  reportUnread({KTLoss::Extent::calendar},
+                               stringWithFormat("Der Kalender kann nicht gelesen werden: %@",
+                                                exception));
                   throw;
               });
 }
@@ -151,14 +152,14 @@ void KTSyncCalendarStore::Layout105Level::readCalendar(const std::string& name,
     const std::shared_ptr<KTSyncCalendar> calendar = makeCalendar(name, info);
     if (!calendar) {
         logMsg(_pluginHelper, "Der Kalender konnte nicht ausgelesen werden: %@", info);
-        reportLoss("Der Kalender konnte nicht ausgelesen werden");
+        reportUnread({KTLoss::Extent::calendar}, "Der Kalender konnte nicht ausgelesen werden");
         return;
     }
     const std::optional<std::string> recordKey = calendar->recordKey();
     if (!recordKey) {
         logMsg(_pluginHelper,
                "Fuer den Kalender konnte kein eindeutiger Schluessel generiert werden: %@", info);
-        reportLoss("Der Kalender hat keinen Titel");
+        reportUnread({KTLoss::Extent::calendar}, "Der Kalender hat keinen Titel");
         return;
     }
 
@@ -167,7 +168,8 @@ void KTSyncCalendarStore::Layout105Level::readCalendar(const std::string& name,
         _keysSeen[*sourceKey] = *recordKey;
     if (!isGroupName(name) &&
         name != sourceKey.value_or("") + std::string(StorePaths::calendarExtension))
-        reportLoss("Der Ordner heißt nicht wie der Schlüssel in seiner Info.plist");
+        reportLoss(KTLoss::Kind::unsafe,
+                   "Der Ordner heißt nicht wie der Schlüssel in seiner Info.plist");
     if (_parentIsIMAPGroup)
         calendar->setImapFolderKey(_parentIMAPGroupRecordKey);
 
@@ -239,15 +241,16 @@ void KTSyncCalendarStore::Layout105Level::takePublication(KTSyncCalendar& calend
             calendar.setSubscriberData(Data{*std::move(bytes)});
         } else {
             const LossScope scope("", oldSubscription);
-            reportLoss("Die Abo-Beschreibung kann nicht gelesen werden");
+            reportLoss(KTLoss::Kind::thinned, "Die Abo-Beschreibung kann nicht gelesen werden");
         }
     };
     guardedOr(take, [&](const Exception& exception) {
         logTo(_pluginHelper == nullptr ? nullptr : _pluginHelper->fileLogger(),
               "[KTSyncCalendarStore parseMacOS105Calendars(Publication)]:\n%@\n%@", info,
               exception);
-        reportLoss(
-            stringWithFormat("Veröffentlichung oder Abo kann nicht gelesen werden: %@", exception));
+        reportLoss(KTLoss::Kind::thinned,
+                   stringWithFormat("Veröffentlichung oder Abo kann nicht gelesen werden: %@",
+                                    exception));
     });
 }
 
@@ -271,8 +274,10 @@ void KTSyncCalendarStore::Layout105Level::keep(const std::string& name,
     const auto [earlier, isNew] = _names.try_emplace(recordKey, name);
     if (!isNew) {
         const LossScope scope("", stringByAppendingPathComponent(_path, earlier->second));
-        reportLoss(stringWithFormat(
-            "Der Kalender wird durch einen gleichnamigen derselben Art ersetzt: %@", name));
+        reportUnread({KTLoss::Extent::calendar},
+                     stringWithFormat(
+                         "Der Kalender wird durch einen gleichnamigen derselben Art ersetzt: %@",
+                         name));
         earlier->second = name;
     }
     _calendars.set(recordKey, std::move(calendar));

@@ -116,7 +116,8 @@ void KTSyncCalendarStore::Layout105Writer::storeItems(
     if (calendar.calendarType() == kCalendarTypeGroup || calendar.storeEventsAndTasks())
         return;
     const LossScope scope(calendar.title().value_or(""), folder.value_or(""));
-    reportLoss("Die Ereignisse und Aufgaben konnten nicht vollständig geschrieben werden");
+    reportLoss(KTLoss::Kind::unwritten,
+               "Die Ereignisse und Aufgaben konnten nicht vollständig geschrieben werden");
 }
 
 void KTSyncCalendarStore::Layout105Writer::joinGroup(KTSyncCalendar& calendar,
@@ -137,7 +138,8 @@ std::optional<std::string> KTSyncCalendarStore::Layout105Writer::folderForKey(
     logMsg(_pluginHelper, "Kalender '%@' wird nicht geschrieben: '%@' ist kein Ordnername",
            calendar.title(), name);
     const LossScope scope(calendar.title().value_or(""), "");
-    reportLoss("Der Kalender wird nicht geschrieben: sein Schlüssel ist kein Ordnername");
+    reportLoss(KTLoss::Kind::curtailed,
+               "Der Kalender wird nicht geschrieben: sein Schlüssel ist kein Ordnername");
     return std::nullopt;
 }
 
@@ -150,7 +152,7 @@ void KTSyncCalendarStore::Layout105Writer::await(InfoFile file)
         return;
     }
     const LossScope scope("", file.path);
-    reportLoss("Zwei Kalender haben denselben Ordner, der spätere gilt");
+    reportLoss(KTLoss::Kind::curtailed, "Zwei Kalender haben denselben Ordner, der spätere gilt");
     _infoFiles[position->second] = std::move(file);
 }
 
@@ -176,7 +178,7 @@ void KTSyncCalendarStore::Layout105Writer::writeInfoFile(const Dictionary& info,
     logMsg(_pluginHelper, "Fehler: Die Info.plist fuer '%@' konnte nicht zurueckgeschrieben werden",
            path);
     const LossScope scope(info["Title"].isString() ? info["Title"].string() : "", path);
-    reportLoss("Die Info.plist konnte nicht geschrieben werden");
+    reportLoss(KTLoss::Kind::unwritten, "Die Info.plist konnte nicht geschrieben werden");
 }
 
 }  // namespace kt

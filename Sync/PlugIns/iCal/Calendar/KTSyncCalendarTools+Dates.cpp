@@ -82,6 +82,7 @@ std::string KTSyncCalendarTools::findTimezone(std::optional<std::string_view> ke
             // One as long as its file would cost its length again for each of thousands of dates.
             if (std::min(end, parameters.size()) > kLongestTimezone) {
                 reportLoss(
+                    KTLoss::Kind::thinned,
                     stringWithFormat("Eine Zeitzone mit mehr als %d Zeichen wird nicht gelesen",
                                      kLongestTimezone));
                 throw Exception(NSInvalidArgumentException, "überlange Zeitzone");
@@ -111,7 +112,8 @@ std::optional<std::string> KTSyncCalendarTools::assembleDateComponent(
     if (isDateFoundAgain(line, *name, written))
         return line;
     const std::string timezone = harmlessTimezone(date->timezone());
-    reportLoss(stringWithFormat("%@: die Zeitzone wird als '%@' geschrieben", name, timezone));
+    reportLoss(KTLoss::Kind::curtailed,
+               stringWithFormat("%@: die Zeitzone wird als '%@' geschrieben", name, timezone));
     return dateLine(*name, timezone, written);
 }
 

@@ -107,7 +107,8 @@ private:
         const bool isAtColon = zone.find(':') != std::string_view::npos;
         if (!isAtColon && zone.find(';') == std::string_view::npos)
             return;
-        reportLoss(stringWithFormat("%@ in '%@': die Zeitzone '%@' wird am %@ abgeschnitten",
+        reportLoss(KTLoss::Kind::thinned,
+                   stringWithFormat("%@ in '%@': die Zeitzone '%@' wird am %@ abgeschnitten",
                                     property.name().text(), titleIn(_properties), zone,
                                     isAtColon ? "Doppelpunkt" : "Semikolon"));
     }
@@ -118,7 +119,8 @@ private:
         const PropertyName name = property.name();
         EnhancedDate date = dateIn(property);
         if (date == nullptr) {
-            reportLoss(stringWithFormat("%@: '%@' ist kein Datum", name.text(), property.value()));
+            reportLoss(KTLoss::Kind::thinned,
+                       stringWithFormat("%@: '%@' ist kein Datum", name.text(), property.value()));
             set(name, property.value());
             return;
         }

@@ -64,10 +64,19 @@ std::string foldedText(std::string_view line, std::size_t position, std::size_t 
     return folded;
 }
 
+/// Tells of text that was not taken.
+using Tell = void (*)(std::string_view reason);
+
+/// Of an item: the item is read without it.
+void tellOfItem(std::string_view reason) { reportLoss(KTLoss::Kind::thinned, reason); }
+
+/// Of a file: an item of it is not read.
+void tellOfFile(std::string_view reason) { reportUnread({KTLoss::Extent::file}, reason); }
+
 /// A component that is still open here is lost with its lines.
-void reportUnclosed(std::string_view name, std::size_t lineCount)
+void reportUnclosed(Tell tell, std::string_view name, std::size_t lineCount)
 {
-    reportLoss(stringWithFormat("Komponente '%@' ohne END, %d Zeilen verworfen", name, lineCount));
+    tell(stringWithFormat("Komponente '%@' ohne END, %d Zeilen verworfen", name, lineCount));
 }
 
 [[noreturn]] void throwStrayEnd(std::string_view name)
@@ -109,7 +118,7 @@ public:
     void finish() const
     {
         if (_isOpen)
-            reportUnclosed(_name, _open.size());
+            reportUnclosed(tellOfItem, _name, _open.size());
     }
 
     std::vector<LineList> components;
@@ -156,7 +165,7 @@ public:
     {
         if (_begin == nullptr)
             return;
-        reportUnclosed(_name, _lines.linesIn(stretch(_content, position)).size());
+        reportUnclosed(tellOfFile, _name, _lines.linesIn(stretch(_content, position)).size());
         claimUntil(position);
     }
 
@@ -186,13 +195,13 @@ private:
 };
 
 template <class Lines>
-void reportStrayEnd(std::string_view name, const Lines& lines, const Exception& exception,
-                    KTFileLogger* fileLogger)
+void reportStrayEnd(Tell tell, std::string_view name, const Lines& lines,
+                    const Exception& exception, KTFileLogger* fileLogger)
 {
     logTo(fileLogger,
           "[KTSyncCalendarTools findAndRemoveComponents] '%@':\n%@\n>>>>>>>>>>\n%@>>>>>>>>>>\n",
           name, lines.description(), exception);
-    reportLoss(stringWithFormat("END ohne BEGIN: alles ab 'END:%@' bleibt ungelesen", name));
+    tell(stringWithFormat("END ohne BEGIN: alles ab 'END:%@' bleibt ungelesen", name));
 }
 
 }  // namespace
@@ -250,7 +259,7 @@ std::vector<LineList> KTSyncCalendarTools::findAndRemoveComponents(std::string_v
                                      });
     });
     if (failure)
-        reportStrayEnd(name, fromLines, *failure, fileLogger);
+        reportStrayEnd(tellOfItem, name, fromLines, *failure, fileLogger);
     else
         found.finish();
     return std::move(found.components);
@@ -271,7 +280,7 @@ FileComponents KTSyncCalendarTools::findAndRemoveComponents(std::string_view nam
         [&](const Exception& exception) { failure = exception; });
     fromLines.remove(found.claimed);
     if (failure)
-        reportStrayEnd(name, fromLines.lines(), *failure, fileLogger);
+        reportStrayEnd(tellOfFile, name, fromLines.lines(), *failure, fileLogger);
     return {std::move(before), std::move(found.components)};
 }
 

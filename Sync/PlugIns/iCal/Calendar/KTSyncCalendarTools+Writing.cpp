@@ -73,12 +73,14 @@ std::string KTSyncCalendarTools::writableLine(std::string line)
     const std::string_view content = withoutLineEnd(line);
     const std::string_view name = nameInLine(content);
     if (holdsLineBreak(content) && !isText(name))
-        reportLoss(
-            stringWithFormat("%@: ein Zeilenumbruch wird als Leerzeichen geschrieben", name));
+        reportLoss(KTLoss::Kind::curtailed,
+                   stringWithFormat("%@: ein Zeilenumbruch wird als Leerzeichen geschrieben",
+                                    name));
     const std::string_view first = firstPhysicalLine(content);
     if (propertyKeyInLine(first).size() == first.size())
-        reportLoss(
-            stringWithFormat("%@: die Parameter werden beim nächsten Lesen abgeschnitten", name));
+        reportLoss(KTLoss::Kind::curtailed,
+                   stringWithFormat("%@: die Parameter werden beim nächsten Lesen abgeschnitten",
+                                    name));
     return onOneLine(std::move(line));
 }
 

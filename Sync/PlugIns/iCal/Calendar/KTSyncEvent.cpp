@@ -43,7 +43,7 @@ bool isAllDayIn(const Value& flag)
 {
     if (!flag.isArray())
         return flag.boolValue();
-    reportLoss("ALLDAY steht mehrmals und wird nicht gelesen");
+    reportLoss(KTLoss::Kind::thinned, "ALLDAY steht mehrmals und wird nicht gelesen");
     return false;
 }
 
@@ -234,10 +234,10 @@ void KTSyncEvent::appendExceptionDates(std::string& lines) const
     for (const Value& date : dates)
         appendDate(lines, "EXDATE", date);
     if (std::adjacent_find(dates.begin(), dates.end(), haveDifferentKeys) != dates.end())
-        reportLoss(
-            stringWithFormat("EXDATE in '%@': die Ausnahmen stehen in verschiedenen "
-                             "Zeitzonen, gelesen werden nur die der letzten",
-                             _title));
+        reportLoss(KTLoss::Kind::curtailed,
+                   stringWithFormat("EXDATE in '%@': die Ausnahmen stehen in verschiedenen "
+                                    "Zeitzonen, gelesen werden nur die der letzten",
+                                    _title));
 }
 
 void KTSyncEvent::appendOwnLines(std::string& lines) const

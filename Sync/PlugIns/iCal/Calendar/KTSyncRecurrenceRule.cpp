@@ -105,7 +105,7 @@ void KTSyncRecurrenceRule::readUntilDate(const Value& text)
 {
     _untilDate = KTSyncCalendarTools::parseICalDate(text, "Etc/UTC", _fileLogger);
     if (_untilDate.isNil() && !text.isNil())
-        reportLoss(stringWithFormat("UNTIL: '%@' ist kein Datum", text));
+        reportLoss(KTLoss::Kind::thinned, stringWithFormat("UNTIL: '%@' ist kein Datum", text));
 }
 
 void KTSyncRecurrenceRule::readList(std::string_view part, const Value& value)

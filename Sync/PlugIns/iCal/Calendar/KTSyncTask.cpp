@@ -51,7 +51,7 @@ void KTSyncTask::takeComponents()
     _completedDate = dateInComponents("COMPLETED");
     _isCompleted = componentValue("STATUS") == Value("COMPLETED");
     if (componentValue("STATUS").isArray())
-        reportLoss("STATUS steht mehrmals und wird nicht gelesen");
+        reportLoss(KTLoss::Kind::thinned, "STATUS steht mehrmals und wird nicht gelesen");
     _priority = takeComponent("PRIORITY");
     if (_title.isNil()) {
         NSLog("Aufgabe ohne Beschreibung");

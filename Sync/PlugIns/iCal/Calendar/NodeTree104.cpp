@@ -50,7 +50,8 @@ public:
             if (_isPlaced[position])
                 continue;
             const LossScope scope(_tree._entries[position].title, StorePaths::nodeFile());
-            reportLoss("Der Kalender wird nicht geschrieben: seine Gruppe fehlt");
+            reportLoss(KTLoss::Kind::curtailed,
+                       "Der Kalender wird nicht geschrieben: seine Gruppe fehlt");
         }
     }
 
@@ -102,7 +103,7 @@ private:
         const LossScope scope(group.title, StorePaths::nodeFile());
         logMsg(_tree._pluginHelper, "Gruppe '%@' %@: ohne Mitglieder geschrieben", group.title,
                reason);
-        reportLoss(stringWithFormat("Die Gruppe %@", reason));
+        reportLoss(KTLoss::Kind::curtailed, stringWithFormat("Die Gruppe %@", reason));
         return {};
     }
 

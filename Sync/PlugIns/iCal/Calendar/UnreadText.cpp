@@ -117,8 +117,9 @@ void reportHiddenComponents(std::string_view text)
     if (!hidden)
         hidden = hiddenBeginning(text, 'b');
     if (hidden)
-        reportLoss(
-            stringWithFormat("'%@' wird nicht als Anfang einer Komponente gelesen", *hidden));
+        reportUnread({KTLoss::Extent::component},
+                     stringWithFormat("'%@' wird nicht als Anfang einer Komponente gelesen",
+                                      *hidden));
 }
 
 void reportCutKeys(const LineList& item)
@@ -138,7 +139,8 @@ void reportCutKeys(const LineList& item)
             continue;
         if (!title)
             title = valueOfProperty(item, "SUMMARY");
-        reportLoss(stringWithFormat("%@ in '%@': die Parameter werden am Zeilenende abgeschnitten",
+        reportLoss(KTLoss::Kind::thinned,
+                   stringWithFormat("%@ in '%@': die Parameter werden am Zeilenende abgeschnitten",
                                     KTSyncCalendarTools::propertyNameInKey(line), *title));
     }
 }
@@ -165,10 +167,10 @@ void reportReplacedProperties(const RawProperties& properties)
     }
     for (std::size_t place = 0; place < kNames.size(); ++place) {
         if (differ[place])
-            reportLoss(
-                stringWithFormat("%@ in '%@' steht mit verschiedenen Parametern: nur die "
-                                 "letzte Angabe wird gelesen",
-                                 kNames[place], titleIn(properties)));
+            reportLoss(KTLoss::Kind::thinned,
+                       stringWithFormat("%@ in '%@' steht mit verschiedenen Parametern: nur die "
+                                        "letzte Angabe wird gelesen",
+                                        kNames[place], titleIn(properties)));
     }
 }
 

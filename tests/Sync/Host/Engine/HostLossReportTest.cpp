@@ -34,7 +34,7 @@ TEST(HostLossReport, HearsWhatIsToldThroughTheClassTable)
     HostClassesScope classes;
     {
         LossScope scope("Privat", "/a.ics");
-        reportLoss("Datum unlesbar");
+        reportLoss(KTLoss::Kind::unread, "Datum unlesbar");
     }
     EXPECT_THAT(classes.losses(), ElementsAre(KTLoss{"Privat", "/a.ics", "Datum unlesbar"}));
 }

@@ -1,0 +1,21 @@
+#pragma once
+
+#include <string_view>
+
+#include "Sync/HostInterface/KTLossReport.h"
+
+namespace kt {
+
+/// The host's optional class that asks the plug-in to keep the store's texts when it rewrites the
+/// store: what did not change stays byte for byte, what could not be read stays in its place.
+/// Without it the whole store is written anew from records.
+class KTCarefulWriting : public KTHostClass {
+public:
+    static constexpr std::string_view className = "KTCarefulWriting";
+
+    /// Whether text that could not be read is to go, because the host has handed out what it last
+    /// held. Asked for every such text, with what was told of it as a loss; the reason is empty.
+    virtual bool isGivenUp(const KTLoss& unread) const = 0;
+};
+
+}  // namespace kt
