@@ -1,0 +1,185 @@
+#include "Sync/PlugIns/iCal/Calendar/ChangedItemText.h"
+
+#include <algorithm>
+#include <array>
+#include <deque>
+#include <unordered_map>
+#include <unordered_set>
+#include <vector>
+
+#include "Sync/PlugIns/iCal/Calendar/ComponentText.h"
+
+namespace kt {
+
+namespace {
+
+using Part = ComponentText::Part;
+using Parts = ComponentText::PartList;
+
+/// What is carried over of a property that changed.
+enum class Carry {
+    all,        // also what the writer knew nothing of: exceptions in a second zone
+    unchanged,  // the lines of the values that stayed
+};
+
+/// A property that says in other words what another one says, and goes when that one changes.
+struct Follower {
+    std::string_view name;
+    std::string_view leader;
+};
+constexpr std::array<Follower, 2> kFollowers{
+    {{"PERCENT-COMPLETE", "STATUS"}, {"PERCENT-COMPLETE", "COMPLETED"}}};
+
+bool haveEqualTexts(const Parts& left, const Parts& right)
+{
+    return std::equal(left.begin(), left.end(), right.begin(), right.end(),
+                      [](const Part* one, const Part* other) { return one->text == other->text; });
+}
+
+/// What stood under one name, for the lines that are wanted under it.
+class StoodParts {
+public:
+    StoodParts(const Parts& stored, const Parts& written)
+        : _areOneForOne(stored.size() == written.size())
+    {
+        for (const Part* part : stored) {
+            _stored.push_back(part);
+            _byValue[part->value].push_back(part);
+        }
+        for (std::size_t index = 0; index < written.size(); ++index)
+            _written[written[index]->text].push_back(index);
+    }
+
+    /// The text as it stood, if the writer makes the same of it as before; else the wanted one.
+    /// Inner components come one for one, in order; properties are known by their values.
+    std::string_view textFor(const Part& wanted)
+    {
+        const auto written = _written.find(wanted.text);
+        if (written == _written.end() || written->second.empty())
+            return wanted.text;
+        const std::size_t index = written->second.front();
+        written->second.pop_front();
+        if (wanted.isComponent())
+            return _areOneForOne ? _stored[index]->text : wanted.text;
+        const auto same = _byValue.find(wanted.value);
+        if (same == _byValue.end() || same->second.empty())
+            return wanted.text;
+        const Part* const part = same->second.front();
+        same->second.pop_front();
+        return part->text;
+    }
+
+private:
+    bool _areOneForOne;
+    std::vector<const Part*> _stored;
+    std::unordered_map<std::string_view, std::deque<const Part*>> _byValue;
+    std::unordered_map<std::string_view, std::deque<std::size_t>> _written;
+};
+
+/// Puts the component together from what stood and what is wanted.
+class Composition {
+public:
+    Composition(const ComponentText& stored, const ComponentText& written,
+                const ComponentText& wanted, Carry carry)
+        : _stored(stored),
+          _written(written),
+          _wanted(wanted),
+          _carry(carry)
+    {}
+
+    std::string text()
+    {
+        for (const Part& part : _stored.parts())
+            addStored(part);
+        for (const Part& part : _wanted.parts()) {
+            if (_stored.partsNamed(part.name).empty() && isChanged(part.name))
+                addWanted(part.name);
+        }
+        return std::string(_stored.begin()) + _properties + _components +
+               std::string(_stored.end());
+    }
+
+private:
+    bool isChanged(std::string_view name)
+    {
+        const auto [known, isNew] = _changed.try_emplace(name);
+        if (isNew)
+            known->second = !haveEqualTexts(_written.partsNamed(name), _wanted.partsNamed(name));
+        return known->second;
+    }
+
+    bool isOutdated(std::string_view name)
+    {
+        return name == "LAST-MODIFIED" ||
+               std::any_of(kFollowers.begin(), kFollowers.end(), [&](const Follower& follower) {
+                   return follower.name == name && isChanged(follower.leader);
+               });
+    }
+
+    void addStored(const Part& part)
+    {
+        if (isOutdated(part.name))
+            return;
+        if (isChanged(part.name))
+            addWanted(part.name);
+        else
+            add(part, part.text);
+    }
+
+    void add(const Part& part, std::string_view text)
+    {
+        (part.isComponent() ? _components : _properties) += text;
+    }
+
+    /// All that is wanted of one name, at the place where the first of it stood.
+    void addWanted(std::string_view name)
+    {
+        if (!_done.insert(name).second)
+            return;
+        if (_carry == Carry::all)
+            carryUnknown(name);
+        StoodParts stood(_stored.partsNamed(name), _written.partsNamed(name));
+        for (const Part* wanted : _wanted.partsNamed(name))
+            add(*wanted, stood.textFor(*wanted));
+    }
+
+    /// What the writer makes nothing of.
+    void carryUnknown(std::string_view name)
+    {
+        std::unordered_set<std::string_view> known;
+        for (const Part* part : _written.partsNamed(name))
+            known.insert(part->value);
+        for (const Part* part : _stored.partsNamed(name)) {
+            if (!part->isComponent() && !known.contains(part->value))
+                add(*part, part->text);
+        }
+    }
+
+    const ComponentText& _stored;
+    const ComponentText& _written;
+    const ComponentText& _wanted;
+    Carry _carry;
+    std::string _properties;
+    std::string _components;
+    std::unordered_map<std::string_view, bool> _changed;
+    std::unordered_set<std::string_view> _done;
+};
+
+}  // namespace
+
+std::string changedItemText(const ChangedItem& item,
+                            const std::function<std::string(std::string_view)>& asRead)
+{
+    const std::string aim = asRead(item.wanted);
+    const ComponentText stored(item.stored);
+    const ComponentText written(item.written);
+    const ComponentText wanted(item.wanted);
+    for (const Carry carry : {Carry::all, Carry::unchanged}) {
+        std::string text = Composition(stored, written, wanted, carry).text();
+        if (asRead(text) == aim)
+            return text;
+    }
+    return std::string(item.wanted);
+}
+
+}  // namespace kt
