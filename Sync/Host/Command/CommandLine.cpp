@@ -6,6 +6,7 @@
 #include <CLI/CLI.hpp>
 
 #include "Sync/Foundation/Format.h"
+#include "Sync/Host/Services/HomeLayout.h"
 
 namespace kt {
 
@@ -37,6 +38,14 @@ CLI::Option* addText(CLI::App& app, const std::string& name, std::optional<std::
         ->multi_option_policy(CLI::MultiOptionPolicy::TakeLast);
 }
 
+std::vector<int> systemVersions()
+{
+    std::vector<int> versions;
+    for (const HomeLayoutVersion& row : kHomeLayouts)
+        versions.push_back(row.systemVersion);
+    return versions;
+}
+
 void addGeneralOptions(CLI::App& app, CommandLine& line)
 {
     app.set_help_flag("-h,--help", "zeigt diese Hilfe");
@@ -44,7 +53,7 @@ void addGeneralOptions(CLI::App& app, CommandLine& line)
     app.add_option("--system-version", line.systemVersion,
                    "4 oder 5: Ablage wie unter 10.4 oder 10.5 (sonst die vorgefundene)")
         ->type_name("VERSION")
-        ->check(CLI::IsMember({4, 5}))
+        ->check(CLI::IsMember(systemVersions()))
         ->multi_option_policy(CLI::MultiOptionPolicy::TakeLast);
     addText(app, "--server", line.server, "ADRESSE",
             "Server, sqlite:DATEI (sonst eine Datei im Ordner der Suite)");

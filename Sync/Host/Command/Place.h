@@ -5,13 +5,14 @@
 #include "Sync/Host/Command/CommandLine.h"
 #include "Sync/Host/Publishing/PublicSite.h"
 #include "Sync/Host/Services/AppleScripts.h"
+#include "Sync/Host/Services/HomeLayout.h"
 
 namespace kt {
 
 /// Where a command works and with what: command line, settings and defaults taken together.
 struct Place {
-    std::string home;       // absolute
-    int systemVersion = 5;  // 4 or 5
+    std::string home;                          // absolute
+    int systemVersion = kNewestSystemVersion;  // one of kHomeLayouts
     std::string serverURL;
     std::string device;
     std::string pluginPath;

@@ -9,6 +9,7 @@
 #include "Sync/Foundation/Exception.h"
 #include "Sync/Foundation/FileManager.h"
 #include "Sync/Foundation/Format.h"
+#include "Sync/Host/Services/HomeLayout.h"
 
 namespace kt {
 
@@ -158,7 +159,8 @@ Settings settingsFromFile(const std::string& path)
     settings.server = reader.takeText("server");
     settings.device = reader.takeText("device");
     settings.plugin = reader.takeText("plugin");
-    settings.systemVersion = reader.takeNumber("system-version", 4, 5);
+    settings.systemVersion =
+        reader.takeNumber("system-version", kOldestSystemVersion, kNewestSystemVersion);
     settings.calendarProgram = calendarProgram(reader.takeTable("calendar-program"), path);
     settings.site = publicSite(reader.takeTable("public-site"), path);
     reader.refuseTheRest();

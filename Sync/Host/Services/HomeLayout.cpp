@@ -1,32 +1,17 @@
 #include "Sync/Host/Services/HomeLayout.h"
 
+#include <algorithm>
+
 #include "Sync/Foundation/FileManager.h"
 #include "Sync/Foundation/Format.h"
 #include "Sync/Foundation/PropertyList.h"
 #include "Sync/Host/Services/StoreBackups.h"
 #include "Sync/Host/Services/SuiteFolder.h"
+#include "Sync/HostInterface/StorePaths.h"
 
 namespace kt {
 
 namespace {
-
-std::string calendarsFolder105(const std::string& home)
-{
-    return stringByAppendingPathComponent(home, "Library/Calendars");
-}
-
-std::string folder104(const std::string& home)
-{
-    return stringByAppendingPathComponent(home, "Library/Application Support/iCal");
-}
-
-/// Of a file or folder of iCal's in the older layout.
-std::string path104(const std::string& home, std::string_view name)
-{
-    return stringByAppendingPathComponent(folder104(home), name);
-}
-
-std::string nodeFile104(const std::string& home) { return path104(home, "nodes.plist"); }
 
 /// A link that leads nowhere is there as well: behind it a volume may be missing.
 bool isThere(const std::string& path)
@@ -43,25 +28,24 @@ bool holdsSomething(const std::string& folder)
     return !names || !names->empty();
 }
 
-bool holdsOnlyAttachments(const std::string& home)
+bool holdsOnlyAttachments(const std::string& calendarsFolder)
 {
-    const auto names = FileManager::defaultManager().listDirectory(calendarsFolder105(home));
-    return names && names->size() == 1 && names->front() == "Attachments";
+    const auto names = FileManager::defaultManager().listDirectory(calendarsFolder);
+    return names && names->size() == 1 && names->front() == StorePaths::attachmentsName;
 }
 
-bool hasStore105(const std::string& home)
+bool hasStore105(const StorePaths& paths)
 {
-    const std::string folder = calendarsFolder105(home);
-    return (isThere(folder) && !holdsOnlyAttachments(home)) || isThere(pathWhileReplaced(folder));
+    const std::string folder = paths.calendarsFolder();
+    return (isThere(folder) && !holdsOnlyAttachments(folder)) || isThere(pathWhileReplaced(folder));
 }
 
 /// iCal and the plug-in both move the node file aside before they put another in its place.
-bool hasStore104(const std::string& home)
+bool hasStore104(const StorePaths& paths)
 {
-    return isThere(nodeFile104(home)) || isThere(path104(home, "nodes.plist.bak")) ||
-           holdsSomething(path104(home, "Sources")) ||
-           holdsSomething(path104(home, "Sources.bak")) ||
-           isThere(pathWhileReplaced(folder104(home)));
+    return isThere(paths.nodeFile()) || isThere(paths.nodeFileAside()) ||
+           holdsSomething(paths.sources()) || holdsSomething(paths.sourcesAside()) ||
+           isThere(pathWhileReplaced(paths.iCalFolder()));
 }
 
 using Kind = StoreObstacle::Kind;
@@ -75,8 +59,9 @@ std::optional<StoreObstacle> obstacleInFolder(const std::string& path)
                                           path)};
 }
 
-StoreObstacle otherLayout(const std::string& folder, int systemVersion)
+StoreObstacle otherLayout(const std::string& folder, HomeLayout layout)
 {
+    const int systemVersion = systemVersionOf(layout);
     return {Kind::otherLayout,
             stringWithFormat("Die Kalender dieses Heimordners stehen in \"%@\", der Ablage von "
                              "Mac OS X 10.%d: bitte --system-version %d angeben.",
@@ -86,7 +71,7 @@ StoreObstacle otherLayout(const std::string& folder, int systemVersion)
 std::string whereNodeFileMayBe(const std::string& home)
 {
     for (const std::string& path :
-         {path104(home, "nodes.plist.bak"), SuiteFolder(home).backupsPath()})
+         {StorePaths(home).nodeFileAside(), SuiteFolder(home).backupsPath()})
         if (isThere(path))
             return stringWithFormat("aus \"%@\"", path);
     return "aus einer Sicherungskopie";
@@ -95,24 +80,24 @@ std::string whereNodeFileMayBe(const std::string& home)
 /// Without its node file a store of the older layout can neither be read nor written.
 StoreObstacle missingNodeFile(const std::string& home)
 {
-    const std::string path = nodeFile104(home);
-    if (hasStore104(home))
+    const StorePaths paths(home);
+    if (hasStore104(paths))
         return {Kind::nodeFile,
                 stringWithFormat("Die Datei \"%@\" fehlt, und ohne sie gilt keiner der Kalender: "
                                  "bitte sie erst %@ zurückholen.",
-                                 path, whereNodeFileMayBe(home))};
-    if (hasStore105(home))
-        return otherLayout(calendarsFolder105(home), kSystemVersion105);
+                                 paths.nodeFile(), whereNodeFileMayBe(home))};
+    if (hasStore105(paths))
+        return otherLayout(paths.calendarsFolder(), HomeLayout::macOS105);
     return {Kind::nodeFile,
             stringWithFormat("Es gibt keine Datei \"%@\", ohne die sich keine Kalender schreiben "
                              "lassen: bitte iCal einmal starten und beenden oder "
-                             "--system-version 5 angeben.",
-                             path)};
+                             "--system-version %d angeben.",
+                             paths.nodeFile(), systemVersionOf(HomeLayout::macOS105))};
 }
 
 std::optional<StoreObstacle> obstacleInNodeFile(const std::string& home)
 {
-    const std::string path = nodeFile104(home);
+    const std::string path = StorePaths(home).nodeFile();
     PropertyListError error = PropertyListError::none;
     if (!isThere(path))
         return missingNodeFile(home);
@@ -126,24 +111,59 @@ std::optional<StoreObstacle> obstacleInNodeFile(const std::string& home)
                          path)};
 }
 
+std::optional<StoreObstacle> obstacleInStore104(const std::string& home)
+{
+    const StorePaths paths(home);
+    for (const std::string& folder : {paths.iCalFolder(), paths.sources()})
+        if (auto obstacle = obstacleInFolder(folder))
+            return obstacle;
+    return obstacleInNodeFile(home);
+}
+
+std::optional<StoreObstacle> obstacleInStore105(const std::string& home)
+{
+    const StorePaths paths(home);
+    if (!hasStore105(paths) && hasStore104(paths))
+        return otherLayout(paths.iCalFolder(), HomeLayout::macOS104);
+    return obstacleInFolder(paths.calendarsFolder());
+}
+
 }  // namespace
+
+int systemVersionOf(HomeLayout layout)
+{
+    return std::find_if(kHomeLayouts.begin(), kHomeLayouts.end(),
+                        [&](const HomeLayoutVersion& row) { return row.layout == layout; })
+        ->systemVersion;
+}
+
+std::optional<HomeLayout> homeLayoutOfSystem(int systemVersion)
+{
+    for (const HomeLayoutVersion& row : kHomeLayouts)
+        if (row.systemVersion == systemVersion)
+            return row.layout;
+    return std::nullopt;
+}
 
 int systemVersionOfHome(const std::string& home)
 {
-    return !hasStore105(home) && hasStore104(home) ? kSystemVersion104 : kSystemVersion105;
+    const StorePaths paths(home);
+    return systemVersionOf(!hasStore105(paths) && hasStore104(paths) ? HomeLayout::macOS104
+                                                                     : HomeLayout::macOS105);
 }
 
 std::optional<StoreObstacle> obstacleInStore(const std::string& home, int systemVersion)
 {
-    if (systemVersion == kSystemVersion105) {
-        if (!hasStore105(home) && hasStore104(home))
-            return otherLayout(folder104(home), kSystemVersion104);
-        return obstacleInFolder(calendarsFolder105(home));
+    const auto layout = homeLayoutOfSystem(systemVersion);
+    if (!layout)
+        return std::nullopt;
+    switch (*layout) {
+    case HomeLayout::macOS104:
+        return obstacleInStore104(home);
+    case HomeLayout::macOS105:
+        return obstacleInStore105(home);
     }
-    for (const std::string& folder : {folder104(home), path104(home, "Sources")})
-        if (auto obstacle = obstacleInFolder(folder))
-            return obstacle;
-    return obstacleInNodeFile(home);
+    return std::nullopt;
 }
 
 }  // namespace kt

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <array>
 #include <optional>
 #include <string>
 
@@ -8,9 +9,23 @@ namespace kt {
 // What the host itself has to know of a home: which of the two layouts it has, and whether its
 // store can be looked at. What is inside is the plug-in's business.
 
-/// The system versions whose layouts a home can have.
-inline constexpr int kSystemVersion104 = 4;
-inline constexpr int kSystemVersion105 = 5;
+/// The layouts that a home's store can have.
+enum class HomeLayout { macOS104, macOS105 };
+
+/// A layout as everybody else names it: by the minor version of the system that has it.
+struct HomeLayoutVersion {
+    HomeLayout layout;
+    int systemVersion;
+};
+/// All of them, the oldest first.
+inline constexpr std::array<HomeLayoutVersion, 2> kHomeLayouts{
+    {{HomeLayout::macOS104, 4}, {HomeLayout::macOS105, 5}}};
+inline constexpr int kOldestSystemVersion = kHomeLayouts.front().systemVersion;
+inline constexpr int kNewestSystemVersion = kHomeLayouts.back().systemVersion;
+
+int systemVersionOf(HomeLayout layout);
+/// Nullopt for a version that stands in no row.
+std::optional<HomeLayout> homeLayoutOfSystem(int systemVersion);
 
 /// 5 where "Library/Calendars" stands, else 4 where iCal's node file does, or what is left of that
 /// layout while the node file is moved aside: its backup or calendars in "Sources". Else 5: a store
@@ -31,7 +46,8 @@ struct StoreObstacle {
     std::string reason;  // one line for the user, with what to do
 };
 
-/// Nullopt for a store that can be looked at, and for a 10.5 store that is not there yet.
+/// Nullopt for a store that can be looked at, for a 10.5 store that is not there yet, and for a
+/// system without a layout.
 std::optional<StoreObstacle> obstacleInStore(const std::string& home, int systemVersion);
 
 }  // namespace kt

@@ -4,11 +4,11 @@
 #include "Sync/Foundation/Exception.h"
 #include "Sync/Foundation/FileManager.h"
 #include "Sync/Foundation/Format.h"
+#include "Sync/HostInterface/StorePaths.h"
 
 namespace kt {
 
-SuiteFolder::SuiteFolder(std::string_view home)
-    : _path(stringByAppendingPathComponent(home, "Library/Application Support/VeloraSuite"))
+SuiteFolder::SuiteFolder(std::string_view home) : _path(StorePaths(std::string(home)).suiteFolder())
 {}
 
 std::string SuiteFolder::pathOf(std::string_view name) const

@@ -3,9 +3,9 @@
 #include <unordered_map>
 
 #include "Sync/HostInterface/KTLossReport.h"
+#include "Sync/HostInterface/StorePaths.h"
 #include "Sync/PlugIns/iCal/Calendar/HostAndSystemLog.h"
 #include "Sync/PlugIns/iCal/Calendar/KTSyncCalendarStore.h"
-#include "Sync/PlugIns/iCal/Calendar/StorePaths.h"
 #include "Sync/PlugIns/iCal/ICalHelper.h"
 
 namespace kt {

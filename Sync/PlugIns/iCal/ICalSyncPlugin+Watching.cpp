@@ -1,4 +1,4 @@
-#include "Sync/PlugIns/iCal/Calendar/StorePaths.h"
+#include "Sync/PlugIns/iCal/Calendar/StoreLayout.h"
 #include "Sync/PlugIns/iCal/ICalSyncPlugin.h"
 
 namespace kt {
@@ -13,14 +13,8 @@ constexpr std::string_view kLaunchScript = "tell application \"iCal\"\nlaunch\ne
 
 std::optional<std::vector<std::string>> ICalSyncPlugin::filesToWatch()
 {
-    switch (_pluginHelper->macOSVersion()) {
-    case 4:
-        return {{StorePaths::nodeFile()}};
-    case 5:
-        return {{StorePaths::calendarCache()}};
-    default:
-        return std::nullopt;
-    }
+    const auto layout = StoreLayout::ofHost(_pluginHelper);
+    return layout ? std::optional(layout->filesToWatch()) : std::nullopt;
 }
 
 void ICalSyncPlugin::watchedFileChanged(const std::string&)

@@ -1,8 +1,7 @@
 #include "Sync/PlugIns/iCal/ICalSyncPlugin.h"
 
 #include "Sync/Foundation/Bundle.h"
-#include "Sync/Foundation/FileManager.h"
-#include "Sync/PlugIns/iCal/Calendar/StorePaths.h"
+#include "Sync/PlugIns/iCal/Calendar/StoreLayout.h"
 
 namespace kt {
 
@@ -65,23 +64,13 @@ std::shared_ptr<Image> ICalSyncPlugin::menuIcon()
 
 bool ICalSyncPlugin::showInSyncPluginsList()
 {
-    const int version = _pluginHelper->macOSVersion();
-    // There is no store on 10.3 whose presence could be asked for: the empty path is never there.
-    if (version == 3)
-        return FileManager::defaultManager().fileExistsAtPath("");
-    return version >= 4;
+    return StoreLayout::isOfferedOnSystem(_pluginHelper->macOSVersion());
 }
 
 std::optional<std::vector<std::string>> ICalSyncPlugin::filesToBackup()
 {
-    switch (_pluginHelper->macOSVersion()) {
-    case 4:
-        return {{StorePaths::iCalFolder()}};
-    case 5:
-        return {{StorePaths::calendarsFolder()}};
-    default:
-        return std::nullopt;
-    }
+    const auto layout = StoreLayout::ofHost(_pluginHelper);
+    return layout ? std::optional(layout->filesToBackup()) : std::nullopt;
 }
 
 std::string ICalSyncPlugin::describeRecord(const KTSyncRecord& record)

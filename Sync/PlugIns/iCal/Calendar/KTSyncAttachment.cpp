@@ -5,9 +5,9 @@
 #include "Sync/Additions/KTFileManagerAdditions.h"
 #include "Sync/Foundation/Exception.h"
 #include "Sync/Foundation/FileManager.h"
-#include "Sync/Foundation/Platform.h"
 #include "Sync/HostInterface/Guard.h"
 #include "Sync/HostInterface/KTLossReport.h"
+#include "Sync/HostInterface/StorePaths.h"
 #include "Sync/PlugIns/iCal/Calendar/KTSyncCalendarTools.h"
 
 namespace kt {
@@ -165,8 +165,7 @@ std::optional<std::string> KTSyncAttachment::pathForICalAttachment(const Value& 
         logTo(_fileLogger, "Anhang '%@' wird ausgelassen: kein gültiger Dateiname", URI);
         return std::nullopt;
     }
-    return stringWithFormat("%@/Library/Calendars/Attachments/%@/%@", NSHomeDirectory(), folder,
-                            name);
+    return StorePaths().attachmentFile(folder, name);
 }
 
 bool KTSyncAttachment::writeFile() const

@@ -10,18 +10,18 @@
 #include "Sync/Foundation/FileManager.h"
 #include "Sync/HostInterface/Guard.h"
 #include "Sync/HostInterface/KTLossReport.h"
+#include "Sync/HostInterface/StorePaths.h"
 #include "Sync/PlugIns/iCal/Calendar/DigestTable.h"
 #include "Sync/PlugIns/iCal/Calendar/ItemFile.h"
 #include "Sync/PlugIns/iCal/Calendar/KTSyncCalendar.h"
 #include "Sync/PlugIns/iCal/Calendar/KTSyncCalendarTools.h"
-#include "Sync/PlugIns/iCal/Calendar/StorePaths.h"
+#include "Sync/PlugIns/iCal/Calendar/StoreLayout.h"
 #include "Sync/PlugIns/iCal/Calendar/UnreadText.h"
 
 namespace kt {
 
 namespace {
 
-constexpr std::string_view kItemFileExtension = "ics";
 constexpr std::string_view kBegin = "BEGIN:";
 constexpr std::string_view kEnd = "END:";
 
@@ -343,10 +343,9 @@ private:
 
 std::optional<std::string> KTSyncCalendar::itemsFolder() const
 {
-    std::optional<std::string> folder = corestoragePath();
-    if (folder && systemVersion() > 4)
-        folder = StorePaths::eventsFolder(*folder);
-    return folder;
+    const std::optional<std::string> folder = corestoragePath();
+    const auto layout = StoreLayout::ofHost(_pluginHelper);
+    return folder && layout ? layout->itemsFolder(*folder) : folder;
 }
 
 bool KTSyncCalendar::loadEventsAndTasks()
@@ -378,7 +377,7 @@ void KTSyncCalendar::loadItemFiles(const std::string& folder, const std::vector<
 {
     Loading loading(*this, names.size());
     for (const std::string& name : names) {
-        if (pathExtension(name) != kItemFileExtension)
+        if (pathExtension(name) != StorePaths::itemFileExtension)
             continue;
         const std::string path = stringByAppendingPathComponent(folder, name);
         try {

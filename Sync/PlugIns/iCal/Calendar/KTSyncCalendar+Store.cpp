@@ -1,7 +1,8 @@
-// Writes a calendar's items in the layout of the running system.
+// What a calendar leaves to the layout of the host's system: its items' files and its node.
 
 #include "Sync/PlugIns/iCal/Calendar/HostAndSystemLog.h"
 #include "Sync/PlugIns/iCal/Calendar/KTSyncCalendar.h"
+#include "Sync/PlugIns/iCal/Calendar/StoreLayout.h"
 
 namespace kt {
 
@@ -12,20 +13,14 @@ bool KTSyncCalendar::storeEventsAndTasks()
         logToHostAndSystem(_pluginHelper, "Kalender '%@' ohne corestoragepath", _title);
         return false;
     }
-    switch (systemVersion()) {
-    case 4:
-        return storeEventsAndTasks104(*folder);
-    case 5:
-        return storeEventsAndTasks105(*folder);
-    default:
-        return true;
-    }
+    const auto layout = StoreLayout::ofHost(_pluginHelper);
+    return !layout || layout->storeItems(*this, *folder);
 }
 
-Value KTSyncCalendar::uidOfSeries(const KTSyncEvent& event)
+Dictionary KTSyncCalendar::iCalNode() const
 {
-    const auto& series = event.recurrenceParentRecordKey();
-    return series ? series : event.recordKey();
+    const auto layout = StoreLayout::ofHost(_pluginHelper);
+    return layout ? layout->node(*this) : Dictionary();
 }
 
 }  // namespace kt

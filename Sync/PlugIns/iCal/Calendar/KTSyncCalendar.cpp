@@ -9,7 +9,8 @@
 #include "Sync/Foundation/FileManager.h"
 #include "Sync/Foundation/Platform.h"
 #include "Sync/HostInterface/Guard.h"
-#include "Sync/PlugIns/iCal/Calendar/StorePaths.h"
+#include "Sync/HostInterface/StorePaths.h"
+#include "Sync/PlugIns/iCal/Calendar/StoreLayout.h"
 
 namespace kt {
 
@@ -87,11 +88,6 @@ void KTSyncCalendar::takeRecord(const Dictionary& syncRecord)
     _alarmsDisabled = syncRecord["AlarmsDisabled"].boolValue();
 }
 
-int KTSyncCalendar::systemVersion() const
-{
-    return _pluginHelper == nullptr ? 0 : _pluginHelper->macOSVersion();
-}
-
 KTFileLogger* KTSyncCalendar::fileLogger() const
 {
     return _pluginHelper == nullptr ? nullptr : _pluginHelper->fileLogger();
@@ -163,8 +159,8 @@ std::optional<std::string> KTSyncCalendar::corestoragePath() const
 
 std::optional<std::string> KTSyncCalendar::computedCorestoragePath() const
 {
-    const int version = systemVersion();
-    if (version != 4 && version != 5)
+    const auto layout = StoreLayout::ofHost(_pluginHelper);
+    if (!layout)
         return std::nullopt;
 
     // Source keys come from other machines; one with a slash would lead out of the store.
@@ -175,8 +171,7 @@ std::optional<std::string> KTSyncCalendar::computedCorestoragePath() const
         _isSourceKeyRefused = true;
         return std::nullopt;
     }
-    return version == 4 ? StorePaths::calendarFolder104(*_sourceKey)
-                        : StorePaths::calendarFolder105(*_sourceKey);
+    return layout->calendarFolder(*_sourceKey);
 }
 
 std::string KTSyncCalendar::calendarTypeString() const

@@ -19,8 +19,13 @@ inline constexpr std::int32_t kCalendarTypeGroup = 1;
 inline constexpr std::int32_t kCalendarTypeSubscriber = 2;
 inline constexpr std::int32_t kCalendarTypeBirthday = 3;
 
+// Formats of publishing settings: the key sets of the two systems.
+inline constexpr int kPublisherFormat104 = 4;
+inline constexpr int kPublisherFormat105 = 5;
+
 /// One calendar or calendar group of iCal's store. Owns its items, which it loads from its folder
-/// on demand and stores there. Conduit "ical-calendar".
+/// on demand and stores there, both as the layout of the host's system has it. Conduit
+/// "ical-calendar".
 class KTSyncCalendar {
 public:
     using Events = std::vector<std::shared_ptr<KTSyncEvent>>;
@@ -62,6 +67,9 @@ public:
     /// time. Asking for a list that is missing loads both anew, whatever was added to the other.
     const Events* events();
     const Tasks* tasks();
+    /// The lists as they are, without loading; null when there is none yet.
+    const Events* heldEvents() const { return _events ? &*_events : nullptr; }
+    const Tasks* heldTasks() const { return _tasks ? &*_tasks : nullptr; }
     /// Append without loading.
     void addEvent(std::shared_ptr<KTSyncEvent> event);
     void addTask(std::shared_ptr<KTSyncTask> task);
@@ -79,10 +87,19 @@ public:
     /// the content of its 10.5 Info.plist. Throws Exception, logged, when publishing settings are
     /// no dictionary, and in 10.5 when colour, title or notes are missing.
     Dictionary iCalNode() const;
-    /// Publishing settings in the key set of format 4 or 5; nullopt where there is no conversion.
+    /// Publishing settings in the key set of a format (kPublisherFormat104, ...105); nullopt where
+    /// there is no conversion.
     std::optional<Dictionary> convertPublisher(const Dictionary& publisher, int toFormat) const;
+    /// The calendar's own settings in that format. Nullopt when there are none, and when they have
+    /// no form in it, which is told as a loss. Throws Exception when they are no dictionary.
+    std::optional<Dictionary> publisherInFormat(int format) const;
 
+    KTSyncPluginHelper* pluginHelper() const { return _pluginHelper; }
+    /// The host's; may be null.
+    KTFileLogger* fileLogger() const;
     std::int32_t calendarType() const { return _calendarType; }
+    /// iCal's own key; nullopt for a calendar that iCal does not know yet.
+    const std::optional<std::string>& ownSourceKey() const { return _sourceKey; }
     const std::optional<std::string>& title() const { return _title; }
     void setTitle(std::optional<std::string> title) { _title = std::move(title); }
     const std::optional<std::string>& color() const { return _color; }
@@ -90,6 +107,8 @@ public:
     /// Never nil: supplies, and keeps, the empty string.
     const std::string& notes();
     void setNotes(std::optional<std::string> notes);
+    /// The notes as they are.
+    const std::optional<std::string>& ownNotes() const { return _notes; }
     std::int32_t order() const { return _order; }
     void setOrder(std::int32_t order) { _order = order; }
     const std::optional<std::string>& parentRecordKey() const { return _parentRecordKey; }
@@ -114,31 +133,11 @@ private:
     class Loading;  // one run over the item files
 
     void takeRecord(const Dictionary& syncRecord);
-    int systemVersion() const;
-    KTFileLogger* fileLogger() const;
     std::optional<std::string> computedCorestoragePath() const;
 
     void loadBothLists();
     std::optional<std::string> itemsFolder() const;
     void loadItemFiles(const std::string& folder, const std::vector<std::string>& names);
-
-    bool storeEventsAndTasks104(const std::string& folder);
-    void addItems104(std::string& text);
-    bool writeDescription104(const std::string& folder) const;
-    void writeSubscription104(const std::string& folder) const;
-    bool storeEventsAndTasks105(const std::string& folder);
-    bool writeItems105(const std::string& folder, std::string& text);
-    bool writeItem105(KTSyncCalendarItem& item, const std::string& folder, std::string& text) const;
-
-    /// An occurrence carries the UID of its series.
-    static Value uidOfSeries(const KTSyncEvent& event);
-
-    Dictionary iCalNode104() const;
-    Dictionary iCalNode105() const;
-    std::optional<Dictionary> publisherForNode(int format) const;
-    void addSubscription105(Dictionary& node) const;
-    bool addArchivedSubscription105(Dictionary& node) const;
-    void tellReplacedSettings(const Dictionary& node) const;
 
     KTSyncPluginHelper* _pluginHelper;  // not owned
     std::int32_t _calendarType = kCalendarTypeNode;

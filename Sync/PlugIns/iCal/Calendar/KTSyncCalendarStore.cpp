@@ -1,16 +1,13 @@
 #include "Sync/PlugIns/iCal/Calendar/KTSyncCalendarStore.h"
 
-#include "Sync/Additions/KTFileManagerAdditions.h"
 #include "Sync/HostInterface/Guard.h"
 #include "Sync/PlugIns/iCal/Calendar/HostAndSystemLog.h"
-#include "Sync/PlugIns/iCal/Calendar/StorePaths.h"
+#include "Sync/PlugIns/iCal/Calendar/Layout104.h"
+#include "Sync/PlugIns/iCal/Calendar/Layout105.h"
 
 namespace kt {
 
 namespace {
-
-constexpr int kMacOS104 = 4;
-constexpr int kMacOS105 = 5;
 
 /// Most exceptions carry no user information, which is nil.
 Value userInfo(const Exception& exception)
@@ -34,14 +31,8 @@ std::optional<ParsedCalendars> KTSyncCalendarStore::calendars()
 {
     return guardedOr(
         [&]() -> std::optional<ParsedCalendars> {
-            switch (systemVersion()) {
-            case kMacOS104:
-                return calendars104();
-            case kMacOS105:
-                return calendars105();
-            default:
-                return ParsedCalendars();
-            }
+            const auto layout = StoreLayout::ofHost(_pluginHelper);
+            return layout ? layout->read(*this) : ParsedCalendars();
         },
         [&](const Exception& exception) -> std::optional<ParsedCalendars> {
             logToHostAndSystem(_pluginHelper, "KTSyncCalendarStore.calendars: %@, %@, %@",
@@ -66,16 +57,8 @@ bool KTSyncCalendarStore::storeCalendars(const Calendars& calendars)
 {
     return guardedOr(
         [&] {
-            switch (systemVersion()) {
-            case kMacOS104:
-                return write104Calendars(calendars);
-            case kMacOS105:
-                // Whatever the writer says: only an exception makes this layout fail.
-                write105Calendars(calendars);
-                return true;
-            default:
-                return true;
-            }
+            const auto layout = StoreLayout::ofHost(_pluginHelper);
+            return !layout || layout->write(*this, calendars);
         },
         [&](const Exception& exception) {
             logToHostAndSystem(_pluginHelper, "KTSyncCalendarStore.storeCalendars: %@, %@, %@",
@@ -90,22 +73,29 @@ bool KTSyncCalendarStore::fileManager(FileManager&, const Dictionary& error)
     return error["Error"] == Value("Error removing");
 }
 
-int KTSyncCalendarStore::systemVersion() const
+void KTSyncCalendarStore::parseMacOS104CalendarsList(
+    const Value& list, ParsedCalendars& intoParsedCalendars,
+    const std::optional<std::string>& withParentRecordKey)
 {
-    return _pluginHelper == nullptr ? 0 : _pluginHelper->macOSVersion();
+    Layout104().readNodes(_pluginHelper, list, intoParsedCalendars, withParentRecordKey);
 }
 
-std::optional<ParsedCalendars> KTSyncCalendarStore::calendars105()
+bool KTSyncCalendarStore::write104Calendars(const Calendars& calendars)
 {
-    ParsedCalendars parsed;
-    const std::string root = StorePaths::calendarsFolder();
-    if (!isDirectoryAtPath(root)) {
-        logToHostAndSystem(_pluginHelper,
-                           "Es gibt keine Kalender, evtl. wurde iCal noch nie gestartet");
-        createPath(root);
-    }
-    parseMacOS105CalendarsAtPath(root, parsed, false, std::nullopt);
-    return parsed;
+    return Layout104().write(*this, calendars);
+}
+
+void KTSyncCalendarStore::parseMacOS105CalendarsAtPath(
+    const std::string& path, ParsedCalendars& intoParsedCalendars, bool parentIsIMAPGroup,
+    const std::optional<std::string>& parentIMAPGroupRecordKey)
+{
+    Layout105().readLevel(_pluginHelper, path, intoParsedCalendars, parentIsIMAPGroup,
+                          parentIMAPGroupRecordKey);
+}
+
+bool KTSyncCalendarStore::write105Calendars(const Calendars& calendars)
+{
+    return Layout105().write(*this, calendars);
 }
 
 }  // namespace kt

@@ -12,9 +12,9 @@
 
 namespace kt {
 
-/// iCal's store on disk, in the layout of the system that the host reports. Holds nothing between
-/// calls: reading reads it whole, writing replaces it whole. Not to be used from two threads at
-/// once, since both directions work on iCal's files.
+/// iCal's store on disk, in the layout of the system that the host reports (StoreLayout). Holds
+/// nothing between calls: reading reads it whole, writing replaces it whole. Not to be used from
+/// two threads at once, since both directions work on iCal's files.
 class KTSyncCalendarStore : public FileManagerHandler {
 public:
     using Calendars = std::vector<std::shared_ptr<KTSyncCalendar>>;
@@ -44,7 +44,12 @@ public:
     /// other failure.
     bool fileManager(FileManager& fileManager, const Dictionary& error) override;
 
+    /// May be null.
+    KTSyncPluginHelper* pluginHelper() const { return _pluginHelper; }
+
 protected:
+    // The work of each layout by itself, whatever system the host reports.
+
     /// Reads one list of nodes of the 10.4 layout, groups with their members; nothing for nil.
     /// Throws Exception for an entry of a wrong kind, after reporting it as a loss.
     void parseMacOS104CalendarsList(const Value& list, ParsedCalendars& intoParsedCalendars,
@@ -65,15 +70,6 @@ protected:
     bool write105Calendars(const Calendars& calendars);
 
 private:
-    class Layout104Reader;
-    class Layout104Writer;
-    class Layout105Level;
-    class Layout105Writer;
-
-    int systemVersion() const;
-    std::optional<ParsedCalendars> calendars104();
-    std::optional<ParsedCalendars> calendars105();
-
     KTSyncPluginHelper* _pluginHelper;  // not owned, may be null
 };
 

@@ -7,7 +7,7 @@
 #include "Sync/Foundation/Format.h"
 #include "Sync/Foundation/PropertyList.h"
 #include "Sync/HostInterface/KTLossReport.h"
-#include "Sync/PlugIns/iCal/Calendar/StorePaths.h"
+#include "Sync/HostInterface/StorePaths.h"
 
 namespace kt {
 
@@ -49,7 +49,7 @@ public:
         for (std::size_t position = 0; position < _isPlaced.size(); ++position) {
             if (_isPlaced[position])
                 continue;
-            const LossScope scope(_tree._entries[position].title, StorePaths::nodeFile());
+            const LossScope scope(_tree._entries[position].title, StorePaths().nodeFile());
             reportLoss(KTLoss::Kind::curtailed,
                        "Der Kalender wird nicht geschrieben: seine Gruppe fehlt");
         }
@@ -100,7 +100,7 @@ private:
 
     Array withoutMembers(const Entry& group, std::string_view reason) const
     {
-        const LossScope scope(group.title, StorePaths::nodeFile());
+        const LossScope scope(group.title, StorePaths().nodeFile());
         logMsg(_tree._pluginHelper, "Gruppe '%@' %@: ohne Mitglieder geschrieben", group.title,
                reason);
         reportLoss(KTLoss::Kind::curtailed, stringWithFormat("Die Gruppe %@", reason));

@@ -26,6 +26,24 @@ std::string nested(int depth)
     return text + "</dict></plist>";
 }
 
+TEST(HomeLayouts, AreEachFoundByTheirSystem)
+{
+    for (const HomeLayoutVersion& row : kHomeLayouts) {
+        EXPECT_EQ(homeLayoutOfSystem(row.systemVersion), row.layout);
+        EXPECT_EQ(systemVersionOf(row.layout), row.systemVersion);
+    }
+    EXPECT_EQ(kOldestSystemVersion, 4);
+    EXPECT_EQ(kNewestSystemVersion, 5);
+}
+
+TEST(HomeLayouts, AreNotThoseOfOtherSystems)
+{
+    for (const int version : {-1, 0, 3, 6}) {
+        EXPECT_EQ(homeLayoutOfSystem(version), std::nullopt);
+        EXPECT_FALSE(obstacleInStore("/nonexistent", version));
+    }
+}
+
 TEST(SystemVersionOfHome, IsThatOfTheLayoutFound)
 {
     const TemporaryFolder home;

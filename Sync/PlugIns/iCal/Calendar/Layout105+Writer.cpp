@@ -1,3 +1,5 @@
+// Replaces the store, after a copy of it was made.
+
 #include <unordered_map>
 
 #include "Sync/Additions/KTFileManagerAdditions.h"
@@ -6,15 +8,18 @@
 #include "Sync/HostInterface/KTLossReport.h"
 #include "Sync/PlugIns/iCal/Calendar/HostAndSystemLog.h"
 #include "Sync/PlugIns/iCal/Calendar/KTSyncCalendarStore.h"
-#include "Sync/PlugIns/iCal/Calendar/StorePaths.h"
+#include "Sync/PlugIns/iCal/Calendar/Layout105.h"
 
 namespace kt {
 
 /// One rewrite of the store. A group's member list is complete only when every calendar has been
 /// seen, so the Info.plist files wait until then.
-class KTSyncCalendarStore::Layout105Writer {
+class Layout105::Writer {
 public:
-    explicit Layout105Writer(KTSyncPluginHelper* pluginHelper) : _pluginHelper(pluginHelper) {}
+    Writer(const StorePaths& paths, KTSyncPluginHelper* pluginHelper)
+        : _paths(paths),
+          _pluginHelper(pluginHelper)
+    {}
 
     /// Copies the old store aside, then removes its calendars and groups.
     void removeOldCalendars() const;
@@ -36,38 +41,39 @@ private:
     void await(InfoFile file);
     void writeInfoFile(const Dictionary& info, const std::string& path) const;
 
+    const StorePaths& _paths;
     KTSyncPluginHelper* _pluginHelper;
     std::vector<InfoFile> _infoFiles;
     std::unordered_map<std::string, std::size_t> _positions;  // path to its place in _infoFiles
     std::unordered_map<std::string, Array> _groupMembers;     // group's record key to source keys
 };
 
-bool KTSyncCalendarStore::write105Calendars(const Calendars& calendars)
+bool Layout105::write(KTSyncCalendarStore& store, const Calendars& calendars) const
 {
     FileManager& files = FileManager::defaultManager();
-    const std::string store = StorePaths::calendarsFolder();
-    createPath(store);
-    createPath(StorePaths::pluginFolder());
+    const std::string folder = paths().calendarsFolder();
+    createPath(folder);
+    createPath(paths().pluginFolder());
 
-    Layout105Writer writer(_pluginHelper);
+    Writer writer(paths(), store.pluginHelper());
     writer.removeOldCalendars();
     for (const auto& calendar : calendars)
         writer.prepare(*calendar);
     writer.writeInfoFiles();
-    files.removeFileAtPath(StorePaths::calendarCache());
-    if (!files.synchronizeFileSystem(store))
-        logToHostAndSystem(_pluginHelper, "Das Dateisystem konnte nicht synchronisiert werden: %@",
-                           store);
+    files.removeFileAtPath(paths().calendarCache());
+    if (!files.synchronizeFileSystem(folder))
+        logToHostAndSystem(store.pluginHelper(),
+                           "Das Dateisystem konnte nicht synchronisiert werden: %@", folder);
     return true;
 }
 
-void KTSyncCalendarStore::Layout105Writer::removeOldCalendars() const
+void Layout105::Writer::removeOldCalendars() const
 {
     FileManager& files = FileManager::defaultManager();
-    const std::string store = StorePaths::calendarsFolder();
-    files.removeFileAtPath(StorePaths::calendarsBackup());
+    const std::string store = _paths.calendarsFolder();
+    files.removeFileAtPath(_paths.calendarsBackup());
     // A store that is a link to another volume: a copy of the link would be the store itself.
-    files.copyPath(realPath(store), StorePaths::calendarsBackup());
+    files.copyPath(realPath(store), _paths.calendarsBackup());
     createPath(store);
     for (const std::string& name : files.directoryContentsAtPath(store)) {
         if (!name.ends_with(StorePaths::calendarExtension) &&
@@ -78,7 +84,7 @@ void KTSyncCalendarStore::Layout105Writer::removeOldCalendars() const
     }
 }
 
-void KTSyncCalendarStore::Layout105Writer::prepare(KTSyncCalendar& calendar)
+void Layout105::Writer::prepare(KTSyncCalendar& calendar)
 {
     Value info;
     const auto prepareInfo = [&] {
@@ -110,8 +116,8 @@ void KTSyncCalendarStore::Layout105Writer::prepare(KTSyncCalendar& calendar)
     });
 }
 
-void KTSyncCalendarStore::Layout105Writer::storeItems(
-    KTSyncCalendar& calendar, const std::optional<std::string>& folder) const
+void Layout105::Writer::storeItems(KTSyncCalendar& calendar,
+                                   const std::optional<std::string>& folder) const
 {
     if (calendar.calendarType() == kCalendarTypeGroup || calendar.storeEventsAndTasks())
         return;
@@ -120,8 +126,8 @@ void KTSyncCalendarStore::Layout105Writer::storeItems(
                "Die Ereignisse und Aufgaben konnten nicht vollständig geschrieben werden");
 }
 
-void KTSyncCalendarStore::Layout105Writer::joinGroup(KTSyncCalendar& calendar,
-                                                     const std::string& recordKey, const Value& key)
+void Layout105::Writer::joinGroup(KTSyncCalendar& calendar, const std::string& recordKey,
+                                  const Value& key)
 {
     const std::optional<std::string>& parent = calendar.parentRecordKey();
     if (parent && *parent != recordKey)
@@ -129,12 +135,14 @@ void KTSyncCalendarStore::Layout105Writer::joinGroup(KTSyncCalendar& calendar,
 }
 
 /// Nullopt, after a line in the log, for a calendar whose keys name no folder of the store.
-std::optional<std::string> KTSyncCalendarStore::Layout105Writer::folderForKey(
-    KTSyncCalendar& calendar, const std::string& recordKey) const
+std::optional<std::string> Layout105::Writer::folderForKey(KTSyncCalendar& calendar,
+                                                           const std::string& recordKey) const
 {
-    const std::string name = StorePaths::folderName105(recordKey, calendar.calendarType());
+    const std::string name = calendar.calendarType() == kCalendarTypeGroup
+                                 ? StorePaths::groupFolderName105(recordKey)
+                                 : StorePaths::calendarFolderName105(recordKey);
     if (StorePaths::isFolderKey(recordKey))
-        return stringByAppendingPathComponent(StorePaths::calendarsFolder(), name);
+        return stringByAppendingPathComponent(_paths.calendarsFolder(), name);
     logMsg(_pluginHelper, "Kalender '%@' wird nicht geschrieben: '%@' ist kein Ordnername",
            calendar.title(), name);
     const LossScope scope(calendar.title().value_or(""), "");
@@ -144,7 +152,7 @@ std::optional<std::string> KTSyncCalendarStore::Layout105Writer::folderForKey(
 }
 
 /// Of two calendars with one folder the later one's file is written.
-void KTSyncCalendarStore::Layout105Writer::await(InfoFile file)
+void Layout105::Writer::await(InfoFile file)
 {
     const auto [position, isNew] = _positions.try_emplace(file.path, _infoFiles.size());
     if (isNew) {
@@ -156,7 +164,7 @@ void KTSyncCalendarStore::Layout105Writer::await(InfoFile file)
     _infoFiles[position->second] = std::move(file);
 }
 
-void KTSyncCalendarStore::Layout105Writer::writeInfoFiles() const
+void Layout105::Writer::writeInfoFiles() const
 {
     for (const InfoFile& file : _infoFiles) {
         Dictionary info = file.info;
@@ -166,8 +174,7 @@ void KTSyncCalendarStore::Layout105Writer::writeInfoFiles() const
     }
 }
 
-void KTSyncCalendarStore::Layout105Writer::writeInfoFile(const Dictionary& info,
-                                                         const std::string& path) const
+void Layout105::Writer::writeInfoFile(const Dictionary& info, const std::string& path) const
 {
     if (writeDictionaryToFile(info, path))
         return;

@@ -1,3 +1,5 @@
+// Reads folders into calendars and groups.
+
 #include <array>
 #include <unordered_map>
 
@@ -8,7 +10,7 @@
 #include "Sync/HostInterface/KTLossReport.h"
 #include "Sync/PlugIns/iCal/Calendar/HostAndSystemLog.h"
 #include "Sync/PlugIns/iCal/Calendar/KTSyncCalendarStore.h"
-#include "Sync/PlugIns/iCal/Calendar/StorePaths.h"
+#include "Sync/PlugIns/iCal/Calendar/Layout105.h"
 
 namespace kt {
 
@@ -48,10 +50,10 @@ std::string titleForReports(const Dictionary& info)
 
 /// One folder level while it is being read. Who belongs to which group is known only when both have
 /// been read, in whichever order they come.
-class KTSyncCalendarStore::Layout105Level {
+class Layout105::Level {
 public:
-    Layout105Level(KTSyncPluginHelper* pluginHelper, std::string path, ParsedCalendars& calendars,
-                   bool parentIsIMAPGroup, std::optional<std::string> parentIMAPGroupRecordKey)
+    Level(KTSyncPluginHelper* pluginHelper, std::string path, ParsedCalendars& calendars,
+          bool parentIsIMAPGroup, std::optional<std::string> parentIMAPGroupRecordKey)
         : _pluginHelper(pluginHelper),
           _path(std::move(path)),
           _calendars(calendars),
@@ -91,16 +93,27 @@ private:
     std::unordered_map<std::string, std::string> _names;  // record key to the folder it came from
 };
 
-void KTSyncCalendarStore::parseMacOS105CalendarsAtPath(
-    const std::string& path, ParsedCalendars& intoParsedCalendars, bool parentIsIMAPGroup,
-    const std::optional<std::string>& parentIMAPGroupRecordKey)
+std::optional<ParsedCalendars> Layout105::read(KTSyncCalendarStore& store) const
 {
-    Layout105Level(_pluginHelper, path, intoParsedCalendars, parentIsIMAPGroup,
-                   parentIMAPGroupRecordKey)
-        .read();
+    ParsedCalendars parsed;
+    const std::string root = paths().calendarsFolder();
+    if (!isDirectoryAtPath(root)) {
+        logToHostAndSystem(store.pluginHelper(),
+                           "Es gibt keine Kalender, evtl. wurde iCal noch nie gestartet");
+        createPath(root);
+    }
+    readLevel(store.pluginHelper(), root, parsed, false, std::nullopt);
+    return parsed;
 }
 
-std::vector<std::string> KTSyncCalendarStore::Layout105Level::entries() const
+void Layout105::readLevel(KTSyncPluginHelper* pluginHelper, const std::string& path,
+                          ParsedCalendars& calendars, bool parentIsIMAPGroup,
+                          const std::optional<std::string>& parentIMAPGroupRecordKey) const
+{
+    Level(pluginHelper, path, calendars, parentIsIMAPGroup, parentIMAPGroupRecordKey).read();
+}
+
+std::vector<std::string> Layout105::Level::entries() const
 {
     const FileManager& files = FileManager::defaultManager();
     auto names = files.listDirectory(_path);
@@ -117,7 +130,7 @@ std::vector<std::string> KTSyncCalendarStore::Layout105Level::entries() const
     return {};
 }
 
-void KTSyncCalendarStore::Layout105Level::readEntry(const std::string& name)
+void Layout105::Level::readEntry(const std::string& name)
 {
     const FileManager& files = FileManager::defaultManager();
     const std::string folder = stringByAppendingPathComponent(_path, name);
@@ -146,8 +159,7 @@ void KTSyncCalendarStore::Layout105Level::readEntry(const std::string& name)
               });
 }
 
-void KTSyncCalendarStore::Layout105Level::readCalendar(const std::string& name,
-                                                       const Dictionary& info)
+void Layout105::Level::readCalendar(const std::string& name, const Dictionary& info)
 {
     const std::shared_ptr<KTSyncCalendar> calendar = makeCalendar(name, info);
     if (!calendar) {
@@ -177,8 +189,8 @@ void KTSyncCalendarStore::Layout105Level::readCalendar(const std::string& name,
         adoptMembers(info["Calendars"], *recordKey);
     } else if (name.ends_with(StorePaths::imapExtension)) {
         // Waits for account folders to be admitted.
-        Layout105Level(_pluginHelper, stringByAppendingPathComponent(_path, name), _calendars, true,
-                       sourceKey ? sourceKey : recordKey)
+        Level(_pluginHelper, stringByAppendingPathComponent(_path, name), _calendars, true,
+              sourceKey ? sourceKey : recordKey)
             .read();
     }
     if (sourceKey) {
@@ -192,8 +204,8 @@ void KTSyncCalendarStore::Layout105Level::readCalendar(const std::string& name,
            calendar->title());
 }
 
-std::shared_ptr<KTSyncCalendar> KTSyncCalendarStore::Layout105Level::makeCalendar(
-    const std::string& name, const Dictionary& info) const
+std::shared_ptr<KTSyncCalendar> Layout105::Level::makeCalendar(const std::string& name,
+                                                               const Dictionary& info) const
 {
     const std::int32_t order = info["Order"].intValue();
     const auto title = info["Title"].stringOrNil();
@@ -219,9 +231,8 @@ std::shared_ptr<KTSyncCalendar> KTSyncCalendarStore::Layout105Level::makeCalenda
     return calendar;
 }
 
-void KTSyncCalendarStore::Layout105Level::takePublication(KTSyncCalendar& calendar,
-                                                          const std::string& folder,
-                                                          const Dictionary& info) const
+void Layout105::Level::takePublication(KTSyncCalendar& calendar, const std::string& folder,
+                                       const Dictionary& info) const
 {
     const auto take = [&] {
         // Of another kind it would pass here and stop the writing of every store later on.
@@ -254,8 +265,8 @@ void KTSyncCalendarStore::Layout105Level::takePublication(KTSyncCalendar& calend
     });
 }
 
-void KTSyncCalendarStore::Layout105Level::adoptMembers(const Value& memberSourceKeys,
-                                                       const std::string& groupRecordKey)
+void Layout105::Level::adoptMembers(const Value& memberSourceKeys,
+                                    const std::string& groupRecordKey)
 {
     for (const Value& member : memberSourceKeys.array()) {
         const std::string sourceKey(member.string());
@@ -267,9 +278,8 @@ void KTSyncCalendarStore::Layout105Level::adoptMembers(const Value& memberSource
     }
 }
 
-void KTSyncCalendarStore::Layout105Level::keep(const std::string& name,
-                                               const std::string& recordKey,
-                                               std::shared_ptr<KTSyncCalendar> calendar)
+void Layout105::Level::keep(const std::string& name, const std::string& recordKey,
+                            std::shared_ptr<KTSyncCalendar> calendar)
 {
     const auto [earlier, isNew] = _names.try_emplace(recordKey, name);
     if (!isNew) {

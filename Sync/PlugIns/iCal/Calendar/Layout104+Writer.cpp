@@ -1,4 +1,5 @@
-#include <unordered_map>
+// Replaces the store, with backups and a way back.
+
 #include <unordered_set>
 #include <utility>
 
@@ -8,20 +9,21 @@
 #include "Sync/HostInterface/KTLossReport.h"
 #include "Sync/PlugIns/iCal/Calendar/HostAndSystemLog.h"
 #include "Sync/PlugIns/iCal/Calendar/KTSyncCalendarStore.h"
+#include "Sync/PlugIns/iCal/Calendar/Layout104.h"
 #include "Sync/PlugIns/iCal/Calendar/NodeTree104.h"
-#include "Sync/PlugIns/iCal/Calendar/StorePaths.h"
 
 namespace kt {
 
 /// One rewrite of the store. The old one is copied to the plug-in's folder and moved aside within
 /// iCal's; the node file is exchanged last, since without it iCal knows none of the calendars.
-class KTSyncCalendarStore::Layout104Writer {
+class Layout104::Writer {
 public:
-    explicit Layout104Writer(KTSyncCalendarStore& store)
-        : _store(store),
-          _pluginHelper(store._pluginHelper),
+    Writer(const StorePaths& paths, KTSyncCalendarStore& store)
+        : _paths(paths),
+          _store(store),
+          _pluginHelper(store.pluginHelper()),
           _files(FileManager::defaultManager()),
-          _nodes(store._pluginHelper)
+          _nodes(store.pluginHelper())
     {}
 
     /// Saves the old folder of calendars and puts an empty one in its place. False when that could
@@ -42,6 +44,7 @@ private:
     void restore(const std::string& oldNodeFile) const;
     void log(std::string_view line) const { logToHostAndSystem(_pluginHelper, line); }
 
+    const StorePaths& _paths;
     KTSyncCalendarStore& _store;  // is asked when copying or moving a folder fails
     KTSyncPluginHelper* _pluginHelper;
     FileManager& _files;
@@ -49,47 +52,48 @@ private:
     std::unordered_set<std::string> _folders;  // written so far
 };
 
-bool KTSyncCalendarStore::write104Calendars(const Calendars& calendars)
+bool Layout104::write(KTSyncCalendarStore& store, const Calendars& calendars) const
 {
-    createPath(StorePaths::iCalFolder());
-    createPath(StorePaths::pluginFolder());
+    createPath(paths().iCalFolder());
+    createPath(paths().pluginFolder());
 
-    Layout104Writer writer(*this);
+    Writer writer(paths(), store);
     if (!writer.renewSources())
         return false;
     for (const auto& calendar : calendars)
         writer.prepare(*calendar);
     if (!writer.writeNodeFile() || !writer.replaceNodeFile())
         return false;
-    if (!FileManager::defaultManager().synchronizeFileSystem(StorePaths::iCalFolder()))
-        logToHostAndSystem(_pluginHelper, "Das Dateisystem konnte nicht synchronisiert werden: %@",
-                           StorePaths::iCalFolder());
+    if (!FileManager::defaultManager().synchronizeFileSystem(paths().iCalFolder()))
+        logToHostAndSystem(store.pluginHelper(),
+                           "Das Dateisystem konnte nicht synchronisiert werden: %@",
+                           paths().iCalFolder());
     return true;
 }
 
-void KTSyncCalendarStore::Layout104Writer::saveSources() const
+void Layout104::Writer::saveSources() const
 {
-    _files.removeFileAtPath(StorePaths::sourcesBackup(), &_store);
-    if (!_files.copyPath(StorePaths::sources(), StorePaths::sourcesBackup(), &_store))
+    _files.removeFileAtPath(_paths.sourcesBackup(), &_store);
+    if (!_files.copyPath(_paths.sources(), _paths.sourcesBackup(), &_store))
         log("Fehler (1): 'Sources' konnte nicht gesichert werden");
 
-    _files.removeFileAtPath(StorePaths::sourcesAside());
-    if (!_files.movePath(StorePaths::sources(), StorePaths::sourcesAside(), &_store))
+    _files.removeFileAtPath(_paths.sourcesAside());
+    if (!_files.movePath(_paths.sources(), _paths.sourcesAside(), &_store))
         log("Fehler (2): 'Sources' konnte nicht gesichert/verschoben werden");
 }
 
-bool KTSyncCalendarStore::Layout104Writer::renewSources() const
+bool Layout104::Writer::renewSources() const
 {
     saveSources();
-    if (_files.createDirectoryAtPath(StorePaths::sources()))
+    if (_files.createDirectoryAtPath(_paths.sources()))
         return true;
     log("Fehler (3): 'Sources' konnte nicht neu angelegt werden");
-    if (!_files.movePath(StorePaths::sourcesAside(), StorePaths::sources(), &_store))
+    if (!_files.movePath(_paths.sourcesAside(), _paths.sources(), &_store))
         log("Fehler (3): 'Sources' konnte nicht zurueckkopiert werden");
     return false;
 }
 
-void KTSyncCalendarStore::Layout104Writer::prepare(KTSyncCalendar& calendar)
+void Layout104::Writer::prepare(KTSyncCalendar& calendar)
 {
     const bool isGroup = calendar.calendarType() == kCalendarTypeGroup;
     const auto prepareNode = [&] {
@@ -115,7 +119,7 @@ void KTSyncCalendarStore::Layout104Writer::prepare(KTSyncCalendar& calendar)
 
 /// A calendar whose key names no folder of the store has no place in it: its node would lead iCal,
 /// and the next reading, out of the store.
-bool KTSyncCalendarStore::Layout104Writer::isRefused(const KTSyncCalendar& calendar) const
+bool Layout104::Writer::isRefused(const KTSyncCalendar& calendar) const
 {
     const std::optional<std::string> sourceKey = calendar.sourceKey();
     if (calendar.corestoragePath() || !sourceKey || StorePaths::isFolderKey(*sourceKey))
@@ -126,7 +130,7 @@ bool KTSyncCalendarStore::Layout104Writer::isRefused(const KTSyncCalendar& calen
     return true;
 }
 
-void KTSyncCalendarStore::Layout104Writer::storeItems(KTSyncCalendar& calendar)
+void Layout104::Writer::storeItems(KTSyncCalendar& calendar)
 {
     const std::optional<std::string> folder = calendar.corestoragePath();
     const LossScope scope(calendar.title().value_or(""), folder.value_or(""));
@@ -138,41 +142,41 @@ void KTSyncCalendarStore::Layout104Writer::storeItems(KTSyncCalendar& calendar)
                    "Die Ereignisse und Aufgaben konnten nicht vollständig geschrieben werden");
 }
 
-bool KTSyncCalendarStore::Layout104Writer::writeNodeFile() const
+bool Layout104::Writer::writeNodeFile() const
 {
-    if (writeDictionaryToFile(_nodes.nodeFile(), StorePaths::newNodeFile()))
+    if (writeDictionaryToFile(_nodes.nodeFile(), _paths.newNodeFile()))
         return true;
     log("Fehler: Die nodes.plist fuer iCal konnte nicht zurueckgeschrieben werden");
     return false;
 }
 
-bool KTSyncCalendarStore::Layout104Writer::replaceNodeFile() const
+bool Layout104::Writer::replaceNodeFile() const
 {
-    _files.removeFileAtPath(StorePaths::nodeFileBackup());
-    if (!_files.copyPath(StorePaths::nodeFile(), StorePaths::nodeFileBackup(), &_store)) {
+    _files.removeFileAtPath(_paths.nodeFileBackup());
+    if (!_files.copyPath(_paths.nodeFile(), _paths.nodeFileBackup(), &_store)) {
         log("Fehler: Die nodes.plist von iCal konnte nicht gesichert werden");
         return false;
     }
-    _files.removeFileAtPath(StorePaths::nodeFileAside());
-    if (!_files.movePath(StorePaths::nodeFile(), StorePaths::nodeFileAside(), &_store)) {
+    _files.removeFileAtPath(_paths.nodeFileAside());
+    if (!_files.movePath(_paths.nodeFile(), _paths.nodeFileAside(), &_store)) {
         log("Fehler: Die nodes.plist von iCal konnte nicht verschoben werden");
-        restore(StorePaths::nodeFileBackup());  // there is no other copy beside it yet
+        restore(_paths.nodeFileBackup());  // there is no other copy beside it yet
         return false;
     }
-    if (!_files.copyPath(StorePaths::newNodeFile(), StorePaths::nodeFile(), &_store)) {
+    if (!_files.copyPath(_paths.newNodeFile(), _paths.nodeFile(), &_store)) {
         log("Fehler: Die nodes.plist fuer iCal konnte nicht ersetzt werden");
-        restore(StorePaths::nodeFileAside());
+        restore(_paths.nodeFileAside());
         return false;
     }
     return true;
 }
 
-void KTSyncCalendarStore::Layout104Writer::restore(const std::string& oldNodeFile) const
+void Layout104::Writer::restore(const std::string& oldNodeFile) const
 {
-    _files.removeFileAtPath(StorePaths::sources());
-    _files.movePath(StorePaths::sourcesAside(), StorePaths::sources(), &_store);
-    _files.removeFileAtPath(StorePaths::nodeFile());
-    _files.movePath(oldNodeFile, StorePaths::nodeFile(), &_store);
+    _files.removeFileAtPath(_paths.sources());
+    _files.movePath(_paths.sourcesAside(), _paths.sources(), &_store);
+    _files.removeFileAtPath(_paths.nodeFile());
+    _files.movePath(oldNodeFile, _paths.nodeFile(), &_store);
 }
 
 }  // namespace kt

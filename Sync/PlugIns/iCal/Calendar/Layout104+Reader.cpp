@@ -1,3 +1,5 @@
+// Reads the tree of nodes, with what each calendar's own files add to it.
+
 #include <unordered_map>
 #include <utility>
 
@@ -6,7 +8,7 @@
 #include "Sync/HostInterface/KTLossReport.h"
 #include "Sync/PlugIns/iCal/Calendar/HostAndSystemLog.h"
 #include "Sync/PlugIns/iCal/Calendar/KTSyncCalendarStore.h"
-#include "Sync/PlugIns/iCal/Calendar/StorePaths.h"
+#include "Sync/PlugIns/iCal/Calendar/Layout104.h"
 
 namespace kt {
 
@@ -43,28 +45,14 @@ Value addressInArchive(const Dictionary& archive)
     return {};
 }
 
-/// Why there are no nodes, unless iCal has never run here. Without them nobody knows of the folders
-/// of calendars, and the making of an empty store moves those aside.
-void reportMissingNodes()
-{
-    const FileManager& files = FileManager::defaultManager();
-    if (files.linkStatusAtPath(StorePaths::nodeFile())) {
-        const LossScope scope("", StorePaths::nodeFile());
-        reportLoss(KTLoss::Kind::unsafe, "Die nodes.plist kann nicht gelesen werden");
-    } else if (!files.directoryContentsAtPath(StorePaths::sources()).empty()) {
-        const LossScope scope("", StorePaths::sources());
-        reportLoss(KTLoss::Kind::unsafe,
-                   "Die nodes.plist fehlt: die Kalender in 'Sources' werden nicht gelesen");
-    }
-}
-
 }  // namespace
 
 /// The node tree while it is being read.
-class KTSyncCalendarStore::Layout104Reader {
+class Layout104::Reader {
 public:
-    Layout104Reader(KTSyncPluginHelper* pluginHelper, ParsedCalendars& calendars)
-        : _pluginHelper(pluginHelper),
+    Reader(const StorePaths& paths, KTSyncPluginHelper* pluginHelper, ParsedCalendars& calendars)
+        : _paths(paths),
+          _pluginHelper(pluginHelper),
           _calendars(calendars)
     {}
 
@@ -102,56 +90,73 @@ private:
         return _pluginHelper == nullptr ? nullptr : _pluginHelper->fileLogger();
     }
 
+    const StorePaths& _paths;
     KTSyncPluginHelper* _pluginHelper;
     ParsedCalendars& _calendars;
     std::unordered_map<std::string, std::string> _files;  // record key to the file it came from
 };
 
-std::optional<ParsedCalendars> KTSyncCalendarStore::calendars104()
+/// Why there are no nodes, unless iCal has never run here. Without them nobody knows of the folders
+/// of calendars, and the making of an empty store moves those aside.
+void Layout104::reportMissingNodes() const
 {
-    auto nodeFile = dictionaryWithContentsOfFile(StorePaths::nodeFile());
+    const FileManager& files = FileManager::defaultManager();
+    if (files.linkStatusAtPath(paths().nodeFile())) {
+        const LossScope scope("", paths().nodeFile());
+        reportLoss(KTLoss::Kind::unsafe, "Die nodes.plist kann nicht gelesen werden");
+    } else if (!files.directoryContentsAtPath(paths().sources()).empty()) {
+        const LossScope scope("", paths().sources());
+        reportLoss(KTLoss::Kind::unsafe,
+                   "Die nodes.plist fehlt: die Kalender in 'Sources' werden nicht gelesen");
+    }
+}
+
+std::optional<ParsedCalendars> Layout104::read(KTSyncCalendarStore& store) const
+{
+    KTSyncPluginHelper* pluginHelper = store.pluginHelper();
+    auto nodeFile = dictionaryWithContentsOfFile(paths().nodeFile());
     if (!nodeFile) {
         reportMissingNodes();
-        logToHostAndSystem(_pluginHelper,
+        logToHostAndSystem(pluginHelper,
                            "Es gibt keine nodes.plist, evtl. wurde iCal noch nie gestartet");
-        storeCalendars({});
-        nodeFile = dictionaryWithContentsOfFile(StorePaths::nodeFile());
+        store.storeCalendars({});
+        nodeFile = dictionaryWithContentsOfFile(paths().nodeFile());
     }
     if (!nodeFile) {
-        logToHostAndSystem(_pluginHelper, "Es konnte keine leere nodes.plist angelegt werden!");
+        logToHostAndSystem(pluginHelper, "Es konnte keine leere nodes.plist angelegt werden!");
         return std::nullopt;
     }
     // A missing version is none, so 0 is as good as any other.
     if ((*nodeFile)["Version"].intValue() != kNodeFileVersion) {
-        logToHostAndSystem(_pluginHelper,
+        logToHostAndSystem(pluginHelper,
                            "Unbekannte Kalender-Version. Bitte wenden Sie sich an den Support: %@",
                            kSupportAddress);
         return std::nullopt;
     }
     if (!nodeFile->contains("List")) {
-        logToHostAndSystem(_pluginHelper, "nodes.plist ohne Kalender");
+        logToHostAndSystem(pluginHelper, "nodes.plist ohne Kalender");
         return std::nullopt;
     }
     ParsedCalendars parsed;
-    parseMacOS104CalendarsList((*nodeFile)["List"], parsed, std::nullopt);
+    readNodes(pluginHelper, (*nodeFile)["List"], parsed, std::nullopt);
     return parsed;
 }
 
-void KTSyncCalendarStore::parseMacOS104CalendarsList(
-    const Value& list, ParsedCalendars& intoParsedCalendars,
-    const std::optional<std::string>& withParentRecordKey)
+void Layout104::readNodes(KTSyncPluginHelper* pluginHelper, const Value& list,
+                          ParsedCalendars& calendars,
+                          const std::optional<std::string>& parentRecordKey) const
 {
-    Layout104Reader(_pluginHelper, intoParsedCalendars).readList(list, withParentRecordKey);
+    Reader(paths(), pluginHelper, calendars).readList(list, parentRecordKey);
 }
 
-void KTSyncCalendarStore::Layout104Reader::readList(
-    const Value& nodes, const std::optional<std::string>& parentRecordKey)
+void Layout104::Reader::readList(const Value& nodes,
+                                 const std::optional<std::string>& parentRecordKey)
 {
     if (nodes.isNil())
         return;
     std::int32_t order = 0;  // counts from 0 in every list
     for (const Value& node : nodes.array()) {
-        const LossScope scope(titleForReports(node), StorePaths::nodeFile());
+        const LossScope scope(titleForReports(node), _paths.nodeFile());
         guardedOr(
             [&] {
                 if (readNode(node.dictionary(), parentRecordKey, order))
@@ -167,9 +172,9 @@ void KTSyncCalendarStore::Layout104Reader::readList(
 }
 
 /// True when a calendar was made, kept or not: those are counted.
-bool KTSyncCalendarStore::Layout104Reader::readNode(
-    const Dictionary& dictionary, const std::optional<std::string>& parentRecordKey,
-    std::int32_t order)
+bool Layout104::Reader::readNode(const Dictionary& dictionary,
+                                 const std::optional<std::string>& parentRecordKey,
+                                 std::int32_t order)
 {
     Node node{dictionary, {}, {}, {}, {}, {}, kCalendarTypeNode, true, true, {}, {}, {}};
     node.sourceKey =
@@ -177,7 +182,7 @@ bool KTSyncCalendarStore::Layout104Reader::readNode(
     node.color = dictionary["ThemeColor"].stringOrNil();
     node.selected = boolValueOrYes(dictionary, "Selection");
     node.kind = dictionary["Type"];
-    node.file = StorePaths::nodeFile();
+    node.file = _paths.nodeFile();
     if (!(node.kind == Value(kGroupKind) ? describeGroup(node) : describeCalendar(node)))
         return false;
 
@@ -215,7 +220,7 @@ bool KTSyncCalendarStore::Layout104Reader::readNode(
     return true;
 }
 
-bool KTSyncCalendarStore::Layout104Reader::describeGroup(Node& node) const
+bool Layout104::Reader::describeGroup(Node& node) const
 {
     node.notes = node.dictionary["Notes"].stringOrNil();
     node.title = node.dictionary["Title"].stringOrNil();
@@ -224,7 +229,7 @@ bool KTSyncCalendarStore::Layout104Reader::describeGroup(Node& node) const
     return true;
 }
 
-bool KTSyncCalendarStore::Layout104Reader::describeCalendar(Node& node) const
+bool Layout104::Reader::describeCalendar(Node& node) const
 {
     if (!node.sourceKey) {
         logMsg(_pluginHelper, "Fehlerhafter Kalender ohne SourceKey: %@", node.dictionary);
@@ -240,7 +245,7 @@ bool KTSyncCalendarStore::Layout104Reader::describeCalendar(Node& node) const
                      "Der SourceKey des Kalenders ist als Ordnername nicht erlaubt");
         return false;
     }
-    node.file = StorePaths::infoFile(StorePaths::calendarFolder104(*node.sourceKey));
+    node.file = StorePaths::infoFile(_paths.calendarFolder104(*node.sourceKey));
     const auto info = dictionaryWithContentsOfFile(node.file);
     if (!info) {
         logMsg(_pluginHelper, "Fuer den Kalender '%@' gibt es keine Kalenderbeschreibung",
@@ -257,7 +262,7 @@ bool KTSyncCalendarStore::Layout104Reader::describeCalendar(Node& node) const
     return true;
 }
 
-void KTSyncCalendarStore::Layout104Reader::takeSourceType(Node& node) const
+void Layout104::Reader::takeSourceType(Node& node) const
 {
     if (node.kind == Value("com.apple.ical.sources.urlsubscribesource")) {
         node.calendarType = kCalendarTypeSubscriber;
@@ -269,11 +274,11 @@ void KTSyncCalendarStore::Layout104Reader::takeSourceType(Node& node) const
     }
 }
 
-void KTSyncCalendarStore::Layout104Reader::takeSubscription(Node& node) const
+void Layout104::Reader::takeSubscription(Node& node) const
 {
     const FileManager& files = FileManager::defaultManager();
     const std::string file =
-        StorePaths::subscriptionFile104(StorePaths::calendarFolder104(*node.sourceKey));
+        StorePaths::subscriptionFile104(_paths.calendarFolder104(*node.sourceKey));
     if (auto bytes = files.contentsAtPath(file)) {
         node.subscriberData = Data{*std::move(bytes)};
         return;
@@ -298,8 +303,8 @@ void KTSyncCalendarStore::Layout104Reader::takeSubscription(Node& node) const
     });
 }
 
-std::shared_ptr<KTSyncCalendar> KTSyncCalendarStore::Layout104Reader::makeCalendar(
-    const Node& node, std::int32_t order) const
+std::shared_ptr<KTSyncCalendar> Layout104::Reader::makeCalendar(const Node& node,
+                                                                std::int32_t order) const
 {
     auto calendar = KTSyncCalendar::syncCalendarWithPluginHelper(_pluginHelper, node.calendarType,
                                                                  node.sourceKey, std::nullopt);
@@ -315,8 +320,7 @@ std::shared_ptr<KTSyncCalendar> KTSyncCalendarStore::Layout104Reader::makeCalend
     return calendar;
 }
 
-void KTSyncCalendarStore::Layout104Reader::takePublisher(KTSyncCalendar& calendar,
-                                                         const Dictionary& node) const
+void Layout104::Reader::takePublisher(KTSyncCalendar& calendar, const Dictionary& node) const
 {
     const auto take = [&] {
         const Value& publishers = node["Publishers"];
@@ -327,15 +331,15 @@ void KTSyncCalendarStore::Layout104Reader::takePublisher(KTSyncCalendar& calenda
     guardedOr(take, [&](const Exception& exception) {
         logTo(fileLogger(), "[KTSyncCalendarStore parseMacOS104CalendarsList(Publishers)]:\n%@",
               exception);
-        const LossScope scope("", StorePaths::nodeFile());
+        const LossScope scope("", _paths.nodeFile());
         reportLoss(KTLoss::Kind::thinned,
                    stringWithFormat("Die Veröffentlichung kann nicht gelesen werden: %@",
                                     exception));
     });
 }
 
-void KTSyncCalendarStore::Layout104Reader::keep(const Node& node, const std::string& recordKey,
-                                                std::shared_ptr<KTSyncCalendar> calendar)
+void Layout104::Reader::keep(const Node& node, const std::string& recordKey,
+                             std::shared_ptr<KTSyncCalendar> calendar)
 {
     const auto [earlier, isNew] = _files.try_emplace(recordKey, node.file);
     if (!isNew) {

@@ -1,0 +1,81 @@
+#pragma once
+
+#include <memory>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+#include "Sync/Foundation/Dictionary.h"
+#include "Sync/HostInterface/KTSyncPluginHelper.h"
+#include "Sync/HostInterface/StorePaths.h"
+#include "Sync/PlugIns/iCal/Calendar/ParsedCalendars.h"
+
+namespace kt {
+
+class KTSyncCalendar;
+class KTSyncCalendarStore;
+class KTSyncEvent;
+
+/// One of the forms that iCal's store has on disk: where its files stand, how it is read and
+/// written whole, and what it keeps of a single calendar. Holds nothing but the paths of its home;
+/// the calendars and the store ask it instead of telling systems apart.
+class StoreLayout {
+public:
+    using Calendars = std::vector<std::shared_ptr<KTSyncCalendar>>;
+
+    /// The layout of that minor system version; null for a system without a store that is known.
+    /// Here, and nowhere else in the plug-in, system versions mean something.
+    static std::unique_ptr<const StoreLayout> forSystemVersion(int version,
+                                                               StorePaths paths = StorePaths());
+    /// That of the system which the host reports; null without a host.
+    static std::unique_ptr<const StoreLayout> ofHost(KTSyncPluginHelper* pluginHelper);
+    /// Whether to offer calendars there at all: from the first system with a known layout on, later
+    /// ones included, whose layout is not known yet.
+    static bool isOfferedOnSystem(int version);
+
+    virtual ~StoreLayout() = default;
+
+    // Where things stand; absolute paths.
+
+    /// `sourceKey` is a folder name (StorePaths::isFolderKey).
+    virtual std::string calendarFolder(std::string_view sourceKey) const = 0;
+    /// Where in a calendar's folder its item files stand.
+    virtual std::string itemsFolder(std::string_view calendarFolder) const = 0;
+    virtual std::vector<std::string> filesToBackup() const = 0;
+    /// What iCal changes whenever it changes its store.
+    virtual std::vector<std::string> filesToWatch() const = 0;
+
+    // The whole store. It goes by what the store object says of its host, and asks it when an
+    // operation on a folder fails.
+
+    /// As KTSyncCalendarStore::calendars, but for an Exception, which is passed on.
+    virtual std::optional<ParsedCalendars> read(KTSyncCalendarStore& store) const = 0;
+    /// As KTSyncCalendarStore::storeCalendars, but for an Exception, which is passed on.
+    virtual bool write(KTSyncCalendarStore& store, const Calendars& calendars) const = 0;
+
+    // One calendar.
+
+    /// As KTSyncCalendar::iCalNode.
+    virtual Dictionary node(const KTSyncCalendar& calendar) const = 0;
+    /// Writes the items that the calendar holds, without loading any, and what else the layout
+    /// keeps beside them. Sets the UIDs of events. False after a failed write, with what was
+    /// written before it in place; throws Exception, logged, when an item cannot be put into text.
+    virtual bool storeItems(const KTSyncCalendar& calendar,
+                            const std::string& calendarFolder) const = 0;
+
+protected:
+    explicit StoreLayout(StorePaths paths) : _paths(std::move(paths)) {}
+    StoreLayout(const StoreLayout&) = default;
+    StoreLayout& operator=(const StoreLayout&) = default;
+
+    const StorePaths& paths() const { return _paths; }
+    /// An occurrence carries the UID of its series.
+    static Value uidOfSeries(const KTSyncEvent& event);
+
+private:
+    StorePaths _paths;
+};
+
+}  // namespace kt
