@@ -46,6 +46,26 @@ std::string titleForReports(const Dictionary& info)
     return info["Title"].isString() ? std::string(info["Title"].string()) : std::string();
 }
 
+void takeSubscription(KTSyncCalendar& calendar, const std::string& folder, const Dictionary& info)
+{
+    if (info.contains("SubscriptionURL")) {
+        Dictionary subscriber;
+        for (std::string_view key : kSubscriberKeys)
+            setObjectFromDictionary(subscriber, info, key);
+        calendar.setSubscriber(subscriber);
+    }
+    const std::string oldSubscription = StorePaths::oldSubscriptionFile(folder);
+    const FileManager& files = FileManager::defaultManager();
+    if (!files.fileExistsAtPath(oldSubscription))
+        return;
+    if (auto bytes = files.contentsAtPath(oldSubscription)) {
+        calendar.setSubscriberData(Data{*std::move(bytes)});
+    } else {
+        const LossScope scope("", oldSubscription);
+        reportLoss(KTLoss::Kind::thinned, "Die Abo-Beschreibung kann nicht gelesen werden");
+    }
+}
+
 }  // namespace
 
 /// One folder level while it is being read. Who belongs to which group is known only when both have
@@ -75,8 +95,8 @@ private:
     void readCalendar(const std::string& name, const Dictionary& info);
     std::shared_ptr<KTSyncCalendar> makeCalendar(const std::string& name,
                                                  const Dictionary& info) const;
-    void takePublication(KTSyncCalendar& calendar, const std::string& folder,
-                         const Dictionary& info) const;
+    void takeSharing(KTSyncCalendar& calendar, const std::string& folder,
+                     const Dictionary& info) const;
     void adoptMembers(const Value& memberSourceKeys, const std::string& groupRecordKey);
     void keep(const std::string& name, const std::string& recordKey,
               std::shared_ptr<KTSyncCalendar> calendar);
@@ -225,44 +245,32 @@ std::shared_ptr<KTSyncCalendar> Layout105::Level::makeCalendar(const std::string
     calendar->setNotes(notes);
     calendar->setOrder(order);
     calendar->setAlarmsDisabled(alarmsDisabled);
-    takePublication(*calendar, stringByAppendingPathComponent(_path, name), info);
+    takeSharing(*calendar, stringByAppendingPathComponent(_path, name), info);
     calendar->setSelected(selected);
     calendar->setExpanded(expanded);
     return calendar;
 }
 
-void Layout105::Level::takePublication(KTSyncCalendar& calendar, const std::string& folder,
-                                       const Dictionary& info) const
+/// Publication and subscription each by itself: one that is of the wrong kind costs the other
+/// nothing.
+void Layout105::Level::takeSharing(KTSyncCalendar& calendar, const std::string& folder,
+                                   const Dictionary& info) const
 {
-    const auto take = [&] {
+    const auto takeOrTell = [&](std::string_view format, const auto& take) {
+        guardedOr(take, [&](const Exception& exception) {
+            logTo(_pluginHelper == nullptr ? nullptr : _pluginHelper->fileLogger(),
+                  "[KTSyncCalendarStore parseMacOS105Calendars(Publication)]:\n%@\n%@", info,
+                  exception);
+            reportLoss(KTLoss::Kind::thinned, stringWithFormat(format, exception));
+        });
+    };
+    takeOrTell("Die Veröffentlichung kann nicht gelesen werden: %@", [&] {
         // Of another kind it would pass here and stop the writing of every store later on.
         if (info.contains("Publication"))
             calendar.setPublisher(info["Publication"].dictionary());
-        if (info.contains("SubscriptionURL")) {
-            Dictionary subscriber;
-            for (std::string_view key : kSubscriberKeys)
-                setObjectFromDictionary(subscriber, info, key);
-            calendar.setSubscriber(subscriber);
-        }
-        const std::string oldSubscription = StorePaths::oldSubscriptionFile(folder);
-        FileManager& files = FileManager::defaultManager();
-        if (!files.fileExistsAtPath(oldSubscription))
-            return;
-        if (auto bytes = files.contentsAtPath(oldSubscription)) {
-            calendar.setSubscriberData(Data{*std::move(bytes)});
-        } else {
-            const LossScope scope("", oldSubscription);
-            reportLoss(KTLoss::Kind::thinned, "Die Abo-Beschreibung kann nicht gelesen werden");
-        }
-    };
-    guardedOr(take, [&](const Exception& exception) {
-        logTo(_pluginHelper == nullptr ? nullptr : _pluginHelper->fileLogger(),
-              "[KTSyncCalendarStore parseMacOS105Calendars(Publication)]:\n%@\n%@", info,
-              exception);
-        reportLoss(KTLoss::Kind::thinned,
-                   stringWithFormat("Veröffentlichung oder Abo kann nicht gelesen werden: %@",
-                                    exception));
     });
+    takeOrTell("Das Abo kann nicht gelesen werden: %@",
+               [&] { takeSubscription(calendar, folder, info); });
 }
 
 void Layout105::Level::adoptMembers(const Value& memberSourceKeys,

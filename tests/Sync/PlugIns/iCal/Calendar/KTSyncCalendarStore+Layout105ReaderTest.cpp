@@ -184,7 +184,7 @@ TEST_F(Layout105Reader, ReportsAnOldSubscriptionThatCannotBeRead)
                            "Die Abo-Beschreibung kann nicht gelesen werden"}));
 }
 
-TEST_F(Layout105Reader, LogsAPublicationOfTheWrongKindAndKeepsTheCalendar)
+TEST_F(Layout105Reader, RefusesAPublicationOfTheWrongKindAlone)
 {
     home.write(std::string(kStore) + "A.calendar/OldSubscription.plist", "alt");
     const auto calendar =
@@ -192,16 +192,30 @@ TEST_F(Layout105Reader, LogsAPublicationOfTheWrongKindAndKeepsTheCalendar)
                      "SubscriptionURL", "http://a"));
     ASSERT_NE(calendar, nullptr);
     EXPECT_TRUE(calendar->publisher().isNil());
-    EXPECT_TRUE(calendar->subscriber().isNil());
+    EXPECT_EQ(calendar->subscriber(), Value(Dictionary{{"SubscriptionURL", "http://a"}}));
+    EXPECT_EQ(calendar->subscriberData(), Value(Data{"alt"}));
     EXPECT_TRUE(calendar->selected());
     ASSERT_EQ(host.fileLog().size(), 1u);
     EXPECT_THAT(host.fileLog()[0],
                 StartsWith("[KTSyncCalendarStore parseMacOS105Calendars(Publication)]:\n{\n"));
     EXPECT_THAT(host.fileLog()[0], HasSubstr("Title = Arbeit;"));
-    ASSERT_EQ(classes.losses().size(), 1u);
-    EXPECT_EQ(classes.losses()[0].calendar, "Arbeit");
-    EXPECT_THAT(classes.losses()[0].reason,
-                StartsWith("Veröffentlichung oder Abo kann nicht gelesen werden: "));
+    ASSERT_EQ(classes.lossesAsTold().size(), 1u);
+    EXPECT_EQ(classes.lossesAsTold()[0].calendar, "Arbeit");
+    EXPECT_EQ(classes.lossesAsTold()[0].kind, KTLoss::Kind::thinned);
+    EXPECT_THAT(classes.lossesAsTold()[0].reason,
+                StartsWith("Die Veröffentlichung kann nicht gelesen werden: "));
+}
+
+TEST_F(Layout105Reader, KeepsASubscriptionBesideABrokenPublicationAcrossARewrite)
+{
+    readOne(with(with(with(calendarInfo("A", "Abo"), "Type", "Subscription"), "Publication", 7),
+                 "SubscriptionURL", "http://a"));
+    const auto store = KTSyncCalendarStore::calendarStoreWithPluginHelper(&host);
+    ASSERT_TRUE(store->storeCalendars(*store->calendarsList()));
+    const auto info = storedInfo("A.calendar");
+    ASSERT_TRUE(info);
+    EXPECT_EQ((*info)["SubscriptionURL"], Value("http://a"));
+    EXPECT_FALSE(info->contains("Publication"));
 }
 
 TEST_F(Layout105Reader, KeepsWhatWasTakenBeforeAPublicationFailed)
