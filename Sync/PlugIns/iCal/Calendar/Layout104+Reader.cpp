@@ -322,16 +322,22 @@ std::shared_ptr<KTSyncCalendar> Layout104::Reader::makeCalendar(const Node& node
 
 void Layout104::Reader::takePublisher(KTSyncCalendar& calendar, const Dictionary& node) const
 {
+    const LossScope scope("", _paths.nodeFile());
     const auto take = [&] {
-        const Value& publishers = node["Publishers"];
+        const Value& entry = node["Publishers"];
+        if (entry.isNil() || entry.array().empty())
+            return;
+        const Array& publishers = entry.array();
+        if (publishers.size() > 1)
+            reportLoss(KTLoss::Kind::thinned,
+                       stringWithFormat("Nur die erste von %d Veröffentlichungen wird übernommen",
+                                        publishers.size()));
         // Of another kind it would pass here and stop the writing of every store later on.
-        if (!publishers.isNil() && !publishers.array().empty())
-            calendar.setPublisher(publishers.array().front().dictionary());
+        calendar.setPublisher(publishers.front().dictionary());
     };
     guardedOr(take, [&](const Exception& exception) {
         logTo(fileLogger(), "[KTSyncCalendarStore parseMacOS104CalendarsList(Publishers)]:\n%@",
               exception);
-        const LossScope scope("", _paths.nodeFile());
         reportLoss(KTLoss::Kind::thinned,
                    stringWithFormat("Die Veröffentlichung kann nicht gelesen werden: %@",
                                     exception));

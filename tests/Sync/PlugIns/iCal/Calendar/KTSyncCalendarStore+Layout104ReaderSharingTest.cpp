@@ -140,13 +140,25 @@ TEST_F(Layout104ReaderFallback, LogsAnExceptionToTheFileLoggerAndReadsOn)
 
 // Publishers.
 
-TEST_F(Layout104Reader, UsesTheFirstOfTwoPublishers)
+TEST_F(Layout104Reader, UsesTheFirstOfTwoPublishersAndTellsOfTheOther)
 {
     writeCalendar("A", "Arbeit");
     const Dictionary first{{"UploadURL", "http://erste.invalid"}};
     const Dictionary second{{"UploadURL", "http://zweite.invalid"}};
     writeNodes({with(calendarNode("A"), "Publishers", Array{first, second})});
     EXPECT_EQ(titled(readStore(), "Arbeit")->publisher(), Value(first));
+    EXPECT_THAT(losses(), ElementsAre(KTLoss{"Arbeit", home.path(kNodeFile),
+                                             "Nur die erste von 2 Veröffentlichungen wird "
+                                             "übernommen"}));
+    EXPECT_EQ(classes.lossesAsTold().front().kind, KTLoss::Kind::thinned);
+}
+
+TEST_F(Layout104Reader, TellsOfNothingForOnePublisher)
+{
+    writeCalendar("A", "Arbeit");
+    const Dictionary only{{"UploadURL", "http://erste.invalid"}};
+    writeNodes({with(calendarNode("A"), "Publishers", Array{only})});
+    EXPECT_EQ(titled(readStore(), "Arbeit")->publisher(), Value(only));
     EXPECT_THAT(losses(), IsEmpty());
 }
 
