@@ -25,12 +25,16 @@ bool boolValueOrYes(const Dictionary& dictionary, std::string_view key)
     return value == nullptr || value->boolValue();
 }
 
+/// Nil as well for a value of another kind, where no text is due.
+std::optional<std::string> textOrNil(const Value& value)
+{
+    return value.isString() ? value.stringOrNil() : std::nullopt;
+}
+
 /// The title for reports, which must not fail over a title of the wrong kind.
 std::string titleForReports(const Value& node)
 {
-    if (!node.isDictionary() || !node.dictionary()["Title"].isString())
-        return {};
-    return std::string(node.dictionary()["Title"].string());
+    return node.isDictionary() ? textOrNil(node.dictionary()["Title"]).value_or("") : "";
 }
 
 /// The address of a subscription among the objects of its archive; nil when there is none.
@@ -79,6 +83,7 @@ private:
                   std::int32_t order);
     bool describeGroup(Node& node) const;
     bool describeCalendar(Node& node) const;
+    bool describeWithoutFolder(Node& node) const;
     void takeSourceType(Node& node) const;
     void takeSubscription(Node& node) const;
     std::shared_ptr<KTSyncCalendar> makeCalendar(const Node& node, std::int32_t order) const;
@@ -236,15 +241,8 @@ bool Layout104::Reader::describeCalendar(Node& node) const
         reportUnread({KTLoss::Extent::calendar}, "Der Kalender hat keinen SourceKey");
         return false;
     }
-    // One with a slash would lead out of the store.
-    if (!StorePaths::isFolderKey(*node.sourceKey)) {
-        logMsg(_pluginHelper,
-               "Der Kalender wird nicht gelesen: '%@' ist als Ordnername nicht erlaubt",
-               *node.sourceKey);
-        reportUnread({KTLoss::Extent::calendar},
-                     "Der SourceKey des Kalenders ist als Ordnername nicht erlaubt");
-        return false;
-    }
+    if (!StorePaths::isFolderKey(*node.sourceKey))
+        return describeWithoutFolder(node);
     node.file = StorePaths::infoFile(_paths.calendarFolder104(*node.sourceKey));
     const auto info = dictionaryWithContentsOfFile(node.file);
     if (!info) {
@@ -260,6 +258,21 @@ bool Layout104::Reader::describeCalendar(Node& node) const
     node.kind = (*info)["Type"];
     takeSourceType(node);
     return true;
+}
+
+/// A source key with a slash would lead out of the store, so the calendar has no folder, as in the
+/// other layout, and only its node describes it.
+bool Layout104::Reader::describeWithoutFolder(Node& node) const
+{
+    node.title = textOrNil(node.dictionary["Title"]);
+    node.notes = textOrNil(node.dictionary["Notes"]);
+    if (node.title && node.color)
+        return true;
+    logMsg(_pluginHelper, "Der Kalender wird nicht gelesen: '%@' ist als Ordnername nicht erlaubt",
+           *node.sourceKey);
+    reportUnread({KTLoss::Extent::calendar},
+                 "Der SourceKey des Kalenders ist als Ordnername nicht erlaubt");
+    return false;
 }
 
 void Layout104::Reader::takeSourceType(Node& node) const
