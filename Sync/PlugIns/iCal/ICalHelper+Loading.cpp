@@ -18,12 +18,18 @@ SyncRecord makeRecord(Dictionary record, const std::optional<std::string>& key,
                                                  parentKey, std::string(conduit));
 }
 
-/// The folder that a loss is reported for. Groups hold no items, so theirs does not matter.
-std::string folderForReports(KTSyncCalendar& calendar)
+/// Whether the calendar's items become records. iCal makes birthdays from the address book.
+bool holdsItems(const KTSyncCalendar& calendar)
 {
-    if (calendar.calendarType() == kCalendarTypeGroup)
-        return {};
-    return calendar.corestoragePath().value_or("");
+    return calendar.calendarType() != kCalendarTypeGroup &&
+           calendar.calendarType() != kCalendarTypeBirthday;
+}
+
+/// The folder that a loss is reported for. To be asked for when the items were: a folder that
+/// cannot be named is worth a line in the log, and those come in the order of the work.
+std::string folderForReports(const KTSyncCalendar& calendar)
+{
+    return holdsItems(calendar) ? calendar.corestoragePath().value_or("") : "";
 }
 
 /// What loading fills, and the calendar that is being turned into records.
@@ -68,6 +74,7 @@ void Loader::takeCalendar(const std::string& recordKey, KTSyncCalendar& calendar
                      "Die Ereignisse des Kalenders können nicht geladen werden");
         return;
     }
+    const LossScope scope("", folderForReports(calendar));
     logMsg(pluginHelper, "%@", calendar.description());
 
     SyncRecord record =
@@ -85,7 +92,7 @@ void Loader::takeCalendar(const std::string& recordKey, KTSyncCalendar& calendar
     else
         takeOrSkip(recordKey, calendar, std::move(record));
 
-    if (type == kCalendarTypeGroup || type == kCalendarTypeBirthday)
+    if (!holdsItems(calendar))
         return;
     takeEvents(recordKey, calendar);
     takeTasks(recordKey, calendar);
@@ -220,7 +227,7 @@ std::optional<SyncRecordList> ICalHelper::loadCalendarsWithPluginHelper(
         const std::string title = calendar->title().value_or("");
         if (pluginHelper != nullptr)
             pluginHelper->progress(title, ++current, static_cast<int>(calendars->size()));
-        const LossScope scope(title, folderForReports(*calendar));
+        const LossScope scope(title, "");
         // References, because lambdas cannot capture structured bindings.
         const std::string& key = recordKey;
         KTSyncCalendar& model = *calendar;
@@ -228,6 +235,7 @@ std::optional<SyncRecordList> ICalHelper::loadCalendarsWithPluginHelper(
                   [&](const Exception& exception) {
                       logToHostAndSystem(pluginHelper, "Exception in Kalender '%@': %@", title,
                                          exception);
+                      const LossScope folder("", folderForReports(model));
                       reportUnread({KTLoss::Extent::calendar},
                                    stringWithFormat("Der Kalender kann nicht geladen werden: %@",
                                                     exception));

@@ -210,6 +210,29 @@ TEST_F(Loading, LogsWhatItIsDoingCalendarByCalendar)
                             "0 Aufgaben, selected"));
 }
 
+TEST_F(Loading, AsksForTheFolderOfACalendarOnlyWhenItLoadsIt)
+{
+    writeFolder("A.calendar", with(calendarInfo("A", "Arbeit"), "Key", "../A"));
+    activated.set(keyOf("Arbeit"), 1);
+    loaded();
+    EXPECT_THAT(host.messages(),
+                ElementsAre("Kalender: 'Arbeit'", "Ereignisse laden fuer Kalender: 'Arbeit'",
+                            "Kalender 'Arbeit': '../A' ist als Ordnername nicht erlaubt",
+                            "loadEventsAndTasks: _corestoragePath == nil",
+                            "Keine Ereignisse fuer Kalender: 'Arbeit'"));
+}
+
+TEST_F(Loading, NeverAsksForTheFolderOfACalendarWithoutItems)
+{
+    writeFolder("A.calendar",
+                with(with(calendarInfo("A", "Geburtstage"), "Type", "Birthday"), "Key", "../A"));
+    activated.set(keyOf("Geburtstage", kCalendarTypeBirthday), 1);
+    EXPECT_THAT(titles(loaded()), ElementsAre("ical-calendar Geburtstage"));
+    EXPECT_THAT(host.messages(),
+                testing::Not(Contains("Kalender 'Geburtstage': '../A' ist als Ordnername nicht "
+                                      "erlaubt")));
+}
+
 TEST_F(Loading, RemembersWhichCalendarsAreNotSelectedAndWhichGroupsAreCollapsed)
 {
     writeFolder("A.calendar", with(calendarInfo("A", "Arbeit"), "Checked", false));
