@@ -167,6 +167,37 @@ TEST_F(KTSyncCalendarItemTest, AnXPropertyThatOccursTwiceIsWrittenAsAnArrayDescr
     EXPECT_THAT(item->iCalLines(), HasSubstr("X-ONE:(\n    a,\n    b\n)\r\n"));
 }
 
+TEST_F(KTSyncCalendarItemTest, OfXPropertiesUnderSeveralKeysOfOneNameTheLastStays)
+{
+    const auto made = event("SUMMARY:a\nX-A;P=1:eins\nX-A;P=2:zwei\nX-A;P=2:drei");
+    EXPECT_EQ(made->syncRecord()["AppleSpecialFields"],
+              Value(Dictionary{{"X-A", Array{"zwei", "drei"}}}));
+}
+
+TEST_F(KTSyncCalendarItemTest, OfTwoSummariesWithoutParametersTheLastCounts)
+{
+    const auto made = event("SUMMARY:eins\nSUMMARY:zwei\nDTSTART:20071224T100000");
+    ASSERT_NE(made, nullptr);
+    EXPECT_EQ(made->title(), Value("zwei"));
+    EXPECT_THAT(made->iCalLines(), HasSubstr("SUMMARY:zwei\r\n"));
+}
+
+TEST_F(KTSyncCalendarItemTest, OfSummariesUnderSeveralKeysTheLastCounts)
+{
+    const auto made = event("SUMMARY;LANGUAGE=de:eins\nSUMMARY:zwei\nSUMMARY;LANGUAGE=en:drei");
+    ASSERT_NE(made, nullptr);
+    EXPECT_EQ(made->title(), Value("drei"));
+}
+
+TEST_F(KTSyncCalendarItemTest, TwoSummariesOfOneKeyWithParametersMakeAnArray)
+{
+    const auto made = event("SUMMARY;LANGUAGE=de:eins\nSUMMARY;LANGUAGE=de:zwei");
+    ASSERT_NE(made, nullptr);
+    EXPECT_EQ(made->title(), Value(Array{"eins", "zwei"}));
+    EXPECT_EQ(made->syncRecord()["Title"], Value(Array{"eins", "zwei"}));
+    EXPECT_THAT(made->iCalLines(), HasSubstr("SUMMARY:(\\n    eins,\\n    zwei\\n)\r\n"));
+}
+
 TEST_F(KTSyncCalendarItemTest, APropertyThatOccursTwiceStaysAnArrayInTheRecord)
 {
     const auto item =
