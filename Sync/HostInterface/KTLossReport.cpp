@@ -7,6 +7,8 @@ namespace kt {
 namespace {
 
 thread_local KTLoss current;
+thread_local int silences = 0;
+thread_local UnreadTexts* collector = nullptr;
 
 /// Puts the text in place of the outer scope's, unless it is empty.
 std::optional<std::string> replaced(std::string& text, std::string_view by)
@@ -37,9 +39,17 @@ LossScope::~LossScope()
     putBack(current.calendarKey, _outerCalendarKey);
 }
 
+LossSilence::LossSilence() { ++silences; }
+
+LossSilence::~LossSilence() { --silences; }
+
+UnreadTexts::UnreadTexts() { collector = this; }
+
+UnreadTexts::~UnreadTexts() { collector = nullptr; }
+
 void reportLoss(KTLoss::Kind kind, std::string_view reason)
 {
-    auto* report = hostClass<KTLossReport>();
+    auto* report = silences == 0 ? hostClass<KTLossReport>() : nullptr;
     if (report == nullptr)
         return;
     KTLoss loss = current;
@@ -50,15 +60,19 @@ void reportLoss(KTLoss::Kind kind, std::string_view reason)
 
 void reportUnread(const KTUnreadText& text, std::string_view reason)
 {
-    auto* report = hostClass<KTLossReport>();
-    if (report == nullptr)
+    auto* report = silences == 0 ? hostClass<KTLossReport>() : nullptr;
+    if (report == nullptr && collector == nullptr)
         return;
     KTLoss loss = current;
-    loss.reason = reason;
+    loss.kind = KTLoss::Kind::unread;
     loss.extent = text.extent;
     loss.uid = text.uid;
     loss.digest = text.digest;
-    report->reportLoss(loss);
+    if (collector != nullptr)
+        collector->_texts.push_back(loss);
+    loss.reason = reason;
+    if (report != nullptr)
+        report->reportLoss(loss);
 }
 
 }  // namespace kt

@@ -3,6 +3,8 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <utility>
+#include <vector>
 
 #include "Sync/HostInterface/KTClassTable.h"
 
@@ -72,5 +74,32 @@ private:
 
 void reportLoss(KTLoss::Kind kind, std::string_view reason);
 void reportUnread(const KTUnreadText& text, std::string_view reason);
+
+/// While it lives, no loss is told on this thread: what is only tried out costs nobody anything.
+class LossSilence {
+public:
+    LossSilence();
+    ~LossSilence();
+    LossSilence(const LossSilence&) = delete;
+    LossSilence& operator=(const LossSilence&) = delete;
+};
+
+/// While it lives, collects the unread texts that are told on this thread, be there a host's class
+/// or not. One at a time.
+class UnreadTexts {
+public:
+    UnreadTexts();
+    ~UnreadTexts();
+    UnreadTexts(const UnreadTexts&) = delete;
+    UnreadTexts& operator=(const UnreadTexts&) = delete;
+
+    const std::vector<KTLoss>& texts() const { return _texts; }
+    std::vector<KTLoss> takeTexts() { return std::move(_texts); }
+
+private:
+    friend void reportUnread(const KTUnreadText& text, std::string_view reason);
+
+    std::vector<KTLoss> _texts;
+};
 
 }  // namespace kt

@@ -1,4 +1,10 @@
+#include <algorithm>
+#include <utility>
+
+#include "Sync/Foundation/Digest.h"
 #include "Sync/HostInterface/Guard.h"
+#include "Sync/HostInterface/KTCarefulWriting.h"
+#include "Sync/HostInterface/KTIdentityReport.h"
 #include "Sync/HostInterface/KTLossReport.h"
 #include "Sync/PlugIns/iCal/Calendar/HostAndSystemLog.h"
 #include "Sync/PlugIns/iCal/Calendar/KTSyncCalendarStore.h"
@@ -44,25 +50,44 @@ struct Loader {
     SyncRecordList& skippedRecords;
     RecordKeySet& notSelectedCalendars;
     RecordKeySet& notExpandedGroups;
+    LoadedStore* loaded = nullptr;
+    KTIdentityReport* identities = hostClass<KTIdentityReport>();
     SyncRecordList records = {};
     bool isSkipping = false;
+    ItemSources sources = {};  // of the calendar
+    LoadedCalendar* loadedCalendar = nullptr;
 
-    void takeCalendar(const std::string& recordKey, KTSyncCalendar& calendar);
+    void takeCalendar(const std::string& recordKey, const std::shared_ptr<KTSyncCalendar>& model);
+    void noteCalendar(const std::string& recordKey, const SyncRecord& record,
+                      const std::shared_ptr<KTSyncCalendar>& model);
+    void noteItem(const SyncRecord& record, const Value& uid, std::string_view recurrenceId,
+                  const TextPlace* place);
+    void finishCalendar(KTSyncCalendar& calendar);
+    void refuseItem(const KTSyncCalendarItem& item, const TextPlace* place,
+                    std::string_view reason);
     void takeGroup(const std::string& recordKey, KTSyncCalendar& group, SyncRecord record);
     void takeOrSkip(const std::string& recordKey, const KTSyncCalendar& calendar,
                     SyncRecord record);
     void takePart(const std::string& recordKey, SyncRecord record);
     void takeEvents(const std::string& recordKey, KTSyncCalendar& calendar);
     void takeEvent(const std::string& recordKey, const KTSyncCalendar& calendar,
-                   const KTSyncEvent& event);
+                   const KTSyncEvent& event, const TextPlace* place);
     void takeTasks(const std::string& recordKey, KTSyncCalendar& calendar);
     void takeItem(SyncRecord record, std::int32_t& counter);
     void reportBadEvent(const KTSyncCalendar& calendar, const KTSyncEvent& event,
-                        const std::string& description) const;
+                        const TextPlace* place, const std::string& description);
 };
 
-void Loader::takeCalendar(const std::string& recordKey, KTSyncCalendar& calendar)
+/// Null where places are not known.
+const TextPlace* placeAt(const std::vector<TextPlace>& places, std::size_t number)
 {
+    return number < places.size() ? &places[number] : nullptr;
+}
+
+void Loader::takeCalendar(const std::string& recordKey,
+                          const std::shared_ptr<KTSyncCalendar>& model)
+{
+    KTSyncCalendar& calendar = *model;
     const std::int32_t type = calendar.calendarType();
     isSkipping = false;
 
@@ -85,6 +110,7 @@ void Loader::takeCalendar(const std::string& recordKey, KTSyncCalendar& calendar
                      "Der Kalender ergibt keinen gültigen Sync-Datensatz");
         return;
     }
+    noteCalendar(recordKey, record, model);
     if (!calendar.selected())
         notSelectedCalendars.insert(recordKey);
     if (type == kCalendarTypeGroup)
@@ -96,6 +122,72 @@ void Loader::takeCalendar(const std::string& recordKey, KTSyncCalendar& calendar
         return;
     takeEvents(recordKey, calendar);
     takeTasks(recordKey, calendar);
+}
+
+void Loader::noteCalendar(const std::string& recordKey, const SyncRecord& record,
+                          const std::shared_ptr<KTSyncCalendar>& model)
+{
+    sources = model->takeItemSources().value_or(ItemSources());
+    if (identities != nullptr)
+        identities->reportIdentity(record, {"", "", model->ownSourceKey().value_or(""),
+                                            model->storedFolder().value_or("")});
+    if (loaded == nullptr)
+        return;
+    loadedCalendar = &loaded->calendars.emplace_back();
+    loadedCalendar->recordKey = recordKey;
+    loadedCalendar->record = record;
+    loadedCalendar->calendar = model;
+    loadedCalendar->areItemsLoaded = model->heldEvents() != nullptr;
+}
+
+void Loader::noteItem(const SyncRecord& record, const Value& uid, std::string_view recurrenceId,
+                      const TextPlace* place)
+{
+    if (identities != nullptr)
+        identities->reportIdentity(record,
+                                   {uid.isString() ? std::string(uid.string()) : std::string(),
+                                    std::string(recurrenceId), "",
+                                    place == nullptr ? std::string()
+                                                     : sources.files[place->file].path});
+    if (loadedCalendar != nullptr && place != nullptr)
+        loadedCalendar->items.push_back({record, uid, *place});
+}
+
+/// Whatever ended the calendar's turn. Copies are known by the number of their event until now.
+void Loader::finishCalendar(KTSyncCalendar& calendar)
+{
+    if (loadedCalendar == nullptr)
+        return;
+    LoadedCalendar& kept = *std::exchange(loadedCalendar, nullptr);
+    const auto isOf = [](const TextPlace& place) {
+        return [&place](const LoadedItem& item) {
+            return item.place.file == place.file && item.place.offset == place.offset;
+        };
+    };
+    for (ItemSources::Copy& copy : sources.copies) {
+        const auto first =
+            std::find_if(kept.items.begin(), kept.items.end(), isOf(sources.events[copy.of]));
+        if (first == kept.items.end())
+            continue;
+        copy.of = static_cast<std::size_t>(first - kept.items.begin());
+        kept.copies.push_back(copy);
+    }
+    kept.files = std::move(sources.files);
+    kept.unread = std::move(sources.unread);
+    calendar.dropItems();
+}
+
+/// An item that gave no record stays where it stands.
+void Loader::refuseItem(const KTSyncCalendarItem& item, const TextPlace* place,
+                        std::string_view reason)
+{
+    const std::string digest = hexText(sha1DigestBytes(item.description()));
+    if (place != nullptr)
+        sources.unread.push_back({*place, digest});
+    const LossScope scope("", place == nullptr ? "" : sources.files[place->file].path);
+    reportUnread({KTLoss::Extent::component,
+                  item.uid().isString() ? std::string(item.uid().string()) : std::string(), digest},
+                 reason);
 }
 
 void Loader::takeGroup(const std::string& recordKey, KTSyncCalendar& group, SyncRecord record)
@@ -134,12 +226,14 @@ void Loader::takeEvents(const std::string& recordKey, KTSyncCalendar& calendar)
     const KTSyncCalendar::Events* events = calendar.events();
     if (events == nullptr)
         return;
-    for (const auto& event : *events) {
-        guardedOr([&] { takeEvent(recordKey, calendar, *event); },
+    for (std::size_t number = 0; number < events->size(); ++number) {
+        const KTSyncEvent& event = *(*events)[number];
+        const TextPlace* const place = placeAt(sources.events, number);
+        guardedOr([&] { takeEvent(recordKey, calendar, event, place); },
                   [&](const Exception& exception) {
                       // The record that the line should show is what may have raised.
-                      reportBadEvent(calendar, *event,
-                                     guardedOr([&] { return event->syncRecord().description(); },
+                      reportBadEvent(calendar, event, place,
+                                     guardedOr([&] { return event.syncRecord().description(); },
                                                [&](const Exception&) {
                                                    return exception.description();
                                                }));
@@ -148,13 +242,14 @@ void Loader::takeEvents(const std::string& recordKey, KTSyncCalendar& calendar)
 }
 
 void Loader::takeEvent(const std::string& recordKey, const KTSyncCalendar& calendar,
-                       const KTSyncEvent& event)
+                       const KTSyncEvent& event, const TextPlace* place)
 {
     SyncRecord record = makeRecord(event.syncRecord(), event.recordKey(), recordKey, kConduitEvent);
-    if (record)
-        takeItem(std::move(record), numEvents);
-    else
-        reportBadEvent(calendar, event, event.syncRecord().description());
+    if (!record)
+        return reportBadEvent(calendar, event, place, event.syncRecord().description());
+    noteItem(record, event.uid(),
+             event.recurrenceId() ? event.recurrenceId()->iCalDate() : std::string(), place);
+    takeItem(std::move(record), numEvents);
 }
 
 void Loader::takeTasks(const std::string& recordKey, KTSyncCalendar& calendar)
@@ -162,18 +257,21 @@ void Loader::takeTasks(const std::string& recordKey, KTSyncCalendar& calendar)
     const KTSyncCalendar::Tasks* tasks = calendar.tasks();
     if (tasks == nullptr)
         return;
-    for (const auto& task : *tasks) {
+    for (std::size_t number = 0; number < tasks->size(); ++number) {
+        const auto& task = (*tasks)[number];
+        const TextPlace* const place = placeAt(sources.tasks, number);
         SyncRecord record =
             makeRecord(task->syncRecord(), task->recordKey(), recordKey, kConduitTask);
         if (record) {
+            noteItem(record, task->uid(), "", place);
             takeItem(std::move(record), numTasks);
             continue;
         }
         logMsg(pluginHelper, "Kalender '%@', Aufgabe '%@': Fehlerhafter Sync-Datensatz",
                calendar.title(), task->description());
-        reportUnread({KTLoss::Extent::component},
-                     stringWithFormat("Die Aufgabe '%@' ergibt keinen gültigen Sync-Datensatz",
-                                      task->title()));
+        refuseItem(*task, place,
+                   stringWithFormat("Die Aufgabe '%@' ergibt keinen gültigen Sync-Datensatz",
+                                    task->title()));
     }
 }
 
@@ -188,13 +286,13 @@ void Loader::takeItem(SyncRecord record, std::int32_t& counter)
 }
 
 void Loader::reportBadEvent(const KTSyncCalendar& calendar, const KTSyncEvent& event,
-                            const std::string& description) const
+                            const TextPlace* place, const std::string& description)
 {
     logMsg(pluginHelper, "Kalender '%@', Ereignis '%@': Fehlerhafter Sync-Datensatz",
            calendar.title(), description);
-    reportUnread({KTLoss::Extent::component},
-                 stringWithFormat("Das Ereignis '%@' ergibt keinen gültigen Sync-Datensatz",
-                                  event.title()));
+    refuseItem(event, place,
+               stringWithFormat("Das Ereignis '%@' ergibt keinen gültigen Sync-Datensatz",
+                                event.title()));
 }
 
 }  // namespace
@@ -203,8 +301,11 @@ std::optional<SyncRecordList> ICalHelper::loadCalendarsWithPluginHelper(
     KTSyncPluginHelper* pluginHelper, std::int32_t& numCalendars, std::int32_t& numEvents,
     std::int32_t& numTasks, Dictionary& activatedCalendars, RecordKeySet& calendarRecordKeysToSync,
     std::int32_t& numSkippedCalendars, SyncRecordList& skippedRecords,
-    RecordKeySet& notSelectedCalendars, RecordKeySet& notExpandedGroups)
+    RecordKeySet& notSelectedCalendars, RecordKeySet& notExpandedGroups, LoadedStore* loaded)
 {
+    if (hostClass<KTCarefulWriting>() == nullptr)
+        loaded = nullptr;  // nobody is going to ask
+    UnreadTexts unread;
     const auto calendars =
         KTSyncCalendarStore::calendarStoreWithPluginHelper(pluginHelper)->calendars();
     if (!calendars) {
@@ -221,16 +322,17 @@ std::optional<SyncRecordList> ICalHelper::loadCalendarsWithPluginHelper(
                   numSkippedCalendars,
                   skippedRecords,
                   notSelectedCalendars,
-                  notExpandedGroups};
+                  notExpandedGroups,
+                  loaded};
     int current = 0;
     for (const auto& [recordKey, calendar] : *calendars) {
         const std::string title = calendar->title().value_or("");
         if (pluginHelper != nullptr)
             pluginHelper->progress(title, ++current, static_cast<int>(calendars->size()));
-        const LossScope scope(title, "");
+        const LossScope scope(title, "", recordKey);
         // References, because lambdas cannot capture structured bindings.
         const std::string& key = recordKey;
-        KTSyncCalendar& model = *calendar;
+        const std::shared_ptr<KTSyncCalendar>& model = calendar;
         guardedOr([&] { loader.takeCalendar(key, model); },
                   [&](const Exception& exception) {
                       logToHostAndSystem(pluginHelper, "Exception in Kalender '%@': %@", title,
@@ -240,7 +342,10 @@ std::optional<SyncRecordList> ICalHelper::loadCalendarsWithPluginHelper(
                                    stringWithFormat("Der Kalender kann nicht geladen werden: %@",
                                                     exception));
                   });
+        loader.finishCalendar(*model);
     }
+    if (loaded != nullptr)
+        loaded->unread = unread.takeTexts();
     return std::move(loader.records);
 }
 

@@ -2,10 +2,13 @@
 #include <tuple>
 #include <unordered_map>
 
+#include "Sync/HostInterface/KTCarefulWriting.h"
 #include "Sync/HostInterface/KTLossReport.h"
 #include "Sync/HostInterface/StorePaths.h"
+#include "Sync/PlugIns/iCal/Calendar/CarefulStore.h"
 #include "Sync/PlugIns/iCal/Calendar/HostAndSystemLog.h"
 #include "Sync/PlugIns/iCal/Calendar/KTSyncCalendarStore.h"
+#include "Sync/PlugIns/iCal/Calendar/StoreLayout.h"
 #include "Sync/PlugIns/iCal/ICalHelper.h"
 
 namespace kt {
@@ -33,6 +36,7 @@ struct Saver {
     struct Calendar {
         std::string recordKey;  // empty when it has none
         std::shared_ptr<KTSyncCalendar> calendar;
+        SyncRecord record;
     };
 
     KTSyncPluginHelper* pluginHelper;
@@ -51,6 +55,9 @@ struct Saver {
     void addItems(const Calendar& calendar);
     void addEvent(KTSyncCalendar& calendar, const SyncRecord& record);
     void addTask(KTSyncCalendar& calendar, const SyncRecord& record);
+    bool store();
+    bool storeCarefully(const LoadedStore& loaded);
+    void tellProgress(std::size_t position) const;
 };
 
 void Saver::takeRecord(const SyncRecord& record)
@@ -79,7 +86,7 @@ void Saver::takeCalendar(const SyncRecord& record)
     calendar->setSelected(!notSelectedCalendars.contains(recordKey));
     if (calendar->calendarType() == kCalendarTypeGroup)
         calendar->setExpanded(!notExpandedGroups.contains(recordKey));
-    calendars.push_back(Calendar{recordKey, std::move(calendar)});
+    calendars.push_back(Calendar{recordKey, std::move(calendar), record});
 }
 
 /// Items may come before their calendar.
@@ -143,13 +150,54 @@ void Saver::addTask(KTSyncCalendar& calendar, const SyncRecord& record)
     calendar.addTask(std::move(task));
 }
 
+void Saver::tellProgress(std::size_t position) const
+{
+    if (pluginHelper != nullptr)
+        pluginHelper->progress(calendars[position].calendar->title().value_or(""),
+                               static_cast<int>(position + 1), static_cast<int>(calendars.size()));
+}
+
+bool Saver::store()
+{
+    KTSyncCalendarStore::Calendars all;
+    all.reserve(calendars.size());
+    for (std::size_t position = 0; position < calendars.size(); ++position) {
+        tellProgress(position);
+        addItems(calendars[position]);
+        all.push_back(calendars[position].calendar);
+    }
+    return KTSyncCalendarStore::calendarStoreWithPluginHelper(pluginHelper)->storeCalendars(all);
+}
+
+bool Saver::storeCarefully(const LoadedStore& loaded)
+{
+    std::vector<HandedCalendar> handed;
+    handed.reserve(calendars.size());
+    for (std::size_t position = 0; position < calendars.size(); ++position) {
+        tellProgress(position);
+        const Calendar& calendar = calendars[position];
+        SyncRecordList& items = itemsByCalendar[calendar.recordKey];
+        for (const SyncRecord& item : items) {
+            numEvents += item->conduit() == kConduitEvent ? 1 : 0;
+            numTasks += item->conduit() == kConduitTask ? 1 : 0;
+        }
+        handed.push_back({calendar.record, std::move(items), calendar.calendar->selected(),
+                          calendar.calendar->expanded()});
+    }
+    const auto layout = StoreLayout::ofHost(pluginHelper);
+    if (!layout)
+        return true;
+    return KTSyncCalendarStore::calendarStoreWithPluginHelper(pluginHelper)
+        ->storeCalendarsCarefully(carefulStore(pluginHelper, *layout, std::move(handed), loaded));
+}
+
 }  // namespace
 
 bool ICalHelper::saveCalendars(const std::optional<SyncRecordList>& records,
                                KTSyncPluginHelper* withPluginHelper, std::int32_t& numCalendars,
                                std::int32_t& numEvents, std::int32_t& numTasks,
                                const RecordKeySet& notSelectedCalendars,
-                               const RecordKeySet& notExpandedGroups)
+                               const RecordKeySet& notExpandedGroups, const LoadedStore* loaded)
 {
     if (!records) {
         logToHostAndSystem(withPluginHelper, "saveCalendars: calendarData == nil");
@@ -163,18 +211,8 @@ bool ICalHelper::saveCalendars(const std::optional<SyncRecordList>& records,
         saver.takeRecord(record);
     saver.sortCalendars();
 
-    KTSyncCalendarStore::Calendars calendars;
-    calendars.reserve(saver.calendars.size());
-    for (const Saver::Calendar& calendar : saver.calendars) {
-        calendars.push_back(calendar.calendar);
-        if (withPluginHelper != nullptr)
-            withPluginHelper->progress(calendar.calendar->title().value_or(""),
-                                       static_cast<int>(calendars.size()),
-                                       static_cast<int>(saver.calendars.size()));
-        saver.addItems(calendar);
-    }
-    if (KTSyncCalendarStore::calendarStoreWithPluginHelper(withPluginHelper)
-            ->storeCalendars(calendars))
+    const bool isCareful = loaded != nullptr && hostClass<KTCarefulWriting>() != nullptr;
+    if (isCareful ? saver.storeCarefully(*loaded) : saver.store())
         return true;
     logToHostAndSystem(withPluginHelper, "[KTSyncCalendarStore storeCalendars] == NO");
     return false;

@@ -8,6 +8,7 @@
 #include "Sync/Foundation/Dictionary.h"
 #include "Sync/HostInterface/KTSyncPluginHelper.h"
 #include "Sync/HostInterface/KTSyncRecord.h"
+#include "Sync/PlugIns/iCal/Calendar/LoadedStore.h"
 
 namespace kt {
 
@@ -23,23 +24,28 @@ public:
     /// `skippedRecords` takes the records of switched-off calendars and of their items, which are
     /// not counted; `notSelectedCalendars` and `notExpandedGroups` keep how iCal shows them.
     /// What raises costs only itself, or at most its calendar; a foreign object passes.
+    /// `loaded`, where given, takes what a careful rewrite compares with; the calendars' items are
+    /// dropped then, since their records hold them.
     static std::optional<SyncRecordList> loadCalendarsWithPluginHelper(
         KTSyncPluginHelper* pluginHelper, std::int32_t& numCalendars, std::int32_t& numEvents,
         std::int32_t& numTasks, Dictionary& activatedCalendars,
         RecordKeySet& calendarRecordKeysToSync, std::int32_t& numSkippedCalendars,
         SyncRecordList& skippedRecords, RecordKeySet& notSelectedCalendars,
-        RecordKeySet& notExpandedGroups);
+        RecordKeySet& notExpandedGroups, LoadedStore* loaded = nullptr);
 
     /// Rewrites the whole store from these records, the host's complete local state. False without
     /// records and when the store could not be written. Records that make no calendar or item are
     /// logged and left out, items of a calendar that is not there are left out without a word.
     /// The counters go up, they are not reset. Passes on the Exception of a record that cannot be
     /// taken; nothing has been written by then.
+    /// With `loaded`, and a host that asks for careful writing, every text of the store that did
+    /// not change, or that could not be read, stays as it is.
     static bool saveCalendars(const std::optional<SyncRecordList>& records,
                               KTSyncPluginHelper* withPluginHelper, std::int32_t& numCalendars,
                               std::int32_t& numEvents, std::int32_t& numTasks,
                               const RecordKeySet& notSelectedCalendars,
-                              const RecordKeySet& notExpandedGroups);
+                              const RecordKeySet& notExpandedGroups,
+                              const LoadedStore* loaded = nullptr);
 };
 
 }  // namespace kt

@@ -68,6 +68,7 @@ private:
     RecordKeySet _keysToSync;
     RecordKeySet _notSelectedCalendars;
     RecordKeySet _notExpandedGroups;
+    LoadedStore _loaded;
 };
 
 bool ICalSyncPlugin::doSync()
@@ -158,11 +159,11 @@ bool ICalSyncPlugin::SyncRun::loadCalendars()
     _host.disableFileNotifications();
     _plugin.updateActivatedCalendars();
 
-    auto records =
-        ICalHelper::loadCalendarsWithPluginHelper(&_host, _numCalendars, _numEvents, _numTasks,
-                                                  _plugin._activatedCalendars, _keysToSync,
-                                                  _numSkippedCalendars, _skippedRecords,
-                                                  _notSelectedCalendars, _notExpandedGroups);
+    auto records = ICalHelper::loadCalendarsWithPluginHelper(&_host, _numCalendars, _numEvents,
+                                                             _numTasks, _plugin._activatedCalendars,
+                                                             _keysToSync, _numSkippedCalendars,
+                                                             _skippedRecords, _notSelectedCalendars,
+                                                             _notExpandedGroups, &_loaded);
     if (!records)
         return fail("ICalSyncPlugin konnte die iCal-Kalender nicht laden.",
                     "Die Kalender konnten nicht geladen werden!");
@@ -258,7 +259,7 @@ bool ICalSyncPlugin::SyncRun::rewriteStore()
             records->push_back(std::move(record));
     }
     if (ICalHelper::saveCalendars(std::move(records), &_host, _numCalendars, _numEvents, _numTasks,
-                                  _notSelectedCalendars, _notExpandedGroups))
+                                  _notSelectedCalendars, _notExpandedGroups, &_loaded))
         return true;
     fail("Die iCal-Kalender konnten nicht gespeichert werden!",
          "Die Kalender konnten nicht gespeichert werden!");

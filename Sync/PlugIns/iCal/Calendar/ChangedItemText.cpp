@@ -167,10 +167,13 @@ private:
 
 }  // namespace
 
-std::string changedItemText(const ChangedItem& item,
-                            const std::function<std::string(std::string_view)>& asRead)
+std::string changedItemText(
+    const ChangedItem& item,
+    const std::function<std::optional<std::string>(std::string_view)>& asRead)
 {
-    const std::string aim = asRead(item.wanted);
+    const std::optional<std::string> aim = asRead(item.wanted);
+    if (!aim)
+        return std::string(item.wanted);
     const ComponentText stored(item.stored);
     const ComponentText written(item.written);
     const ComponentText wanted(item.wanted);

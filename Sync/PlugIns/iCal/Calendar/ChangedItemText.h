@@ -1,6 +1,7 @@
 #pragma once
 
 #include <functional>
+#include <optional>
 #include <string>
 #include <string_view>
 
@@ -18,10 +19,11 @@ struct ChangedItem {
 /// of, as it stood; and the writer's own text where something changed. LAST-MODIFIED goes, since it
 /// tells of the text before.
 ///
-/// `asRead` gives what the writer would make of a component once it was read. Where carrying text
-/// over would change what is read, less is carried, in the end nothing: what is read always is what
-/// was wanted.
-std::string changedItemText(const ChangedItem& item,
-                            const std::function<std::string(std::string_view)>& asRead);
+/// `asRead` gives what the writer would make of a component once it was read, nullopt where it
+/// cannot be read. Where carrying text over would change what is read, less is carried, in the end
+/// nothing: what is read always is what was wanted.
+std::string changedItemText(
+    const ChangedItem& item,
+    const std::function<std::optional<std::string>(std::string_view)>& asRead);
 
 }  // namespace kt

@@ -118,6 +118,8 @@ public:
     std::size_t size() const { return _stretches.size(); }
     /// The index must be below size().
     LineList operator[](std::size_t index) const { return _lines.linesIn(_stretches[index]); }
+    /// What stands between its BEGIN and its END line, what was taken out included.
+    std::string_view stretch(std::size_t index) const { return _stretches[index]; }
     void putLines(std::size_t index, LineList& into) const
     {
         _lines.putLines(_stretches[index], into);

@@ -11,8 +11,7 @@ namespace kt {
 
 namespace {
 
-constexpr std::string_view kLineEnd = "\r\n";
-constexpr std::string_view kCutLineEnd = "\r\r\n \n";
+constexpr std::string_view kLineEnd = kItemLineEnd;
 constexpr std::string_view kBeginCalendar = "BEGIN:VCALENDAR";
 constexpr std::string_view kEndCalendar = "END:VCALENDAR";
 constexpr std::string_view kBegin = "BEGIN:";
@@ -35,7 +34,27 @@ bool holdsDoubleReturn(std::string_view text)
     return text.find("\r\r", position) != std::string_view::npos;
 }
 
-/// In place and in one pass; most files hold none.
+bool holdsText(std::string_view line)
+{
+    return line.find_first_not_of(" \t\r\n") != std::string_view::npos;
+}
+
+/// Where the last such line begins, of those that have a line end in front of them.
+std::size_t lastLineEqual(std::string_view text, std::string_view line)
+{
+    for (std::size_t found = text.rfind(line); found != std::string_view::npos && found > 0;
+         found = text.rfind(line, found - 1)) {
+        const std::string_view behind = text.substr(found + line.size());
+        if (text.substr(0, found).ends_with(kLineEnd) &&
+            (behind.empty() || behind.starts_with(kLineEnd)))
+            return found;
+    }
+    return std::string_view::npos;
+}
+
+}  // namespace
+
+// In one pass; most files hold none.
 void joinCutLineEnds(std::string& text)
 {
     std::size_t found = holdsDoubleReturn(text) ? text.find(kCutLineEnd) : std::string::npos;
@@ -57,25 +76,7 @@ void joinCutLineEnds(std::string& text)
     text.resize(written);
 }
 
-bool holdsText(std::string_view line)
-{
-    return line.find_first_not_of(" \t\r\n") != std::string_view::npos;
-}
-
-/// Where the last such line begins, of those that have a line end in front of them.
-std::size_t lastLineEqual(std::string_view text, std::string_view line)
-{
-    for (std::size_t found = text.rfind(line); found != std::string_view::npos && found > 0;
-         found = text.rfind(line, found - 1)) {
-        const std::string_view behind = text.substr(found + line.size());
-        if (text.substr(0, found).ends_with(kLineEnd) &&
-            (behind.empty() || behind.starts_with(kLineEnd)))
-            return found;
-    }
-    return std::string_view::npos;
-}
-
-}  // namespace
+std::size_t endOfItems(std::string_view text) { return lastLineEqual(text, kEndCalendar); }
 
 std::optional<std::string> itemFileText(const std::string& path)
 {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -23,6 +24,15 @@ enum class Envelope { filled, empty, notClosed };
 /// ends in CR LF. Nothing is left of a file that is not closed. Tells of
 /// text behind END:VCALENDAR as a loss.
 Envelope removeEnvelope(std::string_view& text);
+
+/// Where the last END:VCALENDAR line begins, in front of which components end; npos without one.
+std::size_t endOfItems(std::string_view text);
+
+inline constexpr std::string_view kItemLineEnd = "\r\n";
+/// What the fold at 75 characters makes of a line end that it cuts in two.
+inline constexpr std::string_view kCutLineEnd = "\r\r\n \n";
+/// Puts such line ends together, in place.
+void joinCutLineEnds(std::string& text);
 
 // The text of an item file around the lines of its items.
 inline constexpr std::string_view kItemFileHeader =

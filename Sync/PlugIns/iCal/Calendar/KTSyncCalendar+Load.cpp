@@ -7,130 +7,23 @@
 #include <unordered_map>
 #include <utility>
 
+#include "Sync/Foundation/Digest.h"
 #include "Sync/Foundation/FileManager.h"
 #include "Sync/HostInterface/Guard.h"
+#include "Sync/HostInterface/KTCarefulWriting.h"
 #include "Sync/HostInterface/KTLossReport.h"
 #include "Sync/HostInterface/StorePaths.h"
 #include "Sync/PlugIns/iCal/Calendar/DigestTable.h"
 #include "Sync/PlugIns/iCal/Calendar/ItemFile.h"
 #include "Sync/PlugIns/iCal/Calendar/KTSyncCalendar.h"
 #include "Sync/PlugIns/iCal/Calendar/KTSyncCalendarTools.h"
+#include "Sync/PlugIns/iCal/Calendar/LeftLines.h"
 #include "Sync/PlugIns/iCal/Calendar/StoreLayout.h"
 #include "Sync/PlugIns/iCal/Calendar/UnreadText.h"
 
 namespace kt {
 
 namespace {
-
-constexpr std::string_view kBegin = "BEGIN:";
-constexpr std::string_view kEnd = "END:";
-
-void reportComponentLoss(std::string_view name)
-{
-    reportLoss(KTLoss::Kind::thinned,
-               stringWithFormat("Komponente '%@' wird nicht übernommen", name));
-}
-
-/// Time zones are known by their names, so the definitions that files carry are not needed.
-bool isTimeZonePart(std::string_view name)
-{
-    return name == "VTIMEZONE" || name == "STANDARD" || name == "DAYLIGHT";
-}
-
-/// What nobody took: the lines of a file around its items, or those of one item.
-enum class LeftIn { file, item };
-
-/// Goes through the lines that nobody took and tells of components, the outermost of each nest, and
-/// of the first END without a BEGIN, behind which nothing is read.
-class LeftLinesReport {
-public:
-    explicit LeftLinesReport(LeftIn place) : _place(place) {}
-
-    void add(std::string_view line)
-    {
-        tellOfStrayEnd();
-        if (line.starts_with(kBegin))
-            begin(line.substr(kBegin.size()));
-        else if (line.starts_with(kEnd))
-            end(line.substr(kEnd.size()));
-    }
-
-    /// Behind a part of a time zone that is not closed properties are taken for its own.
-    void finish() const
-    {
-        if (_timeZoneParts > 0 && stopsReading(_timeZonePart))
-            reportLoss(KTLoss::Kind::thinned,
-                       stringWithFormat("Komponente '%@' ohne END: was folgt, bleibt ungelesen",
-                                        _timeZonePart));
-    }
-
-private:
-    /// Whether an END too many hides what follows. Of a file, and of the alarms of an item, taking
-    /// the components out has told already.
-    bool stopsReading(std::string_view name) const
-    {
-        return _place == LeftIn::item && name != "VALARM";
-    }
-
-    /// Only once there is a line behind it.
-    void tellOfStrayEnd()
-    {
-        if (_strayEnd && !std::exchange(_hasTold, true))
-            reportLoss(KTLoss::Kind::thinned,
-                       stringWithFormat("Ende ohne Anfang: END:%@, was folgt, bleibt ungelesen",
-                                        *_strayEnd));
-    }
-
-    void begin(std::string_view name)
-    {
-        if (_depth > 0) {
-            _depth += name == _open ? 1 : 0;
-        } else if (name == "VCALENDAR") {
-            reportLoss(KTLoss::Kind::thinned,
-                       "Zweiter VCALENDAR: seine Eigenschaften werden nicht übernommen");
-        } else if (isTimeZonePart(name)) {
-            ++_timeZoneParts;
-            _timeZonePart = name;
-        } else {
-            reportComponentLoss(name);
-            _open = name;
-            _depth = 1;
-        }
-    }
-
-    void end(std::string_view name)
-    {
-        if (_depth > 0)
-            _depth -= name == _open ? 1 : 0;
-        else if (isTimeZonePart(name) && _timeZoneParts > 0)
-            --_timeZoneParts;
-        else if (!_strayEnd && stopsReading(name))
-            _strayEnd = name;
-    }
-
-    LeftIn _place;
-    std::string_view _open;
-    std::size_t _depth = 0;  // of components named as the open one
-    std::size_t _timeZoneParts = 0;
-    std::string_view _timeZonePart;  // the last that began
-    std::optional<std::string_view> _strayEnd;
-    bool _hasTold = false;
-};
-
-void reportLeftLines(const LineList& lines)
-{
-    LeftLinesReport report(LeftIn::item);
-    for (std::string_view line : lines)
-        report.add(line);
-    report.finish();
-}
-
-void reportLeftLines(const FileLines& lines)
-{
-    LeftLinesReport report(LeftIn::file);
-    lines.forEach([&](std::string_view line) { report.add(line); });
-    report.finish();
-}
 
 /// What two copies of one event may differ in without anything being lost with the second.
 Dictionary withoutRevision(Dictionary record)
@@ -161,6 +54,12 @@ private:
     std::unordered_map<const KTSyncEvent*, Dictionary> _firsts;
 };
 
+std::string digestOfFile(const std::string& path)
+{
+    return hexText(
+        sha1DigestBytes(FileManager::defaultManager().contentsAtPath(path).value_or("")));
+}
+
 /// A UID may have come twice and is an array then, which is no text but as good a name.
 std::string nameOfUID(const Value& uid) { return (uid.isString() ? "s" : "v") + uid.description(); }
 
@@ -177,12 +76,18 @@ public:
           _parentKey(calendar._recordKey)
     {
         _known.reserve(fileCount);  // one event a file in the newer layout
+        if (hostClass<KTCarefulWriting>() != nullptr)
+            _sources = &_calendar._sources.emplace();
     }
 
     void loadFile(const std::string& path)
     {
         const LossScope scope(_calendar._title.value_or(""), path);
         const std::optional<std::string> text = itemFileText(path);
+        _path = path;
+        _text = text ? std::string_view(*text) : std::string_view();
+        if (_sources != nullptr)
+            _sources->files.push_back({path, text ? hashOfItemText(*text) : 0});
         if (!text && !FileManager::defaultManager().fileExistsAtPath(path)) {
             logMsg(_helper, "'%@' existiert nicht", path);
             reportUnread({KTLoss::Extent::file}, "Datei existiert nicht");
@@ -202,12 +107,43 @@ private:
 
         const FileComponents& all;
         std::size_t index;
+        std::string_view name;  // of the component
     };
+
+    static std::string digestOf(std::string_view text) { return hexText(sha1DigestBytes(text)); }
+
+    /// From its BEGIN to its END line.
+    TextPlace placeOf(const AsRead& asRead) const
+    {
+        constexpr std::string_view kBegin = "BEGIN:\r\n";
+        constexpr std::string_view kEnd = "END:\r\n";
+        const std::string_view inside = asRead.all.stretch(asRead.index);
+        const std::size_t begin = kBegin.size() + asRead.name.size();
+        return {static_cast<std::uint32_t>(_sources->files.size() - 1),
+                static_cast<std::size_t>(inside.data() - _text.data()) - begin,
+                begin + inside.size() + kEnd.size() + asRead.name.size()};
+    }
+
+    /// A component that gives no record.
+    void refuse(const AsRead& asRead, const Value& uid, std::string_view reason)
+    {
+        const std::string digest = digestOf(asRead.all.stretch(asRead.index));
+        if (_sources != nullptr)
+            _sources->unread.push_back({placeOf(asRead), digest});
+        reportUnread({KTLoss::Extent::component,
+                      uid.isString() ? std::string(uid.string()) : std::string(), digest},
+                     reason);
+    }
+
+    void refuseFile(std::string_view reason) const
+    {
+        reportUnread({KTLoss::Extent::file, "", digestOfFile(_path)}, reason);
+    }
 
     void refuseEmptyFile(std::string_view reason) const
     {
         logMsg(_helper, "Leere iCalendar-Datei fuer Kalender '%@'", _calendar._title);
-        reportUnread({KTLoss::Extent::file}, reason);
+        refuseFile(reason);
     }
 
     /// Leaves what stands inside the calendar.
@@ -216,7 +152,7 @@ private:
         if (!beginsCalendar(text)) {
             logMsg(_helper, "Fehlerhafte iCalendar-Datei fuer '%@': kein BEGIN:VCALENDAR",
                    _calendar._title);
-            reportUnread({KTLoss::Extent::file}, "Datei beginnt nicht mit BEGIN:VCALENDAR");
+            refuseFile("Datei beginnt nicht mit BEGIN:VCALENDAR");
             return false;
         }
         reportHiddenComponents(text);
@@ -240,10 +176,11 @@ private:
         const FileComponents events =
             KTSyncCalendarTools::findAndRemoveComponents("VEVENT", lines, _logger);
         makeRoomForEvents(events.size());
-        loadComponents(events, "[ICalCalendar loadEvents(event)]: '%@'\n%@", &Loading::loadEvent);
+        loadComponents(events, "VEVENT", "[ICalCalendar loadEvents(event)]: '%@'\n%@",
+                       &Loading::loadEvent);
         linkOccurrences();
         loadComponents(KTSyncCalendarTools::findAndRemoveComponents("VTODO", lines, _logger),
-                       "[ICalCalendar loadEvents(task)]: '%@'\n%@", &Loading::loadTask);
+                       "VTODO", "[ICalCalendar loadEvents(task)]: '%@'\n%@", &Loading::loadTask);
         reportLeftLines(lines);
     }
 
@@ -257,12 +194,12 @@ private:
         events.reserve(events.size() + count);
     }
 
-    void loadComponents(const FileComponents& components, std::string_view failure,
-                        void (Loading::*load)(LineList&, const AsRead&))
+    void loadComponents(const FileComponents& components, std::string_view name,
+                        std::string_view failure, void (Loading::*load)(LineList&, const AsRead&))
     {
         LineList component;
         for (std::size_t index = 0; index < components.size(); ++index) {
-            const AsRead asRead{components, index};
+            const AsRead asRead{components, index, name};
             components.putLines(index, component);
             reportCutKeys(component);
             guarded(
@@ -287,13 +224,17 @@ private:
         if (known != position) {
             logMsg(_helper, "Doppeltes Ereignis:\n%@", asRead.description());
             if (!_copies.isCopyOf(*events[known], *event))
-                reportUnread({KTLoss::Extent::component},
-                             "Doppeltes Ereignis, das vom ersten abweicht, wird nicht übernommen");
+                refuse(asRead, event->uid(),
+                       "Doppeltes Ereignis, das vom ersten abweicht, wird nicht übernommen");
+            else if (_sources != nullptr)
+                _sources->copies.push_back({placeOf(asRead), known});
             return;
         }
         if (!event->recurrenceRule() && event->recurrenceId() && !event->uid().isNil())
             _occurrences.push_back(event.get());
         events.push_back(std::move(event));
+        if (_sources != nullptr)
+            _sources->events.push_back(placeOf(asRead));
     }
 
     /// The series of this file by their UIDs, asked for only where there are occurrences.
@@ -325,10 +266,13 @@ private:
     void loadTask(LineList& component, const AsRead& asRead)
     {
         auto task = KTSyncTask::syncTaskWithPluginHelper(_helper, _parentKey, component);
-        if (task)
-            _calendar._tasks->push_back(std::move(task));
-        else
+        if (!task) {
             logMsg(_helper, "Leere Aufgabe aus:\n%@", asRead.description());
+            return;
+        }
+        _calendar._tasks->push_back(std::move(task));
+        if (_sources != nullptr)
+            _sources->tasks.push_back(placeOf(asRead));
     }
 
     KTSyncCalendar& _calendar;
@@ -339,6 +283,9 @@ private:
     CopyCheck _copies;
     std::size_t _firstEventOfFile = 0;
     std::vector<KTSyncEvent*> _occurrences;  // of this file, detached; the calendar owns them
+    std::string _path;                       // of this file
+    std::string_view _text;                  // what it holds
+    ItemSources* _sources = nullptr;         // null where nobody asks for them
 };
 
 std::optional<std::string> KTSyncCalendar::itemsFolder() const
@@ -386,20 +333,24 @@ void KTSyncCalendar::loadItemFiles(const std::string& folder, const std::vector<
             logMsg(_pluginHelper, "[ICalCalendar loadEvents] fuer '%@': %@", _title,
                    exception.description());
             const LossScope scope(_title.value_or(""), path);
-            reportUnread({KTLoss::Extent::calendar},
+            reportUnread({KTLoss::Extent::calendar, "", digestOfFile(path)},
                          stringWithFormat("Kalender abgebrochen: %@", exception.description()));
             throw;
         }
     }
 }
 
+void KTSyncCalendar::dropItems()
+{
+    _events.reset();
+    _tasks.reset();
+    _sources.reset();
+}
+
 /// A list that was only filled in part would pass for the whole calendar, so it goes as well.
 void KTSyncCalendar::loadBothLists()
 {
-    const auto drop = [&] {
-        _events.reset();
-        _tasks.reset();
-    };
+    const auto drop = [&] { dropItems(); };
     _events.emplace();
     _tasks.emplace();
     try {

@@ -4,10 +4,12 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "Sync/Foundation/Dictionary.h"
 #include "Sync/HostInterface/KTSyncPluginHelper.h"
+#include "Sync/PlugIns/iCal/Calendar/ItemSources.h"
 #include "Sync/PlugIns/iCal/Calendar/KTSyncEvent.h"
 #include "Sync/PlugIns/iCal/Calendar/KTSyncTask.h"
 
@@ -113,6 +115,15 @@ public:
     void setOrder(std::int32_t order) { _order = order; }
     const std::optional<std::string>& parentRecordKey() const { return _parentRecordKey; }
     void setParentRecordKey(std::optional<std::string> key) { _parentRecordKey = std::move(key); }
+    /// The folder that it was read from; nullopt for what was not, and for groups of a layout that
+    /// has no folders for them.
+    const std::optional<std::string>& storedFolder() const { return _storedFolder; }
+    void setStoredFolder(std::optional<std::string> folder) { _storedFolder = std::move(folder); }
+    /// Where the items that were loaded stand, in the order of the lists; moved out. Nullopt when
+    /// nothing was loaded, and where the host does not ask for careful writing.
+    std::optional<ItemSources> takeItemSources() { return std::exchange(_sources, std::nullopt); }
+    /// Forgets the items, which are loaded anew when they are asked for.
+    void dropItems();
     const std::optional<std::string>& imapFolderKey() const { return _imapFolderKey; }
     void setImapFolderKey(std::optional<std::string> key) { _imapFolderKey = std::move(key); }
     /// Nil or a dictionary when well formed; kept as it came.
@@ -153,6 +164,8 @@ private:
     std::optional<std::string> _imapFolderKey;
     std::optional<Events> _events;
     std::optional<Tasks> _tasks;
+    std::optional<ItemSources> _sources;
+    std::optional<std::string> _storedFolder;
     Value _publisher;
     Value _subscriber;
     Value _subscriberData;

@@ -55,10 +55,22 @@ std::optional<KTSyncCalendarStore::Calendars> KTSyncCalendarStore::calendarsList
 
 bool KTSyncCalendarStore::storeCalendars(const Calendars& calendars)
 {
+    return store([&](const StoreLayout& layout) { return layout.write(*this, calendars); });
+}
+
+bool KTSyncCalendarStore::storeCalendarsCarefully(const CarefulStore& content)
+{
+    return store(
+        [&](const StoreLayout& layout) { return layout.writeCarefully(_pluginHelper, content); });
+}
+
+template <class Write>
+bool KTSyncCalendarStore::store(const Write& write)
+{
     return guardedOr(
         [&] {
             const auto layout = StoreLayout::ofHost(_pluginHelper);
-            return !layout || layout->write(*this, calendars);
+            return !layout || write(*layout);
         },
         [&](const Exception& exception) {
             logToHostAndSystem(_pluginHelper, "KTSyncCalendarStore.storeCalendars: %@, %@, %@",

@@ -7,6 +7,7 @@
 
 #include "Sync/Foundation/FileManager.h"
 #include "Sync/HostInterface/KTSyncPluginHelper.h"
+#include "Sync/PlugIns/iCal/Calendar/CarefulStore.h"
 #include "Sync/PlugIns/iCal/Calendar/KTSyncCalendar.h"
 #include "Sync/PlugIns/iCal/Calendar/ParsedCalendars.h"
 
@@ -40,6 +41,11 @@ public:
     /// nothing to write, and that succeeds.
     bool storeCalendars(const Calendars& calendars);
 
+    /// The same, but every text of the store that did not change, or that could not be read, stays
+    /// as it is. False also when a file could not be written or removed; see
+    /// StoreLayout::writeCarefully.
+    bool storeCalendarsCarefully(const CarefulStore& content);
+
     /// fileManager:shouldProceedAfterError: goes on after a failed removal and stops after any
     /// other failure.
     bool fileManager(FileManager& fileManager, const Dictionary& error) override;
@@ -70,6 +76,9 @@ protected:
     bool write105Calendars(const Calendars& calendars);
 
 private:
+    template <class Write>
+    bool store(const Write& write);
+
     KTSyncPluginHelper* _pluginHelper;  // not owned, may be null
 };
 

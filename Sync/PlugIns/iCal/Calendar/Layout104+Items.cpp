@@ -58,17 +58,9 @@ std::string subscriptionBytes(const Value& subscriberData, const Value& subscrib
     return archivedSubscription(subscriber.isNil() ? Dictionary() : subscriber.dictionary());
 }
 
-void writeSubscription(const KTSyncCalendar& calendar, const std::string& calendarFolder)
-{
-    const std::string path = StorePaths::subscriptionFile104(calendarFolder);
-    const std::string bytes = subscriptionBytes(calendar.subscriberData(), calendar.subscriber());
-    if (FileManager::defaultManager().writeAtomically(bytes, path))
-        return;
-    const LossScope scope(calendar.title().value_or(""), path);
-    reportLoss(KTLoss::Kind::unwritten, "Die Abo-Beschreibung konnte nicht geschrieben werden");
-}
+}  // namespace
 
-bool writeDescription(const KTSyncCalendar& calendar, const std::string& calendarFolder)
+Dictionary Layout104::description(const KTSyncCalendar& calendar)
 {
     Dictionary info;
     // The first that is missing ends the list.
@@ -76,18 +68,36 @@ bool writeDescription(const KTSyncCalendar& calendar, const std::string& calenda
         info.set("Title", calendar.title());
         info.setIfPresent("Key", calendar.ownSourceKey());
     }
+    info.set("Type", sourceType(calendar.calendarType()));
+    return info;
+}
+
+std::string Layout104::subscription(const KTSyncCalendar& calendar)
+{
+    return subscriptionBytes(calendar.subscriberData(), calendar.subscriber());
+}
+
+void Layout104::writeSubscription(const KTSyncCalendar& calendar, const std::string& calendarFolder)
+{
+    const std::string path = StorePaths::subscriptionFile104(calendarFolder);
+    if (FileManager::defaultManager().writeAtomically(subscription(calendar), path))
+        return;
+    const LossScope scope(calendar.title().value_or(""), path);
+    reportLoss(KTLoss::Kind::unwritten, "Die Abo-Beschreibung konnte nicht geschrieben werden");
+}
+
+bool Layout104::writeDescription(const KTSyncCalendar& calendar, const std::string& calendarFolder)
+{
+    const Dictionary info = description(calendar);
     guarded(
         calendar.fileLogger(), "[KTSyncCalendar storeEventsAndTasks(104,info.plist)]: %@\n%@",
         [&] { return info.description(); },
         [&] {
-            info.set("Type", sourceType(calendar.calendarType()));
             if (calendar.calendarType() == kCalendarTypeSubscriber)
                 writeSubscription(calendar, calendarFolder);
         });
     return writeDictionaryToFile(info, StorePaths::infoFile(calendarFolder));
 }
-
-}  // namespace
 
 bool Layout104::storeItems(const KTSyncCalendar& calendar, const std::string& calendarFolder) const
 {

@@ -323,6 +323,8 @@ std::shared_ptr<KTSyncCalendar> Layout104::Reader::makeCalendar(const Node& node
                                                                  node.sourceKey, std::nullopt);
     if (!calendar)
         return nullptr;
+    if (node.calendarType != kCalendarTypeGroup)
+        calendar->setStoredFolder(calendar->corestoragePath());
     calendar->setTitle(node.title);
     calendar->setColor(node.color);
     calendar->setNotes(node.notes);

@@ -27,10 +27,26 @@ public:
     void readNodes(KTSyncPluginHelper* pluginHelper, const Value& list, ParsedCalendars& calendars,
                    const std::optional<std::string>& parentRecordKey) const;
 
+protected:
+    ItemFiling filing(const std::string& calendarFolder) const override;
+    bool saveStore() const override;
+    void planDescriptions(KTSyncPluginHelper* pluginHelper, const CarefulStore& store,
+                          StoreEdits& edits) const override;
+    void planIndex(KTSyncPluginHelper* pluginHelper, const CarefulStore& store,
+                   StoreEdits& edits) const override;
+
 private:
     class Reader;
     class Writer;
 
+    static void planDescription(const KTSyncCalendar* before, const KTSyncCalendar& calendar,
+                                const std::string& folder, StoreEdits& edits);
+    /// The content of a calendar's Info.plist and of its subscription file.
+    static Dictionary description(const KTSyncCalendar& calendar);
+    static std::string subscription(const KTSyncCalendar& calendar);
+    static void writeSubscription(const KTSyncCalendar& calendar,
+                                  const std::string& calendarFolder);
+    static bool writeDescription(const KTSyncCalendar& calendar, const std::string& calendarFolder);
     void reportMissingNodes() const;
     static void addItems(const KTSyncCalendar& calendar, const std::string& path,
                          std::string& text);

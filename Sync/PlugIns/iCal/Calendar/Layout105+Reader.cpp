@@ -240,6 +240,7 @@ std::shared_ptr<KTSyncCalendar> Layout105::Level::makeCalendar(const std::string
                                                      info["Key"].stringOrNil(), std::nullopt);
     if (!calendar)
         return nullptr;
+    calendar->setStoredFolder(stringByAppendingPathComponent(_path, name));
     calendar->setTitle(title);
     calendar->setColor(color);
     calendar->setNotes(notes);

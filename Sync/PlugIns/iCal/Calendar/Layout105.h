@@ -29,7 +29,17 @@ public:
                    ParsedCalendars& calendars, bool parentIsIMAPGroup,
                    const std::optional<std::string>& parentIMAPGroupRecordKey) const;
 
+protected:
+    ItemFiling filing(const std::string& calendarFolder) const override;
+    bool saveStore() const override;
+    void planDescriptions(KTSyncPluginHelper* pluginHelper, const CarefulStore& store,
+                          StoreEdits& edits) const override;
+    void planIndex(KTSyncPluginHelper* pluginHelper, const CarefulStore& store,
+                   StoreEdits& edits) const override;
+
 private:
+    std::string folderForNew(const KTSyncCalendar& calendar) const;
+
     class ItemWriter;
     class Level;
     class Writer;

@@ -17,6 +17,10 @@ namespace kt {
 class KTSyncCalendar;
 class KTSyncCalendarStore;
 class KTSyncEvent;
+class StoreEdits;
+struct CarefulStore;
+struct ItemFiling;
+struct LoadedCalendar;
 
 /// One of the forms that iCal's store has on disk: where its files stand, how it is read and
 /// written whole, and what it keeps of a single calendar. Holds nothing but the paths of its home;
@@ -65,6 +69,13 @@ public:
     virtual bool storeItems(const KTSyncCalendar& calendar,
                             const std::string& calendarFolder) const = 0;
 
+    /// Gives the store this content and keeps every text of it that did not change, or that could
+    /// not be read. Nothing is touched before all is worked out and the store is backed up. False
+    /// when a file could not be written or removed, which is told as a loss; then nothing was
+    /// removed that may stand nowhere else. Throws Exception, logged, for a record that cannot be
+    /// taken, and when a file changed since it was loaded; then nothing has been written.
+    bool writeCarefully(KTSyncPluginHelper* pluginHelper, const CarefulStore& store) const;
+
 protected:
     explicit StoreLayout(StorePaths paths) : _paths(std::move(paths)) {}
     StoreLayout(const StoreLayout&) = default;
@@ -74,7 +85,25 @@ protected:
     /// An occurrence carries the UID of its series.
     static Value uidOfSeries(const KTSyncEvent& event);
 
+    // Of a careful rewrite.
+
+    /// Where the items of a calendar stand.
+    virtual ItemFiling filing(const std::string& calendarFolder) const = 0;
+    /// Makes the plug-in's backup the copy of the store; false when it is not whole.
+    virtual bool saveStore() const = 0;
+    /// What describes each calendar, written before its items.
+    virtual void planDescriptions(KTSyncPluginHelper* pluginHelper, const CarefulStore& store,
+                                  StoreEdits& edits) const = 0;
+    /// What lists the calendars, written after them.
+    virtual void planIndex(KTSyncPluginHelper* pluginHelper, const CarefulStore& store,
+                           StoreEdits& edits) const = 0;
+    /// The calendar of the store as its record makes it, with its view.
+    static std::shared_ptr<KTSyncCalendar> calendarAsStored(KTSyncPluginHelper* pluginHelper,
+                                                            const LoadedCalendar& loaded);
+
 private:
+    class CarefulRewrite;
+
     StorePaths _paths;
 };
 

@@ -1,0 +1,120 @@
+#include "Sync/PlugIns/iCal/Calendar/CalendarPlaces.h"
+
+#include <algorithm>
+#include <unordered_map>
+#include <unordered_set>
+
+#include "Sync/Foundation/FileManager.h"
+#include "Sync/HostInterface/StorePaths.h"
+#include "Sync/PlugIns/iCal/Calendar/KTSyncCalendar.h"
+#include "Sync/PlugIns/iCal/Calendar/StoreLayout.h"
+
+namespace kt {
+
+namespace {
+
+bool isGroup(const KTSyncRecord& record)
+{
+    return KTSyncCalendar::calendarTypeForString(record.record()["Type"].stringOrNil()) ==
+           kCalendarTypeGroup;
+}
+
+std::string sourceKeyIn(const KTSyncRecord& record)
+{
+    const Value& key = record.record()["SourceKey"];
+    return key.isString() ? std::string(key.string()) : std::string();
+}
+
+/// Calendars of the store that no other one has taken, by a key of theirs. Groups and calendars
+/// never take one another's place.
+class Unclaimed {
+public:
+    using KeyOf = std::optional<std::string> (*)(const LoadedCalendar&);
+
+    Unclaimed(const LoadedStore& loaded, KeyOf keyOf,
+              const std::unordered_set<const LoadedCalendar*>& claimed)
+    {
+        for (const LoadedCalendar& calendar : loaded.calendars) {
+            const auto key = keyOf(calendar);
+            if (key && !claimed.contains(&calendar))
+                _byKey.emplace(*key, &calendar);
+        }
+    }
+
+    const LoadedCalendar* find(const std::string& key, const KTSyncRecord& record) const
+    {
+        const auto found = _byKey.find(key);
+        const bool fits =
+            found != _byKey.end() && isGroup(*found->second->record) == isGroup(record);
+        return fits ? found->second : nullptr;
+    }
+
+private:
+    std::unordered_map<std::string, const LoadedCalendar*> _byKey;
+};
+
+}  // namespace
+
+CalendarPlaces::CalendarPlaces(const LoadedStore& loaded, const StoreLayout& layout)
+    : _loaded(loaded),
+      _layout(layout)
+{}
+
+std::vector<CalendarPlaces::Place> CalendarPlaces::placesFor(
+    const std::vector<SyncRecord>& calendars) const
+{
+    std::vector<Place> places(calendars.size());
+    std::unordered_set<const LoadedCalendar*> claimed;
+    const auto claim = [&](Unclaimed::KeyOf keyOf, const auto& wantedKey) {
+        const Unclaimed unclaimed(_loaded, keyOf, claimed);
+        for (std::size_t index = 0; index < calendars.size(); ++index) {
+            if (places[index].stored != nullptr)
+                continue;
+            const LoadedCalendar* const found =
+                unclaimed.find(wantedKey(*calendars[index]), *calendars[index]);
+            if (found != nullptr && claimed.insert(found).second)
+                places[index].stored = found;
+        }
+    };
+    claim([](const LoadedCalendar& loaded) { return std::optional(loaded.recordKey); },
+          [](const KTSyncRecord& record) { return record.recordKey(); });
+    claim([](const LoadedCalendar& loaded) { return loaded.calendar->ownSourceKey(); },
+          sourceKeyIn);
+
+    std::unordered_set<std::string> taken;
+    for (const LoadedCalendar* loaded : claimed)
+        taken.insert(loaded->calendar->ownSourceKey().value_or(""));
+    for (std::size_t index = 0; index < calendars.size(); ++index)
+        settle(*calendars[index], places[index], taken);
+    return places;
+}
+
+void CalendarPlaces::settle(const KTSyncRecord& record, Place& place,
+                            std::unordered_set<std::string>& taken) const
+{
+    place.record = record.record();
+    if (place.stored != nullptr && place.stored->calendar->ownSourceKey())
+        place.record.set("SourceKey", *place.stored->calendar->ownSourceKey());
+    else if (!isGroup(record))
+        place.record.set("SourceKey", freeSourceKey(record, taken));
+}
+
+/// Its own, or else its record key, as long as nothing stands in the folder of that name: who knows
+/// what it is.
+std::string CalendarPlaces::freeSourceKey(const KTSyncRecord& record,
+                                          std::unordered_set<std::string>& taken) const
+{
+    const FileManager& files = FileManager::defaultManager();
+    const auto isFree = [&](const std::string& key) {
+        return StorePaths::isFolderKey(key) && !taken.contains(key) &&
+               !files.linkStatusAtPath(_layout.calendarFolder(key));
+    };
+    const std::string own = sourceKeyIn(record);
+    std::string key = isFree(own) ? own : record.recordKey();
+    for (int number = 2; StorePaths::isFolderKey(key) && !isFree(key); ++number)
+        key = record.recordKey() + '-' + std::to_string(number);
+    taken.insert(key);
+    return key;
+}
+
+}  // namespace kt

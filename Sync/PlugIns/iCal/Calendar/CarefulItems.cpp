@@ -1,0 +1,292 @@
+#include "Sync/PlugIns/iCal/Calendar/CarefulItems.h"
+
+#include <algorithm>
+#include <utility>
+
+#include "Sync/Foundation/Exception.h"
+#include "Sync/Foundation/FileManager.h"
+#include "Sync/HostInterface/StorePaths.h"
+#include "Sync/PlugIns/iCal/Calendar/ChangedItemText.h"
+#include "Sync/PlugIns/iCal/Calendar/ItemFile.h"
+#include "Sync/PlugIns/iCal/Calendar/ItemText.h"
+
+namespace kt {
+
+namespace {
+
+/// The key of the series that an event belongs to; its own key where it is none's occurrence.
+std::string seriesKey(const KTSyncRecord& record)
+{
+    const Value& series = record.record()["RecurrenceParentRecordKey"];
+    return series.isString() ? std::string(series.string()) : record.recordKey();
+}
+
+std::string fileText(const std::string& components)
+{
+    return std::string(kItemFileHeader) + components + std::string(kItemFileFooter);
+}
+
+}  // namespace
+
+CarefulItems::CarefulItems(KTSyncPluginHelper* pluginHelper, const LoadedCalendar* stored,
+                           const std::vector<KTLoss>& unread, ItemFiling filing, std::string title,
+                           std::function<void()> saveStore)
+    : _pluginHelper(pluginHelper),
+      _stored(stored),
+      _unread(unread),
+      _filing(std::move(filing)),
+      _title(std::move(title)),
+      _saveStore(std::move(saveStore))
+{
+    if (_stored == nullptr)
+        return;
+    for (const ItemSources::File& file : _stored->files)
+        _hashes.emplace(file.path, file.hash);
+    for (const LoadedItem& item : _stored->items)
+        _uids.insert(item.uid.isString() ? std::string(item.uid.string()) : std::string());
+    _stays.resize(_stored->items.size());
+    _isWanted.resize(_stored->items.size());
+}
+
+void CarefulItems::plan(const std::vector<SyncRecord>& wanted, StoreEdits& edits)
+{
+    giveUp();
+    static const std::vector<LoadedItem> none;
+    const auto& stored = _stored == nullptr ? none : _stored->items;
+    const std::vector<ItemPair> pairs = pairItems(stored, wanted);
+    for (std::size_t index = 0; index < wanted.size(); ++index) {
+        if (pairs[index].stored)
+            findHome(wanted[index], stored[*pairs[index].stored]);
+    }
+    for (std::size_t index = 0; index < wanted.size(); ++index) {
+        if (pairs[index].stored)
+            keepOrChange(wanted[index], pairs[index]);
+    }
+    for (std::size_t index = 0; index < wanted.size(); ++index) {
+        if (!pairs[index].stored)
+            add(wanted[index]);
+    }
+    removeUnwanted();
+    finish(edits);
+}
+
+/// The UID as it stands; an item without one keeps none, so any does for comparing.
+std::string CarefulItems::uidOf(const LoadedItem& stored, const SyncRecord& wanted) const
+{
+    return stored.uid.isString() ? std::string(stored.uid.string()) : wanted->recordKey();
+}
+
+const std::string& CarefulItems::pathOf(const TextPlace& place) const
+{
+    return _stored->files[place.file].path;
+}
+
+/// The series itself decides where there are several.
+void CarefulItems::findHome(const SyncRecord& wanted, const LoadedItem& stored)
+{
+    const std::string key = seriesKey(*wanted);
+    const Home home{uidOf(stored, wanted), pathOf(stored.place)};
+    if (key == wanted->recordKey())
+        _homes.insert_or_assign(key, home);
+    else
+        _homes.try_emplace(key, home);
+}
+
+void CarefulItems::keepOrChange(const SyncRecord& wanted, const ItemPair& pair)
+{
+    const std::size_t number = *pair.stored;
+    const LoadedItem& stored = _stored->items[number];
+    _isWanted[number] = true;
+    _stays[number] = pair.hasEqualRecord;
+    if (pair.hasEqualRecord)
+        return;
+
+    _saveStore();
+    const std::string uid = uidOf(stored, wanted);
+    std::string writtenText;
+    {
+        const LossSilence silence;
+        writtenText = itemText(_pluginHelper, *stored.record, uid);
+        _stays[number] = writtenText == itemText(_pluginHelper, *wanted, uid);
+    }
+    if (_stays[number])
+        return;
+    const LossScope scope(_title, pathOf(stored.place));
+    const std::string wantedText = itemText(_pluginHelper, *wanted, uid);
+    const LossSilence silence;
+    const std::string_view storedText = open(pathOf(stored.place)).edit.textAt(stored.place);
+    replace(stored.place,
+            changedItemText({storedText, writtenText, wantedText}, [&](std::string_view text) {
+                return itemTextAsRead(_pluginHelper, text);
+            }));
+}
+
+void CarefulItems::add(const SyncRecord& wanted)
+{
+    const std::string series = seriesKey(*wanted);
+    Home& home = _homes.try_emplace(series, Home{"", ""}).first->second;
+    if (home.uid.empty())
+        home.uid = freeUID(series);
+    if (home.path.empty())
+        home.path = pathForNew(series);
+    if (home.path.empty())
+        return refuse(wanted);
+    _saveStore();
+    const LossScope scope(_title, home.path);
+    append(home.path, itemText(_pluginHelper, *wanted, home.uid));
+}
+
+/// An item that was edited keeps the UID that its first key has become.
+std::string CarefulItems::freeUID(const std::string& key)
+{
+    std::string uid = key;
+    for (int number = 2; !_uids.insert(uid).second; ++number)
+        uid = key + '-' + std::to_string(number);
+    return uid;
+}
+
+/// Record keys come from other machines; one with a slash would lead out of the folder.
+void CarefulItems::refuse(const SyncRecord& wanted) const
+{
+    logMsg(_pluginHelper,
+           "Kalender '%@': '%@' wird nicht geschrieben, '%@' ist als Dateiname nicht erlaubt",
+           _title, wanted->record()["Title"], wanted->recordKey());
+    const LossScope scope(_title, _filing.folder);
+    reportLoss(KTLoss::Kind::curtailed,
+               "Eintrag wird nicht geschrieben: sein Schlüssel ist kein Dateiname");
+}
+
+/// Empty for a key that no file can be named after.
+std::string CarefulItems::pathForNew(const std::string& key)
+{
+    if (!_filing.commonFile)
+        return StorePaths::isItemKey(key) ? freePath(key) : "";
+    // A common file that cannot be read stays as it is, and new items stand beside it.
+    const std::string& common = *_filing.commonFile;
+    if (!_hashes.contains(common) || open(common).isGivenUp || open(common).edit.isWhole())
+        return common;
+    const std::string name = lastPathComponent(common);
+    return freePath(name.substr(0, name.size() - pathExtension(name).size() - 1));
+}
+
+/// The name of another file is never taken, be that one readable or not.
+std::string CarefulItems::freePath(const std::string& stem) const
+{
+    std::string path = StorePaths::itemFile105(_filing.folder, stem);
+    for (int number = 2; _newFiles.contains(path) ||
+                         FileManager::defaultManager().linkStatusAtPath(path).has_value();
+         ++number)
+        path = StorePaths::itemFile105(_filing.folder, stem + '-' + std::to_string(number));
+    return path;
+}
+
+CarefulItems::OpenFile& CarefulItems::open(const std::string& path)
+{
+    const auto known = _open.find(path);
+    if (known != _open.end())
+        return known->second;
+    auto bytes = FileManager::defaultManager().contentsAtPath(path);
+    OpenFile file{ItemFileEdit(std::move(bytes).value_or(""))};
+    const auto hash = _hashes.find(path);
+    // What somebody wrote since would be lost.
+    if (hash != _hashes.end() && hash->second != 0 && file.edit.hash() != hash->second)
+        throw Exception(NSGenericException,
+                        stringWithFormat("'%@' hat sich seit dem Laden geändert", path));
+    return _open.emplace(path, std::move(file)).first->second;
+}
+
+void CarefulItems::replace(const TextPlace& place, std::string component)
+{
+    OpenFile& file = open(pathOf(place));
+    file.edit.replace(place, std::move(component));
+    file.isChanged = true;
+}
+
+void CarefulItems::append(const std::string& path, const std::string& component)
+{
+    if (!_hashes.contains(path)) {
+        _newFiles[path] += component;
+        return;
+    }
+    OpenFile& file = open(path);
+    file.edit.append(component);
+    file.isChanged = true;
+}
+
+/// Copies of an event that does not stay as it is would come up in its place.
+void CarefulItems::removeUnwanted()
+{
+    if (_stored == nullptr)
+        return;
+    for (std::size_t number = 0; number < _stored->items.size(); ++number) {
+        if (!_isWanted[number])
+            replace(_stored->items[number].place, "");
+    }
+    for (const ItemSources::Copy& copy : _stored->copies) {
+        if (!_stays[copy.of])
+            replace(copy.place, "");
+    }
+}
+
+bool CarefulItems::isOfThisCalendar(const KTLoss& unread) const
+{
+    if (_hashes.contains(unread.file))
+        return true;
+    return unread.extent == KTLoss::Extent::calendar && _stored != nullptr &&
+           unread.calendarKey == _stored->recordKey;
+}
+
+void CarefulItems::giveUp()
+{
+    const auto* const careful = hostClass<KTCarefulWriting>();
+    if (careful == nullptr || _stored == nullptr)
+        return;
+    for (const KTLoss& unread : _unread) {
+        if (isOfThisCalendar(unread) && careful->isGivenUp(unread))
+            giveUp(unread);
+    }
+}
+
+void CarefulItems::giveUp(const KTLoss& unread)
+{
+    for (const ItemSources::Unread& component : _stored->unread) {
+        if (unread.extent == KTLoss::Extent::component && component.digest == unread.digest &&
+            pathOf(component.place) == unread.file)
+            return replace(component.place, "");
+    }
+    for (const ItemSources::File& file : _stored->files) {
+        if (unread.extent == KTLoss::Extent::calendar || file.path == unread.file)
+            open(file.path).isGivenUp = true;
+    }
+}
+
+std::vector<TextPlace> CarefulItems::wantedPlacesIn(const std::string& path) const
+{
+    std::vector<TextPlace> places;
+    for (std::size_t number = 0; number < _stored->items.size(); ++number) {
+        if (_isWanted[number] && pathOf(_stored->items[number].place) == path)
+            places.push_back(_stored->items[number].place);
+    }
+    return places;
+}
+
+void CarefulItems::finish(StoreEdits& edits)
+{
+    for (const auto& [path, file] : _open) {
+        if (!file.isChanged && !file.isGivenUp)
+            continue;
+        std::string text =
+            file.isGivenUp ? file.edit.resultOf(wantedPlacesIn(path)) : file.edit.result();
+        if (_filing.commonFile != path && !holdsMoreThanFrame(text))
+            edits.remove(path, _title);
+        else
+            edits.write(path, std::move(text), _title);
+    }
+    // iCal looks for the common file of every calendar.
+    if (_stored == nullptr && _filing.commonFile && _newFiles.empty())
+        _newFiles.emplace(*_filing.commonFile, "");
+    for (const auto& [path, components] : _newFiles)
+        edits.write(path, fileText(components), _title);
+}
+
+}  // namespace kt

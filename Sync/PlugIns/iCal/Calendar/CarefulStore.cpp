@@ -1,0 +1,33 @@
+#include "Sync/PlugIns/iCal/Calendar/CarefulStore.h"
+
+#include <utility>
+
+#include "Sync/PlugIns/iCal/Calendar/CalendarPlaces.h"
+#include "Sync/PlugIns/iCal/Calendar/KTSyncCalendar.h"
+
+namespace kt {
+
+CarefulStore carefulStore(KTSyncPluginHelper* pluginHelper, const StoreLayout& layout,
+                          std::vector<HandedCalendar> handed, const LoadedStore& loaded)
+{
+    std::vector<SyncRecord> records;
+    records.reserve(handed.size());
+    for (const HandedCalendar& calendar : handed)
+        records.push_back(calendar.record);
+    const auto places = CalendarPlaces(loaded, layout).placesFor(records);
+
+    CarefulStore store{{}, loaded};
+    store.calendars.reserve(handed.size());
+    for (std::size_t index = 0; index < handed.size(); ++index) {
+        const LoadedCalendar* const stored = places[index].stored;
+        auto calendar =
+            KTSyncCalendar::syncCalendarWithPluginHelper(pluginHelper, records[index]->recordKey(),
+                                                         places[index].record);
+        calendar->setSelected(stored ? stored->calendar->selected() : handed[index].isSelected);
+        calendar->setExpanded(stored ? stored->calendar->expanded() : handed[index].isExpanded);
+        store.calendars.push_back({std::move(calendar), std::move(handed[index].items), stored});
+    }
+    return store;
+}
+
+}  // namespace kt

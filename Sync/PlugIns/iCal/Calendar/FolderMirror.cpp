@@ -1,0 +1,109 @@
+#include "Sync/PlugIns/iCal/Calendar/FolderMirror.h"
+
+#include <algorithm>
+#include <optional>
+#include <utility>
+#include <vector>
+
+#include "Sync/Additions/KTFileManagerAdditions.h"
+#include "Sync/Foundation/FileManager.h"
+#include "Sync/Foundation/Value.h"
+
+namespace kt {
+
+namespace {
+
+using Status = std::optional<FileStatus>;
+
+bool isFolder(const Status& status)
+{
+    return status && status->kind == FileStatus::Kind::directory;
+}
+
+bool areEqualFiles(const Status& left, const Status& right)
+{
+    return left && right && left->kind == FileStatus::Kind::file && right->kind == left->kind &&
+           left->size == right->size && left->modified == right->modified &&
+           left->permissions == right->permissions;
+}
+
+/// What cannot be read cannot be copied either, and keeps nobody from copying the rest.
+bool isUnreadable(const FileManager& files, const std::string& path)
+{
+    const Status status = files.linkStatusAtPath(path);
+    if (!status || status->kind == FileStatus::Kind::symbolicLink)
+        return false;
+    if (isFolder(status))
+        return !files.listDirectory(path);
+    return status->kind == FileStatus::Kind::other || !files.contentsAtPath(path);
+}
+
+class PassUnreadable : public FileManagerHandler {
+public:
+    bool fileManager(FileManager& files, const Dictionary& error) override
+    {
+        return isUnreadable(files, error["Path"].description());
+    }
+};
+
+/// One run over two trees; a stack of its own, since a store may be nested deeper than the
+/// program's.
+class Mirror {
+public:
+    bool run(const std::string& source, const std::string& destination)
+    {
+        _pending.emplace_back(source, destination);
+        while (!_pending.empty()) {
+            const auto [from, to] = std::move(_pending.back());
+            _pending.pop_back();
+            mirror(from, to);
+        }
+        return _isDone;
+    }
+
+private:
+    void mirror(const std::string& source, const std::string& destination)
+    {
+        const Status from = _files.linkStatusAtPath(source);
+        const Status to = _files.linkStatusAtPath(destination);
+        if (areEqualFiles(from, to))
+            return;
+        if (isFolder(from) && isFolder(to))
+            return mirrorFolder(source, destination);
+        if (to)
+            note(_files.removeFileAtPath(destination));
+        if (from)
+            note(_files.copyPath(source, destination, &_handler) || isUnreadable(_files, source));
+    }
+
+    void mirrorFolder(const std::string& source, const std::string& destination)
+    {
+        const auto names = _files.listDirectory(source);
+        const auto copied = _files.listDirectory(destination);
+        if (!names || !copied)
+            return note(!names);  // what cannot be listed is not copied
+        std::vector<std::string> all;
+        std::set_union(names->begin(), names->end(), copied->begin(), copied->end(),
+                       std::back_inserter(all));
+        for (const std::string& name : all)
+            _pending.emplace_back(stringByAppendingPathComponent(source, name),
+                                  stringByAppendingPathComponent(destination, name));
+    }
+
+    void note(bool isDone) { _isDone = _isDone && isDone; }
+
+    FileManager& _files = FileManager::defaultManager();
+    PassUnreadable _handler;
+    std::vector<std::pair<std::string, std::string>> _pending;
+    bool _isDone = true;
+};
+
+}  // namespace
+
+bool mirrorPath(const std::string& source, const std::string& destination)
+{
+    createPath(stringByDeletingLastPathComponent(destination));
+    return Mirror().run(realPath(source), destination);
+}
+
+}  // namespace kt

@@ -1,0 +1,137 @@
+#include "Sync/PlugIns/iCal/Calendar/ItemFileEdit.h"
+
+#include <algorithm>
+#include <array>
+#include <utility>
+
+#include "Sync/Foundation/Text.h"
+#include "Sync/PlugIns/iCal/Calendar/ItemFile.h"
+
+namespace kt {
+
+namespace {
+
+char upper(char letter)
+{
+    return letter >= 'a' && letter <= 'z' ? static_cast<char>(letter - 'a' + 'A') : letter;
+}
+
+bool beginsWithoutCase(std::string_view line, std::string_view word)
+{
+    return line.size() >= word.size() &&
+           std::equal(word.begin(), word.end(), line.begin(),
+                      [](char wanted, char letter) { return wanted == upper(letter); });
+}
+
+/// A line that begins a component which is no part of the frame, in letters of any kind.
+bool beginsComponent(std::string_view line)
+{
+    constexpr std::string_view kBegin = "BEGIN:";
+    constexpr std::array<std::string_view, 4> kFrame{"VCALENDAR", "VTIMEZONE", "STANDARD",
+                                                     "DAYLIGHT"};
+    return beginsWithoutCase(line, kBegin) &&
+           std::find(kFrame.begin(), kFrame.end(), line.substr(kBegin.size())) == kFrame.end();
+}
+
+bool holdsText(std::string_view text)
+{
+    return text.find_first_not_of(" \t\r\n") != std::string_view::npos;
+}
+
+}  // namespace
+
+ItemFileEdit::ItemFileEdit(std::string bytes) : _bytes(std::move(bytes)), _text(_bytes)
+{
+    for (std::size_t found = _bytes.find(kCutLineEnd); found != std::string::npos;
+         found = _bytes.find(kCutLineEnd, found + kCutLineEnd.size()))
+        _joins.push_back(found - _joins.size() * (kCutLineEnd.size() - kItemLineEnd.size()));
+    joinCutLineEnds(_text);
+}
+
+std::string_view ItemFileEdit::textAt(const TextPlace& place) const
+{
+    return std::string_view(_text).substr(place.offset, place.length);
+}
+
+void ItemFileEdit::replace(const TextPlace& place, std::string component)
+{
+    _edits.insert_or_assign(place.offset, Edit{place.length, std::move(component)});
+}
+
+void ItemFileEdit::append(std::string_view component) { _appended += component; }
+
+bool ItemFileEdit::isWhole() const
+{
+    return isReadableUTF8(_text) && beginsCalendar(_text) && endOfItems(_text) != std::string::npos;
+}
+
+std::size_t ItemFileEdit::hash() const { return hashOfItemText(_text); }
+
+std::size_t ItemFileEdit::positionInFile(std::size_t offset) const
+{
+    const auto behind = std::lower_bound(_joins.begin(), _joins.end(), offset);
+    return offset + static_cast<std::size_t>(behind - _joins.begin()) *
+                        (kCutLineEnd.size() - kItemLineEnd.size());
+}
+
+std::string ItemFileEdit::result() const
+{
+    std::string result;
+    std::string appended = _appended;
+    std::size_t position = 0;
+    const auto keepUntil = [&](std::size_t offset) {
+        const std::size_t end = positionInFile(offset);
+        result += std::string_view(_bytes).substr(position, end - position);
+        position = end;
+    };
+    std::size_t behindEdit = 0;
+    std::string inner;
+    for (const auto& [offset, edit] : _edits) {
+        if (offset < behindEdit) {
+            inner += edit.text;
+            continue;
+        }
+        keepUntil(offset);
+        result += edit.text;
+        behindEdit = offset + edit.length;
+        position = positionInFile(behindEdit);
+    }
+    appended = inner + appended;
+    if (!appended.empty()) {
+        const std::size_t end = endOfItems(_text);
+        if (end != std::string::npos && end >= behindEdit) {
+            keepUntil(end);
+            result += appended;
+        }
+    }
+    result += std::string_view(_bytes).substr(position);
+    return result;
+}
+
+std::string ItemFileEdit::resultOf(const std::vector<TextPlace>& places) const
+{
+    std::string result(kItemFileHeader);
+    for (const TextPlace& place : places) {
+        const auto edit = _edits.find(place.offset);
+        result += edit == _edits.end() ? textAt(place) : std::string_view(edit->second.text);
+    }
+    result += _appended;
+    return result += kItemFileFooter;
+}
+
+bool holdsMoreThanFrame(std::string_view fileText)
+{
+    const std::size_t end = endOfItems(fileText);
+    if (end == std::string_view::npos ||
+        holdsText(fileText.substr(std::min(fileText.find('\n', end), fileText.size()))))
+        return true;
+    while (!fileText.empty()) {
+        const std::size_t lineEnd = std::min(fileText.find_first_of("\r\n"), fileText.size());
+        if (beginsComponent(fileText.substr(0, lineEnd)))
+            return true;
+        fileText.remove_prefix(std::min(lineEnd + 1, fileText.size()));
+    }
+    return false;
+}
+
+}  // namespace kt

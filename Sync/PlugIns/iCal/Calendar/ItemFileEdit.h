@@ -1,0 +1,55 @@
+#pragma once
+
+#include <cstddef>
+#include <map>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "Sync/PlugIns/iCal/Calendar/ItemSources.h"
+
+namespace kt {
+
+/// An item file that is to be written anew in places. Every byte outside those stays as it is.
+class ItemFileEdit {
+public:
+    /// `bytes` as they stand in the file.
+    explicit ItemFileEdit(std::string bytes);
+
+    /// Whether the file opens and closes a calendar, so that components can be added.
+    bool isWhole() const;
+    /// Of the text as it is read.
+    std::size_t hash() const;
+
+    /// The component as it is read.
+    std::string_view textAt(const TextPlace& place) const;
+    /// Puts another component in its place; an empty text takes it out. Of places inside one
+    /// another the outer one counts, and what was to stand in the inner one stands at the end.
+    void replace(const TextPlace& place, std::string component);
+    /// Adds a component behind all others.
+    void append(std::string_view component);
+    std::string result() const;
+    /// A new file of these components, or what was put in their places, and of what was added.
+    std::string resultOf(const std::vector<TextPlace>& places) const;
+
+private:
+    struct Edit {
+        std::size_t length;
+        std::string text;
+    };
+
+    /// Where in the file that byte of the text stands: line ends that were cut are longer there.
+    std::size_t positionInFile(std::size_t offset) const;
+
+    std::string _bytes;
+    std::string _text;
+    std::vector<std::size_t> _joins;  // where in the text a cut line end was put together
+    std::map<std::size_t, Edit> _edits;
+    std::string _appended;
+};
+
+/// Whether a file would hold anything besides a calendar's own properties and time zones.
+bool holdsMoreThanFrame(std::string_view fileText);
+
+}  // namespace kt

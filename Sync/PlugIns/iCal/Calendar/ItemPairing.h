@@ -1,0 +1,24 @@
+#pragma once
+
+#include <cstddef>
+#include <optional>
+#include <vector>
+
+#include "Sync/PlugIns/iCal/Calendar/LoadedStore.h"
+
+namespace kt {
+
+/// What an item that is to be written was in the store.
+struct ItemPair {
+    std::optional<std::size_t> stored;  // number of the stored item; nullopt for a new one
+    bool hasEqualRecord = false;        // in all that the writer writes
+};
+
+/// Finds for each item that is to be written the stored item that it was, each at most once: by
+/// record key and content, where numbers behind a key mean nothing; by content; by key; and, since
+/// an edit changes keys, by title and start; last, where there is one way only, by all but title
+/// and time and one of these.
+std::vector<ItemPair> pairItems(const std::vector<LoadedItem>& stored,
+                                const std::vector<SyncRecord>& wanted);
+
+}  // namespace kt

@@ -1,0 +1,24 @@
+#pragma once
+
+#include <optional>
+#include <string>
+#include <string_view>
+
+#include "Sync/HostInterface/KTSyncPluginHelper.h"
+#include "Sync/HostInterface/KTSyncRecord.h"
+
+namespace kt {
+
+// The text of single events and tasks, from their records and back.
+
+/// The component that the writer makes of an event's or task's record. Writes attachment files.
+/// Throws Exception, logged, when the record cannot be taken.
+std::string itemText(KTSyncPluginHelper* pluginHelper, const KTSyncRecord& record,
+                     const std::string& uid);
+
+/// What the writer would make, under another UID, of a component once it was read; nullopt where it
+/// cannot be read.
+std::optional<std::string> itemTextAsRead(KTSyncPluginHelper* pluginHelper,
+                                          std::string_view component);
+
+}  // namespace kt

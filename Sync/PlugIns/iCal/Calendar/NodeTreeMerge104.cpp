@@ -1,0 +1,160 @@
+#include "Sync/PlugIns/iCal/Calendar/NodeTreeMerge104.h"
+
+#include <deque>
+#include <utility>
+
+#include "Sync/PlugIns/iCal/Calendar/KTSyncCalendar.h"
+#include "Sync/PlugIns/iCal/Calendar/SettingsMerge.h"
+
+namespace kt {
+
+namespace {
+
+constexpr std::string_view kGroupKind = "CALNamedGroupNode";
+constexpr std::string_view kMembersKey = "Subnodes";
+
+const Array& listIn(const Dictionary& dictionary, std::string_view key)
+{
+    static const Array none;
+    const Value& list = dictionary[key];
+    return list.isArray() ? list.array() : none;
+}
+
+bool isGroupNode(const Dictionary& node) { return node["Type"] == Value(kGroupKind); }
+
+/// For a group that has no key.
+std::string keyForTitle(const Value& title) { return "\n" + title.description(); }
+
+std::string keyOfNode(const Dictionary& node)
+{
+    const Value& key = node[node.contains("SourceKey") ? "SourceKey" : "Key"];
+    return key.isString() ? std::string(key.string()) : keyForTitle(node["Title"]);
+}
+
+}  // namespace
+
+void NodeTreeMerge104::addLoaded(const LoadedCalendar& loaded, Dictionary written)
+{
+    const bool isGroup = loaded.calendar->calendarType() == kCalendarTypeGroup;
+    const std::string key =
+        loaded.calendar->ownSourceKey().value_or(keyForTitle(loaded.calendar->title()));
+    Known& known = _known[{key, isGroup}];
+    known.loaded = &loaded;
+    known.written = std::move(written);
+    _byLoaded[&loaded] = &known;
+}
+
+void NodeTreeMerge104::addWanted(const std::string& recordKey, const LoadedCalendar* stored)
+{
+    _storedOfWanted.emplace(recordKey, stored);
+    _wanted.insert(stored);
+}
+
+/// Of several nodes with one key the last one gave the calendar.
+void NodeTreeMerge104::findNodes(const Array& nodes)
+{
+    for (const Value& node : nodes) {
+        if (!node.isDictionary())
+            continue;
+        const Dictionary& dictionary = node.dictionary();
+        const auto known = _known.find({keyOfNode(dictionary), isGroupNode(dictionary)});
+        if (known != _known.end())
+            known->second.node = &dictionary;
+        findNodes(listIn(dictionary, kMembersKey));
+    }
+}
+
+NodeTreeMerge104::Known* NodeTreeMerge104::knownNode(const Value& node)
+{
+    const auto found = node.isDictionary() ? _byNode.find(&node.dictionary()) : _byNode.end();
+    return found == _byNode.end() ? nullptr : found->second;
+}
+
+const LoadedCalendar* NodeTreeMerge104::storedOf(const Dictionary& wantedNode) const
+{
+    const auto found = _storedOfWanted.find(wantedNode["Key"].description());
+    return found == _storedOfWanted.end() ? nullptr : found->second;
+}
+
+Dictionary NodeTreeMerge104::merged(const Dictionary& stored, const Dictionary& wanted)
+{
+    findNodes(listIn(stored, "List"));
+    for (auto& [key, known] : _known) {
+        if (known.node != nullptr)
+            _byNode.emplace(known.node, &known);
+    }
+    Dictionary merged = stored;
+    if (!stored.contains("Version"))
+        merged.set("Version", wanted["Version"]);
+    merged.set("List", mergedList(listIn(stored, "List"), listIn(wanted, "List")));
+    return merged;
+}
+
+/// Wanted nodes that stand in this list already take one another's places in the order in which
+/// they are wanted; the others come last.
+Array NodeTreeMerge104::mergedList(const Array& stored, const Array& wanted)
+{
+    std::unordered_map<const LoadedCalendar*, bool> standsHere;
+    for (const Value& node : stored) {
+        if (const Known* known = knownNode(node))
+            standsHere.emplace(known->loaded, false);
+    }
+    std::deque<const Dictionary*> inPlace;
+    std::vector<const Dictionary*> last;
+    for (const Value& node : wanted) {
+        const auto here = standsHere.find(storedOf(node.dictionary()));
+        const bool takesPlace = here != standsHere.end() && !std::exchange(here->second, true);
+        if (takesPlace)
+            inPlace.push_back(&node.dictionary());
+        else
+            last.push_back(&node.dictionary());
+    }
+
+    Array merged;
+    for (const Value& node : stored) {
+        const Known* const known = knownNode(node);
+        if (known == nullptr) {
+            merged.push_back(node);
+        } else if (standsHere[known->loaded]) {
+            merged.emplace_back(mergedNode(*inPlace.front()));
+            inPlace.pop_front();
+        } else if (!_wanted.contains(known->loaded)) {
+            keepUnknown(listIn(*known->node, kMembersKey), merged);
+        }
+    }
+    for (const Dictionary* node : last)
+        merged.emplace_back(mergedNode(*node));
+    return merged;
+}
+
+Dictionary NodeTreeMerge104::mergedNode(const Dictionary& wanted)
+{
+    const auto known = _byLoaded.find(storedOf(wanted));
+    if (known == _byLoaded.end() || known->second->node == nullptr)
+        return wanted;
+    const Dictionary& stored = *known->second->node;
+    Dictionary settings = wanted;
+    settings.remove(kMembersKey);
+    Dictionary merged = mergedSettings(stored, known->second->written, settings);
+    merged.setIfPresent("Key", stored["Key"]);  // iCal's own
+    if (!isGroupNode(wanted))
+        return merged;
+    Array members = mergedList(listIn(stored, kMembersKey), listIn(wanted, kMembersKey));
+    if (stored.contains(kMembersKey) || !members.empty())
+        merged.set(kMembersKey, std::move(members));
+    return merged;
+}
+
+/// A group that is gone leaves what nobody could read of it to the list around it.
+void NodeTreeMerge104::keepUnknown(const Array& nodes, Array& into)
+{
+    for (const Value& node : nodes) {
+        const Known* const known = knownNode(node);
+        if (known == nullptr)
+            into.push_back(node);
+        else if (!_wanted.contains(known->loaded))
+            keepUnknown(listIn(*known->node, kMembersKey), into);
+    }
+}
+
+}  // namespace kt

@@ -1,0 +1,50 @@
+#pragma once
+
+#include <map>
+#include <string>
+#include <unordered_map>
+#include <unordered_set>
+#include <utility>
+#include <vector>
+
+#include "Sync/Foundation/Dictionary.h"
+#include "Sync/PlugIns/iCal/Calendar/LoadedStore.h"
+
+namespace kt {
+
+/// Puts a new tree of nodes into a 10.4 node file so that what did not change stays: nodes that
+/// gave no calendar in their places, entries that nobody knows in their nodes, and the order, as
+/// far as it is still the same.
+class NodeTreeMerge104 {
+public:
+    /// A calendar or group of the store, with the node that the writer makes of it. Outlives the
+    /// object.
+    void addLoaded(const LoadedCalendar& loaded, Dictionary written);
+    /// What the node of that record key was in the store.
+    void addWanted(const std::string& recordKey, const LoadedCalendar* stored);
+
+    /// The stored file with the wanted nodes; equal to it when nothing changed.
+    Dictionary merged(const Dictionary& stored, const Dictionary& wanted);
+
+private:
+    struct Known {
+        const LoadedCalendar* loaded = nullptr;
+        Dictionary written;
+        const Dictionary* node = nullptr;  // in the stored file
+    };
+
+    void findNodes(const Array& nodes);
+    Known* knownNode(const Value& node);
+    const LoadedCalendar* storedOf(const Dictionary& wantedNode) const;
+    Array mergedList(const Array& stored, const Array& wanted);
+    Dictionary mergedNode(const Dictionary& wanted);
+    void keepUnknown(const Array& nodes, Array& into);
+
+    std::map<std::pair<std::string, bool>, Known> _known;  // by source key, and whether a group
+    std::unordered_map<const Dictionary*, Known*> _byNode;
+    std::unordered_map<const LoadedCalendar*, Known*> _byLoaded;
+    std::unordered_map<std::string, const LoadedCalendar*> _storedOfWanted;  // by record key
+    std::unordered_set<const LoadedCalendar*> _wanted;
+};
+
+}  // namespace kt

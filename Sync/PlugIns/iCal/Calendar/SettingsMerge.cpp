@@ -1,0 +1,47 @@
+#include "Sync/PlugIns/iCal/Calendar/SettingsMerge.h"
+
+#include <algorithm>
+
+#include "Sync/Foundation/Value.h"
+
+namespace kt {
+
+namespace {
+
+bool holds(const Array& list, const Value& value)
+{
+    return std::find(list.begin(), list.end(), value) != list.end();
+}
+
+}  // namespace
+
+Dictionary mergedSettings(const Dictionary& stored, const Dictionary& written,
+                          const Dictionary& wanted)
+{
+    Dictionary merged = stored;
+    for (const auto& [key, value] : wanted) {
+        if (written[key] != value)
+            merged.set(key, value);
+    }
+    for (const auto& [key, value] : written) {
+        if (!wanted.contains(key))
+            merged.remove(key);
+    }
+    return merged;
+}
+
+Array mergedMembers(const Array& stored, const Array& known, const Array& wanted)
+{
+    Array merged;
+    for (const Value& member : stored) {
+        if (!holds(known, member) || holds(wanted, member))
+            merged.push_back(member);
+    }
+    for (const Value& member : wanted) {
+        if (!holds(merged, member))
+            merged.push_back(member);
+    }
+    return merged;
+}
+
+}  // namespace kt

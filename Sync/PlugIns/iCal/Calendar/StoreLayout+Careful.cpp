@@ -1,0 +1,169 @@
+// Rewrites a store so that what did not change keeps its text.
+
+#include <unordered_set>
+#include <utility>
+
+#include "Sync/Foundation/FileManager.h"
+#include "Sync/HostInterface/KTCarefulWriting.h"
+#include "Sync/HostInterface/KTLossReport.h"
+#include "Sync/PlugIns/iCal/Calendar/CarefulItems.h"
+#include "Sync/PlugIns/iCal/Calendar/CarefulStore.h"
+#include "Sync/PlugIns/iCal/Calendar/HostAndSystemLog.h"
+#include "Sync/PlugIns/iCal/Calendar/KTSyncCalendar.h"
+#include "Sync/PlugIns/iCal/Calendar/StoreEdits.h"
+#include "Sync/PlugIns/iCal/Calendar/StoreLayout.h"
+
+namespace kt {
+
+namespace {
+
+std::string titleOf(const KTSyncCalendar& calendar) { return calendar.title().value_or(""); }
+
+/// Whether a rewrite has to do with items of such a calendar: iCal makes birthdays from the address
+/// book.
+bool hasItems(const KTSyncCalendar& calendar)
+{
+    return calendar.calendarType() != kCalendarTypeGroup &&
+           calendar.calendarType() != kCalendarTypeBirthday;
+}
+
+bool isBelow(const std::string& path, const std::string& folder)
+{
+    return path == folder || path.starts_with(folder + '/');
+}
+
+bool isGivenUp(const KTLoss& unread)
+{
+    const auto* const careful = hostClass<KTCarefulWriting>();
+    return careful != nullptr && careful->isGivenUp(unread);
+}
+
+}  // namespace
+
+/// One such rewrite: worked out whole, then backed up, then done.
+class StoreLayout::CarefulRewrite {
+public:
+    CarefulRewrite(const StoreLayout& layout, KTSyncPluginHelper* pluginHelper,
+                   const CarefulStore& store)
+        : _layout(layout),
+          _pluginHelper(pluginHelper),
+          _store(store)
+    {}
+
+    bool run()
+    {
+        _layout.planDescriptions(_pluginHelper, _store, _edits);
+        for (const CarefulCalendar& calendar : _store.calendars) {
+            if (hasItems(*calendar.calendar))
+                planItems(calendar);
+        }
+        planRemovals();
+        _layout.planIndex(_pluginHelper, _store, _edits);
+        if (_edits.empty())
+            return true;
+        saveOnce();
+        const bool isDone = _edits.apply(_pluginHelper);
+        synchronize();
+        return isDone;
+    }
+
+private:
+    /// Before anything is touched, and at most once.
+    void saveOnce()
+    {
+        if (!std::exchange(_isSaved, true) && !_layout.saveStore())
+            logToHostAndSystem(_pluginHelper,
+                               "Fehler: Der alte Kalenderbestand konnte nicht ganz gesichert "
+                               "werden");
+    }
+
+    void planItems(const CarefulCalendar& calendar)
+    {
+        const std::string title = titleOf(*calendar.calendar);
+        const auto folder = calendar.calendar->corestoragePath();
+        if (!folder) {
+            const LossScope scope(title, "");
+            return reportLoss(KTLoss::Kind::curtailed,
+                              "Der Kalender wird nicht geschrieben: sein Schlüssel ist kein "
+                              "Ordnername");
+        }
+        if (calendar.stored != nullptr && !calendar.stored->areItemsLoaded) {
+            if (calendar.items.empty())
+                return;
+            const LossScope scope(title, *folder);
+            return reportLoss(KTLoss::Kind::unwritten,
+                              "Der Kalender kann nicht gelesen werden, deshalb bleibt auch "
+                              "Neues ungeschrieben");
+        }
+        CarefulItems(_pluginHelper, calendar.stored, _store.loaded.unread, _layout.filing(*folder),
+                     title, [this] { saveOnce(); })
+            .plan(calendar.items, _edits);
+    }
+
+    void planRemovals()
+    {
+        std::unordered_set<const LoadedCalendar*> wanted;
+        for (const CarefulCalendar& calendar : _store.calendars)
+            wanted.insert(calendar.stored);
+        for (const LoadedCalendar& loaded : _store.loaded.calendars) {
+            if (!wanted.contains(&loaded))
+                planRemoval(loaded);
+        }
+    }
+
+    /// A folder with text that nobody could read stays, with that text.
+    void planRemoval(const LoadedCalendar& loaded)
+    {
+        const auto folder = loaded.calendar->storedFolder();
+        if (!folder || (hasItems(*loaded.calendar) && !loaded.areItemsLoaded))
+            return;
+        const std::string title = titleOf(*loaded.calendar);
+        if (!holdsUnread(*folder))
+            return _edits.remove(*folder, title);
+        CarefulItems(_pluginHelper, &loaded, _store.loaded.unread, _layout.filing(*folder), title,
+                     [this] { saveOnce(); })
+            .plan({}, _edits);
+    }
+
+    bool holdsUnread(const std::string& folder) const
+    {
+        for (const KTLoss& unread : _store.loaded.unread) {
+            if (isBelow(unread.file, folder) && !isGivenUp(unread))
+                return true;
+        }
+        return false;
+    }
+
+    void synchronize() const
+    {
+        const std::string folder = _layout.filesToBackup().front();
+        if (!FileManager::defaultManager().synchronizeFileSystem(folder))
+            logToHostAndSystem(_pluginHelper,
+                               "Das Dateisystem konnte nicht synchronisiert werden: %@", folder);
+    }
+
+    const StoreLayout& _layout;
+    KTSyncPluginHelper* _pluginHelper;
+    const CarefulStore& _store;
+    StoreEdits _edits;
+    bool _isSaved = false;
+};
+
+bool StoreLayout::writeCarefully(KTSyncPluginHelper* pluginHelper, const CarefulStore& store) const
+{
+    return CarefulRewrite(*this, pluginHelper, store).run();
+}
+
+std::shared_ptr<KTSyncCalendar> StoreLayout::calendarAsStored(KTSyncPluginHelper* pluginHelper,
+                                                              const LoadedCalendar& loaded)
+{
+    Dictionary record = loaded.record->record();
+    record.setIfPresent("SourceKey", loaded.calendar->ownSourceKey());
+    auto calendar =
+        KTSyncCalendar::syncCalendarWithPluginHelper(pluginHelper, loaded.recordKey, record);
+    calendar->setSelected(loaded.calendar->selected());
+    calendar->setExpanded(loaded.calendar->expanded());
+    return calendar;
+}
+
+}  // namespace kt

@@ -1,0 +1,159 @@
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "Sync/PlugIns/iCal/Calendar/ChangedItemText.h"
+#include "Sync/PlugIns/iCal/Calendar/ComponentText.h"
+
+namespace kt {
+namespace {
+
+using testing::ElementsAre;
+
+std::string component(std::initializer_list<std::string_view> lines)
+{
+    std::string text = "BEGIN:VEVENT\r\n";
+    for (const std::string_view line : lines)
+        text.append(line).append("\r\n");
+    return text + "END:VEVENT\r\n";
+}
+
+std::vector<std::string_view> names(const ComponentText& text)
+{
+    std::vector<std::string_view> names;
+    for (const auto& part : text.parts())
+        names.push_back(part.name);
+    return names;
+}
+
+TEST(ComponentText, CutsPropertiesWithTheirFoldsAndComponentsWhole)
+{
+    const std::string text = component({"SUMMARY;LANGUAGE=de:Za", " hnarzt", "BEGIN:VALARM",
+                                        "ACTION:AUDIO", " X", "END:VALARM", "X-A;B=c:d"});
+    const ComponentText cut(text);
+    EXPECT_THAT(names(cut), ElementsAre("SUMMARY", "BEGIN:VALARM", "X-A"));
+    EXPECT_EQ(cut.parts()[0].value, "Zahnarzt");
+    EXPECT_EQ(cut.parts()[1].text, "BEGIN:VALARM\r\nACTION:AUDIO\r\n X\r\nEND:VALARM\r\n");
+    EXPECT_EQ(cut.begin(), "BEGIN:VEVENT\r\n");
+    EXPECT_EQ(cut.end(), "END:VEVENT\r\n");
+}
+
+TEST(ComponentText, LeavesATabWithTheLineThatItCarriesOn)
+{
+    const std::string text = component({"GEO:1", "\t;2", "URL:x"});
+    EXPECT_THAT(names(ComponentText(text)), ElementsAre("GEO", "URL"));
+}
+
+/// The writer of these tests knows SUMMARY, LOCATION, ATTENDEE and alarms; what is read is what
+/// stands there of them, without parameters, the last of each SUMMARY.
+std::optional<std::string> read(std::string_view text)
+{
+    std::string read;
+    std::string title;
+    const ComponentText cut(text);
+    for (const auto& part : cut.parts()) {
+        if (part.name == "SUMMARY")
+            title = part.value;
+        else if (part.name == "LOCATION" || part.name == "ATTENDEE")
+            read += std::string(part.name) + '=' + part.value + '\n';
+        else if (part.isComponent() && part.name == "BEGIN:VALARM")
+            read += part.text;
+    }
+    return title + '\n' + read;
+}
+
+std::string changed(const std::string& stored, const std::string& written,
+                    const std::string& wanted)
+{
+    return changedItemText({stored, written, wanted}, read);
+}
+
+TEST(ChangedItemText, KeepsWhatTheWriterKnowsNothingOf)
+{
+    EXPECT_EQ(changed(component({"CLASS:PRIVATE", "SUMMARY:a", "GEO;X=1:1;2"}),
+                      component({"SUMMARY:a"}), component({"SUMMARY:b"})),
+              component({"CLASS:PRIVATE", "SUMMARY:b", "GEO;X=1:1;2"}));
+}
+
+TEST(ChangedItemText, KeepsTheLineOfWhatTheWriterWouldWriteAsBefore)
+{
+    EXPECT_EQ(changed(component({"SUMMARY;LANGUAGE=de:a", "LOCATION;ALTREP=\"x\":Kiel"}),
+                      component({"SUMMARY:a", "LOCATION:Kiel"}),
+                      component({"SUMMARY:b", "LOCATION:Kiel"})),
+              component({"SUMMARY:b", "LOCATION;ALTREP=\"x\":Kiel"}));
+}
+
+TEST(ChangedItemText, KeepsTheLinesOfValuesThatStayedAmongSeveral)
+{
+    EXPECT_EQ(changed(component({"ATTENDEE;RSVP=TRUE:a", "ATTENDEE;ROLE=CHAIR:b"}),
+                      component({"ATTENDEE:a", "ATTENDEE:b"}),
+                      component({"ATTENDEE:b", "ATTENDEE:c"})),
+              component({"ATTENDEE;ROLE=CHAIR:b", "ATTENDEE:c"}));
+}
+
+TEST(ChangedItemText, WritesAPropertyAnewWhoseParametersChanged)
+{
+    EXPECT_EQ(changed(component({"ATTENDEE;PARTSTAT=NEEDS-ACTION:a"}),
+                      component({"ATTENDEE;PARTSTAT=NEEDS-ACTION:a"}),
+                      component({"ATTENDEE;PARTSTAT=ACCEPTED:a"})),
+              component({"ATTENDEE;PARTSTAT=ACCEPTED:a"}));
+}
+
+TEST(ChangedItemText, RemovesWhatIsWantedNoMore)
+{
+    EXPECT_EQ(changed(component({"SUMMARY:a", "LOCATION;X=1:Kiel"}),
+                      component({"SUMMARY:a", "LOCATION:Kiel"}), component({"SUMMARY:a"})),
+              component({"SUMMARY:a"}));
+}
+
+TEST(ChangedItemText, PutsNewPropertiesInFrontOfComponents)
+{
+    EXPECT_EQ(changed(component({"SUMMARY:a", "BEGIN:VALARM", "END:VALARM"}),
+                      component({"SUMMARY:a", "BEGIN:VALARM", "END:VALARM"}),
+                      component({"SUMMARY:a", "LOCATION:Kiel", "BEGIN:VALARM", "END:VALARM"})),
+              component({"SUMMARY:a", "LOCATION:Kiel", "BEGIN:VALARM", "END:VALARM"}));
+}
+
+TEST(ChangedItemText, KeepsTheAlarmsThatStayedWithAllThatTheyHold)
+{
+    const auto alarms = [](std::string_view first, std::string_view second) {
+        return component(
+            {"BEGIN:VALARM", first, "END:VALARM", "BEGIN:VALARM", second, "END:VALARM"});
+    };
+    EXPECT_EQ(changedItemText({alarms("A;X=1:1", "B;X=1:1"), alarms("A:1", "B:1"),
+                               alarms("A:1", "B:2")},
+                              [](std::string_view) { return std::optional<std::string>("same"); }),
+              alarms("A;X=1:1", "B:2"));
+}
+
+TEST(ChangedItemText, LetsLastModifiedGoAndPercentWithTheStatusThatItTellsOf)
+{
+    EXPECT_EQ(changed(component({"LAST-MODIFIED:1", "PERCENT-COMPLETE:50", "SUMMARY:a"}),
+                      component({"SUMMARY:a"}), component({"STATUS:COMPLETED", "SUMMARY:a"})),
+              component({"SUMMARY:a", "STATUS:COMPLETED"}));
+    EXPECT_EQ(changed(component({"PERCENT-COMPLETE:50", "SUMMARY:a"}), component({"SUMMARY:a"}),
+                      component({"SUMMARY:b"})),
+              component({"PERCENT-COMPLETE:50", "SUMMARY:b"}));
+}
+
+TEST(ChangedItemText, CarriesNoLineThatWouldChangeWhatIsRead)
+{
+    // The second title would win over the new one behind it only if it stood last.
+    EXPECT_EQ(changed(component({"SUMMARY;LANGUAGE=de:a", "SUMMARY;LANGUAGE=en:b"}),
+                      component({"SUMMARY:b"}), component({"SUMMARY:c"})),
+              component({"SUMMARY;LANGUAGE=de:a", "SUMMARY:c"}));
+    // Places are all read, so an unknown one has to go.
+    EXPECT_EQ(changed(component({"LOCATION;X=1:Kiel", "LOCATION:Bonn"}),
+                      component({"LOCATION:Bonn"}), component({"LOCATION:Ulm"})),
+              component({"LOCATION:Ulm"}));
+}
+
+TEST(ChangedItemText, IsTheWantedTextWhereNothingCanBeRead)
+{
+    const std::string wanted = component({"SUMMARY:b"});
+    EXPECT_EQ(changedItemText({component({"SUMMARY:a", "GEO:1"}), component({"SUMMARY:a"}), wanted},
+                              [](std::string_view) { return std::optional<std::string>(); }),
+              wanted);
+}
+
+}  // namespace
+}  // namespace kt

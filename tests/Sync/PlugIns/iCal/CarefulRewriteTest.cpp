@@ -1,0 +1,359 @@
+#include "tests/Sync/PlugIns/iCal/CarefulFixture.h"
+
+namespace kt::test {
+namespace {
+
+using ::testing::ElementsAre;
+using ::testing::HasSubstr;
+using ::testing::IsEmpty;
+using ::testing::Not;
+using ::testing::UnorderedElementsAre;
+
+class CarefulRewrite : public CarefulFixture {};
+
+INSTANTIATE_TEST_SUITE_P(Layouts, CarefulRewrite, ::testing::Values(4, 5));
+
+TEST_P(CarefulRewrite, TouchesNoFileWhenNothingChanged)
+{
+    layOut({{"A", "Privat", {event("1", "Eins"), task("2", "Zwei")}}, {"B", "Leer", {}}});
+    const SyncRecordList records = load();
+    const auto before = inodes();
+    EXPECT_TRUE(save(records));
+    EXPECT_THAT(differing(before, inodes()), IsEmpty());
+}
+
+TEST_P(CarefulRewrite, WritesOneFileForOneChangedItemAndKeepsWhatNoRecordHolds)
+{
+    layOut({{"A", "Privat", {event("1", "Eins"), event("2", "Zwei"), task("3", "Drei")}}});
+    SyncRecordList records = load();
+    const auto before = store();
+    SyncRecord& changed = records[positionOf(records, "Zwei")];
+    changed = with(changed, "Location", "Kiel");
+    ASSERT_TRUE(save(records));
+    const std::string file = itemFile("A", 1);
+    EXPECT_THAT(differing(before, store()), ElementsAre(file));
+    EXPECT_EQ(store()[file], replaced(before.at(file), event("2", "Zwei"),
+                                      event("2", "Zwei", "LOCATION:Kiel\r\n")));
+}
+
+TEST_P(CarefulRewrite, KeepsUIDAndFileOfAnItemWhoseKeyChangedWithItsTitle)
+{
+    layOut({{"A", "Privat", {event("1", "Eins"), event("2", "Zwei")}}});
+    SyncRecordList records = load();
+    const auto before = store();
+    SyncRecord& changed = records[positionOf(records, "Zwei")];
+    changed = with(changed, "Title", "Neu", std::string(40, 'a'));
+    ASSERT_TRUE(save(records));
+    const std::string file = itemFile("A", 1);
+    EXPECT_THAT(differing(before, store()), ElementsAre(file));
+    EXPECT_EQ(store()[file], replaced(before.at(file), "SUMMARY;LANGUAGE=de:Zwei", "SUMMARY:Neu"));
+}
+
+TEST_P(CarefulRewrite, TakesRemovedItemsOutAndNothingElse)
+{
+    layOut({{"A", "Privat", {event("1", "Eins"), event("2", "Zwei")}}});
+    const SyncRecordList records = load();
+    auto expected = store();
+    if (is104())
+        expected[itemFile("A", 0)] = replaced(expected[itemFile("A", 0)], event("1", "Eins"), "");
+    else
+        expected.erase(itemFile("A", 0));
+    ASSERT_TRUE(save(without(records, "Eins")));
+    EXPECT_EQ(store(), expected);
+}
+
+TEST_P(CarefulRewrite, AddsNewItemsBesideTheOthers)
+{
+    layOut({{"A", "Privat", {event("1", "Eins")}}});
+    SyncRecordList records = load();
+    const std::string calendar = records[0]->recordKey();
+    const std::string key(40, 'b');
+    records.push_back(record(kConduitTask, key, {{"Title", "Neu"}, {"ParentRecordKey", calendar}}));
+    const auto before = store();
+    ASSERT_TRUE(save(records));
+    EXPECT_THAT(differing(before, store()),
+                ElementsAre(is104() ? itemFile("A", 0) : folderOf("A") + "Events/" + key + ".ics"));
+    EXPECT_THAT(titles(load()), ElementsAre("Privat", "Eins", "Neu"));
+}
+
+TEST_P(CarefulRewrite, LeavesTextThatGaveNoRecordWhereItStands)
+{
+    const std::string journal = "BEGIN:VJOURNAL\r\nUID:j\r\nEND:VJOURNAL\r\n";
+    const std::string twin = event("9", "Eins", "X-ANDERS:1\r\n");
+    layOut({{"A", "Privat", {event("1", "Eins") + journal + twin, event("2", "Zwei")}}});
+    SyncRecordList records = load();
+    auto expected = store();
+    const std::string file = itemFile("A", 0);
+    SyncRecord& changed = records[positionOf(records, "Eins")];
+    changed = with(changed, "Location", "Kiel");
+    ASSERT_TRUE(save(without(records, "Zwei")));
+    expected[file] =
+        replaced(expected[file], event("1", "Eins"), event("1", "Eins", "LOCATION:Kiel\r\n"));
+    if (is104())
+        expected[file] = replaced(expected[file], event("2", "Zwei"), "");
+    else
+        expected.erase(itemFile("A", 1));
+    EXPECT_EQ(store(), expected);
+}
+
+TEST_P(CarefulRewrite, RemovesACopyWithTheEventThatItIsACopyOf)
+{
+    layOut({{"A", "Privat", {event("1", "Eins"), event("1", "Eins"), event("2", "Zwei")}}});
+    const SyncRecordList records = load();
+    ASSERT_THAT(titles(records), ElementsAre("Privat", "Eins", "Zwei"));
+    ASSERT_TRUE(save(without(records, "Eins")));
+    EXPECT_THAT(titles(load()), ElementsAre("Privat", "Zwei"));
+}
+
+TEST_P(CarefulRewrite, KeepsACopyWhileItsEventStaysAsItIs)
+{
+    layOut({{"A", "Privat", {event("1", "Eins"), event("1", "Eins"), event("2", "Zwei")}}});
+    const SyncRecordList records = load();
+    const auto before = store();
+    ASSERT_TRUE(save(without(records, "Zwei")));
+    EXPECT_THAT(differing(before, store()), ElementsAre(itemFile("A", 2)));
+}
+
+TEST_P(CarefulRewrite, LeavesAFileThatCannotBeReadAndWritesAroundIt)
+{
+    layOut({{"A", "Privat", {event("1", "Eins")}}});
+    const std::string broken = folderOf("A") + (is104() ? "" : "Events/") + "kaputt.ics";
+    home.write(broken, "BEGIN:VCALENDAR\r\n" + event("9", "Neun"));
+    SyncRecordList records = load();
+    const std::string calendar = records[0]->recordKey();
+    records.push_back(
+        record(kConduitTask, "kaputt", {{"Title", "Neu"}, {"ParentRecordKey", calendar}}));
+    const auto before = store();
+    ASSERT_TRUE(save(without(records, "Eins")));
+    EXPECT_EQ(store()[broken], before.at(broken));
+    EXPECT_THAT(titles(load()), ElementsAre("Privat", "Neu"));
+}
+
+TEST_P(CarefulRewrite, LeavesACalendarWhoseItemsEndedInAnExceptionAsItIs)
+{
+    layOut({{"A", "Privat", {event("1", "Eins", "RRULE:COUNT=2\r\nRRULE:COUNT=3\r\n")}},
+            {"B", "Arbeit", {event("2", "Zwei")}}});
+    const SyncRecordList records = load();
+    ASSERT_THAT(titles(records), ElementsAre("Arbeit", "Zwei"));
+    auto expected = store();
+    ASSERT_TRUE(save(without(records, "Zwei")));
+    if (is104())
+        expected[itemFile("B", 0)] = replaced(expected[itemFile("B", 0)], event("2", "Zwei"), "");
+    else
+        expected.erase(itemFile("B", 0));
+    EXPECT_EQ(store(), expected);
+}
+
+TEST_P(CarefulRewrite, LeavesACalendarThatAnotherOneOfItsTitleDisplaced)
+{
+    layOut({{"A", "Privat", {event("1", "Eins")}}, {"B", "Privat", {event("2", "Zwei")}}});
+    const SyncRecordList records = load();
+    ASSERT_THAT(titles(records), ElementsAre("Privat", "Zwei"));
+    const auto before = store();
+    ASSERT_TRUE(save(without(records, "Zwei")));
+    EXPECT_THAT(differing(before, store()), ElementsAre(itemFile("B", 0)));
+}
+
+TEST_P(CarefulRewrite, RemovesACalendarThatIsGoneWithItsFolder)
+{
+    layOut({{"A", "Privat", {event("1", "Eins")}}, {"B", "Arbeit", {event("2", "Zwei")}}});
+    const SyncRecordList records = load();
+    ASSERT_TRUE(save(without(without(records, "Eins"), "Privat")));
+    EXPECT_FALSE(home.exists(folderOf("A")));
+    EXPECT_THAT(titles(load()), ElementsAre("Arbeit", "Zwei"));
+}
+
+TEST_P(CarefulRewrite, KeepsTheFolderOfACalendarThatIsGoneForTheTextThatNobodyCouldRead)
+{
+    layOut({{"A", "Privat", {event("1", "Eins")}}});
+    const std::string broken = folderOf("A") + (is104() ? "" : "Events/") + "kaputt.ics";
+    home.write(broken, "BEGIN:VCALENDAR\r\n" + event("9", "Neun"));
+    load();
+    ASSERT_TRUE(save({}));
+    EXPECT_TRUE(home.exists(broken));
+    EXPECT_TRUE(home.exists(folderOf("A") + "Info.plist"));
+}
+
+TEST_P(CarefulRewrite, KeepsARenamedCalendarInItsFolderWithEveryItem)
+{
+    layOut({{"A", "Privat", {event("1", "Eins"), event("2", "Zwei")}}});
+    SyncRecordList records = load();
+    const std::string key(40, 'c');
+    const std::string former = records[0]->recordKey();
+    for (SyncRecord& item : records) {
+        if (item->conduit() != kConduitCalendar)
+            item = with(item, "ParentRecordKey", key, item->recordKey().substr(1) + "0");
+    }
+    records[0] = with(records[0], "Title", "Neu", key);
+    const auto before = store();
+    ASSERT_TRUE(save(records));
+    EXPECT_THAT(differing(before, store()), ElementsAre(folderOf("A") + "Info.plist"));
+    const auto info = dictionaryWithContentsOfFile(home.path(folderOf("A") + "Info.plist"));
+    EXPECT_EQ((*info)["Title"], Value("Neu"));
+    EXPECT_EQ((*info)["Unbekannt"], Value("bleibt"));
+    EXPECT_EQ((*info)["Key"], Value("A"));
+}
+
+TEST_P(CarefulRewrite, NeverPutsANewCalendarWhereSomethingStands)
+{
+    layOut({{"A", "Privat", {event("1", "Eins")}}});
+    home.write(folderOf("B") + "Info.plist", "kaputt");
+    SyncRecordList records = load();
+    const std::string key(40, 'd');
+    records.push_back(record(kConduitCalendar, key,
+                             {{"Type", "CalendarNode"},
+                              {"Title", "Neu"},
+                              {"Color", "#FF0000"},
+                              {"Notes", ""},
+                              {"SourceKey", "B"}}));
+    records.push_back(
+        record(kConduitEvent, std::string(40, 'e'), {{"Title", "Drei"}, {"ParentRecordKey", key}}));
+    ASSERT_TRUE(save(records));
+    EXPECT_EQ(home.read(folderOf("B") + "Info.plist"), "kaputt");
+    EXPECT_THAT(titles(load()), UnorderedElementsAre("Privat", "Eins", "Neu", "Drei"));
+}
+
+TEST_P(CarefulRewrite, KeepsASeriesAndItsOccurrencesInOneFileUnderOneUID)
+{
+    const std::string series = event("s", "Reihe", "RRULE:FREQ=DAILY;COUNT=9\r\n");
+    const std::string occurrence = event("s", "Ausnahme", "RECURRENCE-ID:20071225T090000Z\r\n");
+    layOut({{"A", "Privat", {series + occurrence}}});
+    SyncRecordList records = load();
+    const std::string file = itemFile("A", 0);
+    SyncRecord& changed = records[positionOf(records, "Reihe")];
+    changed = with(changed, "Location", "Kiel");
+    const auto before = store();
+    ASSERT_TRUE(save(records));
+    EXPECT_EQ(store()[file], replaced(before.at(file), "RRULE:FREQ=DAILY;COUNT=9\r\n",
+                                      "RRULE:FREQ=DAILY;COUNT=9\r\nLOCATION:Kiel\r\n"));
+
+    records = load();
+    const std::size_t position = positionOf(records, "Ausnahme");
+    EXPECT_TRUE(records[position]->record().contains("RecurrenceParentRecordKey"));
+    records.push_back(with(records[position], "Title", "Noch eine", std::string(40, 'f')));
+    ASSERT_TRUE(save(records));
+    records = load();
+    EXPECT_TRUE(
+        records[positionOf(records, "Noch eine")]->record().contains("RecurrenceParentRecordKey"));
+}
+
+TEST_P(CarefulRewrite, WritesANewSeriesWithItsOccurrencesSoThatTheyBelongTogether)
+{
+    layOut({{"A", "Privat", {}}});
+    SyncRecordList records = load();
+    const std::string calendar = records[0]->recordKey();
+    layOut({{"B",
+             "Quelle",
+             {event("s", "Reihe", "RRULE:FREQ=DAILY;COUNT=9\r\n") +
+              event("s", "Ausnahme", "RECURRENCE-ID:20071225T090000Z\r\n")}},
+            {"A", "Privat", {}}});
+    for (const SyncRecord& item : load()) {
+        if (item->conduit() == kConduitEvent)
+            records.push_back(with(item, "ParentRecordKey", calendar));
+    }
+    layOut({{"A", "Privat", {}}});
+    home.remove(folderOf("B"));
+    load();
+    ASSERT_TRUE(save(records));
+    records = load();
+    EXPECT_EQ(records[positionOf(records, "Ausnahme")]->record()["RecurrenceParentRecordKey"],
+              Value(records[positionOf(records, "Reihe")]->recordKey()));
+}
+
+TEST_P(CarefulRewrite, TellsTwinsApartByTheirContent)
+{
+    layOut({{"A",
+             "Privat",
+             {task("1", "Zwilling", "URL:a\r\n"), task("2", "Zwilling", "URL:b\r\n")}}});
+    SyncRecordList records = load();
+    ASSERT_EQ(records.size(), 3U);
+    const auto before = inodes();
+    // The host numbers them the other way round.
+    records[1] = with(records[1], "URL", "a", records[1]->recordKey() + "-2");
+    EXPECT_TRUE(save({records[0], records[2], records[1]}));
+    EXPECT_THAT(differing(before, inodes()), IsEmpty());
+}
+
+TEST_P(CarefulRewrite, GivesANewItemNoUIDThatAnEditedOneHasKept)
+{
+    layOut({{"A", "Privat", {}}});
+    SyncRecordList records = load();
+    const std::string calendar = records[0]->recordKey();
+    records.push_back(record(kConduitTask, std::string(40, 'a'),
+                             {{"Title", "Erst"}, {"ParentRecordKey", calendar}}));
+    ASSERT_TRUE(save(records));
+    records = load();
+    SyncRecord& edited = records[positionOf(records, "Erst")];
+    edited = with(edited, "Title", "Dann", std::string(40, 'b'));
+    records.push_back(record(kConduitTask, std::string(40, 'a'),
+                             {{"Title", "Zweit"}, {"ParentRecordKey", calendar}, {"URL", "x"}}));
+    ASSERT_TRUE(save(records));
+    identities.told.clear();
+    load();
+    std::vector<std::string> uids;
+    for (const auto& [item, identity] : identities.told)
+        uids.push_back(identity.uid);
+    EXPECT_THAT(uids, UnorderedElementsAre("", std::string(40, 'a'), std::string(40, 'a') + "-2"));
+}
+
+TEST_P(CarefulRewrite, WritesNothingWhenAFileChangedSinceItWasLoaded)
+{
+    layOut({{"A", "Privat", {event("1", "Eins"), event("2", "Zwei")}}});
+    const SyncRecordList records = load();
+    const std::string file = itemFile("A", 0);
+    home.write(file, calendarFile(event("1", "Von iCal")));
+    const auto before = store();
+    EXPECT_FALSE(save(without(records, "Eins")));
+    EXPECT_EQ(store(), before);
+}
+
+TEST_P(CarefulRewrite, PutsWhatTheHostHandsOutInThePlaceOfTextThatItGivesUp)
+{
+    layOut({{"A", "Privat", {event("1", "Eins")}}});
+    const std::string broken = folderOf("A") + (is104() ? "" : "Events/") + "kaputt.ics";
+    home.write(broken, "BEGIN:VCALENDAR\r\n" + event("9", "Neun"));
+    SyncRecordList records = load();
+    records.push_back(record(kConduitTask, std::string(40, 'a'),
+                             {{"Title", "Neun"}, {"ParentRecordKey", records[0]->recordKey()}}));
+    careful.givesUp = [&](const KTLoss& unread) { return unread.file == home.path(broken); };
+    ASSERT_TRUE(save(records));
+    EXPECT_FALSE(home.exists(broken));
+    EXPECT_THAT(titles(load()), ElementsAre("Privat", "Eins", "Neun"));
+}
+
+TEST_P(CarefulRewrite, SavesTheStoreInThePluginsFolderBeforeItIsTouched)
+{
+    layOut({{"A", "Privat", {event("1", "Eins")}}});
+    SyncRecordList records = load();
+    const auto before = store();
+    ASSERT_TRUE(save(without(records, "Eins")));
+    for (const auto& [path, content] : before) {
+        const std::string backup =
+            is104() ? replaced(path, "Library/Application Support/iCal/", kPluginFolder)
+                    : replaced(path, "Library/", kPluginFolder);
+        const std::string saved =
+            is104()
+                ? (path == kNodeFile ? backup + ".bak" : replaced(backup, "Sources", "Sources.bak"))
+                : backup;
+        EXPECT_EQ(home.read(saved), content) << saved;
+    }
+}
+
+TEST_P(CarefulRewrite, TellsTheHostWhichTextEachRecordWasMadeFrom)
+{
+    layOut({{"A", "Privat", {event("1", "Eins"), task("2", "Zwei")}}});
+    const SyncRecordList records = load();
+    ASSERT_EQ(identities.told.size(), 3U);
+    EXPECT_EQ(
+        identities.told[0].second,
+        (KTStoreIdentity{"", "", "A",
+                         home.path(folderOf("A")).substr(0, home.path(folderOf("A")).size() - 1)}));
+    EXPECT_EQ(identities.told[1].first, records[1]);
+    EXPECT_EQ(identities.told[1].second,
+              (KTStoreIdentity{"1", "", "", home.path(itemFile("A", 0))}));
+    EXPECT_EQ(identities.told[2].second,
+              (KTStoreIdentity{"2", "", "", home.path(itemFile("A", 1))}));
+}
+
+}  // namespace
+}  // namespace kt::test
