@@ -3,7 +3,7 @@
 #include "Sync/Foundation/FileManager.h"
 #include "Sync/Foundation/Format.h"
 #include "Sync/Foundation/PropertyList.h"
-#include "Sync/Host/Services/StoreBackups.h"
+#include "Sync/Host/Services/StoreReplacement.h"
 #include "Sync/Host/Services/SuiteFolder.h"
 
 namespace kt {
@@ -85,11 +85,11 @@ StoreObstacle otherLayout(const std::string& folder, int systemVersion)
 
 std::string whereNodeFileMayBe(const std::string& home)
 {
-    for (const std::string& path :
-         {path104(home, "nodes.plist.bak"), SuiteFolder(home).backupsPath()})
-        if (isThere(path))
-            return stringWithFormat("aus \"%@\"", path);
-    return "aus einer Sicherungskopie";
+    const std::string movedAside = path104(home, "nodes.plist.bak");
+    if (isThere(movedAside))
+        return stringWithFormat("aus \"%@\"", movedAside);
+    return isThere(SuiteFolder(home).backupsPath()) ? "mit \"icalsync restore\""
+                                                    : "aus einer Sicherungskopie";
 }
 
 /// Without its node file a store of the older layout can neither be read nor written.
