@@ -35,6 +35,8 @@ bool holdsOnlyRemarks(const std::vector<KTLoss>& losses)
 
 ExitCode checkCommand(const CommandLine& line, const Place& place)
 {
+    if (line.repair)
+        return repairCommand(line, place);
     Workplace workplace(place, line, Workplace::Access::look);
     const Look look(workplace, Look::Unloaded::isTold);
     printResult(line.json ? jsonText(jsonFor(look)) + "\n" : textFor(look));
