@@ -36,8 +36,6 @@ ssize_t readBlock(int file, std::string& buffer, std::size_t wanted)
 bool begin(archive* archive, int file)
 {
     return archive != nullptr && archive_write_set_format_pax(archive) == ARCHIVE_OK &&
-           // Names as they are, whatever the locale.
-           archive_write_set_format_option(archive, "pax", "hdrcharset", "BINARY") == ARCHIVE_OK &&
            archive_write_add_filter_zstd(archive) == ARCHIVE_OK &&
            archive_write_set_filter_option(archive, "zstd", "compression-level", "1") ==
                ARCHIVE_OK &&
@@ -198,6 +196,7 @@ void BackupArchiveWriter::writeHeader(archive_entry* entry)
 {
     if (_digest)
         _digest->add(memberHeading(entry));
+    // A warning says that a name is not of the locale's character set and stands there as it is.
     if (archive_write_header(_archive.get(), entry) < ARCHIVE_WARN)
         fail();
 }
