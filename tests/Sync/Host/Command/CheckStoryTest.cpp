@@ -121,6 +121,10 @@ TEST_F(CheckStory, RepairNamesFoldersAfterTheirKeys)
     EXPECT_EQ(home.run({"check", "--repair"}).out, "Es gibt nichts zu reparieren.\n");
     const std::string backup = repair.json()["backup"];
     EXPECT_EQ(home.run({"backups", "show", backup, "--json"}).json()["calendars"][0]["items"], 1);
+    const auto restored = home.run({"restore", backup});
+    EXPECT_THAT(restored.out, HasSubstr("Privates.calendar\" heißt nicht wie der Schlüssel"));
+    EXPECT_EQ(home.run({"check", "--repair"}).exitCode, 0);
+    EXPECT_THAT(folders(), ElementsAre("PRIVAT.calendar"));
     const auto sync = home.sync({"--json"}).json();
     EXPECT_EQ(sync["completed"], true);
     EXPECT_EQ(sync["deletedOnServer"], 0);
