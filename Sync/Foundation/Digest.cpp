@@ -18,6 +18,11 @@ struct ContextDeleter {
     void operator()(EVP_MD_CTX* context) const { EVP_MD_CTX_free(context); }
 };
 
+[[noreturn]] void throwUnavailable()
+{
+    throw Exception(NSGenericException, "Prüfsummenverfahren nicht verfügbar");
+}
+
 /// Fills `bytes` and returns how many they are.
 std::size_t compute(const EVP_MD* algorithm, std::string_view text, DigestBytes& bytes)
 {
@@ -28,7 +33,7 @@ std::size_t compute(const EVP_MD* algorithm, std::string_view text, DigestBytes&
         EVP_DigestInit_ex2(context.get(), algorithm, nullptr) != 1 ||
         EVP_DigestUpdate(context.get(), text.data(), text.size()) != 1 ||
         EVP_DigestFinal_ex(context.get(), bytes.data(), &length) != 1)
-        throw Exception(NSGenericException, "Prüfsummenverfahren nicht verfügbar");
+        throwUnavailable();
     return length;
 }
 
@@ -85,7 +90,7 @@ SHA1Digest sha1DigestBytes(std::string_view bytes)
     SHA1Digest digest;
     if (SHA1_Init(&context) != 1 || SHA1_Update(&context, bytes.data(), bytes.size()) != 1 ||
         SHA1_Final(digest.data(), &context) != 1)
-        throw Exception(NSGenericException, "Prüfsummenverfahren nicht verfügbar");
+        throwUnavailable();
     return digest;
 }
 
@@ -96,6 +101,34 @@ Data sha1Digest(std::string_view bytes)
 }
 
 std::string sha1DigestHex(std::string_view bytes) { return hexText(sha1DigestBytes(bytes)); }
+
+struct SHA256Stream::Context {
+    std::unique_ptr<EVP_MD_CTX, ContextDeleter> digest{EVP_MD_CTX_new()};
+};
+
+SHA256Stream::SHA256Stream() : _context(std::make_unique<Context>())
+{
+    if (sha256() == nullptr || !_context->digest ||
+        EVP_DigestInit_ex2(_context->digest.get(), sha256(), nullptr) != 1)
+        throwUnavailable();
+}
+
+SHA256Stream::~SHA256Stream() = default;
+
+void SHA256Stream::add(std::string_view bytes)
+{
+    if (EVP_DigestUpdate(_context->digest.get(), bytes.data(), bytes.size()) != 1)
+        throwUnavailable();
+}
+
+std::string SHA256Stream::hexText()
+{
+    DigestBytes bytes;
+    unsigned int length = 0;
+    if (EVP_DigestFinal_ex(_context->digest.get(), bytes.data(), &length) != 1)
+        throwUnavailable();
+    return hexTextOf(bytes.data(), length);
+}
 
 std::string hexText(const SHA1Digest& digest) { return hexTextOf(digest.data(), digest.size()); }
 

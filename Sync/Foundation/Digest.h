@@ -2,6 +2,7 @@
 
 #include <array>
 #include <cstdint>
+#include <memory>
 #include <string>
 #include <string_view>
 
@@ -15,6 +16,23 @@ Data sha256Digest(std::string_view bytes);         // 32 bytes
 std::string md5DigestHex(std::string_view bytes);  // lower-case hexadecimal
 std::string sha1DigestHex(std::string_view bytes);
 std::string sha256DigestHex(std::string_view bytes);
+
+/// The digest of what is too much to be held at once.
+class SHA256Stream {
+public:
+    SHA256Stream();
+    ~SHA256Stream();
+    SHA256Stream(const SHA256Stream&) = delete;
+    SHA256Stream& operator=(const SHA256Stream&) = delete;
+
+    void add(std::string_view bytes);
+    /// Of all that was added; afterwards nothing more can be.
+    std::string hexText();
+
+private:
+    struct Context;
+    std::unique_ptr<Context> _context;
+};
 
 /// For digests that are kept by the thousand: a third of the memory of the hexadecimal text.
 using SHA1Digest = std::array<std::uint8_t, 20>;

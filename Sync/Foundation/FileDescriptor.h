@@ -18,6 +18,12 @@ public:
 
     bool isOpen() const { return _descriptor >= 0; }
     int get() const { return _descriptor; }
+    /// Closes it and takes another in its place.
+    void reset(int descriptor)
+    {
+        close();
+        _descriptor = descriptor;
+    }
     /// False when the file system reports a late write error.
     bool close()
     {

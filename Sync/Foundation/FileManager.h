@@ -31,6 +31,7 @@ struct FileStatus {
     std::uint64_t size = 0;                                      // bytes
     std::chrono::sys_time<std::chrono::nanoseconds> modified{};  // of the content
     std::uint32_t permissions = 0;                               // POSIX bits, 07777
+    std::uint64_t inode = 0;  // what it is on its file system, whatever its name
 };
 
 /// The file system as the program uses it. Nothing here throws: failures are false, nullopt or an

@@ -49,6 +49,7 @@ FileStatus fileStatusOf(const struct stat& status)
     result.size = static_cast<std::uint64_t>(status.st_size);
     result.modified = instantOf(status.st_mtim);
     result.permissions = status.st_mode & kPermissionBits;
+    result.inode = status.st_ino;
     return result;
 }
 

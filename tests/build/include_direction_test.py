@@ -32,7 +32,7 @@ ALLOWED["Sync/Host/Publishing"].append(CALENDAR)
 
 INCLUDE = re.compile(r'^[ \t]*#[ \t]*include[ \t]*([<"])([^>"]+)[>"]', re.MULTILINE)
 QT_HEADER = re.compile(r"^(Q[A-Z]\w*|Qt\w+/.*)$")
-HOST_LIBRARY = re.compile(r"^(sqlite3\.h|(SQLiteCpp|pqxx|spdlog|nlohmann|CLI|toml\+\+|libical)/.*|uv\.h|httplib\.h)$")
+HOST_LIBRARY = re.compile(r"^(sqlite3\.h|(SQLiteCpp|pqxx|spdlog|nlohmann|CLI|toml\+\+|libical)/.*|uv\.h|httplib\.h|archive(_entry)?\.h)$")
 
 
 def complaint(folder, quote, target, root):

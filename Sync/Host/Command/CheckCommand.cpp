@@ -1,3 +1,5 @@
+#include <algorithm>
+
 #include <nlohmann/json.hpp>
 
 #include "Sync/Host/Command/Commands.h"
@@ -8,26 +10,37 @@ namespace kt {
 
 namespace {
 
-std::string linesForLosses(const std::vector<KTLoss>& losses)
+std::string textFor(const Look& look)
 {
-    if (losses.empty())
-        return "Alles kann gelesen werden.\n";
-    std::string text;
-    for (const KTLoss& loss : losses)
-        text += lineForLoss(loss) + "\n";
-    return text + counted(losses.size(), "Stelle", "Stellen") + " würde" +
-           (losses.size() == 1 ? "" : "n") + " übersprungen.\n";
+    std::string text = look.isLoaded() ? "" : look.reasonNotLoaded() + "\n";
+    if (look.losses().empty())
+        return look.isLoaded() ? "Alles kann gelesen werden.\n" : text;
+    return text + textForLosses(look.losses()) + sentenceForLossCounts(look.losses()) + "\n";
+}
+
+Json jsonFor(const Look& look)
+{
+    return {{"loaded", look.isLoaded()},
+            {"losses", jsonForLosses(look.losses())},
+            {"counts", jsonForLossCounts(look.losses())}};
+}
+
+bool holdsOnlyRemarks(const std::vector<KTLoss>& losses)
+{
+    return std::all_of(losses.begin(), losses.end(),
+                       [](const KTLoss& loss) { return isRemark(loss); });
 }
 
 }  // namespace
 
 ExitCode checkCommand(const CommandLine& line, const Place& place)
 {
+    if (line.repair)
+        return repairCommand(line, place);
     Workplace workplace(place, line, Workplace::Access::look);
-    const Look look(workplace);
-    printResult(line.json ? jsonText({{"losses", jsonForLosses(look.losses())}}) + "\n"
-                          : linesForLosses(look.losses()));
-    return look.losses().empty() ? ExitCode::done : ExitCode::failed;
+    const Look look(workplace, Look::Unloaded::isTold);
+    printResult(line.json ? jsonText(jsonFor(look)) + "\n" : textFor(look));
+    return look.isLoaded() && holdsOnlyRemarks(look.losses()) ? ExitCode::done : ExitCode::failed;
 }
 
 }  // namespace kt

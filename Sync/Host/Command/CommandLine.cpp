@@ -106,6 +106,29 @@ void addPublishingCommands(CLI::App& app, CommandLine& line)
         ->multi_option_policy(CLI::MultiOptionPolicy::TakeLast);
 }
 
+void addBackupName(CLI::App& app, CommandLine& line)
+{
+    app.add_option("NAME", line.backupName,
+                   "Name, sein Anfang oder die Nummer; \"letzte\" für die neueste")
+        ->type_name("")
+        ->required();
+}
+
+void addBackupCommands(CLI::App& app, CommandLine& line)
+{
+    CLI::App* backups =
+        addCommand(app, line, CommandName::backups, "backups", "zeigt die Sicherungskopien");
+    CLI::App* show =
+        addCommand(*backups, line, CommandName::backups, "show", "zeigt, was in einer steht");
+    addBackupName(*show, line);
+    CLI::App* restore = addCommand(app, line, CommandName::restore, "restore",
+                                   "holt eine Sicherungskopie zurück, ganz oder gar nicht");
+    addBackupName(*restore, line);
+    restore->add_option("--calendar", line.calendarKey, "nur diesen Kalender, siehe backups show")
+        ->type_name("KEY")
+        ->multi_option_policy(CLI::MultiOptionPolicy::TakeLast);
+}
+
 void addCommands(CLI::App& app, CommandLine& line)
 {
     CLI::App* sync =
@@ -121,8 +144,13 @@ void addCommands(CLI::App& app, CommandLine& line)
     addCommand(app, line, CommandName::calendars, "calendars", "zeigt die Kalender");
     addCommand(app, line, CommandName::records, "records", "zeigt die Datensätze als JSON")
         ->add_flag("--count", line.countOnly, "nur ihre Zahl");
-    addCommand(app, line, CommandName::check, "check",
-               "zeigt jede Datei, die übersprungen würde, und warum");
+    CLI::App* check = addCommand(app, line, CommandName::check, "check",
+                                 "zeigt, was nicht oder nicht in allem gelesen wird, und warum");
+    check->add_flag("--repair", line.repair,
+                    "benennt Kalenderordner nach ihrem Schlüssel, nach einer Sicherungskopie");
+    check->add_flag("--dry-run", line.wishes.dryRun,
+                    "zeigt mit --repair, was geschähe, und ändert nichts");
+    addBackupCommands(app, line);
     addCommand(app, line, CommandName::enable, "enable", "schaltet die Synchronisierung ein");
     addCommand(app, line, CommandName::disable, "disable", "schaltet die Synchronisierung aus");
     addCalendarCommand(app, line, CommandName::on, "on",

@@ -11,7 +11,7 @@ namespace kt {
 /// What icalsync answers to the shell.
 enum class ExitCode {
     done = 0,
-    failed = 1,      // a run that ended with NO or was held; files that would be skipped
+    failed = 1,      // a run that ended with NO or was held; what cannot be read or repaired
     wrongUsage = 2,  // of command line or settings
 };
 
@@ -20,6 +20,8 @@ enum class CommandName {
     calendars,
     records,
     check,
+    backups,
+    restore,
     enable,
     disable,
     on,
@@ -42,10 +44,12 @@ struct CommandLine {
     bool events = false;  // log and progress for a program
 
     CommandName command = CommandName::sync;
-    SyncRunWishes wishes;     // sync
+    SyncRunWishes wishes;     // sync; of check --repair only the dry run
     bool fullSync = false;    // sync
     bool countOnly = false;   // records
-    std::string calendarKey;  // on, off, publish, unpublish
+    bool repair = false;      // check
+    std::string calendarKey;  // on, off, publish, unpublish; restore, empty for the whole store
+    std::string backupName;   // restore; backups show, empty for the list
 
     bool publishTasks = false;          // publish
     bool leaveEventsOut = false;        // publish

@@ -12,6 +12,11 @@ ExitCode syncCommand(const CommandLine& line, const Place& place);
 ExitCode calendarsCommand(const CommandLine& line, const Place& place);
 ExitCode recordsCommand(const CommandLine& line, const Place& place);
 ExitCode checkCommand(const CommandLine& line, const Place& place);
+/// check --repair.
+ExitCode repairCommand(const CommandLine& line, const Place& place);
+/// backups and backups show.
+ExitCode backupsCommand(const CommandLine& line, const Place& place);
+ExitCode restoreCommand(const CommandLine& line, const Place& place);
 /// enable and disable: the plug-in as a whole.
 ExitCode switchPluginCommand(const CommandLine& line, const Place& place);
 /// on and off: one calendar.

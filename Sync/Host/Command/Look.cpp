@@ -22,7 +22,7 @@ std::size_t countIn(const SyncRecordList& records, std::string_view conduit)
 
 }  // namespace
 
-Look::Look(Workplace& workplace)
+Look::Look(Workplace& workplace, Unloaded unloaded)
     : _preferences(workplace.preferences().copyInMemory()),
       _host(workplace.services(_preferences))
 {
@@ -32,10 +32,20 @@ Look::Look(Workplace& workplace)
     const WriteGuard guard;
     _plugin = workplace.loadPlugin(_host);
     auto contents = _host.look(**_plugin);
-    if (!contents)
-        throw Exception(NSGenericException, "Die Kalender konnten nicht geladen werden!");
-    _contents = *std::move(contents);
     _losses = workplace.lossReport().losses();
+    _isLoaded = contents.has_value();
+    if (contents)
+        _contents = *std::move(contents);
+    else if (unloaded == Unloaded::isFailure)
+        throw Exception(NSGenericException, reasonNotLoaded());
+}
+
+std::string Look::reasonNotLoaded() const
+{
+    constexpr std::string_view kNotLoaded = "Die Kalender konnten nicht geladen werden!";
+    const auto loss = std::find_if(_losses.begin(), _losses.end(),
+                                   [](const KTLoss& told) { return !isRemark(told); });
+    return std::string(kNotLoaded) + (loss == _losses.end() ? "" : " " + lineForLoss(*loss));
 }
 
 std::size_t Look::count(std::string_view conduit) const
@@ -45,10 +55,13 @@ std::size_t Look::count(std::string_view conduit) const
 
 void warnOfLosses(Workplace& workplace, const Look& look)
 {
-    if (look.losses().empty())
+    const auto count =
+        static_cast<std::size_t>(std::count_if(look.losses().begin(), look.losses().end(),
+                                               [](const KTLoss& loss) { return !isRemark(loss); }));
+    if (count == 0)
         return;
     workplace.statusLine().warn("Nicht alles konnte gelesen werden (" +
-                                counted(look.losses().size(), "Stelle", "Stellen") +
+                                counted(count, "Stelle", "Stellen") +
                                 "); mehr dazu: icalsync check");
 }
 

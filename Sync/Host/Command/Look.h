@@ -1,6 +1,8 @@
 #pragma once
 
 #include <memory>
+#include <string>
+#include <vector>
 
 #include "Sync/Host/Command/Workplace.h"
 #include "Sync/Host/Services/LookingHost.h"
@@ -10,9 +12,19 @@ namespace kt {
 /// A look at the store of a home, behind the write guard.
 class Look {
 public:
+    enum class Unloaded {
+        isFailure,
+        isTold,  // by isLoaded and the losses
+    };
+
     /// The workplace outlives it. Throws Exception NSGenericException, with a line for the user,
-    /// when the store cannot be looked at or the plug-in cannot load it.
-    explicit Look(Workplace& workplace);
+    /// when the store cannot be looked at, and unless that is only to be told, when the plug-in
+    /// cannot load it.
+    explicit Look(Workplace& workplace, Unloaded unloaded = Unloaded::isFailure);
+
+    bool isLoaded() const { return _isLoaded; }
+    /// Why the plug-in could not load the store, as far as it said; with the first file it named.
+    std::string reasonNotLoaded() const;
 
     const StoreContents& contents() const { return _contents; }
     const std::vector<KTLoss>& losses() const { return _losses; }
@@ -28,9 +40,11 @@ private:
     std::unique_ptr<LoadedPlugin> _plugin;  // what it made in the records is freed by its own code
     StoreContents _contents;
     std::vector<KTLoss> _losses;
+    bool _isLoaded = false;
 };
 
-/// Says on standard error that something could not be read, when that is so.
+/// Says on standard error that something could not be read, when that is so. Of what was read,
+/// though not in all, it says nothing.
 void warnOfLosses(Workplace& workplace, const Look& look);
 
 }  // namespace kt

@@ -20,7 +20,24 @@ std::string jsonText(const Json& json);
 /// line for the user, when they cannot be written.
 void printResult(std::string_view text);
 
+// Losses, in the words and with the names that all commands use for their kinds.
+
+/// "thinned", "unread" and so on, for programs.
+std::string_view nameOfLossKind(KTLoss::Kind kind);
+/// What such a loss means for the user, ending in a colon: "Bleibt unverändert liegen:".
+std::string_view headingForLossKind(KTLoss::Kind kind);
+/// Whether it is only worth knowing: nothing waits for it and nothing is held by it.
+bool isRemark(KTLoss::Kind kind);
+bool isRemark(const KTLoss& loss);
+
 Json jsonForLosses(const std::vector<KTLoss>& losses);
+/// How many there are of each kind, by its name; all kinds, also those of which there are none.
+Json jsonForLossCounts(const std::vector<KTLoss>& losses);
+/// For people: under the heading of each kind that there is, what holds most first.
+std::string textForLosses(const std::vector<KTLoss>& losses);
+/// How many there are of each kind, in one sentence: "2 Stellen bleiben unverändert liegen." Empty
+/// without losses.
+std::string sentenceForLossCounts(const std::vector<KTLoss>& losses);
 /// One line for people: file, reason, calendar.
 std::string lineForLoss(const KTLoss& loss);
 

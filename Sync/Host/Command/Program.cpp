@@ -28,6 +28,10 @@ ExitCode runCommand(const CommandLine& line, const Place& place)
         return recordsCommand(line, place);
     case CommandName::check:
         return checkCommand(line, place);
+    case CommandName::backups:
+        return backupsCommand(line, place);
+    case CommandName::restore:
+        return restoreCommand(line, place);
     case CommandName::enable:
     case CommandName::disable:
         return switchPluginCommand(line, place);

@@ -67,7 +67,7 @@ View* SettingsWorkplace::configView()
     // What is still to come of this event can wait for the publishing service.
     unlock();
     for (const KTLoss& loss : _classes.lossReport().losses())
-        _found.push_back("Nicht gelesen: " + lineForLoss(loss));
+        _found.push_back(std::string(headingForLossKind(loss.kind)) + " " + lineForLoss(loss));
     if (_found != before)
         for (const std::string& line : _found)
             _told.logged(line);

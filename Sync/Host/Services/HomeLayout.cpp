@@ -5,7 +5,7 @@
 #include "Sync/Foundation/FileManager.h"
 #include "Sync/Foundation/Format.h"
 #include "Sync/Foundation/PropertyList.h"
-#include "Sync/Host/Services/StoreBackups.h"
+#include "Sync/Host/Services/StoreReplacement.h"
 #include "Sync/Host/Services/SuiteFolder.h"
 #include "Sync/HostInterface/StorePaths.h"
 
@@ -70,11 +70,11 @@ StoreObstacle otherLayout(const std::string& folder, HomeLayout layout)
 
 std::string whereNodeFileMayBe(const std::string& home)
 {
-    for (const std::string& path :
-         {StorePaths(home).nodeFileAside(), SuiteFolder(home).backupsPath()})
-        if (isThere(path))
-            return stringWithFormat("aus \"%@\"", path);
-    return "aus einer Sicherungskopie";
+    const std::string movedAside = StorePaths(home).nodeFileAside();
+    if (isThere(movedAside))
+        return stringWithFormat("aus \"%@\"", movedAside);
+    return isThere(SuiteFolder(home).backupsPath()) ? "mit \"icalsync restore\""
+                                                    : "aus einer Sicherungskopie";
 }
 
 /// Without its node file a store of the older layout can neither be read nor written.

@@ -1,46 +1,78 @@
 #pragma once
 
+#include <cstdint>
+#include <functional>
+#include <memory>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <vector>
+
+#include "Sync/Host/Services/BackupFacts.h"
+#include "Sync/Host/Services/BackupName.h"
+#include "Sync/Host/Services/UnpackedBackup.h"
 
 namespace kt {
 
-/// Where restore() keeps what stood at a path until the copy has taken its place. Something is
-/// found there only by somebody else, or after a restore that was killed.
-std::string pathWhileReplaced(const std::string& path);
-
-/// The dated copies of the store that are made before each run: the last ten, and the very first
-/// for good. Names are dates in UTC, so that they sort by age.
+/// The dated backups of the store: the last ten, and the very first for good. Each is one archive,
+/// `NAME.tar.zst`, with its facts beside it in a hidden file; older versions made folders, which
+/// are read as well. A name is that of BackupName, without the extension.
 class StoreBackups {
 public:
-    /// The folder is made with the first copy.
+    /// The folder is made with the first backup.
     explicit StoreBackups(std::string folder);
 
     struct Copy {
         std::string name;
-        std::vector<std::string> unreadable;  // paths that could not be copied
+        std::vector<std::string> unreadable;  // paths that could not be saved
+        bool isNew = true;                    // false: the last backup holds exactly this store
     };
 
-    /// Copies files and folders, whole, times kept; nullopt when none of them holds anything.
-    /// Throws Exception NSGenericException, with a line for the user, when no copy could be made;
-    /// nothing of it is then left behind.
+    /// Saves files and folders, whole, unless the last backup holds them as they are: then nothing
+    /// is written. Nullopt when none of them holds anything. Throws Exception NSGenericException,
+    /// with a line for the user, when no backup could be made; nothing of it is then left behind.
     std::optional<Copy> make(const std::vector<std::string>& paths) const;
 
-    /// Removes what is older than the last ten, but neither the first nor the one named.
+    /// Removes what is older than the last ten, but neither the first nor the one named. Writes
+    /// nothing where there is nothing to remove.
     void prune(const std::optional<std::string>& kept) const;
 
     /// Oldest first.
+    std::vector<BackupName> all() const;
     std::vector<std::string> names() const;
+    /// The one backup that a person means: by its name, a beginning of it, its number, or "letzte".
+    /// Throws Exception NSGenericException, with a line for the user, for none or several.
+    BackupName named(std::string_view text) const;
 
-    /// Puts the copies back to the paths they were made from; a path of which there is no copy
-    /// stays as it is. What stands there is only replaced when the copy is complete. Throws
-    /// Exception NSGenericException, with a line for the user, when that fails, or when there is a
-    /// copy of none of them.
+    /// What it holds; read from the backup itself where it does not stand beside it. Throws
+    /// Exception NSGenericException, with a line for the user, when that is damaged.
+    BackupFacts facts(const BackupName& name) const;
+    /// Bytes that it takes.
+    std::uint64_t size(const BackupName& name) const;
+
+    using Picks = std::function<bool(const std::string& member)>;
+    /// Unpacks a backup beside the paths that it was made from, and checks it. A path of which it
+    /// holds nothing has no root. Picks choose among an archive's members. Throws Exception
+    /// NSGenericException, with a line for the user, when that fails, or when it holds none of the
+    /// paths; nothing is then left behind.
+    std::unique_ptr<UnpackedBackup> unpack(const std::string& name,
+                                           const std::vector<std::string>& paths,
+                                           const Picks& picks = {}) const;
+
+    /// Unpacks a backup and puts it in the place of what stands at the paths, whole or not at all.
+    /// Throws as unpack does.
     void restore(const std::string& name, const std::vector<std::string>& paths) const;
 
 private:
-    std::string unusedName() const;
+    std::string pathOf(const BackupName& name) const;
+    std::string factsPathOf(const BackupName& name) const;
+    std::optional<BackupFacts> factsBeside(const BackupName& name) const;
+    std::optional<BackupName> known(const std::string& name) const;
+    /// The last backup, if it was made of exactly this.
+    std::optional<Copy> lastOne(const std::string& fingerprint) const;
+    Copy makeArchive(const std::vector<std::string>& paths, const std::string& fingerprint) const;
+    void remove(const BackupName& name) const;
+    void removeLeftovers() const;
 
     std::string _folder;
 };

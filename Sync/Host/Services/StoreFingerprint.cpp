@@ -16,6 +16,8 @@ void append(std::string& text, const std::string& path, const FileStatus& status
     text += '\0';
     text += std::to_string(static_cast<int>(status.kind)) + ' ';
     text += std::to_string(status.size) + ' ';
+    text += std::to_string(status.permissions) + ' ';
+    text += std::to_string(status.inode) + ' ';
     text += std::to_string(status.modified.time_since_epoch().count()) + '\n';
 }
 

@@ -39,6 +39,10 @@ TEST_P(DigestKnown, IsLowerCaseHexadecimal)
     EXPECT_EQ(md5DigestHex(GetParam().bytes), GetParam().md5);
     EXPECT_EQ(sha1DigestHex(GetParam().bytes), GetParam().sha1);
     EXPECT_EQ(sha256DigestHex(GetParam().bytes), GetParam().sha256);
+    SHA256Stream stream;
+    for (const char byte : std::string(GetParam().bytes))
+        stream.add(std::string_view(&byte, 1));
+    EXPECT_EQ(stream.hexText(), GetParam().sha256);
     EXPECT_EQ(hexText(sha1DigestBytes(GetParam().bytes)), GetParam().sha1);
 }
 

@@ -34,6 +34,9 @@ INSTANTIATE_TEST_SUITE_P(Rows, CommandNames,
                                          NameRow{{"calendars"}, CommandName::calendars},
                                          NameRow{{"records"}, CommandName::records},
                                          NameRow{{"check"}, CommandName::check},
+                                         NameRow{{"backups"}, CommandName::backups},
+                                         NameRow{{"backups", "show", "N"}, CommandName::backups},
+                                         NameRow{{"restore", "N"}, CommandName::restore},
                                          NameRow{{"enable"}, CommandName::enable},
                                          NameRow{{"disable"}, CommandName::disable},
                                          NameRow{{"on", "K"}, CommandName::on},
@@ -86,6 +89,10 @@ TEST(CommandLine, EachOptionSetsItsOwn)
     EXPECT_TRUE(lineFrom({"sync", "--events"}).events);
     EXPECT_TRUE(lineFrom({"records", "--count"}).countOnly);
     EXPECT_EQ(lineFrom({"off", "KEY"}).calendarKey, "KEY");
+    EXPECT_EQ(lineFrom({"backups", "show", "42", "--json"}).backupName, "42");
+    EXPECT_EQ(lineFrom({"restore", "42", "--calendar", "KEY"}).backupName, "42");
+    EXPECT_EQ(lineFrom({"restore", "42", "--calendar", "KEY"}).calendarKey, "KEY");
+    EXPECT_TRUE(lineFrom({"check", "--repair"}).repair);
 }
 
 TEST(CommandLine, OfAnOptionGivenTwiceTheLastCounts)
@@ -97,10 +104,10 @@ TEST(CommandLine, HelpNamesEachCommandThatWorksAndNoOther)
 {
     const auto help = std::get<UsageAnswer>(parsed({"--help"}));
     EXPECT_EQ(help.exitCode, ExitCode::done);
-    for (const char* command : {"sync", "calendars", "records", "check", "enable", "disable", "on",
-                                "off", "publish", "unpublish", "serve"})
+    for (const char* command : {"sync", "calendars", "records", "check", "backups", "restore",
+                                "enable", "disable", "on", "off", "publish", "unpublish", "serve"})
         EXPECT_THAT(help.text, HasSubstr("\n  " + std::string(command) + " "));
-    for (const char* later : {"watch", "backups", "restore", "export"})
+    for (const char* later : {"watch", "export"})
         EXPECT_THAT(help.text, testing::Not(HasSubstr("\n  " + std::string(later) + " ")));
 }
 

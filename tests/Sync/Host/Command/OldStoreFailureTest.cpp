@@ -182,10 +182,9 @@ TEST_F(OldStoreFailure, AStoreThatWasSyncedIsLeftAloneAsWell)
     home.folder().write(kNodes, nodes.substr(0, nodes.size() / 2));
     expectStoreUntouched(damaged());
     home.folder().remove(kNodes);
-    const std::string backups = kSuite + "/Backups";
     expectStoreUntouched("Die Datei " + quoted(kNodes) +
-                         " fehlt, und ohne sie gilt keiner der Kalender: bitte sie erst aus " +
-                         quoted(backups) + " zurückholen.");
+                         " fehlt, und ohne sie gilt keiner der Kalender: bitte sie erst mit "
+                         "\"icalsync restore\" zurückholen.");
     home.folder().write(kNodes, nodes);
     EXPECT_EQ(home.sync().exitCode, 0);
 }

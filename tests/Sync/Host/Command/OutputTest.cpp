@@ -24,8 +24,27 @@ TEST(Output, ALossIsOneLine)
 TEST(Output, LossesInJson)
 {
     EXPECT_EQ(jsonText(jsonForLosses({})), "[]");
-    EXPECT_EQ(jsonText(jsonForLosses({{"Privat", "/a.ics", "leer"}})),
-              "[{\"calendar\":\"Privat\",\"file\":\"/a.ics\",\"reason\":\"leer\"}]");
+    EXPECT_EQ(
+        jsonText(jsonForLosses({{"Privat", "/a.ics", "leer"}})),
+        "[{\"kind\":\"unread\",\"calendar\":\"Privat\",\"file\":\"/a.ics\",\"reason\":\"leer\"}]");
+}
+
+TEST(Output, LossesStandUnderTheirKindsWhatHoldsMostFirst)
+{
+    using Kind = KTLoss::Kind;
+    const std::vector<KTLoss> losses{{"", "/a", "1", Kind::thinned},
+                                     {"", "/b", "2", Kind::unsafe},
+                                     {"", "/c", "3", Kind::unread},
+                                     {"", "/d", "4", Kind::unread}};
+    EXPECT_EQ(textForLosses(losses),
+              "Hält die Synchronisierung an:\n  /b: 2\nBleibt unverändert liegen:\n  /c: 3\n"
+              "  /d: 4\nGelesen, aber nicht in allem:\n  /a: 1\n");
+    EXPECT_EQ(sentenceForLossCounts(losses),
+              "1 Stelle hält die Synchronisierung an, 2 Stellen bleiben unverändert liegen, "
+              "1 Stelle ist nicht in allem gelesen.");
+    EXPECT_EQ(jsonText(jsonForLossCounts(losses)),
+              "{\"unsafe\":1,\"unread\":2,\"unwritten\":0,\"curtailed\":0,\"thinned\":1}");
+    EXPECT_EQ(textForLosses({}) + sentenceForLossCounts({}), "");
 }
 
 TEST(Output, ATableAlignsByWhatIsSeen)

@@ -122,7 +122,8 @@ TEST(SyncReport, InJsonHasEverything)
               "\"dryRun\":false,\"enabledNow\":false,\"restored\":false,\"device\":\"Büro\","
               "\"server\":\"sqlite:/k\",\"startResult\":1,\"held\":true,\"rewritten\":false,"
               "\"settled\":false,\"sent\":1,\"received\":0,\"deletedOnServer\":0,"
-              "\"deletedHere\":2,\"refused\":0,\"losses\":[{\"calendar\":\"Privat\","
+              "\"deletedHere\":2,\"refused\":0,\"losses\":[{\"kind\":\"unread\","
+              "\"calendar\":\"Privat\","
               "\"file\":\"/0.ics\",\"reason\":\"leer\"}],\"reasons\":[]}");
 }
 

@@ -3,6 +3,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include "tests/support/ArchiveContents.h"
 #include "tests/support/SyncKit.h"
 
 namespace kt::test {
@@ -219,15 +220,17 @@ TEST_F(SyncStory, ADryRunNamesWhatWouldComeDownOrGo)
 TEST_F(SyncStory, BackupsAreMadeBeforeEachRun)
 {
     bringBothTogether();
+    laptop.addEvent("PRIVAT", "neu.ics", {.title = "Neu"});
     laptop.sync();
     const auto folder = laptop.folder().path("Library/Application Support/VeloraSuite/Backups");
     std::vector<std::string> names;
     for (const auto& entry : std::filesystem::directory_iterator(folder))
-        names.push_back(entry.path().filename());
+        if (entry.path().extension() == ".zst")
+            names.push_back(entry.path().filename());
     EXPECT_THAT(names, SizeIs(2));
-    EXPECT_THAT(names, Contains(EndsWith("-erste")));
-    EXPECT_TRUE(std::filesystem::exists(folder + "/" + names.front() +
-                                        "/Calendars/PRIVAT.calendar/Events/kino.ics"));
+    EXPECT_THAT(names, Contains(EndsWith("-erste.tar.zst")));
+    EXPECT_THAT(contentsOfArchive(folder + "/" + names.front()),
+                Contains(testing::Key("Calendars/PRIVAT.calendar/Events/kino.ics")));
 }
 
 TEST_F(SyncStory, ARunningCalendarProgramKeepsTheSyncOut)

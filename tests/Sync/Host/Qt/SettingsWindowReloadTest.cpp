@@ -221,8 +221,8 @@ TEST_F(WindowReadingAgain, NamesACalendarThatItCannotRead)
     home.folder().write("Library/Calendars/2.calendar/Info.plist", "kaputt");
     open();
     EXPECT_EQ(list()->model()->rowCount(), 2);
-    EXPECT_THAT(logPane(),
-                HasSubstr("Nicht gelesen: " + home.folder().path("Library/Calendars/2.calendar")));
+    EXPECT_THAT(logPane(), HasSubstr("Bleibt unverändert liegen: " +
+                                     home.folder().path("Library/Calendars/2.calendar")));
 }
 
 TEST_F(WindowReadingAgain, HasNothingToSayOfAStoreThatItCanRead)

@@ -223,9 +223,7 @@ TEST_F(NodeFile, IsAnObstacleWhenItIsMissingBesideCalendars)
     home.write("Library/Application Support/iCal/Sources/A.calendar/Info.plist", "");
     expectObstacle(missing + "aus einer Sicherungskopie zurückholen.");
     home.makeFolder("Library/Application Support/VeloraSuite/Backups");
-    expectObstacle(missing + "aus \"" +
-                   home.path("Library/Application Support/VeloraSuite/Backups") +
-                   "\" zurückholen.");
+    expectObstacle(missing + "mit \"icalsync restore\" zurückholen.");
     home.write("Library/Application Support/iCal/nodes.plist.bak", "");
     expectObstacle(missing + "aus \"" + home.path(kNodes) + ".bak\" zurückholen.");
 }

@@ -43,6 +43,24 @@ TEST_F(StoreFingerprintOfAFolder, ChangesWithATimeAlone)
     EXPECT_NE(now(), before);
 }
 
+TEST_F(StoreFingerprintOfAFolder, ChangesWithAnotherFileOfTheSameLook)
+{
+    const std::string path = folder.path("store/A.calendar/Info.plist");
+    const auto time = fs::last_write_time(path);
+    const auto folderTime = fs::last_write_time(folder.path("store/A.calendar"));
+    folder.write("other", "plist");
+    fs::rename(folder.path("other"), path);
+    fs::last_write_time(path, time);
+    fs::last_write_time(folder.path("store/A.calendar"), folderTime);
+    EXPECT_NE(now(), before);
+}
+
+TEST_F(StoreFingerprintOfAFolder, ChangesWithTheRights)
+{
+    fs::permissions(folder.path("store/A.calendar/Info.plist"), fs::perms::owner_read);
+    EXPECT_NE(now(), before);
+}
+
 TEST_F(StoreFingerprintOfAFolder, ChangesWithAName)
 {
     const auto events = folder.path("store/A.calendar/Events");

@@ -3,9 +3,11 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include "Sync/Foundation/CalendarDate.h"
 #include "Sync/Host/Server/SyncServer.h"
 #include "Sync/Host/Services/SyncRun.h"
 #include "tests/Sync/Host/Services/SyncRunFixture.h"
+#include "tests/support/ArchiveContents.h"
 
 namespace kt {
 namespace {
@@ -74,10 +76,10 @@ TEST_F(HalfWrittenNodeFile, IsReplacedFromTheBackupBeforeThePluginLooks)
 TEST_F(HalfWrittenNodeFile, IsBackedUpBeforeItIsReplaced)
 {
     run();
-    ASSERT_THAT(backups.names(), SizeIs(3));
-    EXPECT_EQ(kit.home.read("Library/Application Support/VeloraSuite/Backups/" +
-                            backups.names().back() + "/iCal/nodes.plist"),
-              kHalf);
+    ASSERT_THAT(backups.names(), SizeIs(2));
+    EXPECT_THAT(test::contentsOfArchive(kit.suite.backupsPath() + "/" + backups.names().back() +
+                                        ".tar.zst"),
+                testing::Contains(testing::Pair("iCal/nodes.plist", kHalf)));
 }
 
 TEST_F(HalfWrittenNodeFile, StaysWhileTheProgramRuns)
@@ -108,8 +110,11 @@ TEST_F(HalfWrittenNodeFile, IsNoReasonToReplaceAFolderThatIsElsewhere)
 
 TEST_F(HalfWrittenNodeFile, EndsTheRunWhenTheBackupsIsNoBetter)
 {
-    kit.home.write("Library/Application Support/VeloraSuite/Backups/" +
-                       engine.markedBackup().value_or("") + "/iCal/nodes.plist",
+    const std::string marked = engine.markedBackup().value_or("");
+    const std::string backup = kit.suite.backupsPath() + "/" + marked;
+    fs::remove(backup + ".tar.zst");
+    kit.home.write("Library/Application Support/VeloraSuite/Backups/" + marked +
+                       "/iCal/nodes.plist",
                    kHalf);
     const int runsBefore = plugin.runs;
     const SyncRunResult result = run();
@@ -121,7 +126,8 @@ TEST_F(HalfWrittenNodeFile, EndsTheRunWhenTheBackupsIsNoBetter)
 TEST_F(HalfWrittenNodeFile, EndsTheRunWhenTheBackupIsGone)
 {
     const std::string marked = engine.markedBackup().value_or("");
-    kit.home.remove("Library/Application Support/VeloraSuite/Backups/" + marked);
+    kit.home.remove("Library/Application Support/VeloraSuite/Backups/" + marked + ".tar.zst");
+    kit.platform.setNow(*dateWithISO8601("2007-12-01T09:00:00Z"));
     EXPECT_THAT(run().reasons, ElementsAre("Es gibt keine Sicherungskopie \"" + marked + "\"."));
     EXPECT_EQ(kit.home.read(kNodes), kHalf);
 }

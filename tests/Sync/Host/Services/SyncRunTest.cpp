@@ -7,15 +7,18 @@
 #include "Sync/Host/Server/SyncServer.h"
 #include "Sync/Host/Services/SyncRun.h"
 #include "tests/Sync/Host/Services/SyncRunFixture.h"
+#include "tests/support/ArchiveContents.h"
 
 namespace kt {
 namespace {
 
 namespace fs = std::filesystem;
 using test::ScriptedPlugin;
+using testing::Contains;
 using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::IsEmpty;
+using testing::Key;
 using testing::Not;
 using testing::SizeIs;
 
@@ -86,9 +89,33 @@ TEST_F(SyncRunTest, TheStoreIsBackedUpBeforeItIsTouched)
     };
     EXPECT_TRUE(run().isCompleted);
     EXPECT_THAT(store(), ElementsAre("Arbeit", "Privat"));
-    const std::string copy = kit.suite.backupsPath() + "/" + backups.names().front();
-    EXPECT_TRUE(fs::exists(copy + "/Calendars/Privat"));
-    EXPECT_FALSE(fs::exists(copy + "/Calendars/Arbeit"));
+    const auto members = test::contentsOfArchive(kit.suite.backupsPath() + "/" +
+                                                 backups.names().front() + ".tar.zst");
+    EXPECT_THAT(members, Contains(Key("Calendars/Privat")));
+    EXPECT_THAT(members, Not(Contains(Key("Calendars/Arbeit"))));
+}
+
+TEST_F(SyncRunTest, ARunThatFindsTheStoreAsTheLastBackupHasItMakesNone)
+{
+    run();
+    const auto before = backups.names();
+    EXPECT_TRUE(run().isCompleted);
+    EXPECT_EQ(backups.names(), before);
+}
+
+TEST_F(SyncRunTest, TheMarkNamesTheLastBackupWhereNoneWasMade)
+{
+    run();
+    const auto before = backups.names();
+    otherDeviceSends("Arbeit");
+    std::optional<std::string> marked;
+    plugin.rewrite = [&](const SyncRecordMap& records) {
+        marked = engine.markedBackup();
+        return rewriteStore(records);
+    };
+    EXPECT_TRUE(run().isCompleted);
+    EXPECT_EQ(marked, before.back());
+    EXPECT_EQ(backups.names(), before);
 }
 
 TEST_F(SyncRunTest, WithoutABackupNothingIsTouched)
@@ -102,8 +129,10 @@ TEST_F(SyncRunTest, WithoutABackupNothingIsTouched)
 
 TEST_F(SyncRunTest, TenBackupsAndTheFirstAreKept)
 {
-    for (int i = 0; i < 13; ++i)
+    for (int i = 0; i < 13; ++i) {
+        kit.home.write("Library/Calendars/Privat", std::string(static_cast<std::size_t>(i), 'x'));
         run();
+    }
     EXPECT_THAT(backups.names(), SizeIs(11));
 }
 
