@@ -49,6 +49,11 @@ public:
     static std::string oldSubscriptionFile(std::string_view calendarFolder);
 
     // Both layouts.
+    static constexpr std::string_view infoFileName = "Info.plist";
+    static constexpr std::string_view nodeFileName = "nodes.plist";
+    static constexpr std::string_view sourcesName = "Sources";
+    static constexpr std::string_view itemsFileName104 = "corestorage.ics";
+    static constexpr std::string_view eventsName = "Events";
     /// Without its dot.
     static constexpr std::string_view itemFileExtension = "ics";
     /// Whether a calendar's folder may be named after that key.

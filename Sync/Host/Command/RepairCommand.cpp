@@ -93,7 +93,7 @@ ExitCode repairCommand(const CommandLine& line, const Place& place)
     repair.isDry = isDry;
     StoreChange change(workplace);
     // In the older layout nothing hangs on the names of folders but what the node file says.
-    if (place.systemVersion == kSystemVersion105 && !change.files().empty())
+    if (namesFoldersByKeys(place.systemVersion) && !change.files().empty())
         repair.renames = plannedFolderRenames(realPath(change.files().front()));
     const bool isNeeded = !std::all_of(repair.renames.begin(), repair.renames.end(), isRefused);
     if (isNeeded && !isDry) {

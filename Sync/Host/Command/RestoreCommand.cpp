@@ -17,7 +17,7 @@ namespace {
 /// Folders that a rewrite would not keep as they are: the next sync is one.
 std::vector<FolderRename> foldersToRepair(const Place& place, const StoreChange& change)
 {
-    if (place.systemVersion != kSystemVersion105 || change.files().empty())
+    if (!namesFoldersByKeys(place.systemVersion) || change.files().empty())
         return {};
     return plannedFolderRenames(realPath(change.files().front()));
 }

@@ -7,12 +7,12 @@
 #include "Sync/Foundation/Digest.h"
 #include "Sync/Foundation/FileManager.h"
 #include "Sync/Foundation/PropertyList.h"
+#include "Sync/HostInterface/StorePaths.h"
 
 namespace kt {
 
 namespace {
 
-constexpr std::string_view kCalendarExtension = ".calendar";
 /// No description is that long; what is longer is none.
 constexpr std::size_t kLongestDescription = std::size_t{1} << 20;
 
@@ -26,21 +26,22 @@ struct CalendarPath {
 std::optional<CalendarPath> calendarPath(std::string_view path)
 {
     std::size_t begin = path.find('/') + 1;
-    if (path.substr(begin).starts_with("Sources/"))
-        begin += std::string_view("Sources/").size();
+    if (path.substr(begin).starts_with(std::string(StorePaths::sourcesName) + '/'))
+        begin += StorePaths::sourcesName.size() + 1;
     const std::size_t end = path.find('/', begin);
     if (begin == 0 || end == std::string_view::npos ||
-        !path.substr(0, end).ends_with(kCalendarExtension))
+        !path.substr(0, end).ends_with(StorePaths::calendarExtension))
         return std::nullopt;
     return CalendarPath{std::string(path.substr(0, end)), path.substr(end + 1)};
 }
 
-bool isDescription(const CalendarPath& path) { return path.rest == "Info.plist"; }
+bool isDescription(const CalendarPath& path) { return path.rest == StorePaths::infoFileName; }
 
 bool holdsItems(const CalendarPath& path)
 {
-    return path.rest == "corestorage.ics" ||
-           (path.rest.starts_with("Events/") && path.rest.ends_with(".ics"));
+    return path.rest == StorePaths::itemsFileName104 ||
+           (path.rest.starts_with(StorePaths::eventsName) &&
+            pathExtension(path.rest) == StorePaths::itemFileExtension);
 }
 
 /// The kind of a calendar as its record key is made with it.
@@ -101,7 +102,7 @@ void BackupCensus::add(const std::string& path, std::string_view bytes)
     if (calendar.folder.empty()) {
         calendar.folder = parts->folder;
         const std::string name = lastPathComponent(calendar.folder);
-        calendar.sourceKey = name.substr(0, name.size() - kCalendarExtension.size());
+        calendar.sourceKey = name.substr(0, name.size() - StorePaths::calendarExtension.size());
     }
     if (isDescription(*parts) && _descriptions[parts->folder].size() < kLongestDescription)
         _descriptions[parts->folder] += bytes;

@@ -7,13 +7,11 @@
 #include "Sync/Foundation/FileManager.h"
 #include "Sync/Foundation/Format.h"
 #include "Sync/Foundation/PropertyList.h"
+#include "Sync/HostInterface/StorePaths.h"
 
 namespace kt {
 
 namespace {
-
-constexpr std::string_view kNodeFile = "nodes.plist";
-constexpr std::string_view kCalendarExtension = ".calendar";
 
 template <class... Arguments>
 [[noreturn]] void failed(std::string_view format, const Arguments&... arguments)
@@ -26,8 +24,7 @@ std::string firstComponent(const std::string& path) { return path.substr(0, path
 /// Nullopt where there is no readable description, or no key in it.
 std::optional<std::string> keyInFolder(const std::string& folder)
 {
-    const auto info =
-        dictionaryWithContentsOfFile(stringByAppendingPathComponent(folder, "Info.plist"));
+    const auto info = dictionaryWithContentsOfFile(StorePaths::infoFile(folder));
     if (!info || !(*info)["Key"].isString())
         return std::nullopt;
     return std::string((*info)["Key"].string());
@@ -39,7 +36,8 @@ std::string placeInCalendars(const std::string& root, const BackupCalendar& cale
     const FileManager& files = FileManager::defaultManager();
     for (const std::string& name : files.directoryContentsAtPath(root)) {
         std::string folder = stringByAppendingPathComponent(root, name);
-        if (name.ends_with(kCalendarExtension) && keyInFolder(folder) == calendar.sourceKey)
+        if (name.ends_with(StorePaths::calendarExtension) &&
+            keyInFolder(folder) == calendar.sourceKey)
             return folder;
     }
     std::string place = stringByAppendingPathComponent(root, lastPathComponent(calendar.folder));
@@ -108,15 +106,15 @@ std::optional<Array> withNodeInGroup(Array nodes, const PlacedNode& placed)
 std::optional<Replacement> replacementForNode(const UnpackedBackup::Root& root,
                                               const std::string& key)
 {
-    const std::string file = stringByAppendingPathComponent(root.path, kNodeFile);
+    const std::string file = stringByAppendingPathComponent(root.path, StorePaths::nodeFileName);
     auto current = dictionaryWithContentsOfFile(file);
     if (!current || !(*current)["List"].isArray())
         failed("Die Datei \"%@\" kann nicht gelesen werden oder ist beschädigt.", file);
     const Array nodes = nodesIn(*current, "List");
     if (findNode(nodes, key, ""))
         return std::nullopt;
-    const auto saved =
-        dictionaryWithContentsOfFile(stringByAppendingPathComponent(root.aside, kNodeFile));
+    const auto saved = dictionaryWithContentsOfFile(
+        stringByAppendingPathComponent(root.aside, StorePaths::nodeFileName));
     const auto placed =
         saved ? findNode(nodesIn(*saved, "List"), key, "") : std::optional<PlacedNode>();
     if (!placed)
@@ -160,7 +158,7 @@ bool isNeededForCalendar(const std::string& folder, const std::string& member)
 {
     return member == folder || member.starts_with(folder + "/") ||
            folder.starts_with(member + "/") ||
-           member == firstComponent(folder) + "/" + std::string(kNodeFile);
+           member == firstComponent(folder) + "/" + std::string(StorePaths::nodeFileName);
 }
 
 std::vector<Replacement> replacementsForCalendar(const UnpackedBackup& unpacked,

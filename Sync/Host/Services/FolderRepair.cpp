@@ -6,12 +6,11 @@
 #include "Sync/Foundation/FileManager.h"
 #include "Sync/Foundation/Format.h"
 #include "Sync/Foundation/PropertyList.h"
+#include "Sync/HostInterface/StorePaths.h"
 
 namespace kt {
 
 namespace {
-
-constexpr std::string_view kExtension = ".calendar";
 
 struct CalendarFolder {
     std::string name;
@@ -25,10 +24,9 @@ std::vector<CalendarFolder> calendarFolders(const std::string& root)
     std::vector<CalendarFolder> folders;
     for (const std::string& name : files.directoryContentsAtPath(root)) {
         const std::string folder = stringByAppendingPathComponent(root, name);
-        if (!name.ends_with(kExtension) || !files.isDirectory(folder))
+        if (!name.ends_with(StorePaths::calendarExtension) || !files.isDirectory(folder))
             continue;
-        const auto info =
-            dictionaryWithContentsOfFile(stringByAppendingPathComponent(folder, "Info.plist"));
+        const auto info = dictionaryWithContentsOfFile(StorePaths::infoFile(folder));
         if (!info)
             continue;
         const Value& key = (*info)["Key"];
@@ -44,7 +42,8 @@ std::string refusalFor(const std::optional<std::string>& key, int foldersOfKey,
 {
     if (!key)
         return "In der Info.plist steht kein Schlüssel";
-    if (!isPlainPathComponent(*key) || !isPlainPathComponent(*key + std::string(kExtension)))
+    if (!isPlainPathComponent(*key) ||
+        !isPlainPathComponent(*key + std::string(StorePaths::calendarExtension)))
         return stringWithFormat("Der Schlüssel '%@' ist als Ordnername nicht erlaubt", *key);
     if (foldersOfKey > 1)
         return stringWithFormat("Mehrere Ordner haben den Schlüssel '%@'", *key);
@@ -64,11 +63,10 @@ std::vector<FolderRename> plannedFolderRenames(const std::string& calendarsFolde
             ++foldersOfKey[*folder.key];
     std::vector<FolderRename> renames;
     for (const auto& [name, key] : folders) {
-        if (name == key.value_or("") + std::string(kExtension))
+        if (name == key.value_or("") + std::string(StorePaths::calendarExtension))
             continue;
-        const std::string target =
-            stringByAppendingPathComponent(calendarsFolder,
-                                           key.value_or("") + std::string(kExtension));
+        const std::string target = stringByAppendingPathComponent(
+            calendarsFolder, key.value_or("") + std::string(StorePaths::calendarExtension));
         const std::string refusal = refusalFor(key, key ? foldersOfKey[*key] : 0, target);
         renames.push_back({stringByAppendingPathComponent(calendarsFolder, name),
                            refusal.empty() ? target : "", refusal});

@@ -137,6 +137,11 @@ int systemVersionOf(HomeLayout layout)
         ->systemVersion;
 }
 
+bool namesFoldersByKeys(int systemVersion)
+{
+    return homeLayoutOfSystem(systemVersion) == HomeLayout::macOS105;
+}
+
 std::optional<HomeLayout> homeLayoutOfSystem(int systemVersion)
 {
     for (const HomeLayoutVersion& row : kHomeLayouts)

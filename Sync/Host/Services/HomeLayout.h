@@ -26,6 +26,8 @@ inline constexpr int kNewestSystemVersion = kHomeLayouts.back().systemVersion;
 int systemVersionOf(HomeLayout layout);
 /// Nullopt for a version that stands in no row.
 std::optional<HomeLayout> homeLayoutOfSystem(int systemVersion);
+/// Whether a calendar's folder there is found by the key that its Info.plist holds.
+bool namesFoldersByKeys(int systemVersion);
 
 /// 5 where "Library/Calendars" stands, else 4 where iCal's node file does, or what is left of that
 /// layout while the node file is moved aside: its backup or calendars in "Sources". Else 5: a store
