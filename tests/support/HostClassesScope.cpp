@@ -13,6 +13,14 @@ HostClassesScope::HostClassesScope() : _before(hostClassTable())
 
 HostClassesScope::~HostClassesScope() { setHostClassTable(_before); }
 
+std::vector<KTLoss> HostClassesScope::losses() const
+{
+    std::vector<KTLoss> losses;
+    for (const KTLoss& loss : lossesAsTold())
+        losses.push_back({loss.calendar, loss.file, loss.reason});
+    return losses;
+}
+
 std::vector<std::string> HostClassesScope::lossReasons() const
 {
     std::vector<std::string> reasons;

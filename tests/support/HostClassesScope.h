@@ -20,7 +20,10 @@ public:
     HostClassesScope& operator=(const HostClassesScope&) = delete;
 
     HostLossReport& lossReport() { return _lossReport; }
-    const std::vector<KTLoss>& losses() const { return _lossReport.losses(); }
+    /// Calendar, file and reason of each; most tests ask for no more.
+    std::vector<KTLoss> losses() const;
+    /// With kind, UID and digest.
+    const std::vector<KTLoss>& lossesAsTold() const { return _lossReport.losses(); }
     std::vector<std::string> lossReasons() const;
 
 private:
