@@ -42,10 +42,9 @@ Knowledge::Knowledge(LocalState& state)
         (isKept ? _unreadKeptIndex : _unreadAgreedIndex).emplace(_unread[index].id, index);
     }
     for (const KeptRow& row : _kept) {
+        // Of a calendar that is switched on again something unread may still be kept.
         if (row.id.conduit == kConduitCalendar)
             _keptCalendars.insert(row.id.key);
-        else if (row.parentKey)
-            _keptCalendars.insert(*row.parentKey);
     }
     for (std::size_t index = 0; index < _seen.size(); ++index) {
         const SeenRow& row = _seen[index];
