@@ -107,7 +107,11 @@ void Comparison::overwriteWithServer()
     for (const AgreedRow& agreed : _knowledge.agreed()) {
         const RemoteChange* remote = _remote.change(agreed.id);
         const bool isGone = remote != nullptr && remote->server.isTombstone;
-        if (isGone || _remote.isMissingOnServer(agreed.id))
+        // What cannot be read here can be written over as little as it can be compared.
+        const bool waits = _rules.unread->unread.count(agreed.id) != 0 ||
+                           (agreed.id.conduit == kConduitCalendar &&
+                            _rules.unread->parents.count(agreed.id.key) != 0);
+        if (!waits && (isGone || _remote.isMissingOnServer(agreed.id)))
             remove(agreed).comesDown = true;
     }
 }
@@ -141,7 +145,8 @@ Comparison::LocalWish Comparison::wishFor(const AgreedRow& agreed, const LocalRe
     if (local == nullptr) {
         // A record that was never seen was not deleted.
         const bool wasSeen = _knowledge.seenOfAgreed(agreed.id) != nullptr;
-        if (wasSeen && !_rules.isMissingUnread && _rules.hasBase)
+        if (wasSeen && !_rules.isMissingUnread && _rules.hasBase &&
+            !_rules.unread->isMissed(agreed.id))
             wish.kind = LocalWish::Kind::deleted;
         return wish;
     }
@@ -190,7 +195,8 @@ void Comparison::goesUpAgain(const AgreedRow& agreed, const LocalWish& wish)
     outcome.goesUp = true;
     outcome.isLocalChange = wish.kind == LocalWish::Kind::changed;
     outcome.comesDown = _local.recordAgreedAs(agreed.id) == nullptr &&
-                        _knowledge.seenOfAgreed(agreed.id) != nullptr;
+                        _knowledge.seenOfAgreed(agreed.id) != nullptr &&
+                        _rules.unread->unread.count(agreed.id) == 0;
 }
 
 void Comparison::meetsNothing(const AgreedRow& agreed, const LocalWish& wish)

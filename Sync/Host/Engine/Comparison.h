@@ -10,6 +10,7 @@
 #include "Sync/Host/Engine/Knowledge.h"
 #include "Sync/Host/Engine/LocalRecords.h"
 #include "Sync/Host/Engine/RemoteChanges.h"
+#include "Sync/Host/Engine/UnreadRecords.h"
 
 namespace kt {
 
@@ -45,6 +46,9 @@ struct ComparisonRules {
     bool isHealing = false;
     /// The user wants the server's state; what this device changed does not count.
     bool serverWins = false;
+    /// What is missing in the store because its text cannot be read, or could not so far: it was
+    /// not deleted. Not owned, never null while records are compared.
+    const UnreadRecords* unread = nullptr;
 };
 
 /// Compares, record by record, what the store gives with what it gave (*seen*), and what the server

@@ -45,11 +45,14 @@ public:
         }
         std::copy_if(rows.begin(), rows.end(), std::back_inserter(_rows),
                      [&](const SeenRow* row) { return used.count(row) == 0; });
+        for (const SeenRow* row : _rows)
+            _claims.emplace(row, context.unreadClaim(*row));
     }
 
     void name()
     {
-        if (_unnamed.size() == 1 && _rows.size() == 1 && _rows.front()->agreedKey) {
+        if (_unnamed.size() == 1 && _rows.size() == 1 && _rows.front()->agreedKey &&
+            mayBe(*_unnamed.front(), *_rows.front())) {
             take(*_unnamed.front(), *_rows.front());
             return;
         }
@@ -62,6 +65,11 @@ public:
 
     void keepWhatEqualsItsSeen()
     {
+        // Twins may be alike in everything else, and one of them edited or unread.
+        matchPlaces([](const StorePlace& place) {
+            return place.uid.empty() || place.file.empty() ? "" : place.uid + '\n' + place.file;
+        });
+        matchPlaces([](const StorePlace& place) { return place.uid; });
         matchRows(wholeHash, [](const SeenRow& row) { return row.hash; });
         matchRows(neutralHash, [&](const SeenRow& row) { return _context.seenContent(row); });
         // What a rewrite left in the store without being settled equals what is agreed.
@@ -76,6 +84,43 @@ private:
     static std::string neutralHash(const LocalRecord& record)
     {
         return contentHash(record.record->record(), HashScope::neutral);
+    }
+
+    using FeatureOfPlace = std::function<std::string(const StorePlace&)>;
+
+    // An item keeps its UID through every edit. So while the row's own text may be unread, a record
+    // of another UID is another record.
+    bool mayBe(const LocalRecord& record, const SeenRow& row) const
+    {
+        const UnreadClaim claim = _claims.at(&row);
+        if (claim == UnreadClaim::none)
+            return true;
+        const std::string& uid = record.place.uid;
+        if (claim == UnreadClaim::possible && (uid.empty() || row.place.uid.empty()))
+            return true;
+        return !uid.empty() && uid == row.place.uid;
+    }
+
+    // Pairs records and rows that share a feature with nobody else.
+    void matchPlaces(const FeatureOfPlace& feature)
+    {
+        if (_unnamed.empty() || _rows.empty() || _unnamed.size() + _rows.size() == 2)
+            return;
+        std::unordered_map<std::string, std::vector<const SeenRow*>> rows;
+        std::unordered_map<std::string, std::vector<LocalRecord*>> records;
+        for (const SeenRow* row : _rows)
+            rows[feature(row->place)].push_back(row);
+        for (LocalRecord* record : _unnamed)
+            records[feature(record->place)].push_back(record);
+        for (const auto& [name, sharers] : records) {
+            const auto found = rows.find(name);
+            if (name.empty() || sharers.size() != 1 || found == rows.end() ||
+                found->second.size() != 1)
+                continue;
+            take(*sharers.front(), *found->second.front());
+            std::erase(_rows, found->second.front());
+            std::erase(_unnamed, sharers.front());
+        }
     }
 
     void take(LocalRecord& record, const SeenRow& row)
@@ -106,13 +151,20 @@ private:
         std::vector<LocalRecord*> rest;
         for (LocalRecord* record : _unnamed) {
             const auto found = rowsByHash.find(hashOfRecord(*record));
-            if (found == rowsByHash.end() || found->second.empty()) {
+            if (found == rowsByHash.end()) {
                 rest.push_back(record);
                 continue;
             }
-            used.insert(found->second.front());
-            take(*record, *found->second.front());
-            found->second.pop_front();
+            const auto row =
+                std::find_if(found->second.begin(), found->second.end(),
+                             [&](const SeenRow* each) { return mayBe(*record, *each); });
+            if (row == found->second.end()) {
+                rest.push_back(record);
+                continue;
+            }
+            used.insert(*row);
+            take(*record, **row);
+            found->second.erase(row);
         }
         _unnamed = std::move(rest);
         _rows.erase(std::remove_if(_rows.begin(), _rows.end(),
@@ -130,15 +182,19 @@ private:
                    std::make_pair(right->agreedKey.value_or("").size(),
                                   right->agreedKey.value_or(""));
         });
+        std::erase_if(_rows, [](const SeenRow* row) { return !row->agreedKey; });
         std::vector<LocalRecord*> rest;
-        std::size_t next = 0;
+        std::deque<const SeenRow*> left(_rows.begin(), _rows.end());
         for (LocalRecord* record : _unnamed) {
-            while (next < _rows.size() && !_rows[next]->agreedKey)
-                ++next;
-            if (next < _rows.size())
-                take(*record, *_rows[next++]);
-            else
+            const auto row = std::find_if(left.begin(), left.end(), [&](const SeenRow* each) {
+                return mayBe(*record, *each);
+            });
+            if (row == left.end()) {
                 rest.push_back(record);
+                continue;
+            }
+            take(*record, **row);
+            left.erase(row);
         }
         _unnamed = std::move(rest);
     }
@@ -204,6 +260,7 @@ private:
     const std::vector<LocalRecord*>& _records;
     std::vector<LocalRecord*> _unnamed;
     std::vector<const SeenRow*> _rows;
+    std::unordered_map<const SeenRow*, UnreadClaim> _claims;
     std::unordered_set<std::string> _taken;
 };
 

@@ -27,6 +27,8 @@ public:
     /// What is agreed, or on the server, under that name and was never seen here; nullopt when
     /// there is nothing.
     virtual std::optional<std::string> unseenContent(const RecordId& id) const = 0;
+    /// Whether the row's record may be unread at present, so that its name is nobody else's.
+    virtual UnreadClaim unreadClaim(const SeenRow& row) const = 0;
     /// Whether a new record that is like nothing known may be the one of that name.
     virtual bool mayTake(const RecordId& id, const LocalRecord& record) const = 0;
 };

@@ -27,20 +27,42 @@ bool isOfKeptCalendar(const AgreedRow& row, const Knowledge& knowledge)
            knowledge.keptCalendars().count(knowledge.localCalendarKey(*calendar)) != 0;
 }
 
+// The record itself, or the calendar that it would be written into.
+bool isUnread(UnreadRow::Whose whose, const RecordId& id,
+              const std::optional<std::string>& parentKey, const Knowledge& knowledge)
+{
+    if (knowledge.unreadRow(whose, id) != nullptr)
+        return true;
+    return id.conduit != kConduitCalendar && parentKey &&
+           knowledge.unreadRow(whose, {std::string(kConduitCalendar), *parentKey}) != nullptr;
+}
+
+bool isUnread(const AgreedRow& row, const Knowledge& knowledge)
+{
+    return isUnread(UnreadRow::Whose::agreed, row.id, row.parentKey, knowledge);
+}
+
+bool isUnread(const KeptRow& row, const Knowledge& knowledge)
+{
+    return isUnread(UnreadRow::Whose::kept, row.id, row.parentKey, knowledge);
+}
+
 std::vector<HandedRecord> agreedAndKept(LocalState& state, const Knowledge& knowledge)
 {
     std::vector<HandedRecord> handed;
     handed.reserve(knowledge.agreed().size() + knowledge.kept().size());
     for (const AgreedRow& row : knowledge.agreed()) {
-        if (isOfKeptCalendar(row, knowledge))
+        if (isOfKeptCalendar(row, knowledge) || isUnread(row, knowledge))
             continue;
         Dictionary record = state.agreedRecord(row.id);
         // Only acceptable records are ever agreed; one that is not would stop the rewrite halfway.
         if (isAcceptableRecord(record, row.id.key, row.id.conduit))
             handed.push_back({row.id, row.parentKey, std::move(record), false});
     }
-    for (const KeptRow& row : knowledge.kept())
-        handed.push_back({row.id, row.parentKey, state.keptRecord(row.id), true});
+    for (const KeptRow& row : knowledge.kept()) {
+        if (!isUnread(row, knowledge))
+            handed.push_back({row.id, row.parentKey, state.keptRecord(row.id), true});
+    }
     std::sort(handed.begin(), handed.end(),
               [](const auto& left, const auto& right) { return left.id < right.id; });
     return handed;
@@ -78,6 +100,27 @@ std::unordered_map<std::string, std::string> sourceKeysOfStore(LocalState& state
     return sourceKeys;
 }
 
+// The folders in which calendars stand that cannot be read, and so stay.
+std::unordered_set<std::string> sourceKeysOfUnread(LocalState& state, const Knowledge& knowledge)
+{
+    std::unordered_set<std::string> sourceKeys;
+    for (const UnreadRow& row : knowledge.unread()) {
+        if (row.id.conduit != kConduitCalendar)
+            continue;
+        const SeenRow* seen = knowledge.seenOfAgreed(row.id);
+        Value sourceKey;
+        if (row.whose == UnreadRow::Whose::kept)
+            sourceKey = state.keptRecord(row.id)["SourceKey"];
+        else if (seen != nullptr)
+            sourceKey = state.seenRecord(*seen)["SourceKey"];
+        else if (knowledge.agreedRow(row.id) != nullptr)
+            sourceKey = state.agreedRecord(row.id)["SourceKey"];
+        if (sourceKey.isString())
+            sourceKeys.emplace(sourceKey.string());
+    }
+    return sourceKeys;
+}
+
 void tellSourceKeysApart(std::vector<HandedRecord>& handed, LocalState& state,
                          const Knowledge& knowledge)
 {
@@ -89,7 +132,14 @@ void tellSourceKeysApart(std::vector<HandedRecord>& handed, LocalState& state,
     }
     std::unordered_map<std::string, std::string> ofStore;
     std::vector<HandedRecord*> others;
+    const std::unordered_set<std::string> unread = sourceKeysOfUnread(state, knowledge);
+    for (const std::string& sourceKey : unread)
+        sharers.try_emplace(sourceKey);
     for (auto& [sourceKey, records] : sharers) {
+        if (unread.count(sourceKey) != 0) {
+            others.insert(others.end(), records.begin(), records.end());
+            continue;
+        }
         if (records.size() < 2)
             continue;
         if (ofStore.empty())

@@ -18,7 +18,8 @@ struct HandedRecord {
 };
 
 /// What getLocalState gives, by conduit, then key: what is agreed, and for switched-off calendars
-/// what their store last gave, which is all that counts of them.
+/// what their store last gave, which is all that counts of them. What is unread is not given, nor
+/// what belongs into a calendar that is: their texts stay as they stand in the store.
 ///
 /// Two things are put right on the way out, and stay as they are in what is agreed. A calendar
 /// whose group is no record of the state goes without ParentRecordKey, or a store would have no

@@ -1,92 +1,76 @@
 #include "Sync/Host/Engine/KeptRecords.h"
 
-#include <memory>
+#include <algorithm>
+#include <iterator>
 
-#include "Sync/Host/Engine/HostSyncRecord.h"
 #include "Sync/Host/Engine/RecordCoding.h"
 
 namespace kt {
 
 namespace {
 
-using IdSet = std::unordered_set<RecordId, RecordIdHash>;
-
-IdSet idsOf(const SyncRecordList& records)
+const std::string* calendarOf(const SyncRecord& record)
 {
-    IdSet ids;
-    for (const SyncRecord& record : records) {
-        if (record)
-            ids.insert({record->conduit(), record->recordKey()});
-    }
-    return ids;
+    if (record->conduit() == kConduitCalendar)
+        return &record->recordKey();
+    return record->recordParentKey() ? &*record->recordParentKey() : nullptr;
 }
+
+}  // namespace
 
 const std::string& calendarOf(const KeptRow& row)
 {
     return row.id.conduit == kConduitCalendar || !row.parentKey ? row.id.key : *row.parentKey;
 }
 
-}  // namespace
-
 std::unordered_set<std::string> calendarsOf(const SyncRecordList& records)
 {
     std::unordered_set<std::string> calendars;
     for (const SyncRecord& record : records) {
-        if (!record)
-            continue;
-        if (record->conduit() == kConduitCalendar)
-            calendars.insert(record->recordKey());
-        else if (record->recordParentKey())
-            calendars.insert(*record->recordParentKey());
+        if (const std::string* calendar = record ? calendarOf(record) : nullptr)
+            calendars.insert(*calendar);
     }
     return calendars;
 }
 
-void replaceKept(LocalState& state, const Knowledge& knowledge, const SyncRecordList& records,
-                 const KeptReplacement& replacement)
+SyncRecordList recordsOfCalendars(const SyncRecordList& records,
+                                  const std::unordered_set<std::string>& calendars)
 {
-    std::unordered_map<RecordId, const std::string*, RecordIdHash> formerHashes;
-    for (const KeptRow& row : knowledge.kept())
-        formerHashes.emplace(row.id, &row.hash);
-
-    // Equal keys need no names here: they are never agreed, and a rewrite gives each its own file.
-    // So the second of two takes the next free one.
-    IdSet kept;
-    for (const SyncRecord& record : records) {
-        if (!record)
-            continue;
-        RecordId id{record->conduit(), record->recordKey()};
-        for (int number = 2; !kept.insert(id).second; ++number)
-            id.key = record->recordKey() + '-' + std::to_string(number);
-        const std::string hash = contentHash(record->record());
-        const auto former = formerHashes.find(id);
-        if (former == formerHashes.end() || *former->second != hash)
-            state.setKept({id, record->recordParentKey(), hash}, record->record());
-    }
-    for (const KeptRow& row : knowledge.kept()) {
-        const bool isUnread =
-            replacement.isMissingUnread && replacement.activeCalendars.count(calendarOf(row)) == 0;
-        if (kept.count(row.id) == 0 && !isUnread)
-            state.removeKept(row.id);
-    }
+    SyncRecordList result;
+    std::copy_if(records.begin(), records.end(), std::back_inserter(result),
+                 [&](const SyncRecord& record) {
+                     const std::string* calendar = record ? calendarOf(record) : nullptr;
+                     return calendar != nullptr && calendars.count(*calendar) != 0;
+                 });
+    return result;
 }
 
-SyncRecordList withKeptRecordsThatAreMissing(const SyncRecordList& records, LocalState& state,
-                                             const Knowledge& knowledge)
+void replaceKept(LocalState& state, const Knowledge& knowledge, const SyncRecordList& records,
+                 const KeptNames& names, const RecordIdSet& stays, const StorePlaces& places)
 {
-    SyncRecordList all = records;
-    if (knowledge.kept().empty())
-        return all;
-    const IdSet present = idsOf(records);
-    for (const KeptRow& row : knowledge.kept()) {
-        const bool isSwitchedOn =
-            present.count({std::string(kConduitCalendar), calendarOf(row)}) != 0;
-        if (isSwitchedOn && present.count(row.id) == 0)
-            all.push_back(std::make_shared<HostSyncRecord>(kRecordTypeRecord,
-                                                           state.keptRecord(row.id), row.id.key,
-                                                           row.parentKey, row.id.conduit));
+    std::unordered_map<RecordId, const KeptRow*, RecordIdHash> former;
+    for (const KeptRow& row : knowledge.kept())
+        former.emplace(row.id, &row);
+    RecordIdSet kept;
+    for (std::size_t index = 0; index < records.size(); ++index) {
+        const SyncRecord& record = records[index];
+        if (!record)
+            continue;
+        const RecordId& id = names.ids[index];
+        kept.insert(id);
+        const KeptRow row{id, record->recordParentKey(), contentHash(record->record()),
+                          places.of(*record)};
+        const auto found = former.find(id);
+        const bool isAsBefore = found != former.end() && found->second->hash == row.hash &&
+                                found->second->parentKey == row.parentKey &&
+                                found->second->place == row.place;
+        if (!isAsBefore)
+            state.setKept(row, record->record());
     }
-    return all;
+    for (const KeptRow& row : knowledge.kept()) {
+        if (kept.count(row.id) == 0 && stays.count(row.id) == 0)
+            state.removeKept(row.id);
+    }
 }
 
 }  // namespace kt

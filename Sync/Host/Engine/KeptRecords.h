@@ -3,6 +3,7 @@
 #include <string>
 #include <unordered_set>
 
+#include "Sync/Host/Engine/KeptNames.h"
 #include "Sync/Host/Engine/Knowledge.h"
 #include "Sync/HostInterface/KTSyncRecord.h"
 
@@ -11,22 +12,17 @@ namespace kt {
 /// Local keys of the calendars that the records are, or belong to.
 std::unordered_set<std::string> calendarsOf(const SyncRecordList& records);
 
-/// What is known about the store when kept records are replaced.
-struct KeptReplacement {
-    std::unordered_set<std::string>
-        activeCalendars;           // local keys: no longer kept, whatever was kept of them
-    bool isMissingUnread = false;  // what is missing in a switched-off calendar was not deleted
-};
+/// Local key of the calendar that a kept record is, or belongs to.
+const std::string& calendarOf(const KeptRow& row);
 
-/// Makes the records of switched-off calendars what is kept. They replace what was kept before as a
-/// whole: a record that the user deleted in a switched-off calendar is gone.
+/// Those of the records that are, or belong to, one of the calendars.
+SyncRecordList recordsOfCalendars(const SyncRecordList& records,
+                                  const std::unordered_set<std::string>& calendars);
+
+/// Makes the records of switched-off calendars what is kept, under the names given. They replace
+/// what was kept before as a whole, but for what `stays`: a record that the user deleted in a
+/// switched-off calendar is gone.
 void replaceKept(LocalState& state, const Knowledge& knowledge, const SyncRecordList& records,
-                 const KeptReplacement& replacement);
-
-/// The records of the store and, of calendars that were kept and are switched on now, what the
-/// store lacks. Only for runs in which missing does not mean deleted: what was kept is nowhere
-/// else.
-SyncRecordList withKeptRecordsThatAreMissing(const SyncRecordList& records, LocalState& state,
-                                             const Knowledge& knowledge);
+                 const KeptNames& names, const RecordIdSet& stays, const StorePlaces& places);
 
 }  // namespace kt

@@ -29,17 +29,22 @@ Knowledge::Knowledge(LocalState& state)
       _agreed(state.agreedRows()),
       _seen(state.seenRows()),
       _kept(state.keptRows()),
-      _untaken(state.untakenRows())
+      _untaken(state.untakenRows()),
+      _unread(state.unreadRows()),
+      _unreadTexts(state.unreadTexts())
 {
     for (std::size_t index = 0; index < _agreed.size(); ++index)
         _agreedIndex.emplace(_agreed[index].id, index);
     for (std::size_t index = 0; index < _untaken.size(); ++index)
         _untakenIndex.emplace(_untaken[index].id, index);
+    for (std::size_t index = 0; index < _unread.size(); ++index) {
+        const bool isKept = _unread[index].whose == UnreadRow::Whose::kept;
+        (isKept ? _unreadKeptIndex : _unreadAgreedIndex).emplace(_unread[index].id, index);
+    }
     for (const KeptRow& row : _kept) {
+        // Of a calendar that is switched on again something unread may still be kept.
         if (row.id.conduit == kConduitCalendar)
             _keptCalendars.insert(row.id.key);
-        else if (row.parentKey)
-            _keptCalendars.insert(*row.parentKey);
     }
     for (std::size_t index = 0; index < _seen.size(); ++index) {
         const SeenRow& row = _seen[index];
@@ -60,6 +65,12 @@ const AgreedRow* Knowledge::agreedRow(const RecordId& id) const
 const UntakenRow* Knowledge::untakenRow(const RecordId& id) const
 {
     return rowAt(_untaken, _untakenIndex, id);
+}
+
+const UnreadRow* Knowledge::unreadRow(UnreadRow::Whose whose, const RecordId& id) const
+{
+    const bool isKept = whose == UnreadRow::Whose::kept;
+    return rowAt(_unread, isKept ? _unreadKeptIndex : _unreadAgreedIndex, id);
 }
 
 const SeenRow* Knowledge::seenOfAgreed(const RecordId& agreedId) const

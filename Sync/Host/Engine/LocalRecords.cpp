@@ -7,6 +7,7 @@
 #include "Sync/Host/Engine/RecordCoding.h"
 #include "Sync/Host/Engine/RecordFields.h"
 #include "Sync/Host/Engine/Settling.h"
+#include "Sync/Host/Engine/UnreadRecords.h"
 
 namespace kt {
 
@@ -16,12 +17,14 @@ class Context : public EqualKeysContext {
 public:
     // What is in `claimed` belongs to a record that is named already.
     Context(const Knowledge& knowledge, const RemoteChanges& remote, LocalState& state,
-            LocalRecords::Base base, const std::unordered_set<RecordId, RecordIdHash>& claimed)
+            LocalRecords::Base base, const std::unordered_set<RecordId, RecordIdHash>& claimed,
+            const UnreadTexts& texts)
         : _knowledge(knowledge),
           _remote(remote),
           _state(state),
           _base(base),
-          _claimed(claimed)
+          _claimed(claimed),
+          _texts(texts)
     {}
 
     std::string seenContent(const SeenRow& row) const override
@@ -59,10 +62,26 @@ public:
         return isBareKey && id.conduit != kConduitTask;
     }
 
+    UnreadClaim unreadClaim(const SeenRow& row) const override
+    {
+        return _texts.empty() ? UnreadClaim::none
+                              : _texts.claimOn(knownRecord(row, _knowledge, _texts));
+    }
+
 private:
     bool isAnothers(const RecordId& id) const
     {
-        return _knowledge.seenOfAgreed(id) != nullptr || _claimed.count(id) != 0;
+        return _knowledge.seenOfAgreed(id) != nullptr || _claimed.count(id) != 0 || isUnread(id);
+    }
+
+    // For what was unread before it was ever seen.
+    bool isUnread(const RecordId& id) const
+    {
+        if (_knowledge.unreadRow(UnreadRow::Whose::agreed, id) == nullptr)
+            return false;
+        const AgreedRow* agreed = _knowledge.agreedRow(id);
+        return agreed != nullptr &&
+               _texts.claimOn(knownRecord(*agreed, _knowledge, _texts)) != UnreadClaim::none;
     }
 
     const RemoteChange* liveOnServer(const RecordId& id) const
@@ -93,6 +112,7 @@ private:
     LocalState& _state;
     LocalRecords::Base _base;
     const std::unordered_set<RecordId, RecordIdHash>& _claimed;
+    const UnreadTexts& _texts;
 };
 
 void replaceKey(Dictionary& record, std::string_view field,
@@ -109,7 +129,8 @@ void replaceKey(Dictionary& record, std::string_view field,
 }  // namespace
 
 LocalRecords::LocalRecords(const SyncRecordList& records, const Knowledge& knowledge,
-                           const RemoteChanges& remote, LocalState& state, Base base)
+                           const RemoteChanges& remote, LocalState& state, Base base,
+                           const StoreReading& reading)
     : _knowledge(knowledge)
 {
     using Rows = std::vector<const SeenRow*>;
@@ -126,6 +147,7 @@ LocalRecords::LocalRecords(const SyncRecordList& records, const Knowledge& knowl
         LocalRecord& local = _records.emplace_back();
         local.record = record;
         local.hash = contentHash(record->record());
+        local.place = reading.places.of(*record);
         const RecordId id{record->conduit(), record->recordKey()};
         auto& group = groups[id];
         if (group.empty())
@@ -134,7 +156,7 @@ LocalRecords::LocalRecords(const SyncRecordList& records, const Knowledge& knowl
     }
 
     Claims claimed;
-    const Context context(knowledge, remote, state, base, claimed);
+    const Context context(knowledge, remote, state, base, claimed, reading.texts);
     if (knowledge.facts().mark) {
         for (const RecordId& id : order)
             keepWhatEqualsItsSeen(groups[id], rows[id], context);
@@ -146,6 +168,8 @@ LocalRecords::LocalRecords(const SyncRecordList& records, const Knowledge& knowl
     }
     for (const RecordId& id : order)
         tellEqualKeysApart(groups[id], rows[id], context);
+    for (const LocalRecord& local : _records)
+        _rowsTaken.insert(local.seen);
     indexAgreedKeys();
 }
 

@@ -7,6 +7,7 @@
 
 #include "Sync/Host/Engine/Knowledge.h"
 #include "Sync/Host/Engine/RemoteChanges.h"
+#include "Sync/Host/Engine/UnreadTexts.h"
 #include "Sync/HostInterface/KTSyncRecord.h"
 
 namespace kt {
@@ -15,11 +16,18 @@ namespace kt {
 struct LocalRecord {
     SyncRecord record;  // as the plug-in gave it
     std::string hash;   // of its content, under local keys
+    StorePlace place;   // empty when nothing was told of it
     RecordId agreedId;  // what it is, or will be, agreed under
     const SeenRow* seen =
         nullptr;  // what it was at the end of the last settled run; null when it is new
     bool isLeftOver =
         false;  // comes from a rewrite and belongs to no agreed record; agreedId has no key
+};
+
+/// What a load told beside the records. Nothing is owned.
+struct StoreReading {
+    const StorePlaces& places;
+    const UnreadTexts& texts;
 };
 
 /// The records of one run's store under the keys they are agreed under.
@@ -28,7 +36,8 @@ struct LocalRecord {
 /// was seen keeps the name it had; what equals a record that is agreed or on the server under one
 /// of the key's names takes that; the rest take the names that are left, the key itself first, then
 /// the key with `-2`, `-3` behind it, in load order. A record with RecurrenceId never takes the
-/// bare key while another is there: its series is found by that.
+/// bare key while another is there: its series is found by that. Before content, UID and file tell
+/// which is which, and the name of a record that may be unread at present is nobody else's.
 ///
 /// While a rewrite is not settled the store may hold what was handed out for it under keys that it
 /// was never seen with. So what equals nothing that was seen is first looked for there, in the way
@@ -40,11 +49,15 @@ public:
     enum class Base { agreed, none };
 
     LocalRecords(const SyncRecordList& records, const Knowledge& knowledge,
-                 const RemoteChanges& remote, LocalState& state, Base base);
+                 const RemoteChanges& remote, LocalState& state, Base base,
+                 const StoreReading& reading);
 
     const std::vector<LocalRecord>& all() const { return _records; }
     /// Null when the store has no such record.
     const LocalRecord* recordAgreedAs(const RecordId& id) const;
+
+    /// Whether one of the store's records is what that row was.
+    bool isRowTaken(const SeenRow& row) const { return _rowsTaken.count(&row) != 0; }
 
     /// The record's dictionary with the agreed keys of other records in place of local ones.
     Dictionary underAgreedKeys(const LocalRecord& record) const;
@@ -61,6 +74,7 @@ private:
 
     const Knowledge& _knowledge;
     std::vector<LocalRecord> _records;
+    std::unordered_set<const SeenRow*> _rowsTaken;
     std::unordered_map<RecordId, std::size_t, RecordIdHash> _byAgreedId;
     std::unordered_map<std::string, std::string> _agreedCalendarKeys;
     std::unordered_map<std::string, std::string> _localCalendarKeys;

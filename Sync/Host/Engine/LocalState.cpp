@@ -5,58 +5,13 @@
 #include <system_error>
 #include <utility>
 
+#include "Sync/Host/Engine/LocalStateFormat.h"
 #include "Sync/Host/Engine/RecordCoding.h"
 #include "Sync/Host/Server/SqliteDatabase.h"
 
 namespace kt {
 
 namespace {
-
-constexpr std::string_view kSchema = R"(
-CREATE TABLE facts (
-    name TEXT PRIMARY KEY,
-    value TEXT NOT NULL
-) WITHOUT ROWID;
-CREATE TABLE agreed (
-    conduit TEXT NOT NULL,
-    key TEXT NOT NULL,
-    parent_key TEXT,
-    revision INTEGER NOT NULL,
-    hash TEXT NOT NULL,
-    record BLOB NOT NULL,
-    PRIMARY KEY (conduit, key)
-);
-CREATE TABLE seen (
-    id INTEGER PRIMARY KEY,
-    conduit TEXT NOT NULL,
-    local_key TEXT NOT NULL,
-    agreed_key TEXT,
-    local_parent_key TEXT,
-    hash TEXT NOT NULL,
-    timezone TEXT NOT NULL,
-    record BLOB NOT NULL
-);
-CREATE TABLE kept (
-    conduit TEXT NOT NULL,
-    key TEXT NOT NULL,
-    parent_key TEXT,
-    hash TEXT NOT NULL,
-    record BLOB NOT NULL,
-    PRIMARY KEY (conduit, key)
-);
-CREATE TABLE untaken (
-    conduit TEXT NOT NULL,
-    key TEXT NOT NULL,
-    parent_key TEXT,
-    revision INTEGER NOT NULL,
-    offers INTEGER NOT NULL,
-    refused INTEGER NOT NULL,
-    PRIMARY KEY (conduit, key)
-);
-)";
-
-constexpr std::string_view kSteps[] = {kSchema};
-constexpr SqliteFormat kFormat{"Der lokale Sync-Stand", 0x4B544C53 /* KTLS */, kSteps};
 
 // Another run of the same device is told to the user at once rather than waited for.
 constexpr std::chrono::milliseconds kWait{200};
@@ -68,6 +23,7 @@ constexpr const char* kAnchorAfterSettling = "anchor after settling";
 constexpr const char* kOwed = "owed";
 constexpr const char* kMark = "mark";
 constexpr const char* kSystemVersion = "system version";
+constexpr const char* kUnreadTextsChanged = "unread texts changed";
 
 void makeFolderOf(const std::string& path)
 {
@@ -85,7 +41,7 @@ SqliteAccess sqliteAccess(StateAccess access)
 
 struct LocalState::Database {
     Database(const std::string& filePath, StateAccess stateAccess)
-        : file(filePath, kFormat, sqliteAccess(stateAccess), kWait),
+        : file(filePath, localStateFormat(), sqliteAccess(stateAccess), kWait),
           path(filePath),
           access(stateAccess)
     {}
@@ -165,6 +121,7 @@ StateFacts LocalState::facts()
     facts.owed = _database->number(kOwed) != 0;
     facts.mark = _database->fact(kMark);
     facts.systemVersion = static_cast<int>(_database->number(kSystemVersion));
+    facts.unreadTextsChanged = _database->number(kUnreadTextsChanged);
     return facts;
 }
 
@@ -177,6 +134,7 @@ void LocalState::setFacts(const StateFacts& facts)
     _database->setNumber(kOwed, facts.owed ? 1 : 0);
     _database->setFact(kMark, facts.mark);
     _database->setNumber(kSystemVersion, facts.systemVersion);
+    _database->setNumber(kUnreadTextsChanged, facts.unreadTextsChanged);
 }
 
 std::vector<AgreedRow> LocalState::agreedRows()
@@ -228,8 +186,8 @@ std::vector<SeenRow> LocalState::seenRows()
 {
     std::vector<SeenRow> rows;
     _database->file.each(
-        "SELECT id, conduit, local_key, agreed_key, local_parent_key, hash, timezone FROM seen "
-        "ORDER BY id",
+        "SELECT id, conduit, local_key, agreed_key, local_parent_key, hash, timezone, uid, file "
+        "FROM seen ORDER BY id",
         [&](auto& row) {
             SeenRow seen;
             seen.row = row.getColumn(0).getInt64();
@@ -238,6 +196,7 @@ std::vector<SeenRow> LocalState::seenRows()
             seen.localParentKey = textOrNull(row, 4);
             seen.hash = row.getColumn(5).getString();
             seen.timezone = row.getColumn(6).getString();
+            seen.place = {row.getColumn(7).getString(), row.getColumn(8).getString()};
             rows.push_back(std::move(seen));
         });
     return rows;
@@ -256,11 +215,10 @@ void LocalState::addSeen(const SeenRow& row, const Dictionary& record)
 {
     const std::string bytes = encodedRecord(record);
     _database->file.run(
-        "INSERT INTO seen (conduit, local_key, agreed_key, local_parent_key, hash, timezone, "
-        "record)"
-        " VALUES (?, ?, ?, ?, ?, ?, ?)",
+        "INSERT INTO seen (conduit, local_key, agreed_key, local_parent_key, hash, timezone, uid, "
+        "file, record) VALUES (?, ?, ?, ?, ?, ?, ?, ?, ?)",
         row.local.conduit, row.local.key, row.agreedKey, row.localParentKey, row.hash, row.timezone,
-        SqliteBytes{bytes});
+        row.place.uid, row.place.file, SqliteBytes{bytes});
 }
 
 void LocalState::setSeen(const SeenRow& row, const Dictionary& record)
@@ -268,10 +226,9 @@ void LocalState::setSeen(const SeenRow& row, const Dictionary& record)
     const std::string bytes = encodedRecord(record);
     _database->file.run(
         "UPDATE seen SET conduit = ?, local_key = ?, agreed_key = ?, local_parent_key = ?, hash = "
-        "?,"
-        " timezone = ?, record = ? WHERE id = ?",
+        "?, timezone = ?, uid = ?, file = ?, record = ? WHERE id = ?",
         row.local.conduit, row.local.key, row.agreedKey, row.localParentKey, row.hash, row.timezone,
-        SqliteBytes{bytes}, row.row);
+        row.place.uid, row.place.file, SqliteBytes{bytes}, row.row);
 }
 
 void LocalState::removeSeen(const SeenRow& row)
@@ -282,13 +239,14 @@ void LocalState::removeSeen(const SeenRow& row)
 std::vector<KeptRow> LocalState::keptRows()
 {
     std::vector<KeptRow> rows;
-    _database->file.each("SELECT conduit, key, parent_key, hash FROM kept ORDER BY conduit, key",
-                         [&](auto& row) {
-                             rows.push_back(
-                                 {{row.getColumn(0).getString(), row.getColumn(1).getString()},
-                                  textOrNull(row, 2),
-                                  row.getColumn(3).getString()});
-                         });
+    _database->file.each(
+        "SELECT conduit, key, parent_key, hash, uid, file FROM kept ORDER BY conduit, key",
+        [&](auto& row) {
+            rows.push_back({{row.getColumn(0).getString(), row.getColumn(1).getString()},
+                            textOrNull(row, 2),
+                            row.getColumn(3).getString(),
+                            {row.getColumn(4).getString(), row.getColumn(5).getString()}});
+        });
     return rows;
 }
 
@@ -305,9 +263,10 @@ void LocalState::setKept(const KeptRow& row, const Dictionary& record)
 {
     const std::string bytes = encodedRecord(record);
     _database->file.run(
-        "INSERT OR REPLACE INTO kept (conduit, key, parent_key, hash, record) VALUES (?, ?, ?, ?, "
-        "?)",
-        row.id.conduit, row.id.key, row.parentKey, row.hash, SqliteBytes{bytes});
+        "INSERT OR REPLACE INTO kept (conduit, key, parent_key, hash, uid, file, record) VALUES "
+        "(?, ?, ?, ?, ?, ?, ?)",
+        row.id.conduit, row.id.key, row.parentKey, row.hash, row.place.uid, row.place.file,
+        SqliteBytes{bytes});
 }
 
 void LocalState::removeKept(const RecordId& id)
@@ -345,10 +304,57 @@ void LocalState::removeUntaken(const RecordId& id)
     _database->file.run("DELETE FROM untaken WHERE conduit = ? AND key = ?", id.conduit, id.key);
 }
 
+std::vector<UnreadRow> LocalState::unreadRows()
+{
+    std::vector<UnreadRow> rows;
+    _database->file.each(
+        "SELECT whose, conduit, key, since FROM unread ORDER BY whose, conduit, key",
+        [&](auto& row) {
+            rows.push_back({static_cast<UnreadRow::Whose>(row.getColumn(0).getInt()),
+                            {row.getColumn(1).getString(), row.getColumn(2).getString()},
+                            row.getColumn(3).getInt64()});
+        });
+    return rows;
+}
+
+void LocalState::setUnread(const UnreadRow& row)
+{
+    _database->file.run(
+        "INSERT OR REPLACE INTO unread (whose, conduit, key, since) VALUES (?, ?, ?, ?)",
+        static_cast<std::int64_t>(row.whose), row.id.conduit, row.id.key, row.since);
+}
+
+void LocalState::removeUnread(const UnreadRow& row)
+{
+    _database->file.run("DELETE FROM unread WHERE whose = ? AND conduit = ? AND key = ?",
+                        static_cast<std::int64_t>(row.whose), row.id.conduit, row.id.key);
+}
+
+std::vector<UnreadTextRow> LocalState::unreadTexts()
+{
+    std::vector<UnreadTextRow> rows;
+    _database->file.each("SELECT name, since FROM unread_text ORDER BY name", [&](auto& row) {
+        rows.push_back({row.getColumn(0).getString(), row.getColumn(1).getInt64()});
+    });
+    return rows;
+}
+
+void LocalState::setUnreadText(const UnreadTextRow& row)
+{
+    _database->file.run("INSERT OR REPLACE INTO unread_text (name, since) VALUES (?, ?)", row.name,
+                        row.since);
+}
+
+void LocalState::removeUnreadText(const std::string& name)
+{
+    _database->file.run("DELETE FROM unread_text WHERE name = ?", name);
+}
+
 void LocalState::clear()
 {
     for (const char* statement :
          {"DELETE FROM agreed", "DELETE FROM seen", "DELETE FROM kept", "DELETE FROM untaken",
+          "DELETE FROM unread", "DELETE FROM unread_text",
           "DELETE FROM facts WHERE name <> 'device'"})
         _database->file.run(statement);
 }

@@ -16,6 +16,15 @@ enum class StateAccess {
     readOnly,  // for a dry run: a file that does not exist yet is not made
 };
 
+/// Where a record stands in the store: what it is recognised by when its text cannot be read.
+struct StorePlace {
+    std::string uid;  // of an item, as written; empty without one
+    std::string
+        file;  // an item's file, a calendar's folder; relative to the home where it is there
+
+    friend bool operator==(const StorePlace&, const StorePlace&) = default;
+};
+
 /// A record as server and device last exchanged it, without its content.
 struct AgreedRow {
     RecordId id;
@@ -34,6 +43,7 @@ struct SeenRow {
     std::optional<std::string> localParentKey;  // of its calendar, as the plug-in computed it
     std::string hash;
     std::string timezone;  // the machine's own zone at that time
+    StorePlace place;
 };
 
 /// A record of a switched-off calendar, as the store last gave it, under local keys, without its
@@ -42,6 +52,25 @@ struct KeptRow {
     RecordId id;
     std::optional<std::string> parentKey;
     std::string hash;
+    StorePlace place{};
+};
+
+/// A record that is known, and missing because its text cannot be read at present: neither deleted
+/// nor written over.
+struct UnreadRow {
+    enum class Whose {
+        agreed = 0,  // under the key it is agreed under
+        kept = 1,    // of a switched-off calendar, under the key it is kept under
+    };
+    Whose whose = Whose::agreed;
+    RecordId id;
+    std::int64_t since = 0;  // texts that were there before that cannot be its own
+};
+
+/// A text that could not be read at the end of the last settled run.
+struct UnreadTextRow {
+    std::string name;        // what it is recognised by
+    std::int64_t since = 0;  // counted as in StateFacts::unreadTextsChanged
 };
 
 /// A server's record that was offered and not taken. It is offered again.
@@ -63,6 +92,8 @@ struct StateFacts {
     std::optional<std::string>
         mark;               // a rewrite is under way: the name of the backup made before it
     int systemVersion = 0;  // whose layout the store had that was seen; 0 when not told
+    std::int64_t unreadTextsChanged =
+        0;  // how often settled runs have found other unread texts than the one before
 
     friend bool operator==(const StateFacts&, const StateFacts&) = default;
 };
@@ -117,6 +148,13 @@ public:
     std::vector<UntakenRow> untakenRows();
     void setUntaken(const UntakenRow& row);
     void removeUntaken(const RecordId& id);
+
+    std::vector<UnreadRow> unreadRows();  // by whose, conduit and key
+    void setUnread(const UnreadRow& row);
+    void removeUnread(const UnreadRow& row);
+    std::vector<UnreadTextRow> unreadTexts();  // by name
+    void setUnreadText(const UnreadTextRow& row);
+    void removeUnreadText(const std::string& name);
 
     /// Forgets everything but the device id.
     void clear();

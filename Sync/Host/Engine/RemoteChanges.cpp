@@ -37,6 +37,16 @@ bool isWorthAnotherRun(const UntakenRow& row, const Knowledge& knowledge)
     return knowledge.keptCalendars().count(knowledge.localCalendarKey(calendar)) == 0;
 }
 
+// Whether a change can only be taken once a text of the store can be read again. When that is so, a
+// full comparison is due anyway.
+bool waitsForItsText(const ServerDigest& digest, const Knowledge& knowledge)
+{
+    constexpr auto kAgreed = UnreadRow::Whose::agreed;
+    return knowledge.unreadRow(kAgreed, digest.id) != nullptr ||
+           (digest.parentKey && knowledge.unreadRow(kAgreed, {std::string(kConduitCalendar),
+                                                              *digest.parentKey}) != nullptr);
+}
+
 // Groups, calendars, items; tombstones the other way round and last.
 int placeInOffer(const RemoteChange& change)
 {
@@ -139,7 +149,8 @@ void RemoteChanges::add(ServerRecord record, const Knowledge& knowledge, const L
             "Der Datensatz '%@' (%@) des Servers ist unvollständig oder fehlerhaft und wird nicht "
             "übernommen",
             id.key, id.conduit));
-    if (!change.isRefused && (!isOffer || isWorthAnotherRun(*untaken, knowledge)))
+    const bool isNews = !isOffer || isWorthAnotherRun(*untaken, knowledge);
+    if (!change.isRefused && isNews && !waitsForItsText(change.server, knowledge))
         _hasNews = true;
     _changes.insert_or_assign(id, std::move(change));
 }

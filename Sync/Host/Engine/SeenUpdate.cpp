@@ -15,7 +15,7 @@ bool saysTheSame(const SeenRow& left, const SeenRow& right)
 {
     return left.local == right.local && left.agreedKey == right.agreedKey &&
            left.localParentKey == right.localParentKey && left.hash == right.hash &&
-           left.timezone == right.timezone;
+           left.timezone == right.timezone && left.place == right.place;
 }
 
 SeenRow rowFor(const SeenTarget& target, std::string_view timezone)
@@ -26,6 +26,7 @@ SeenRow rowFor(const SeenTarget& target, std::string_view timezone)
     row.localParentKey = target.record->recordParentKey();
     row.hash = target.hash;
     row.timezone = timezone;
+    row.place = target.place;
     return row;
 }
 

@@ -15,6 +15,7 @@ namespace kt {
 struct SeenTarget {
     SyncRecord record;
     std::string hash;
+    StorePlace place;
     std::optional<std::string> agreedKey;  // nullopt: belongs to no agreed record
     const SeenRow* row = nullptr;          // the row that said so until now
 };

@@ -4,13 +4,14 @@ namespace kt {
 
 bool isHeldByLosses(const StartFacts& facts)
 {
-    return !facts.isSettling && facts.hasLosses && !facts.hasMark;
+    return !facts.isSettling && facts.isUnsafe && !facts.hasMark;
 }
 
 bool needsFullComparison(const StartFacts& facts)
 {
     return facts.hasMark || facts.isOwed || facts.asksForFull || facts.isFirstMeeting ||
-           facts.isUnknownServer || facts.isOtherStore || facts.isServerOlder;
+           facts.isUnknownServer || facts.isOtherStore || facts.isServerOlder ||
+           facts.overwritesUnread || facts.isUnreadNoMore;
 }
 
 StartResult startResult(const StartFacts& facts)
@@ -24,7 +25,7 @@ StartResult startResult(const StartFacts& facts)
     if (facts.wantsServer)
         return facts.isFirstMeeting ? StartResult::overwrittenAtFirst
                                     : StartResult::overwrittenLater;
-    if (facts.serverHoldsNothing && !facts.hasMark)
+    if (facts.serverHoldsNothing && !facts.hasMark && !facts.overwritesUnread)
         return StartResult::firstUpload;
     if (needsFullComparison(facts))
         return StartResult::full;

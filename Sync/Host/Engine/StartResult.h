@@ -20,9 +20,12 @@ struct StartFacts {
     bool isReachable = true;  // and no other session of this device is open
     bool isAccountOff = false;
     bool isSettling = false;
-    bool hasLosses = false;    // something could not be read, and the user did not accept that
-    bool hasMark = false;      // a rewrite was not settled
-    bool wantsServer = false;  // the user asked for the server's state
+    bool isUnsafe = false;  // carrying the store's texts would not keep all, and the user did not
+                            // accept that
+    bool overwritesUnread = false;  // the user wants what is known written over what is unread
+    bool isUnreadNoMore = false;    // what was unread can be read again, or its text is gone
+    bool hasMark = false;           // a rewrite was not settled
+    bool wantsServer = false;       // the user asked for the server's state
     bool isFirstMeeting = false;
     bool serverHoldsNothing = false;
     bool asksForFull = false;  // the plug-in asked for a full comparison
@@ -37,7 +40,7 @@ struct StartFacts {
 /// for it.
 StartResult startResult(const StartFacts& facts);
 
-/// A run that losses hold back: it goes up only.
+/// A run that unsafe texts hold back: it goes up only.
 bool isHeldByLosses(const StartFacts& facts);
 
 /// Whether a full comparison is asked for or needed, whatever the answer will be.

@@ -19,11 +19,11 @@ public:
     std::unique_ptr<SyncSession> session;  // null while none is open
 };
 
-SyncEngine::SyncEngine(LocalState& state, SyncServer& server, HostLossReport& lossReport,
-                       LogLine log, std::string account)
+SyncEngine::SyncEngine(LocalState& state, SyncServer& server, HostReports& reports, LogLine log,
+                       std::string account)
     : _state(state),
       _server(server),
-      _lossReport(lossReport),
+      _reports(reports),
       _log(std::move(log)),
       _account(std::move(account)),
       _run(std::make_unique<Run>())
@@ -59,16 +59,17 @@ void SyncEngine::beginRun(const SyncRunOptions& options)
 {
     _run = std::make_unique<Run>();
     _run->options = options;
-    _lossReport.clear();
+    _reports.begin();
 }
 
 SyncRunSummary SyncEngine::endRun(bool doSyncResult)
 {
     _run->session.reset();  // rolls back what was not finished
     SyncRunSummary summary = std::move(_run->summary);
-    summary.losses = _lossReport.losses();
+    summary.losses = _reports.losses.losses();
     summary.needsSettling = doSyncResult && summary.rewriteExpected;
     _run = std::make_unique<Run>();
+    _reports.end();
     return summary;
 }
 
@@ -89,7 +90,7 @@ int SyncEngine::startSync(int mode)
     const StartResult result = guarded(
         [&] {
             auto session = std::make_unique<SyncSession>(
-                SessionSetting{_state, _server, _account, run.options, !_lossReport.empty(),
+                SessionSetting{_state, _server, _account, run.options, _reports,
                                [this](std::string_view line) { log(line); }, run.summary});
             const StartResult answer = session->start(mode);
             if (answer != StartResult::noSession && answer != StartResult::accountOff)
@@ -214,6 +215,10 @@ void SyncEngine::forgetState()
     _state.setFacts(facts);
     for (const auto& [row, record] : kept)
         _state.setKept(row, record);
+    for (const UnreadRow& row : knowledge.unread()) {
+        if (facts.mark && row.whose == UnreadRow::Whose::kept)
+            _state.setUnread({row.whose, row.id, 0});
+    }
 }
 
 }  // namespace kt

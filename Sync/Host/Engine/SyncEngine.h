@@ -6,7 +6,7 @@
 #include <string>
 #include <string_view>
 
-#include "Sync/Host/Engine/HostLossReport.h"
+#include "Sync/Host/Engine/HostReports.h"
 #include "Sync/Host/Engine/LocalState.h"
 #include "Sync/Host/Engine/SyncRunOptions.h"
 #include "Sync/Host/Server/SyncServer.h"
@@ -23,8 +23,8 @@ namespace kt {
 ///     bool done = plugin->doSync();        // calls startSync ... finishSync, getLocalState
 ///     auto summary = engine.endRun(done);  // rolls back a session that is still open
 ///     if (summary.needsSettling) {         // the store was rewritten
-///         options.settling = {fingerprint(), fingerprint};
-///         options.fromServer = options.dryRun = false;
+///         options.settling = {fingerprint(), fingerprint, summary.losses};
+///         options.fromServer = options.acceptLosses = options.dryRun = false;
 ///         engine.beginRun(options);
 ///         engine.endRun(plugin->doSync()); // its status, log lines and preferences are not kept
 ///     }
@@ -45,7 +45,7 @@ public:
     using LogLine = std::function<void(std::string_view)>;  // one German line in the sync log
 
     /// None of the arguments is owned; all outlive the engine.
-    SyncEngine(LocalState& state, SyncServer& server, HostLossReport& lossReport, LogLine log,
+    SyncEngine(LocalState& state, SyncServer& server, HostReports& reports, LogLine log,
                std::string account = "default");
     ~SyncEngine();
     SyncEngine(const SyncEngine&) = delete;
@@ -77,7 +77,7 @@ public:
     /// store.
     std::optional<SyncRecordMap> getLocalState();
     /// Forgets everything exchanged so far; device, and while a mark stands also mark and kept
-    /// records, stay.
+    /// records with what is unread of them, stay.
     bool resetLocalState();
 
 private:
@@ -90,7 +90,7 @@ private:
 
     LocalState& _state;
     SyncServer& _server;
-    HostLossReport& _lossReport;
+    HostReports& _reports;
     LogLine _log;
     std::string _account;
     std::unique_ptr<Run> _run;

@@ -17,16 +17,19 @@ namespace kt {
 struct SettlingCheck {
     std::string notedFingerprint;
     std::function<std::string()>
-        currentFingerprint;  // asked in finishSync, after the store was loaded
+        currentFingerprint;      // asked in finishSync, after the store was loaded
+    std::vector<KTLoss> losses;  // what the plug-in told in the run that rewrote the store
 };
 
 struct SyncRunOptions {
     bool fromServer = false;       // the user wants the store overwritten with what the server has
-    bool acceptLosses = false;     // go on although something in the store could not be read
+    bool acceptLosses = false;     // write what is known over what cannot be read, and go on where
+                                   // carrying the store's texts would not keep all
     bool allowMassDelete = false;  // the user really deleted most of it
     bool dryRun = false;           // count, but change nothing
     int systemVersion = 0;         // whose layout the store has, 0 where there is only one
     std::string backupName;        // the dated backup made before this run; the mark carries it
+    std::string home;              // paths below it are remembered relative to it
     std::optional<SettlingCheck> settling;
 };
 
@@ -37,6 +40,15 @@ struct StagedRecord {
     bool comesDown = false;
 };
 
+/// How a settling run ended.
+enum class Settlement {
+    notReached,    // it did not get as far, or there was none
+    storeChanged,  // somebody wrote into the store since it was rewritten
+    unproved,      // not all that was handed out came back
+    notStored,     // the state could not be written
+    settled,
+};
+
 /// What came of a run.
 struct SyncRunSummary {
     int startResult = 0;    // as of the rules; a dry run tells the plug-in 1 where this is 3 to 6
@@ -45,13 +57,17 @@ struct SyncRunSummary {
     std::size_t received = 0;  // records added or changed here
     std::size_t deletedOnServer = 0;
     std::size_t deletedHere = 0;
-    std::size_t refused = 0;           // records of the server that no store could take
-    bool held = false;                 // losses kept everything from coming down
-    std::vector<KTLoss> losses;        // all that the plug-in told in this run
-    bool rewriteExpected = false;      // the session ended so that the plug-in rewrites the store
-    bool needsSettling = false;        // ... and doSync said YES: a settling run is due
-    bool settled = false;              // this was a settling run and it counted
-    std::vector<StagedRecord> staged;  // of a dry run, by conduit and key
+    std::size_t refused = 0;          // records of the server that no store could take
+    bool held = false;                // unsafe texts kept everything from coming down
+    std::vector<KTLoss> losses;       // all that the plug-in told in this run
+    std::vector<KTLoss> newlyUnread;  // unread texts that were not there at the last settled run
+    std::vector<KTLoss> overwritten;  // unread texts that what is known was written over
+    bool rewriteExpected = false;     // the session ended so that the plug-in rewrites the store
+    bool needsSettling = false;       // ... and doSync said YES: a settling run is due
+    bool settled = false;             // this was a settling run and it counted
+    Settlement settlement = Settlement::notReached;  // of a settling run
+    std::vector<std::string> unproved;  // German lines: what did not come back from the store
+    std::vector<StagedRecord> staged;   // of a dry run, by conduit and key
     std::vector<std::string>
         reasons;  // German lines: why the session was not opened or not finished
 };

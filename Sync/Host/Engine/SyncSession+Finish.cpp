@@ -26,6 +26,7 @@ bool SyncSession::finish()
         close();
         return true;
     }
+    decideKept();
     _keptCalendars = keptCalendars();
     const bool isDone = isSettling() ? finishSettling() : takeEffect();
     close();
@@ -39,12 +40,11 @@ std::unordered_set<std::string> SyncSession::keptCalendars() const
     if (!_keptRecords)
         return _knowledge->keptCalendars();
     std::unordered_set<std::string> calendars = calendarsOf(*_keptRecords);
-    if (!isMissingUnread())
-        return calendars;
     const std::unordered_set<std::string> active = calendarsOf(_localRecords);
-    for (const std::string& calendar : _knowledge->keptCalendars()) {
-        if (active.count(calendar) == 0)
-            calendars.insert(calendar);
+    for (const KeptRow& row : _knowledge->kept()) {
+        const bool isStillKept = isMissingUnread() || _unreadKept.isMissed(row.id);
+        if (isStillKept && active.count(calendarOf(row)) == 0)
+            calendars.insert(calendarOf(row));
     }
     return calendars;
 }
@@ -90,7 +90,9 @@ std::optional<std::string> SyncSession::reasonAgainst(
     if (facts.deletions != 0)
         facts.recordsOfAccount = static_cast<std::size_t>(_server->recordCount());
     // An empty store says nothing when what is missing in it was not deleted.
-    facts.isStoreEmpty = !isMissingUnread() && _localRecords.empty() && _keptCalendars.empty();
+    facts.isStoreEmpty = !isMissingUnread() && _unread.unread.empty() &&
+                         _unread.returning.empty() && _localRecords.empty() &&
+                         _keptCalendars.empty();
     facts.wasStoreEmpty = _knowledge->seen().empty();
     return massDeletionReason(facts);
 }
@@ -104,12 +106,14 @@ bool SyncSession::takeEffect()
         return false;
     }
     count(effective);
+    tellOfTexts();
     if (isDryRun())
         return true;
     const std::int64_t head = writeToServer(effective);
     writeAgreed(effective, head);
     writeUntaken(effective);
     writeKept();
+    writeUnread();
     writeSeen(effective);
     writeFacts(effective, head);
     // The server first: what it has and this device does not know of comes back as equal to what
@@ -193,16 +197,6 @@ void SyncSession::writeUntaken(const std::vector<const Outcome*>& effective)
     }
 }
 
-void SyncSession::writeKept()
-{
-    if (!_keptRecords)
-        return;
-    KeptReplacement replacement;
-    replacement.activeCalendars = calendarsOf(_localRecords);
-    replacement.isMissingUnread = isMissingUnread();
-    replaceKept(_setting.state, *_knowledge, *_keptRecords, replacement);
-}
-
 // Only after a run that does not rewrite the store: otherwise the store is about to change.
 void SyncSession::writeSeen(const std::vector<const Outcome*>& effective)
 {
@@ -212,7 +206,7 @@ void SyncSession::writeSeen(const std::vector<const Outcome*>& effective)
     for (const Outcome* outcome : effective)
         settled.insert(outcome->id);
     std::vector<SeenTarget> targets;
-    SeenRemainder remainder{_keptCalendars, isMissingUnread(), {}};
+    SeenRemainder remainder{_keptCalendars, isMissingUnread(), _unread.rows};
     for (const LocalRecord& local : _local->all()) {
         // A change that did not go up has to be found again.
         const bool isPending = !local.isLeftOver && _outcomes.count(local.agreedId) != 0 &&
@@ -221,7 +215,7 @@ void SyncSession::writeSeen(const std::vector<const Outcome*>& effective)
             remainder.untouched.insert(local.seen);
             continue;
         }
-        targets.push_back({local.record, local.hash,
+        targets.push_back({local.record, local.hash, local.place,
                            local.isLeftOver ? std::nullopt : std::optional(local.agreedId.key),
                            local.seen});
     }
@@ -243,6 +237,8 @@ void SyncSession::writeFacts(const std::vector<const Outcome*>& effective, std::
         return;
     }
     facts.systemVersion = _setting.options.systemVersion;
+    if (!isRewritten)
+        writeUnreadTexts(facts);
     if (isRewritten) {
         facts.anchor = _hasBase ? facts.anchor : 0;
         facts.anchorAfterSettling = head;
@@ -261,7 +257,8 @@ bool SyncSession::doesStoreLag(const std::vector<const Outcome*>& effective) con
 {
     const auto comesDown = [](const Outcome* outcome) { return outcome->comesDown; };
     const auto comesBack = [&](const RecordId& id) { return !isOfKeptCalendar(id, std::nullopt); };
-    return hasUntakenOfCalendarSwitchedOn() ||
+    return hasUntakenOfCalendarSwitchedOn() || !_unread.returning.empty() ||
+           !_unreadKept.returning.empty() ||
            std::any_of(effective.begin(), effective.end(), comesDown) ||
            std::any_of(_deletionsNotMade.begin(), _deletionsNotMade.end(), comesBack);
 }
@@ -292,49 +289,6 @@ void SyncSession::count(const std::vector<const Outcome*>& effective)
         if (isDryRun() && (outcome->goesUp || outcome->comesDown))
             summary.staged.push_back({resultRecord(*outcome), outcome->goesUp, outcome->comesDown});
     }
-}
-
-// The store's records after the rewrite become what was seen, if nobody touched the store since.
-bool SyncSession::finishSettling()
-{
-    const SettlingCheck& check = *_setting.options.settling;
-    const bool isUntouched =
-        check.currentFingerprint && check.currentFingerprint() == check.notedFingerprint;
-    if (!isUntouched || !_knowledge->facts().mark)
-        return true;
-    const std::vector<HandedRecord> handed = handedState(_setting.state, *_knowledge);
-    const bool isStoreEmpty = _localRecords.empty() && _keptCalendars.empty();
-    if (isStoreEmpty && !handed.empty())
-        return true;  // the rewrite did not reach the store, whatever it said
-
-    std::map<std::pair<RecordId, std::optional<std::string>>, const SeenRow*> rows;
-    for (const SeenRow& row : _knowledge->seen())
-        rows.emplace(std::make_pair(row.local, row.agreedKey), &row);
-    const auto agreedKeys = pairWithHanded(_localRecords, handed);
-    std::vector<SeenTarget> targets;
-    for (std::size_t index = 0; index < _localRecords.size(); ++index) {
-        const SyncRecord& record = _localRecords[index];
-        if (!record)
-            continue;
-        const auto row =
-            rows.extract({{record->conduit(), record->recordKey()}, agreedKeys[index]});
-        targets.push_back({record, contentHash(record->record()), agreedKeys[index],
-                           row.empty() ? nullptr : row.mapped()});
-    }
-    moveSeen(_setting.state, *_knowledge, targets, {_keptCalendars, false, {}},
-             Platform::shared().localTimeZoneName());
-    writeKept();
-    StateFacts facts = _knowledge->facts();
-    facts.mark = std::nullopt;
-    // What the rewritten store does not give was not seen, so it is not deleted; it has to get
-    // there yet. The losses hold the runs until it can.
-    facts.owed = facts.owed || _setting.hasLosses;
-    facts.anchor = facts.anchorAfterSettling;
-    facts.anchorAfterSettling = 0;
-    _setting.state.setFacts(facts);
-    _setting.state.commit();
-    _setting.summary.settled = true;
-    return true;
 }
 
 }  // namespace kt

@@ -5,7 +5,6 @@
 
 #include "Sync/Foundation/Format.h"
 #include "Sync/Host/Engine/HostSyncRecord.h"
-#include "Sync/Host/Engine/KeptRecords.h"
 
 namespace kt {
 
@@ -18,7 +17,10 @@ constexpr int kDiffDeletions = 4;
 
 }  // namespace
 
-SyncSession::SyncSession(SessionSetting setting) : _setting(std::move(setting)) {}
+SyncSession::SyncSession(SessionSetting setting)
+    : _setting(std::move(setting)),
+      _places(_setting.reports.identities, _setting.options.home)
+{}
 
 SyncSession::~SyncSession() { close(); }
 
@@ -50,6 +52,7 @@ StartResult SyncSession::start(int mode)
         return refuse(StartResult::noSession, opened.reason);
     _server = std::move(opened.session);
     _knowledge.emplace(_setting.state);
+    _texts.emplace(_setting.reports.losses.losses(), _places, *_knowledge);
     _facts = gatherFacts(mode);
     _result = startResult(_facts);
     _isHeld = isHeldByLosses(_facts);
@@ -67,7 +70,9 @@ StartFacts SyncSession::gatherFacts(int mode)
     _serverIdentity = _server->serverIdentity();
     StartFacts facts;
     facts.isSettling = isSettling();
-    facts.hasLosses = _setting.hasLosses && !_setting.options.acceptLosses;
+    facts.isUnsafe = isUnsafe() && !_setting.options.acceptLosses;
+    facts.isUnreadNoMore = kt::isUnreadNoMore(*_texts, *_knowledge);
+    facts.overwritesUnread = _setting.options.acceptLosses && mayAnyBeUnread(*_texts, *_knowledge);
     facts.hasMark = known.mark.has_value();
     facts.wantsServer = _setting.options.fromServer;
     facts.isFirstMeeting = known.serverIdentity.empty();
@@ -98,8 +103,8 @@ void SyncSession::logHeld()
 {
     _setting.summary.held = true;
     _setting.log(
-        "Es konnte nicht alles gelesen werden; bis das behoben ist, gehen nur lokale Änderungen "
-        "zum Server");
+        "Nicht alles in den Kalendern bliebe beim Schreiben erhalten; bis das behoben ist, gehen "
+        "nur lokale Änderungen zum Server");
 }
 
 // Only what a rewrite follows on comes down.
@@ -120,28 +125,32 @@ void SyncSession::noteTaken(const SyncRecordList& remote)
     for (const SyncRecord& record : remote) {
         const auto found = _offered.find(record.get());
         if (found != _offered.end())
-            found->second->isTaken = true;
+            found->second->isTaken = !waitsForItsText(found->second->server.id, *found->second);
     }
 }
 
 SyncResult SyncSession::diff(const SyncRecordList& local,
                              const std::optional<SyncRecordList>& remote, int diffMode)
 {
-    _localRecords = local;
+    _localRecords = withGroupsThatAreUnread(local);
     if (isSettling())
         return SyncResult(3);
-    if (isMissingUnread())
-        _localRecords = withKeptRecordsThatAreMissing(local, _setting.state, *_knowledge);
-    noteTaken(remote.value_or(SyncRecordList{}));
+    _localRecords = withKeptRecordsThatComeBack(_localRecords);
     // Before anything of this server was ever taken, what is new on both sides is no addition to
     // something common.
     const bool isAfterFirstMeeting = _hasBase && _knowledge->facts().anchor != 0;
     _local.emplace(_localRecords, *_knowledge, _remote, _setting.state,
-                   isAfterFirstMeeting ? LocalRecords::Base::agreed : LocalRecords::Base::none);
+                   isAfterFirstMeeting ? LocalRecords::Base::agreed : LocalRecords::Base::none,
+                   reading());
+    // A held run writes nothing into the store and takes nothing missing for deleted anyway.
+    if (!_isHeld)
+        _unread = unreadRecords(*_texts, *_knowledge, *_local, unreadRules());
+    noteTaken(remote.value_or(SyncRecordList{}));
     ComparisonRules rules;
     rules.hasBase = _hasBase;
     rules.isMissingUnread = isMissingUnread();
     rules.isHealing = _facts.hasMark;
+    rules.unread = &_unread;
     rules.serverWins =
         _result == StartResult::overwrittenLater || _result == StartResult::overwrittenAtFirst;
     Comparison comparison(*_knowledge, _remote, *_local, _setting.state, *_server, rules);
@@ -191,6 +200,9 @@ void SyncSession::push(const SyncResult& result)
     _isPushed = true;
 }
 
-void SyncSession::keep(const SyncRecordList& records) { _keptRecords = records; }
+void SyncSession::keep(const SyncRecordList& records)
+{
+    _keptRecords = withGroupsThatAreUnread(records);
+}
 
 }  // namespace kt

@@ -11,11 +11,14 @@
 #include <vector>
 
 #include "Sync/Host/Engine/Comparison.h"
+#include "Sync/Host/Engine/HostReports.h"
+#include "Sync/Host/Engine/KeptRecords.h"
 #include "Sync/Host/Engine/Knowledge.h"
 #include "Sync/Host/Engine/LocalRecords.h"
 #include "Sync/Host/Engine/RemoteChanges.h"
 #include "Sync/Host/Engine/StartResult.h"
 #include "Sync/Host/Engine/SyncRunOptions.h"
+#include "Sync/Host/Engine/UnreadRecords.h"
 #include "Sync/Host/Server/SyncServer.h"
 #include "Sync/HostInterface/KTSyncRecord.h"
 
@@ -27,7 +30,7 @@ struct SessionSetting {
     SyncServer& server;
     std::string account;
     const SyncRunOptions& options;
-    bool hasLosses;  // the plug-in told of something that it could not read
+    HostReports& reports;  // of the load that the session begins with
     std::function<void(std::string_view)> log;
     SyncRunSummary& summary;
 };
@@ -63,11 +66,21 @@ private:
     StartResult refuse(StartResult result, const std::string& reason);
     StartFacts gatherFacts(int mode);
     void noteTaken(const SyncRecordList& remote);
+    bool waitsForItsText(const RecordId& id, const RemoteChange& change) const;
+    bool isFolderUnread(const RecordId& id, const RemoteChange& change) const;
+    SyncRecordList withGroupsThatAreUnread(const SyncRecordList& records);
+    SyncRecordList withKeptRecordsThatComeBack(const SyncRecordList& records);
+    void decideKept();
+    void keepWhatIsMissed(const std::unordered_set<std::string>& switchedOff);
+    SyncRecord keptAsLocal(const KeptRow& row);
+    bool isUnreadKept(const KeptRow& row) const;
+    bool isRowUnread(const SeenRow& row) const;
     SyncRecord resultRecord(const Outcome& outcome) const;
     SyncResult stagedResult(int diffMode);
 
     bool takeEffect();
     bool finishSettling();
+    void makeSeen(const std::vector<std::optional<std::string>>& agreedKeys);
     std::vector<const Outcome*> effectiveOutcomes() const;
     std::unordered_set<std::string> keptCalendars() const;
     bool isOfKeptCalendar(const RecordId& id, const std::optional<std::string>& parentKey) const;
@@ -76,6 +89,9 @@ private:
     void writeAgreed(const std::vector<const Outcome*>& effective, std::int64_t revision);
     void writeUntaken(const std::vector<const Outcome*>& effective);
     void writeKept();
+    void writeUnread();
+    void writeUnreadTexts(StateFacts& facts);
+    void tellOfTexts();
     void writeSeen(const std::vector<const Outcome*>& effective);
     void writeFacts(const std::vector<const Outcome*>& effective, std::int64_t head);
     bool doesStoreLag(const std::vector<const Outcome*>& effective) const;
@@ -84,12 +100,26 @@ private:
     void logHeld();
 
     bool isSettling() const { return _setting.options.settling.has_value(); }
-    bool isMissingUnread() const { return _setting.hasLosses || (_facts.hasMark && !isSettling()); }
+    bool isUnsafe() const { return _setting.reports.losses.hasKind(KTLoss::Kind::unsafe); }
+    bool isMissingUnread() const { return isUnsafe() || (_facts.hasMark && !isSettling()); }
+    UnreadRules unreadRules() const
+    {
+        return {_facts.hasMark && !isSettling(), _setting.options.acceptLosses};
+    }
+    KeptMissing keptMissing() const
+    {
+        return isMissingUnread() || isSettling() ? KeptMissing::stillThere : KeptMissing::deleted;
+    }
+    StoreReading reading() const { return {_places, *_texts}; }
     bool isDryRun() const { return _setting.options.dryRun; }
 
     SessionSetting _setting;
     std::unique_ptr<SyncServerSession> _server;
     std::optional<Knowledge> _knowledge;
+    StorePlaces _places;
+    std::optional<UnreadTexts> _texts;
+    UnreadRecords _unread;      // agreed records
+    UnreadRecords _unreadKept;  // kept records
     RemoteChanges _remote;
     std::optional<LocalRecords> _local;
     std::map<RecordId, Outcome> _outcomes;
@@ -108,6 +138,9 @@ private:
     SyncRecordList _localRecords;
     std::optional<SyncRecordList> _keptRecords;
     std::unordered_set<std::string> _keptCalendars;  // local keys
+    KeptNames _keptNames;
+    RecordIdSet _keptAndRead;  // kept so far, and read in a calendar that is switched on now
+    std::vector<std::pair<KeptRow, const SeenRow*>> _keptFromSeen;  // to be kept as they were seen
 };
 
 }  // namespace kt

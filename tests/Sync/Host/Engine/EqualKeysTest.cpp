@@ -19,22 +19,25 @@ using testing::ElementsAre;
 // The records of one key, what was seen of it, and what is known of its names otherwise.
 class Rule2 : public testing::Test, public EqualKeysContext {
 protected:
-    void given(Dictionary record)
+    void given(Dictionary record, const StorePlace& place = {})
     {
         auto local = std::make_unique<LocalRecord>();
         local->hash = contentHash(record);
+        local->place = place;
         local->record =
             std::make_shared<HostSyncRecord>(0, std::move(record), "K", "C", "ical-task");
         _locals.push_back(std::move(local));
     }
 
-    void seen(const std::optional<std::string>& agreedKey, Dictionary record)
+    void seen(const std::optional<std::string>& agreedKey, Dictionary record,
+              const StorePlace& place = {})
     {
         auto row = std::make_unique<SeenRow>();
         row->row = static_cast<std::int64_t>(_rows.size()) + 1;
         row->local = {"ical-task", "K"};
         row->agreedKey = agreedKey;
         row->hash = contentHash(record);
+        row->place = place;
         _contents[row->row] = contentHash(record, HashScope::neutral);
         _rows.push_back(std::move(row));
     }
@@ -82,6 +85,11 @@ protected:
         const auto found = _unseen.find(id.key);
         return found == _unseen.end() ? std::nullopt : std::optional(found->second);
     }
+    UnreadClaim unreadClaim(const SeenRow& row) const override
+    {
+        const auto found = _claims.find(row.agreedKey.value_or(""));
+        return found == _claims.end() ? UnreadClaim::none : found->second;
+    }
     bool mayTake(const RecordId& id, const LocalRecord&) const override
     {
         return _refused.count(id.key) == 0;
@@ -89,6 +97,7 @@ protected:
 
     std::map<std::string, std::string> _agreed;
     std::set<std::string> _refused;
+    std::map<std::string, UnreadClaim> _claims;  // by agreed key
 
 private:
     std::vector<std::unique_ptr<LocalRecord>> _locals;

@@ -50,6 +50,7 @@ TEST_F(LocalStates, KeepFacts)
     facts.owed = true;
     facts.mark = "";
     facts.systemVersion = 4;
+    facts.unreadTextsChanged = 3;
     {
         LocalState state(path());
         EXPECT_EQ(state.facts(), StateFacts{});
@@ -94,6 +95,7 @@ TEST_F(LocalStates, KeepSeveralSeenRecordsOfOneKey)
     row.localParentKey = "C";
     row.hash = "1";
     row.timezone = "Europe/Berlin";
+    row.place = {"uid-1", "Library/Calendars/P.calendar/Events/1.ics"};
     state.addSeen(row, {{"Title", "Einkaufen"}, {"DueDate", date("20071224")}});
     row.agreedKey = std::nullopt;
     state.addSeen(row, {{"Title", "Einkaufen"}});
@@ -103,9 +105,12 @@ TEST_F(LocalStates, KeepSeveralSeenRecordsOfOneKey)
     EXPECT_EQ(rows[1].agreedKey, std::nullopt);
     EXPECT_EQ(rows[0].timezone, "Europe/Berlin");
     EXPECT_EQ(state.seenRecord(rows[0])["DueDate"], Value(date("20071224")));
+    EXPECT_EQ(rows[0].place, row.place);
     rows[0].hash = "2";
+    rows[0].place.uid = "uid-2";
     state.setSeen(rows[0], {{"Title", "Anders"}});
     EXPECT_EQ(state.seenRows()[0].hash, "2");
+    EXPECT_EQ(state.seenRows()[0].place.uid, "uid-2");
     EXPECT_EQ(state.seenRecord(rows[0])["Title"], Value("Anders"));
     state.removeSeen(rows[0]);
     EXPECT_THAT(state.seenRows(), SizeIs(1));
@@ -114,8 +119,9 @@ TEST_F(LocalStates, KeepSeveralSeenRecordsOfOneKey)
 TEST_F(LocalStates, KeepKeptAndUntakenRecords)
 {
     LocalState state(path());
-    state.setKept({{"ical-event", "E"}, "C", "hash"}, {{"Title", "Zahnarzt"}});
+    state.setKept({{"ical-event", "E"}, "C", "hash", {"uid", "a.ics"}}, {{"Title", "Zahnarzt"}});
     ASSERT_THAT(state.keptRows(), SizeIs(1));
+    EXPECT_EQ(state.keptRows()[0].place, (StorePlace{"uid", "a.ics"}));
     EXPECT_EQ(state.keptRows()[0].parentKey, "C");
     EXPECT_EQ(state.keptRecord({"ical-event", "E"})["Title"], Value("Zahnarzt"));
     state.setUntaken({{"ical-event", "F"}, "C", 5, 2, true});
@@ -128,6 +134,72 @@ TEST_F(LocalStates, KeepKeptAndUntakenRecords)
     state.removeUntaken({"ical-event", "F"});
     EXPECT_THAT(state.keptRows(), IsEmpty());
     EXPECT_THAT(state.untakenRows(), IsEmpty());
+}
+
+TEST_F(LocalStates, KeepWhatIsUnreadByWhoseItIs)
+{
+    const RecordId id{"ical-event", "E"};
+    LocalState state(path());
+    state.setUnread({UnreadRow::Whose::agreed, id, 5'000'000'000});
+    state.setUnread({UnreadRow::Whose::kept, id, 2});
+    state.setUnreadText({"text", 7});
+    auto rows = state.unreadRows();
+    ASSERT_THAT(rows, SizeIs(2));
+    EXPECT_EQ(rows[0].whose, UnreadRow::Whose::agreed);
+    EXPECT_EQ(rows[0].id, id);
+    EXPECT_EQ(rows[0].since, 5'000'000'000);
+    EXPECT_EQ(rows[1].whose, UnreadRow::Whose::kept);
+    ASSERT_THAT(state.unreadTexts(), SizeIs(1));
+    EXPECT_EQ(state.unreadTexts()[0].name, "text");
+    EXPECT_EQ(state.unreadTexts()[0].since, 7);
+    state.removeUnread(rows[0]);
+    state.removeUnreadText("text");
+    rows = state.unreadRows();
+    ASSERT_THAT(rows, SizeIs(1));
+    EXPECT_EQ(rows[0].whose, UnreadRow::Whose::kept);
+    EXPECT_THAT(state.unreadTexts(), IsEmpty());
+}
+
+// The tables as the first version made them, with a record in each that has since been widened.
+constexpr const char* kFirstVersion = R"(
+CREATE TABLE facts (name TEXT PRIMARY KEY, value TEXT NOT NULL) WITHOUT ROWID;
+CREATE TABLE agreed (conduit TEXT NOT NULL, key TEXT NOT NULL, parent_key TEXT,
+    revision INTEGER NOT NULL, hash TEXT NOT NULL, record BLOB NOT NULL,
+    PRIMARY KEY (conduit, key));
+CREATE TABLE seen (id INTEGER PRIMARY KEY, conduit TEXT NOT NULL, local_key TEXT NOT NULL,
+    agreed_key TEXT, local_parent_key TEXT, hash TEXT NOT NULL, timezone TEXT NOT NULL,
+    record BLOB NOT NULL);
+CREATE TABLE kept (conduit TEXT NOT NULL, key TEXT NOT NULL, parent_key TEXT, hash TEXT NOT NULL,
+    record BLOB NOT NULL, PRIMARY KEY (conduit, key));
+CREATE TABLE untaken (conduit TEXT NOT NULL, key TEXT NOT NULL, parent_key TEXT,
+    revision INTEGER NOT NULL, offers INTEGER NOT NULL, refused INTEGER NOT NULL,
+    PRIMARY KEY (conduit, key));
+INSERT INTO facts VALUES ('device', 'd'), ('server', 's'), ('anchor', '7');
+INSERT INTO seen VALUES (3, 'ical-task', 'T', 'T-2', 'C', 'seen hash', 'Europe/Berlin', x'00');
+INSERT INTO kept VALUES ('ical-event', 'E', 'C', 'kept hash', x'00');
+PRAGMA application_id = 1263815763;
+PRAGMA user_version = 1;
+)";
+
+TEST_F(LocalStates, TakeOverAFileOfTheFirstVersion)
+{
+    folder.makeFolder("suite");
+    SQLite::Database(path(), SQLite::OPEN_READWRITE | SQLite::OPEN_CREATE).exec(kFirstVersion);
+    LocalState state(path());
+    EXPECT_EQ(state.deviceId(), "d");
+    EXPECT_EQ(state.facts().serverIdentity, "s");
+    EXPECT_EQ(state.facts().anchor, 7);
+    const auto seen = state.seenRows();
+    ASSERT_THAT(seen, SizeIs(1));
+    EXPECT_EQ(seen[0].agreedKey, "T-2");
+    EXPECT_EQ(seen[0].hash, "seen hash");
+    EXPECT_EQ(seen[0].place, StorePlace{});
+    const auto kept = state.keptRows();
+    ASSERT_THAT(kept, SizeIs(1));
+    EXPECT_EQ(kept[0].hash, "kept hash");
+    EXPECT_EQ(kept[0].place, StorePlace{});
+    EXPECT_THAT(state.unreadRows(), IsEmpty());
+    EXPECT_THAT(state.unreadTexts(), IsEmpty());
 }
 
 TEST_F(LocalStates, ForgetWhatWasNotCommitted)
@@ -156,10 +228,14 @@ TEST_F(LocalStates, ForgetEverythingButTheDevice)
 {
     LocalState state(path());
     const std::string id = state.deviceId();
-    state.setKept({{"ical-event", "E"}, "C", "hash"}, {{"Title", "Zahnarzt"}});
+    state.setKept({{"ical-event", "E"}, "C", "hash", {}}, {{"Title", "Zahnarzt"}});
+    state.setUnread({UnreadRow::Whose::kept, {"ical-event", "E"}, 1});
+    state.setUnreadText({"text", 1});
     state.setFacts({"server", 1, 2, true, "backup"});
     state.clear();
     EXPECT_THAT(state.keptRows(), IsEmpty());
+    EXPECT_THAT(state.unreadRows(), IsEmpty());
+    EXPECT_THAT(state.unreadTexts(), IsEmpty());
     EXPECT_EQ(state.facts(), StateFacts{});
     EXPECT_EQ(LocalState(path()).deviceId(), id);
 }

@@ -5,6 +5,7 @@
 
 #include <gtest/gtest.h>
 
+#include "Sync/Foundation/Digest.h"
 #include "Sync/Host/Server/SyncServer.h"
 
 namespace kt::test {
@@ -46,7 +47,7 @@ bool SimulatedHome::resetSync()
 {
     LocalState state(_statePath);
     const auto server = syncServerWithURL(serverUrl);
-    SyncEngine engine(state, *server, _losses, {});
+    SyncEngine engine(state, *server, _reports, {});
     _resetSync = true;
     return engine.resetLocalState();
 }
@@ -55,7 +56,7 @@ SyncRunSummary SimulatedHome::sync(const Wishes& wishes)
 {
     LocalState state(_statePath, wishes.dryRun ? StateAccess::readOnly : StateAccess::readWrite);
     const auto server = syncServerWithURL(serverUrl);
-    SyncEngine engine(state, *server, _losses,
+    SyncEngine engine(state, *server, _reports,
                       [&](std::string_view line) { log.emplace_back(line); });
     SyncRunOptions options;
     options.fromServer = wishes.fromServer;
@@ -63,6 +64,7 @@ SyncRunSummary SimulatedHome::sync(const Wishes& wishes)
     options.allowMassDelete = wishes.allowMassDelete;
     options.dryRun = wishes.dryRun;
     options.backupName = "2007-12-24";
+    options.home = "/home";
     if (wishes.isFull)
         _isFullSync = true;
     const bool isFullBefore = _isFullSync;
@@ -77,8 +79,9 @@ SyncRunSummary SimulatedHome::sync(const Wishes& wishes)
             return summary;
         if (wishes.breakAt == Break::killBeforeSettling)
             return {};
-        options.settling = SettlingCheck{store.fingerprint(), [&] { return store.fingerprint(); }};
-        options.fromServer = false;
+        options.settling =
+            SettlingCheck{store.fingerprint(), [&] { return store.fingerprint(); }, summary.losses};
+        options.fromServer = options.acceptLosses = false;
         if (beforeSettling)
             beforeSettling();
         const auto activated = _activated;
@@ -86,7 +89,10 @@ SyncRunSummary SimulatedHome::sync(const Wishes& wishes)
         const SyncRecordList pulledByRun = pulled;
         engine.beginRun(options);
         const bool isDone = doSync(engine, Break::nowhere);
-        summary.settled = engine.endRun(isDone).settled;
+        const SyncRunSummary settling = engine.endRun(isDone);
+        summary.settled = settling.settled;
+        summary.settlement = settling.settlement;
+        summary.unproved = settling.unproved;
         _activated = activated;
         _isFullSync = isFull;
         EXPECT_TRUE(pulled.empty()) << "a settling run pulls nothing";
@@ -98,16 +104,66 @@ SyncRunSummary SimulatedHome::sync(const Wishes& wishes)
     }
 }
 
-SimulatedHome::Load SimulatedHome::load(HostLossReport& losses)
+bool SimulatedHome::isUnread(const SimulatedCalendar& calendar, const SimulatedItem* item) const
 {
-    Load result;
-    for (const auto& loaded : store.load()) {
-        const std::string& key = loaded.calendar->recordKey();
-        const std::string title(loaded.calendar->record()["Title"].string());
-        if (unreadable.count(title) != 0) {
-            losses.reportLoss({title, "", "Der Kalender kann nicht gelesen werden"});
+    const std::string title =
+        item == nullptr ? calendar.title : item->fields["Title"].description();
+    const bool isBroken = item == nullptr ? calendar.isBroken : item->isBroken;
+    return isBroken || unreadable.count(title) != 0 || unsafe.count(title) != 0;
+}
+
+KTLoss SimulatedHome::lossFor(const SimulatedCalendar& calendar, const SimulatedItem* item) const
+{
+    KTLoss loss;
+    loss.calendar = calendar.title;
+    loss.file = SimulatedStore::folderOf(calendar) + "/Info.plist";
+    loss.reason = "Der Kalender kann nicht gelesen werden";
+    loss.extent = KTLoss::Extent::calendar;
+    if (item != nullptr) {
+        loss.file = store.fileOf(calendar, *item);
+        loss.reason = "Die Datei kann nicht gelesen werden";
+        loss.calendarKey = store.keyOf(calendar);
+        loss.digest = sha1DigestHex(item->uid + item->fields.description());
+        const bool hasOwnFile =
+            std::count_if(calendar.items.begin(), calendar.items.end(), [&](const auto& each) {
+                return store.fileOf(calendar, each) == loss.file;
+            }) == 1;
+        loss.extent = hasOwnFile ? KTLoss::Extent::file : KTLoss::Extent::component;
+        if (!hasOwnFile && telling == Telling::all)
+            loss.uid = item->uid;
+        if (telling != Telling::all)
+            loss.file = SimulatedStore::folderOf(calendar) + "/Events/neu.ics";
+    }
+    const std::string title =
+        item == nullptr ? calendar.title : item->fields["Title"].description();
+    if (unsafe.count(title) != 0)
+        loss.kind = KTLoss::Kind::unsafe;
+    return loss;
+}
+
+void SimulatedHome::tellOfLosses()
+{
+    for (const KTLoss& loss : furtherLosses)
+        _reports.losses.reportLoss(loss);
+    for (const SimulatedCalendar& calendar : store.calendars) {
+        if (isUnread(calendar, nullptr)) {
+            _reports.losses.reportLoss(lossFor(calendar, nullptr));
             continue;
         }
+        for (const SimulatedItem& item : calendar.items) {
+            if (isUnread(calendar, &item))
+                _reports.losses.reportLoss(lossFor(calendar, &item));
+        }
+    }
+}
+
+SimulatedHome::Load SimulatedHome::load()
+{
+    Load result;
+    tellOfLosses();
+    for (const auto& loaded : store.load(
+             [this](const auto&calendar, const auto*item) { return isUnread(calendar, item); })) {
+        const std::string& key = loaded.calendar->recordKey();
         const bool isGroup = loaded.calendar->record()["Type"] == Value("CalendarGroup");
         if (isGroup || _activated.count(key) == 0)
             _activated[key] = true;
@@ -118,16 +174,41 @@ SimulatedHome::Load SimulatedHome::load(HostLossReport& losses)
         else
             ++result.skippedCalendars;
         target.push_back(loaded.calendar);
-        for (const SyncRecord& item : loaded.items) {
-            const std::string itemTitle(item->record()["Title"].string());
-            if (unreadable.count(itemTitle) != 0)
-                losses.reportLoss(
-                    {title, itemTitle + ".ics", "Die Datei kann nicht gelesen werden"});
-            else
-                target.push_back(item);
-        }
+        if (telling != Telling::noPlaces)
+            _reports.identities.reportIdentity(loaded.calendar,
+                                               {"", "", loaded.text->sourceKey,
+                                                SimulatedStore::folderOf(*loaded.text)});
+        takeItems(loaded, target);
     }
     return result;
+}
+
+void SimulatedHome::takeItems(const SimulatedStore::Loaded& loaded, SyncRecordList& target)
+{
+    for (std::size_t index = 0; index < loaded.items.size(); ++index) {
+        target.push_back(loaded.items[index]);
+        const SimulatedItem& text = *loaded.itemTexts[index];
+        if (telling != Telling::noPlaces)
+            _reports.identities.reportIdentity(loaded.items[index],
+                                               {text.uid, "", "",
+                                                store.fileOf(*loaded.text, text)});
+    }
+}
+
+void SimulatedHome::rewrite(const SyncRecordMap& records, std::optional<std::size_t> limit)
+{
+    SimulatedStore::Rewriting rewriting;
+    rewriting.limit = limit;
+    rewriting.full = full;
+    rewriting.stays = [this](const SimulatedCalendar& calendar, const SimulatedItem* item) {
+        if (!isUnread(calendar, item))
+            return false;
+        const KTLoss loss = lossFor(calendar, item);
+        return loss.kind == KTLoss::Kind::unread && !_reports.carefulWriting.isGivenUp(loss);
+    };
+    store.rewrite(records, rewriting);
+    for (const KTLoss& loss : lossesOfRewrite)
+        _reports.losses.reportLoss(loss);
 }
 
 void SimulatedHome::thinOutPulled(SyncRecordList& records, Load& loaded)
@@ -167,7 +248,7 @@ void SimulatedHome::thinOutResult(SyncResult& result, const Load& loaded) const
 bool SimulatedHome::doSync(SyncEngine& engine, Break breakAt)
 {
     pulled.clear();
-    Load loaded = load(_losses);
+    Load loaded = load();
     const auto afterLoad = _activated;
     // What the thinning out switches on is not stored.
     const auto restore = [&](bool result) {
@@ -219,10 +300,10 @@ bool SimulatedHome::doSync(SyncEngine& engine, Break breakAt)
             return restore(false);
         }
         if (breakAt == Break::killInRewrite) {
-            store.rewrite(*state, store.calendars.size() / 2);
+            rewrite(*state, store.calendars.size() / 2);
             throw Killed{};
         }
-        store.rewrite(*state);
+        rewrite(*state, std::nullopt);
     }
     _isFullSync = false;
     _resetSync = false;

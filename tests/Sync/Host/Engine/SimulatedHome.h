@@ -50,8 +50,19 @@ public:
     bool isOn(const std::string& calendarTitle);
     bool resetSync();
 
-    /// Items of these titles, and calendars of these titles, cannot be read and are told as losses.
+    /// Items of these titles, and calendars of these titles, cannot be read and are told as losses;
+    /// likewise what is broken in the store.
     std::set<std::string> unreadable;
+    /// The same, but carrying them would not keep them.
+    std::set<std::string> unsafe;
+    /// Whether what is told names calendar, UID and file, and whether places of records are told.
+    enum class Telling { all, onlyCalendar, noPlaces };
+    Telling telling = Telling::all;
+    /// Items and calendars of these titles are not written by a rewrite, and that is told or not.
+    std::set<std::string> full;
+    std::vector<KTLoss> lossesOfRewrite;
+    /// Told at every load.
+    std::vector<KTLoss> furtherLosses;
     /// Called when the session took effect and the state to be written is about to be asked for.
     std::function<void()> beforeRewrite;
     /// Called after the store was rewritten and before it is settled.
@@ -76,7 +87,12 @@ private:
     };
 
     bool doSync(SyncEngine& engine, Break breakAt);
-    Load load(HostLossReport& losses);
+    Load load();
+    void takeItems(const SimulatedStore::Loaded& loaded, SyncRecordList& target);
+    bool isUnread(const SimulatedCalendar& calendar, const SimulatedItem* item) const;
+    KTLoss lossFor(const SimulatedCalendar& calendar, const SimulatedItem* item) const;
+    void tellOfLosses();
+    void rewrite(const SyncRecordMap& records, std::optional<std::size_t> limit);
     void thinOutPulled(SyncRecordList& records, Load& loaded);
     void thinOutResult(SyncResult& result, const Load& loaded) const;
     std::string keyOf(const std::string& calendarTitle);
@@ -85,7 +101,7 @@ private:
     std::map<std::string, bool> _activated;  // stored
     bool _isFullSync = false;                // stored
     bool _resetSync = false;
-    HostLossReport _losses;
+    HostReports _reports;
 };
 
 }  // namespace kt::test

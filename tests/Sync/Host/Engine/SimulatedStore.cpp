@@ -3,6 +3,9 @@
 #include <algorithm>
 #include <map>
 #include <set>
+#include <utility>
+
+#include <gtest/gtest.h>
 
 #include "Sync/Foundation/Digest.h"
 #include "Sync/Foundation/Platform.h"
@@ -107,24 +110,30 @@ SyncRecord SimulatedStore::calendarRecord(const SimulatedCalendar& each) const
                                                           std::string(kConduitCalendar));
 }
 
-SyncRecordList SimulatedStore::itemRecords(const SimulatedCalendar& each) const
+void SimulatedStore::addItems(Loaded& loaded, const IsUnread& isUnread) const
 {
+    const SimulatedCalendar& each = *loaded.text;
+    const auto isRead = [&](const SimulatedItem& item) {
+        return !isUnread || !isUnread(each, &item);
+    };
     const std::string parent = calendarKey(each);
     std::map<std::string, std::string> seriesByUid;
     std::multimap<std::string, Value> occurrences;
     if (_layout == Layout::tiger) {
         for (const SimulatedItem& item : each.items) {
-            if (item.fields.contains("RecurrenceRule"))
+            if (isRead(item) && item.fields.contains("RecurrenceRule"))
                 seriesByUid[item.uid] = itemKey(item, parent);
         }
         for (const SimulatedItem& item : each.items) {
-            if (item.fields.contains("RecurrenceId") && seriesByUid.count(item.uid) != 0)
+            if (isRead(item) && item.fields.contains("RecurrenceId") &&
+                seriesByUid.count(item.uid) != 0)
                 occurrences.emplace(item.uid, item.fields["RecurrenceId"]);
         }
     }
     std::set<std::string> known;
-    SyncRecordList records;
     for (const SimulatedItem& item : each.items) {
+        if (!isRead(item))
+            continue;
         if (item.conduit == kConduitEvent && !known.insert(uniquenessKey(item)).second)
             continue;
         Dictionary record = item.fields;
@@ -139,29 +148,85 @@ SyncRecordList SimulatedStore::itemRecords(const SimulatedCalendar& each) const
                 dates.push_back(at->second);
             record.set("RecurrenceExceptionDates", dates);
         }
-        records.push_back(HostSyncRecordClass().syncRecordWithRecordType(0, record,
-                                                                         itemKey(item, parent),
-                                                                         parent, item.conduit));
+        loaded.items.push_back(
+            HostSyncRecordClass().syncRecordWithRecordType(0, record, itemKey(item, parent), parent,
+                                                           item.conduit));
+        loaded.itemTexts.push_back(&item);
     }
-    return records;
 }
 
-std::vector<SimulatedStore::Loaded> SimulatedStore::load() const
+std::vector<SimulatedStore::Loaded> SimulatedStore::load(const IsUnread& isUnread) const
 {
     // Of two calendars with one key the later one wins.
     std::map<std::string, const SimulatedCalendar*> byKey;
-    for (const SimulatedCalendar& each : calendars)
-        byKey[calendarKey(each)] = &each;
+    for (const SimulatedCalendar& each : calendars) {
+        if (!isUnread || !isUnread(each, nullptr))
+            byKey[calendarKey(each)] = &each;
+    }
     std::vector<Loaded> loaded;
     for (const auto& [key, each] : byKey) {
         SyncRecord record = calendarRecord(*each);
-        if (record)
-            loaded.push_back({record, itemRecords(*each)});
+        if (!record)
+            continue;
+        loaded.push_back({record, {}, each, {}});
+        addItems(loaded.back(), isUnread);
     }
     return loaded;
 }
 
-void SimulatedStore::rewrite(const SyncRecordMap& records, std::optional<std::size_t> limit)
+std::string SimulatedStore::folderOf(const SimulatedCalendar& each)
+{
+    return "/home/Calendars/" + (each.isGroup() ? each.title + ".group" : each.sourceKey);
+}
+
+std::string SimulatedStore::fileOf(const SimulatedCalendar& each, const SimulatedItem& item) const
+{
+    return folderOf(each) +
+           (_layout == Layout::tiger ? "/corestorage.ics" : "/Events/" + item.uid + ".ics");
+}
+
+// What stays keeps its place, also where nothing else is written.
+void SimulatedStore::putBack(const std::vector<SimulatedCalendar>& before,
+                             const Rewriting& rewriting)
+{
+    if (!rewriting.stays)
+        return;
+    for (const SimulatedCalendar& old : before) {
+        const auto isItsFolder = [&](const SimulatedCalendar& each) {
+            return folderOf(each) == folderOf(old);
+        };
+        const auto written = std::find_if(calendars.begin(), calendars.end(), isItsFolder);
+        if (rewriting.stays(old, nullptr)) {
+            if (written != calendars.end())
+                ADD_FAILURE() << "written over an unread calendar: " << old.title << " by "
+                              << written->title;
+            calendars.push_back(old);
+            // A group says itself which calendars belong to it.
+            for (SimulatedCalendar& each : calendars) {
+                const auto isIt = [&](const SimulatedCalendar& other) {
+                    return folderOf(other) == folderOf(each) && other.group == old.title;
+                };
+                if (old.isGroup() && std::any_of(before.begin(), before.end(), isIt))
+                    each.group = old.title;
+            }
+            continue;
+        }
+        SimulatedCalendar rest = old;
+        std::erase_if(rest.items,
+                      [&](const SimulatedItem& item) { return !rewriting.stays(old, &item); });
+        if (rest.items.empty())
+            continue;
+        if (written == calendars.end()) {
+            // Without its Info file nobody knows what it is.
+            rest.isBroken = !rewriting.limit;
+            calendars.push_back(rest);
+        } else {
+            written->items.insert(written->items.end(), rest.items.begin(), rest.items.end());
+        }
+    }
+}
+
+void SimulatedStore::rewrite(const SyncRecordMap& records, const Rewriting& rewriting)
 {
     ++_rewrites;
     touch();
@@ -183,15 +248,17 @@ void SimulatedStore::rewrite(const SyncRecordMap& records, std::optional<std::si
     std::stable_sort(written.begin(), written.end(), [](const auto& left, const auto& right) {
         return left.first->record()["Order"].intValue() < right.first->record()["Order"].intValue();
     });
-    if (limit && *limit < written.size())
-        written.resize(*limit);
+    if (rewriting.limit && *rewriting.limit < written.size())
+        written.resize(*rewriting.limit);
 
-    calendars.clear();
+    const std::vector<SimulatedCalendar> before = std::exchange(calendars, {});
     std::map<std::string, int> orders;
     for (const auto& [record, items] : written) {
         const Dictionary& fields = record->record();
         SimulatedCalendar each;
         each.title = text(fields, "Title");
+        if (rewriting.full.count(each.title) != 0)
+            continue;
         each.type = text(fields, "Type");
         each.color = text(fields, "Color");
         each.sourceKey =
@@ -208,6 +275,8 @@ void SimulatedStore::rewrite(const SyncRecordMap& records, std::optional<std::si
             SimulatedItem item;
             item.conduit = itemRecord->conduit();
             item.fields = itemRecord->record();
+            if (rewriting.full.count(text(item.fields, "Title")) != 0)
+                continue;
             item.uid = item.fields.contains("RecurrenceParentRecordKey")
                            ? text(item.fields, "RecurrenceParentRecordKey")
                            : itemRecord->recordKey();
@@ -222,7 +291,19 @@ void SimulatedStore::rewrite(const SyncRecordMap& records, std::optional<std::si
                          [](const auto& left, const auto& right) { return left.uid < right.uid; });
         calendars.push_back(std::move(each));
     }
+    putBack(before, rewriting);
 }
+
+namespace {
+
+// No two texts have one UID unless somebody copied one.
+std::string newUid(const std::string& title)
+{
+    static int made = 0;
+    return "uid-" + title + "-" + std::to_string(++made);
+}
+
+}  // namespace
 
 EnhancedDate date(const std::string& text, const std::string& timezone)
 {
@@ -236,14 +317,14 @@ SimulatedItem event(const std::string& title, const std::string& start, Dictiona
 {
     Dictionary fields{{"Title", title}, {"Sequence", "1"}, {"StartDate", date(start)}};
     fields.merge(more);
-    return {std::string(kConduitEvent), fields, "uid-" + title + start};
+    return {std::string(kConduitEvent), fields, newUid(title)};
 }
 
 SimulatedItem task(const std::string& title, Dictionary more)
 {
     Dictionary fields{{"Title", title}, {"Sequence", "1"}, {"Completed", false}};
     fields.merge(more);
-    return {std::string(kConduitTask), fields, "uid-" + title};
+    return {std::string(kConduitTask), fields, newUid(title)};
 }
 
 SimulatedCalendar calendar(const std::string& title, std::vector<SimulatedItem> items)

@@ -1,6 +1,8 @@
 #pragma once
 
+#include <functional>
 #include <optional>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -17,6 +19,7 @@ struct SimulatedItem {
     std::string conduit;
     Dictionary fields;  // without ParentRecordKey and Timezone, which the reader adds
     std::string uid;
+    bool isBroken = false;  // its text cannot be read until somebody mends it
 };
 
 struct SimulatedCalendar {
@@ -29,6 +32,7 @@ struct SimulatedCalendar {
     std::string group;  // title of its group, empty at top level
     Dictionary extra;   // further fields of its record
     std::vector<SimulatedItem> items;
+    bool isBroken = false;  // it cannot be read until somebody mends it
 
     bool isGroup() const { return type == "CalendarGroup"; }
 };
@@ -51,11 +55,27 @@ public:
     struct Loaded {
         SyncRecord calendar;
         SyncRecordList items;
+        const SimulatedCalendar* text = nullptr;
+        std::vector<const SimulatedItem*> itemTexts;  // of each item's record
     };
-    std::vector<Loaded> load() const;
-    /// Replaces everything by what the records say. `limit` cuts the rewrite off after so many
-    /// calendars, as a kill would.
-    void rewrite(const SyncRecordMap& records, std::optional<std::size_t> limit = std::nullopt);
+    /// What cannot be read gives no record.
+    using IsUnread = std::function<bool(const SimulatedCalendar&, const SimulatedItem*)>;
+    std::vector<Loaded> load(const IsUnread& isUnread = {}) const;
+
+    /// How a rewrite deals with what is there.
+    struct Rewriting {
+        std::optional<std::size_t> limit;  // cuts it off after so many calendars, as a kill would
+        IsUnread stays;                    // text that cannot be read and is not given up
+        std::set<std::string> full;        // titles of items and calendars that are not written
+    };
+    /// Replaces everything but what stays by what the records say.
+    void rewrite(const SyncRecordMap& records, const Rewriting& rewriting);
+    void rewrite(const SyncRecordMap& records) { rewrite(records, {}); }
+
+    /// Paths as the plug-in tells them.
+    static std::string folderOf(const SimulatedCalendar& calendar);
+    std::string fileOf(const SimulatedCalendar& calendar, const SimulatedItem& item) const;
+    std::string keyOf(const SimulatedCalendar& calendar) const { return calendarKey(calendar); }
 
     /// Changes with every rewrite and whenever somebody says so.
     std::string fingerprint() const { return std::to_string(_version); }
@@ -67,7 +87,8 @@ private:
     std::string calendarKey(const SimulatedCalendar& calendar) const;
     std::optional<std::string> parentKey(const SimulatedCalendar& calendar) const;
     SyncRecord calendarRecord(const SimulatedCalendar& calendar) const;
-    SyncRecordList itemRecords(const SimulatedCalendar& calendar) const;
+    void addItems(Loaded& loaded, const IsUnread& isUnread) const;
+    void putBack(const std::vector<SimulatedCalendar>& before, const Rewriting& rewriting);
 
     Layout _layout;
     int _version = 0;

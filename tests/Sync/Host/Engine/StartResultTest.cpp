@@ -39,17 +39,16 @@ INSTANTIATE_TEST_SUITE_P(
             StartResult::onlyUp},
         Row{"Losses",
             [](StartFacts& facts) {
-                facts.hasLosses = true, facts.wantsServer = true, facts.hasNews = true;
+                facts.isUnsafe = true, facts.wantsServer = true, facts.hasNews = true;
             },
             StartResult::onlyUp},
         Row{"LossesAtAFirstMeetingWithAnEmptyServer",
             [](StartFacts& facts) {
-                facts.hasLosses = true, facts.isFirstMeeting = true,
-                facts.serverHoldsNothing = true;
+                facts.isUnsafe = true, facts.isFirstMeeting = true, facts.serverHoldsNothing = true;
             },
             StartResult::onlyUp},
         Row{"LossesWithAMark",
-            [](StartFacts& facts) { facts.hasLosses = true, facts.hasMark = true; },
+            [](StartFacts& facts) { facts.isUnsafe = true, facts.hasMark = true; },
             StartResult::full},
         Row{"TheServersStateWantedLater", [](StartFacts& facts) { facts.wantsServer = true; },
             StartResult::overwrittenLater},
@@ -94,7 +93,7 @@ TEST(Rule5, NobodyButTheUserOverwrites)
         StartFacts facts;
         facts.isAccountOff = bit(0);
         facts.isSettling = bit(1);
-        facts.hasLosses = bit(2);
+        facts.isUnsafe = bit(2);
         facts.hasMark = bit(3);
         facts.isFirstMeeting = bit(4);
         facts.serverHoldsNothing = bit(5);
@@ -113,9 +112,9 @@ TEST(Rule5, AFullComparisonAnsweredWith1IsOwed)
 {
     StartFacts facts;
     facts.asksForFull = true;
-    facts.hasLosses = true;
+    facts.isUnsafe = true;
     EXPECT_TRUE(isOwedAfter(startResult(facts), facts));
-    facts.hasLosses = false;
+    facts.isUnsafe = false;
     EXPECT_FALSE(isOwedAfter(startResult(facts), facts));
 }
 
@@ -125,9 +124,9 @@ TEST(Rule5, AFirstMeetingAnsweredWith1IsOwedAsWell)
          {&StartFacts::isFirstMeeting, &StartFacts::isUnknownServer, &StartFacts::isServerOlder}) {
         StartFacts facts;
         facts.*meets = true;
-        facts.hasLosses = true;
+        facts.isUnsafe = true;
         EXPECT_TRUE(isOwedAfter(startResult(facts), facts));
-        facts.hasLosses = false;
+        facts.isUnsafe = false;
         EXPECT_FALSE(isOwedAfter(startResult(facts), facts));
     }
 }
@@ -136,9 +135,9 @@ TEST(Rule5, WhatIsOwedStaysOwedUntilItIsMade)
 {
     StartFacts facts;
     facts.isOwed = true;
-    facts.hasLosses = true;
+    facts.isUnsafe = true;
     EXPECT_TRUE(isOwedAfter(startResult(facts), facts));
-    facts.hasLosses = false;
+    facts.isUnsafe = false;
     EXPECT_FALSE(isOwedAfter(startResult(facts), facts));
 }
 

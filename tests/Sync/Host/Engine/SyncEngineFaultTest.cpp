@@ -108,9 +108,9 @@ TEST_F(SyncEngineFaults, AFailureIsSaidAndNeverThrown)
     givenChangesOnBothSides();
     LocalState state(home("a").statePath());
     const auto server = syncServerWithURL(serverUrl());
-    HostLossReport losses;
+    HostReports reports;
     std::vector<std::string> log;
-    SyncEngine engine(state, *server, losses,
+    SyncEngine engine(state, *server, reports,
                       [&](std::string_view line) { log.emplace_back(line); });
     engine.beginRun({});
     FailingSqlite::failAt(0);
@@ -144,8 +144,8 @@ TEST_F(SyncEngineFaults, AskedForAStateThatCannotBeReadTheEngineGivesNoneAndSays
     givenChangesOnBothSides();
     LocalState state(home("a").statePath());
     const auto server = syncServerWithURL(serverUrl());
-    HostLossReport losses;
-    SyncEngine engine(state, *server, losses, {});
+    HostReports reports;
+    SyncEngine engine(state, *server, reports, {});
     engine.beginRun({});
     EXPECT_THAT(engine.getLocalState(), Optional(Not(IsEmpty())));
     FailingSqlite::failAt(0);
@@ -159,8 +159,8 @@ TEST_F(SyncEngineFaults, ALogThatThrowsStopsNobody)
     auto& a = home("a");
     LocalState state(a.statePath());
     const auto server = syncServerWithURL("sqlite:" + folder.path("missing/server.db"));
-    HostLossReport losses;
-    SyncEngine engine(state, *server, losses,
+    HostReports reports;
+    SyncEngine engine(state, *server, reports,
                       [](std::string_view) { throw std::runtime_error("full disk"); });
     engine.beginRun({});
     EXPECT_EQ(engine.startSync(5), 0);

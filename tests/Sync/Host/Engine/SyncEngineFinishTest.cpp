@@ -33,8 +33,8 @@ TEST_F(SyncEngineRules, Rule14_ASessionLeftOpenIsRolledBack)
     givenTwoHomes();
     LocalState state(home("a").statePath());
     const auto server = syncServerWithURL(serverUrl());
-    HostLossReport losses;
-    SyncEngine engine(state, *server, losses, {});
+    HostReports reports;
+    SyncEngine engine(state, *server, reports, {});
     engine.beginRun({});
     EXPECT_EQ(engine.startSync(5), 1);
     EXPECT_TRUE(state.isOpen());

@@ -23,18 +23,21 @@ void SyncEngineFixture::syncAll()
 
 void SyncEngineFixture::syncUntilRest()
 {
+    std::vector<std::string> unproved;
     for (int round = 0; round < 6; ++round) {
         bool isQuiet = true;
+        unproved.clear();
         for (const auto& each : homes) {
             const SyncRunSummary summary = each->sync();
             EXPECT_TRUE(summary.finished) << testing::PrintToString(summary.reasons);
+            unproved.insert(unproved.end(), summary.unproved.begin(), summary.unproved.end());
             isQuiet =
                 isQuiet && summary.startResult == 1 && summary.sent + summary.deletedOnServer == 0;
         }
         if (isQuiet)
             return;
     }
-    ADD_FAILURE() << "the homes do not come to rest";
+    ADD_FAILURE() << "the homes do not come to rest: " << testing::PrintToString(unproved);
 }
 
 void SyncEngineFixture::expectRest()

@@ -81,10 +81,10 @@ TEST_F(SyncEngineRules, TheMarkCarriesTheFirstBackupOfARowOfUnsettledRewrites)
     state.setFacts(facts);
     b.sync(broken(Break::killAfterFinish));
     const auto server = syncServerWithURL(serverUrl());
-    HostLossReport losses;
-    EXPECT_EQ(SyncEngine(state, *server, losses, {}).markedBackup(), "2007-12-23");
+    HostReports reports;
+    EXPECT_EQ(SyncEngine(state, *server, reports, {}).markedBackup(), "2007-12-23");
     b.sync();
-    EXPECT_EQ(SyncEngine(state, *server, losses, {}).markedBackup(), std::nullopt);
+    EXPECT_EQ(SyncEngine(state, *server, reports, {}).markedBackup(), std::nullopt);
 }
 
 }  // namespace

@@ -61,9 +61,9 @@ TEST_F(SyncEngineRules, Rule5_AFullComparisonThatLossesHeldBackIsMadeLater)
 {
     givenTwoHomes();
     auto& a = home("a");
-    a.unreadable = {"Zahnarzt"};
+    a.unsafe = {"Zahnarzt"};
     EXPECT_EQ(a.sync(full()).startResult, 1);
-    a.unreadable = {};
+    a.unsafe = {};
     EXPECT_EQ(a.sync().startResult, 6);
     EXPECT_EQ(a.sync().startResult, 1);
 }
@@ -161,8 +161,8 @@ TEST_F(SyncEngineRules, AListThatIsNotAskedForIsEmpty)
     givenTwoHomes();
     LocalState state(home("a").statePath());
     const auto server = syncServerWithURL(serverUrl());
-    HostLossReport losses;
-    SyncEngine engine(state, *server, losses, {});
+    HostReports reports;
+    SyncEngine engine(state, *server, reports, {});
     engine.beginRun({});
     engine.startSync(5);
     const auto deletions = engine.diffLocalStateWithLocalUpdates({}, SyncRecordList{}, 4);

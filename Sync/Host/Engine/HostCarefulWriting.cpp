@@ -1,0 +1,28 @@
+#include "Sync/Host/Engine/HostCarefulWriting.h"
+
+namespace kt {
+
+namespace {
+
+// Without what is only told: title and reason.
+std::string nameOf(const KTLoss& text)
+{
+    return std::to_string(static_cast<int>(text.extent)) + '\0' + text.file + '\0' + text.uid +
+           '\0' + text.digest;
+}
+
+}  // namespace
+
+bool HostCarefulWriting::isGivenUp(const KTLoss& unread) const
+{
+    return unread.kind == KTLoss::Kind::unread && _givenUp.count(nameOf(unread)) != 0;
+}
+
+void HostCarefulWriting::giveUp(const std::vector<KTLoss>& texts)
+{
+    _givenUp.clear();
+    for (const KTLoss& text : texts)
+        _givenUp.insert(nameOf(text));
+}
+
+}  // namespace kt

@@ -1,0 +1,57 @@
+#pragma once
+
+#include <string>
+#include <string_view>
+#include <unordered_map>
+#include <unordered_set>
+#include <utility>
+
+#include "Sync/Host/Engine/LocalState.h"
+#include "Sync/HostInterface/KTIdentityReport.h"
+
+namespace kt {
+
+/// Collects what the store knows its records by, while a run is on: between begin() and end() it
+/// keeps every record that it is told of, so that no other one can come to stand in its place.
+class HostIdentityReport : public KTIdentityReport {
+public:
+    void reportIdentity(const SyncRecord& record, const KTStoreIdentity& identity) override;
+
+    /// Null for a record that nothing was told of.
+    const KTStoreIdentity* identityOf(const KTSyncRecord& record) const;
+    /// Whether anything was told, so that a record that was not is not in the store.
+    bool empty() const { return _identities.empty(); }
+    /// Whether a calendar of that key was among the records told of.
+    bool hasCalendar(const std::string& recordKey) const
+    {
+        return _calendars.count(recordKey) != 0;
+    }
+    /// Forgets what was told before.
+    void begin();
+    /// Lets go of the records; they must not outlive the plug-in that made them.
+    void end();
+
+private:
+    std::unordered_map<const KTSyncRecord*, std::pair<SyncRecord, KTStoreIdentity>> _identities;
+    std::unordered_set<std::string> _calendars;
+    bool _isListening = false;
+};
+
+/// Where the records of one load stand, as the state remembers it: paths below the home are
+/// relative to it.
+class StorePlaces {
+public:
+    /// The report is not owned and outlives this.
+    StorePlaces(const HostIdentityReport& report, std::string home);
+
+    /// Empty for a record that nothing was told of.
+    StorePlace of(const KTSyncRecord& record) const;
+    std::string relative(std::string_view path) const;
+    const HostIdentityReport& report() const { return _report; }
+
+private:
+    const HostIdentityReport& _report;
+    std::string _home;  // ends in a slash, unless it is empty
+};
+
+}  // namespace kt

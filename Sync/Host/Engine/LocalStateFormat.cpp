@@ -1,0 +1,76 @@
+#include "Sync/Host/Engine/LocalStateFormat.h"
+
+namespace kt {
+
+namespace {
+
+constexpr std::string_view kSchema = R"(
+CREATE TABLE facts (
+    name TEXT PRIMARY KEY,
+    value TEXT NOT NULL
+) WITHOUT ROWID;
+CREATE TABLE agreed (
+    conduit TEXT NOT NULL,
+    key TEXT NOT NULL,
+    parent_key TEXT,
+    revision INTEGER NOT NULL,
+    hash TEXT NOT NULL,
+    record BLOB NOT NULL,
+    PRIMARY KEY (conduit, key)
+);
+CREATE TABLE seen (
+    id INTEGER PRIMARY KEY,
+    conduit TEXT NOT NULL,
+    local_key TEXT NOT NULL,
+    agreed_key TEXT,
+    local_parent_key TEXT,
+    hash TEXT NOT NULL,
+    timezone TEXT NOT NULL,
+    record BLOB NOT NULL
+);
+CREATE TABLE kept (
+    conduit TEXT NOT NULL,
+    key TEXT NOT NULL,
+    parent_key TEXT,
+    hash TEXT NOT NULL,
+    record BLOB NOT NULL,
+    PRIMARY KEY (conduit, key)
+);
+CREATE TABLE untaken (
+    conduit TEXT NOT NULL,
+    key TEXT NOT NULL,
+    parent_key TEXT,
+    revision INTEGER NOT NULL,
+    offers INTEGER NOT NULL,
+    refused INTEGER NOT NULL,
+    PRIMARY KEY (conduit, key)
+);
+)";
+
+// Where a record stands in the store, and what cannot be read there.
+constexpr std::string_view kUnreadTexts = R"(
+ALTER TABLE seen ADD COLUMN uid TEXT NOT NULL DEFAULT '';
+ALTER TABLE seen ADD COLUMN file TEXT NOT NULL DEFAULT '';
+ALTER TABLE kept ADD COLUMN uid TEXT NOT NULL DEFAULT '';
+ALTER TABLE kept ADD COLUMN file TEXT NOT NULL DEFAULT '';
+CREATE TABLE unread (
+    whose INTEGER NOT NULL,
+    conduit TEXT NOT NULL,
+    key TEXT NOT NULL,
+    since INTEGER NOT NULL,
+    PRIMARY KEY (whose, conduit, key)
+) WITHOUT ROWID;
+CREATE TABLE unread_text (
+    name TEXT PRIMARY KEY,
+    since INTEGER NOT NULL
+) WITHOUT ROWID;
+)";
+
+constexpr std::string_view kSteps[] = {kSchema, kUnreadTexts};
+constexpr SqliteFormat kFormat{"Der lokale Sync-Stand", 0x4B544C53 /* KTLS */, kSteps};
+
+}  // namespace
+
+const SqliteFormat& localStateFormat() { return kFormat; }
+
+}  // namespace kt

@@ -1,0 +1,87 @@
+#include <map>
+#include <utility>
+
+#include "Sync/Foundation/Platform.h"
+#include "Sync/Host/Engine/HandedState.h"
+#include "Sync/Host/Engine/RecordCoding.h"
+#include "Sync/Host/Engine/RewriteProof.h"
+#include "Sync/Host/Engine/SeenUpdate.h"
+#include "Sync/Host/Engine/Settling.h"
+#include "Sync/Host/Engine/SyncSession.h"
+
+namespace kt {
+
+// The store's records after the rewrite become what was seen, if nobody touched the store since and
+// all that was handed out is there.
+bool SyncSession::finishSettling()
+{
+    const SettlingCheck& check = *_setting.options.settling;
+    SyncRunSummary& summary = _setting.summary;
+    const bool isUntouched =
+        check.currentFingerprint && check.currentFingerprint() == check.notedFingerprint;
+    if (!isUntouched || !_knowledge->facts().mark) {
+        summary.settlement = Settlement::storeChanged;
+        return true;
+    }
+    const std::vector<HandedRecord> handed = handedState(_setting.state, *_knowledge);
+    const auto agreedKeys = pairWithHanded(_localRecords, handed);
+    const SyncRecordList none;
+    summary.unproved = faultsOfRewrite(handed,
+                                       {_localRecords, agreedKeys,
+                                        _keptRecords ? *_keptRecords : none, _keptNames, _places},
+                                       check.losses);
+    if (!summary.unproved.empty()) {
+        summary.settlement = Settlement::unproved;
+        return true;
+    }
+    // Until all of this is stored.
+    summary.settlement = Settlement::notStored;
+    makeSeen(agreedKeys);
+    writeKept();
+    StateFacts facts = _knowledge->facts();
+    writeUnreadTexts(facts);
+    facts.mark = std::nullopt;
+    facts.anchor = facts.anchorAfterSettling;
+    facts.anchorAfterSettling = 0;
+    _setting.state.setFacts(facts);
+    _setting.state.commit();
+    summary.settlement = Settlement::settled;
+    summary.settled = true;
+    return true;
+}
+
+void SyncSession::makeSeen(const std::vector<std::optional<std::string>>& agreedKeys)
+{
+    std::map<std::pair<RecordId, std::optional<std::string>>, const SeenRow*> rows;
+    for (const SeenRow& row : _knowledge->seen())
+        rows.emplace(std::make_pair(row.local, row.agreedKey), &row);
+    std::vector<SeenTarget> targets;
+    for (std::size_t index = 0; index < _localRecords.size(); ++index) {
+        const SyncRecord& record = _localRecords[index];
+        if (!record)
+            continue;
+        const auto row =
+            rows.extract({{record->conduit(), record->recordKey()}, agreedKeys[index]});
+        targets.push_back({record, contentHash(record->record()), _places.of(*record),
+                           agreedKeys[index], row.empty() ? nullptr : row.mapped()});
+    }
+    SeenRemainder remainder{_keptCalendars, false, {}};
+    for (const auto& [id, row] : rows) {
+        if (isRowUnread(*row))
+            remainder.untouched.insert(row);
+    }
+    moveSeen(_setting.state, *_knowledge, targets, remainder,
+             Platform::shared().localTimeZoneName());
+}
+
+// Of what a rewrite brought and is nobody's nothing else is remembered.
+bool SyncSession::isRowUnread(const SeenRow& row) const
+{
+    if (row.agreedKey)
+        return _knowledge->unreadRow(UnreadRow::Whose::agreed,
+                                     {row.local.conduit, *row.agreedKey}) != nullptr;
+    return !_texts->empty() &&
+           _texts->claimOn(knownRecord(row, *_knowledge, *_texts)) != UnreadClaim::none;
+}
+
+}  // namespace kt

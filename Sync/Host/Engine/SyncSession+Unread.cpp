@@ -1,0 +1,304 @@
+#include <algorithm>
+#include <map>
+#include <memory>
+#include <set>
+#include <utility>
+
+#include "Sync/Host/Engine/EqualKeys.h"
+#include "Sync/Host/Engine/HostSyncRecord.h"
+#include "Sync/Host/Engine/SyncSession.h"
+
+namespace kt {
+
+namespace {
+
+constexpr const char* kParent = "ParentRecordKey";
+
+using Whose = UnreadRow::Whose;
+
+void merge(UnreadRecords& into, const UnreadRecords& other)
+{
+    into.unread.insert(other.unread.begin(), other.unread.end());
+    into.returning.insert(other.returning.begin(), other.returning.end());
+    into.givenUp.resize(std::max(into.givenUp.size(), other.givenUp.size()));
+    for (std::size_t text = 0; text < other.givenUp.size(); ++text)
+        into.givenUp[text] = into.givenUp[text] || other.givenUp[text];
+}
+
+// The group that each calendar was in, by local keys.
+std::map<std::string, std::string> formerGroups(const Knowledge& knowledge)
+{
+    std::map<std::string, std::string> groups;
+    for (const SeenRow& row : knowledge.seen()) {
+        if (row.local.conduit == kConduitCalendar && row.localParentKey)
+            groups.emplace(row.local.key, *row.localParentKey);
+    }
+    for (const KeptRow& row : knowledge.kept()) {
+        if (row.id.conduit == kConduitCalendar && row.parentKey)
+            groups.emplace(row.id.key, *row.parentKey);
+    }
+    return groups;
+}
+
+SyncRecord inGroup(const KTSyncRecord& calendar, const std::string& group)
+{
+    Dictionary record = calendar.record();
+    record.set(kParent, group);
+    return std::make_shared<HostSyncRecord>(calendar.recordType(), std::move(record),
+                                            calendar.recordKey(), group, calendar.conduit());
+}
+
+}  // namespace
+
+// While the text of a group cannot be read its calendars seem to stand at the top. Nobody moved
+// them.
+SyncRecordList SyncSession::withGroupsThatAreUnread(const SyncRecordList& records)
+{
+    SyncRecordList result = records;
+    if (_texts->empty())
+        return result;
+    std::unordered_set<std::string> unread;
+    for (const SeenRow& row : _knowledge->seen()) {
+        if (row.local.conduit == kConduitCalendar &&
+            !_setting.reports.identities.hasCalendar(row.local.key) &&
+            _texts->claimOn(knownRecord(row, *_knowledge, *_texts)) != UnreadClaim::none)
+            unread.insert(row.local.key);
+    }
+    if (unread.empty())
+        return result;
+    const auto groups = formerGroups(*_knowledge);
+    for (SyncRecord& record : result) {
+        const bool isAtTop =
+            record && record->conduit() == kConduitCalendar &&
+            (!record->recordParentKey() || record->recordParentKey() == record->recordKey());
+        const auto group = isAtTop ? groups.find(record->recordKey()) : groups.end();
+        if (group == groups.end() || group->second == record->recordKey() ||
+            unread.count(group->second) == 0)
+            continue;
+        const KTStoreIdentity* identity = _setting.reports.identities.identityOf(*record);
+        const KTStoreIdentity known = identity == nullptr ? KTStoreIdentity{} : *identity;
+        record = inGroup(*record, group->second);
+        _setting.reports.identities.reportIdentity(record, known);
+    }
+    return result;
+}
+
+// Changes of what cannot be read wait. So does what comes into a calendar that is unread as a
+// whole, and the deletion of one that holds something unread: its folder would have to go.
+bool SyncSession::waitsForItsText(const RecordId& id, const RemoteChange& change) const
+{
+    if (_unread.unread.count(id) != 0)
+        return true;
+    if (id.conduit == kConduitCalendar)
+        return change.server.isTombstone ? _unread.parents.count(id.key) != 0
+                                         : isFolderUnread(id, change);
+    if (!change.server.parentKey || change.server.isTombstone)
+        return false;
+    const RecordId parent{std::string(kConduitCalendar), *change.server.parentKey};
+    const RemoteChange* calendar = _remote.change(parent);
+    return _unread.closed.count(_local->localCalendarKey(parent.key)) != 0 ||
+           _unread.unread.count(parent) != 0 ||
+           (calendar != nullptr && !calendar->server.isTombstone &&
+            isFolderUnread(parent, *calendar));
+}
+
+// A calendar that is new here, but whose folder is there and cannot be read.
+bool SyncSession::isFolderUnread(const RecordId& id, const RemoteChange& change) const
+{
+    const Value& sourceKey = change.record["SourceKey"];
+    return _knowledge->agreedRow(id) == nullptr && _local->recordAgreedAs(id) == nullptr &&
+           !_setting.options.acceptLosses && sourceKey.isString() &&
+           _texts->isInFolderOf(std::string(sourceKey.string()));
+}
+
+// What was kept of calendars that are switched on now, and what the store lacks without anybody
+// having deleted it. Only where the store is rewritten: what was kept is nowhere else until then.
+SyncRecordList SyncSession::withKeptRecordsThatComeBack(const SyncRecordList& records)
+{
+    SyncRecordList all = records;
+    const std::unordered_set<std::string> active = calendarsOf(records);
+    std::unordered_set<std::string> switchedOn;
+    for (const KeptRow& row : _knowledge->kept()) {
+        if (active.count(calendarOf(row)) != 0)
+            switchedOn.insert(calendarOf(row));
+    }
+    if (switchedOn.empty())
+        return all;
+    const KeptNames names = keptNames(recordsOfCalendars(records, switchedOn), _setting.state,
+                                      *_knowledge, reading(), keptMissing());
+    _keptAndRead = names.known;
+    RecordIdSet present = names.known;
+    for (const KeptRow& row : _knowledge->kept()) {
+        if (switchedOn.count(calendarOf(row)) == 0)
+            present.insert(row.id);
+    }
+    if (_isHeld)
+        return all;
+    _unreadKept = unreadKeptRecords(*_texts, *_knowledge, present, unreadRules());
+    if (!isRewriteExpected(_result))
+        return all;
+    for (const KeptRow& row : _knowledge->kept()) {
+        const bool comesBack = isMissingUnread() ? _unreadKept.unread.count(row.id) == 0
+                                                 : _unreadKept.returning.count(row.id) != 0;
+        if (present.count(row.id) == 0 && comesBack)
+            all.push_back(keptAsLocal(row));
+    }
+    return all;
+}
+
+// Under the key that the plug-in computes: numbers behind it are the engine's.
+SyncRecord SyncSession::keptAsLocal(const KeptRow& row)
+{
+    std::string key = row.id.key;
+    if (const auto bareKey = keyBeforeNumber(key)) {
+        const auto isBare = [&](const RecordId& id) {
+            return id.conduit == row.id.conduit && id.key == *bareKey;
+        };
+        const auto& kept = _knowledge->kept();
+        const auto& seen = _knowledge->seen();
+        if (std::any_of(kept.begin(), kept.end(),
+                        [&](const auto& each) { return isBare(each.id); }) ||
+            std::any_of(seen.begin(), seen.end(),
+                        [&](const auto& each) { return isBare(each.local); }))
+            key = *bareKey;
+    }
+    auto record =
+        std::make_shared<HostSyncRecord>(kRecordTypeRecord, _setting.state.keptRecord(row.id), key,
+                                         row.parentKey, row.id.conduit);
+    _setting.reports.identities.reportIdentity(record, {row.place.uid, "", "", row.place.file});
+    return record;
+}
+
+// What the switched-off calendars hold is known only now.
+void SyncSession::decideKept()
+{
+    if (!_keptRecords)
+        return;
+    _keptNames = keptNames(*_keptRecords, _setting.state, *_knowledge, reading(), keptMissing());
+    if (_isHeld || isSettling())
+        return;
+    RecordIdSet present = _keptNames.known;
+    const std::unordered_set<std::string> active = calendarsOf(_localRecords);
+    for (const KeptRow& row : _knowledge->kept()) {
+        if (active.count(calendarOf(row)) != 0)
+            present.insert(row.id);
+    }
+    merge(_unreadKept, unreadKeptRecords(*_texts, *_knowledge, present, unreadRules()));
+    keepWhatIsMissed(calendarsOf(*_keptRecords));
+}
+
+// What is unread of a calendar that was switched off just now is kept as it was last seen.
+void SyncSession::keepWhatIsMissed(const std::unordered_set<std::string>& switchedOff)
+{
+    std::unordered_set<RecordId, RecordIdHash> taken(_keptNames.ids.begin(), _keptNames.ids.end());
+    for (const KeptRow& row : _knowledge->kept())
+        taken.insert(row.id);
+    for (const SeenRow* row : _unread.rows) {
+        const bool isCalendar = row->local.conduit == kConduitCalendar;
+        const std::string calendar = isCalendar ? row->local.key : row->localParentKey.value_or("");
+        if (!row->agreedKey || switchedOff.count(calendar) == 0)
+            continue;
+        RecordId id = row->local;
+        for (int number = 2; !taken.insert(id).second; ++number)
+            id.key = numberedKey(row->local.key, number);
+        _keptFromSeen.emplace_back(KeptRow{id, row->localParentKey, row->hash, row->place}, row);
+        const RecordId agreedId{row->local.conduit, *row->agreedKey};
+        if (_unread.unread.erase(agreedId) != 0)
+            _unreadKept.unread.insert(id);
+        _unread.returning.erase(agreedId);
+    }
+}
+
+void SyncSession::writeKept()
+{
+    if (!_keptRecords)
+        return;
+    RecordIdSet stays;
+    const std::unordered_set<std::string> active = calendarsOf(_localRecords);
+    for (const KeptRow& row : _knowledge->kept()) {
+        const bool isActive = active.count(calendarOf(row)) != 0;
+        const bool isMissed = isMissingUnread() || _unreadKept.returning.count(row.id) != 0;
+        // Where the store is rewritten a calendar that is switched on has got it back.
+        const bool isNowhereElse = !isActive || !isRewriteExpected(_result);
+        if (_keptAndRead.count(row.id) != 0)
+            continue;
+        if (isUnreadKept(row) || (isMissed && isNowhereElse))
+            stays.insert(row.id);
+    }
+    replaceKept(_setting.state, *_knowledge, *_keptRecords, _keptNames, stays, _places);
+    for (const auto& [kept, seen] : _keptFromSeen)
+        _setting.state.setKept(kept, _setting.state.seenRecord(*seen));
+}
+
+bool SyncSession::isUnreadKept(const KeptRow& row) const
+{
+    return isSettling() || _isHeld ? _knowledge->unreadRow(Whose::kept, row.id) != nullptr
+                                   : _unreadKept.unread.count(row.id) != 0;
+}
+
+// What comes back and is not written in this run stays known as unread until it is.
+void SyncSession::writeUnread()
+{
+    if (_isHeld)
+        return;
+    const bool isRewritten = isRewriteExpected(_result);
+    std::set<std::pair<Whose, RecordId>> unread;
+    const auto add = [&](Whose whose, const UnreadRecords& records) {
+        for (const RecordId& id : records.unread)
+            unread.emplace(whose, id);
+        if (isRewritten)
+            return;
+        for (const RecordId& id : records.returning)
+            unread.emplace(whose, id);
+    };
+    add(Whose::agreed, _unread);
+    add(Whose::kept, _unreadKept);
+    for (const UnreadRow& row : _knowledge->unread()) {
+        if (unread.erase({row.whose, row.id}) == 0)
+            _setting.state.removeUnread(row);
+    }
+    for (const auto& [whose, id] : unread)
+        _setting.state.setUnread({whose, id, _texts->now()});
+}
+
+void SyncSession::writeUnreadTexts(StateFacts& facts)
+{
+    std::set<std::string> present;
+    std::set<std::string> added;
+    for (std::size_t text = 0; text < _texts->count(); ++text) {
+        present.insert(_texts->name(text));
+        if (_texts->isNew(text))
+            added.insert(_texts->name(text));
+    }
+    bool hasChanged = !added.empty();
+    for (const UnreadTextRow& row : _knowledge->unreadTexts()) {
+        if (present.count(row.name) != 0)
+            continue;
+        _setting.state.removeUnreadText(row.name);
+        hasChanged = true;
+    }
+    for (const std::string& name : added)
+        _setting.state.setUnreadText({name, _texts->now()});
+    if (hasChanged)
+        facts.unreadTextsChanged = _texts->now();
+}
+
+void SyncSession::tellOfTexts()
+{
+    SyncRunSummary& summary = _setting.summary;
+    const auto isGivenUp = [&](std::size_t text) {
+        const auto says = [&](const std::vector<bool>& given) {
+            return text < given.size() && given[text];
+        };
+        return isRewriteExpected(_result) && (says(_unread.givenUp) || says(_unreadKept.givenUp));
+    };
+    for (std::size_t text = 0; text < _texts->count(); ++text) {
+        if (isGivenUp(text))
+            summary.overwritten.push_back(_texts->loss(text));
+        else if (_texts->isNew(text))
+            summary.newlyUnread.push_back(_texts->loss(text));
+    }
+    _setting.reports.carefulWriting.giveUp(summary.overwritten);
+}
+
+}  // namespace kt

@@ -1,0 +1,579 @@
+#include <set>
+
+#include "tests/Sync/Host/Engine/SyncEngineRules.h"
+
+namespace kt::test {
+namespace {
+
+using testing::IsEmpty;
+using testing::SizeIs;
+
+using Telling = SimulatedHome::Telling;
+
+// Two homes in step; then texts of "a" are damaged. "Privat" has a dentist, a rehearsal and a
+// shopping list, "Arbeit" a meeting.
+class UnreadHomes : public SyncEngineRules {
+protected:
+    void givenHomes(Layout layout = Layout::leopard, Telling telling = Telling::all)
+    {
+        SimulatedHome& a = home("a", layout);
+        a.telling = telling;
+        a.store.calendars = {calendar("Privat",
+                                      {event("Zahnarzt", "20071224T100000"),
+                                       event("Probe", "20071225T190000"), task("Einkaufen")}),
+                             calendar("Arbeit", {event("Sitzung", "20071227T090000")})};
+        home("b");
+        syncAll();
+        syncUntilRest();
+        a.sync(full());  // so that no text is as it was entered, but as it was written
+    }
+
+    static SimulatedItem& damage(SimulatedHome& home, const std::string& calendar,
+                                 const std::string& title)
+    {
+        SimulatedItem& item = *home.store.item(calendar, title);
+        item.isBroken = true;
+        home.store.touch();
+        return item;
+    }
+
+    static void mend(SimulatedHome& home)
+    {
+        for (SimulatedCalendar& each : home.store.calendars) {
+            each.isBroken = false;
+            for (SimulatedItem& item : each.items)
+                item.isBroken = false;
+        }
+        home.store.touch();
+    }
+
+    static Wishes accepting()
+    {
+        Wishes wishes;
+        wishes.acceptLosses = true;
+        return wishes;
+    }
+
+    void expectOnceEverywhere(const std::vector<std::string>& titles)
+    {
+        for (const auto& each : homes) {
+            for (const std::string& title : titles)
+                EXPECT_EQ(each->store.count(title), 1) << title;
+        }
+    }
+};
+
+struct HowTold {
+    const char* name;
+    Layout layout;
+    Telling telling;
+};
+
+class UnreadText : public UnreadHomes, public testing::WithParamInterface<HowTold> {
+protected:
+    UnreadText() { givenHomes(GetParam().layout, GetParam().telling); }
+
+    SimulatedHome& a = home("a");
+    SimulatedHome& b = home("b");
+};
+
+INSTANTIATE_TEST_SUITE_P(
+    Told, UnreadText,
+    testing::Values(HowTold{"AFileOfItsOwn", Layout::leopard, Telling::all},
+                    HowTold{"AComponentByItsUid", Layout::tiger, Telling::all},
+                    HowTold{"AFileNobodyKnows", Layout::leopard, Telling::onlyCalendar},
+                    HowTold{"AComponentWithoutUid", Layout::tiger, Telling::onlyCalendar},
+                    HowTold{"WithoutPlaces", Layout::leopard, Telling::noPlaces}),
+    [](const auto& row) { return row.param.name; });
+
+TEST_P(UnreadText, Rule18_StaysWhileEverythingElseSyncsBothWays)
+{
+    damage(a, "Privat", "Zahnarzt");
+    fields(b, "Privat", "Zahnarzt").set("Location", "Praxis");
+    b.store.calendar("Privat")->items.push_back(task("Blumen"));
+    b.sync();
+    a.store.calendar("Privat")->items.push_back(task("Geschenke"));
+    const SyncRunSummary summary = a.sync();
+    EXPECT_EQ(summary.startResult, 5);
+    EXPECT_FALSE(summary.held);
+    EXPECT_TRUE(summary.settled) << testing::PrintToString(summary.unproved);
+    EXPECT_EQ(summary.sent, 1U);
+    EXPECT_EQ(summary.received, 1U);
+    EXPECT_EQ(summary.deletedOnServer, 0U);
+    EXPECT_EQ(a.store.count("Blumen"), 1);
+    EXPECT_EQ(a.store.count("Zahnarzt"), 1);
+    EXPECT_TRUE(a.store.item("Privat", "Zahnarzt")->isBroken);
+    EXPECT_FALSE(fields(a, "Privat", "Zahnarzt").contains("Location"));
+
+    // Deletions of the rest go through.
+    removeItem(a, "Privat", "Probe");
+    removeItem(a, "Arbeit", "Sitzung");
+    EXPECT_EQ(a.sync().deletedOnServer, 2U);
+    b.sync();
+    EXPECT_EQ(b.store.count("Probe") + b.store.count("Sitzung"), 0);
+    EXPECT_EQ(b.store.count("Zahnarzt"), 1);
+
+    mend(a);
+    EXPECT_EQ(a.sync().startResult, 6);
+    EXPECT_EQ(fields(a, "Privat", "Zahnarzt")["Location"], Value("Praxis"));
+    expectOnceEverywhere({"Zahnarzt", "Blumen", "Einkaufen"});
+    expectRest();
+    expectEqualHomes();
+}
+
+TEST_P(UnreadText, Rule18_LeavesTheDeviceAtRestAndIsToldOnce)
+{
+    damage(a, "Privat", "Zahnarzt");
+    EXPECT_THAT(a.sync().newlyUnread, SizeIs(1));
+    fields(b, "Privat", "Zahnarzt").set("Location", "Praxis");
+    b.sync();
+    const int rewrites = a.store.rewrites();
+    for (int run = 0; run < 3; ++run) {
+        const SyncRunSummary summary = a.sync();
+        EXPECT_EQ(summary.startResult, 1);
+        EXPECT_THAT(summary.newlyUnread, IsEmpty());
+        EXPECT_THAT(summary.losses, SizeIs(1));
+    }
+    EXPECT_EQ(a.store.rewrites(), rewrites);
+}
+
+TEST_P(UnreadText, Rule18_ComesBackFromWhatIsAgreedWhenItIsThrownAway)
+{
+    damage(a, "Privat", "Zahnarzt");
+    a.sync();
+    fields(b, "Privat", "Zahnarzt").set("Location", "Praxis");
+    b.sync();
+    a.sync();
+    removeItem(a, "Privat", "Zahnarzt");
+    const SyncRunSummary summary = a.sync();
+    EXPECT_EQ(summary.startResult, 6);
+    EXPECT_EQ(summary.deletedOnServer, 0U);
+    EXPECT_EQ(fields(a, "Privat", "Zahnarzt")["Location"], Value("Praxis"));
+    expectOnceEverywhere({"Zahnarzt", "Probe", "Einkaufen"});
+    expectRest();
+}
+
+TEST_P(UnreadText, Rule18_OutlivesARunThatIsKilled)
+{
+    damage(a, "Privat", "Zahnarzt");
+    b.store.calendar("Privat")->items.push_back(task("Blumen"));
+    b.sync();
+    for (const Break at : {Break::killAfterFinish, Break::killBeforeSettling})
+        a.sync(broken(at));
+    EXPECT_TRUE(a.sync().settled);
+    EXPECT_EQ(a.store.count("Zahnarzt"), 1);
+    EXPECT_TRUE(a.store.item("Privat", "Zahnarzt")->isBroken);
+    mend(a);
+    syncUntilRest();
+    expectOnceEverywhere({"Zahnarzt", "Blumen", "Probe", "Einkaufen"});
+    expectRest();
+}
+
+TEST_P(UnreadText, Rule18_IsWrittenOverWhenTheUserSaysSo)
+{
+    fields(b, "Privat", "Zahnarzt").set("Location", "Praxis");
+    b.sync();
+    a.sync();
+    damage(a, "Privat", "Zahnarzt");
+    a.sync();
+    removeItem(a, "Privat", "Probe");
+    removeItem(a, "Arbeit", "Sitzung");
+    const SyncRunSummary summary = a.sync(accepting());
+    EXPECT_EQ(summary.startResult, 6) << "although the server has nothing new";
+    EXPECT_TRUE(summary.settled) << testing::PrintToString(summary.unproved);
+    EXPECT_THAT(summary.overwritten, SizeIs(1));
+    EXPECT_EQ(summary.deletedOnServer, 2U) << "no other deletion is taken back";
+    EXPECT_EQ(a.store.count("Probe") + a.store.count("Sitzung"), 0);
+    EXPECT_EQ(a.store.count("Zahnarzt"), 1);
+    EXPECT_FALSE(a.store.item("Privat", "Zahnarzt")->isBroken);
+    EXPECT_EQ(fields(a, "Privat", "Zahnarzt")["Location"], Value("Praxis"));
+    expectRest();
+    expectEqualHomes();
+}
+
+TEST_P(UnreadText, Rule18_ThatIsNobodysIsLeftAloneWhenTheUserAcceptsLosses)
+{
+    a.store.calendar("Privat")->items.push_back(event("Neu", "20080101T100000"));
+    damage(a, "Privat", "Neu");
+    a.sync();
+    const SyncRunSummary summary = a.sync(accepting());
+    EXPECT_THAT(summary.overwritten, IsEmpty());
+    EXPECT_EQ(a.store.count("Neu"), 1);
+    mend(a);
+    syncUntilRest();
+    expectOnceEverywhere({"Neu", "Zahnarzt", "Probe"});
+}
+
+TEST_P(UnreadText, Rule18_IsMendedAsAnotherTextAndFollows)
+{
+    SimulatedItem& text = damage(a, "Privat", "Zahnarzt");
+    a.sync();
+    text.fields.set("Notes", "Karte");
+    text.isBroken = false;
+    fields(b, "Privat", "Zahnarzt").set("Location", "Praxis");
+    b.sync();
+    syncUntilRest();
+    for (const auto& each : homes) {
+        EXPECT_EQ(fields(*each, "Privat", "Zahnarzt")["Notes"], Value("Karte"));
+        EXPECT_EQ(fields(*each, "Privat", "Zahnarzt")["Location"], Value("Praxis"));
+    }
+    expectRest();
+}
+
+TEST_P(UnreadText, Rule23_InASwitchedOffCalendarIsNeitherDeletedNorDoubled)
+{
+    a.switchOff("Privat");
+    a.sync();
+    fields(a, "Privat", "Zahnarzt").set("Notes", "nur hier");
+    a.sync();
+    damage(a, "Privat", "Zahnarzt");
+    b.store.calendar("Arbeit")->items.push_back(task("Bericht"));
+    b.sync();
+    EXPECT_TRUE(a.sync().settled);
+    EXPECT_EQ(a.store.count("Zahnarzt"), 1);
+    EXPECT_TRUE(a.store.item("Privat", "Zahnarzt")->isBroken);
+    a.switchOn("Privat");
+    a.sync();
+    EXPECT_EQ(b.store.count("Zahnarzt"), 1);
+    mend(a);
+    syncUntilRest();
+    expectOnceEverywhere({"Zahnarzt", "Probe", "Einkaufen", "Bericht"});
+    EXPECT_EQ(fields(b, "Privat", "Zahnarzt")["Notes"], Value("nur hier"));
+    expectRest();
+    expectEqualHomes();
+}
+
+TEST_P(UnreadText, Rule23_InASwitchedOffCalendarComesBackFromWhatWasKept)
+{
+    a.switchOff("Privat");
+    a.sync();
+    fields(a, "Privat", "Zahnarzt").set("Notes", "nur hier");
+    a.sync();
+    damage(a, "Privat", "Zahnarzt");
+    a.sync();
+    removeItem(a, "Privat", "Zahnarzt");
+    EXPECT_EQ(a.sync().startResult, 6);
+    EXPECT_EQ(fields(a, "Privat", "Zahnarzt")["Notes"], Value("nur hier"));
+    EXPECT_FALSE(fields(b, "Privat", "Zahnarzt").contains("Notes"));
+    expectRest();
+}
+
+TEST_P(UnreadText, Rule23_ThrownAwayAfterSwitchingOnComesBackAsItWasKept)
+{
+    a.switchOff("Privat");
+    a.sync();
+    fields(a, "Privat", "Zahnarzt").set("Notes", "nur hier");
+    a.sync();
+    damage(a, "Privat", "Zahnarzt");
+    a.sync();
+    a.switchOn("Privat");
+    a.sync();
+    removeItem(a, "Privat", "Zahnarzt");
+    syncUntilRest();
+    expectOnceEverywhere({"Zahnarzt", "Probe"});
+    EXPECT_EQ(fields(b, "Privat", "Zahnarzt")["Notes"], Value("nur hier"));
+    expectRest();
+}
+
+TEST_P(UnreadText, Rule23_OfACalendarThatIsJustSwitchedOffIsKeptAsItWasSeen)
+{
+    damage(a, "Privat", "Zahnarzt");
+    a.switchOff("Privat");
+    a.sync();
+    removeItem(a, "Privat", "Zahnarzt");
+    EXPECT_EQ(a.sync().startResult, 6);
+    EXPECT_EQ(a.store.count("Zahnarzt"), 1);
+    a.switchOn("Privat");
+    syncUntilRest();
+    expectOnceEverywhere({"Zahnarzt", "Probe"});
+    expectRest();
+}
+
+class Unread : public UnreadHomes {
+protected:
+    Unread() { givenHomes(); }
+
+    SimulatedHome& a = home("a");
+    SimulatedHome& b = home("b");
+};
+
+TEST_F(Unread, Rule18_ADeletionInTheSameRunGoesThroughWhereTheTextIsKnown)
+{
+    damage(a, "Privat", "Zahnarzt");
+    removeItem(a, "Privat", "Probe");
+    EXPECT_EQ(a.sync().deletedOnServer, 1U);
+    b.sync();
+    EXPECT_EQ(b.store.count("Probe"), 0);
+    EXPECT_EQ(b.store.count("Zahnarzt"), 1);
+    expectRest();
+}
+
+TEST_F(Unread, Rule18_NothingMissingIsDeletedWhereANewTextCannotBeTold)
+{
+    a.telling = Telling::onlyCalendar;
+    damage(a, "Privat", "Zahnarzt");
+    removeItem(a, "Privat", "Probe");
+    removeItem(a, "Arbeit", "Sitzung");
+    EXPECT_EQ(a.sync().deletedOnServer, 1U) << "only that of the other calendar";
+    EXPECT_EQ(a.sync().deletedOnServer, 0U);
+    mend(a);
+    a.sync();
+    EXPECT_EQ(a.store.count("Probe"), 1) << "it may have been the text";
+    expectRest();
+}
+
+TEST_F(Unread, Rule18_AWholeCalendarWaitsWithAllThatComesIntoIt)
+{
+    a.store.calendar("Privat")->isBroken = true;
+    b.store.calendar("Privat")->items.push_back(task("Blumen"));
+    fields(b, "Privat", "Probe").set("Location", "Saal");
+    b.store.calendar("Arbeit")->items.push_back(task("Bericht"));
+    b.sync();
+    const SyncRunSummary summary = a.sync();
+    EXPECT_TRUE(summary.settled) << testing::PrintToString(summary.unproved);
+    EXPECT_EQ(summary.deletedOnServer, 0U);
+    EXPECT_EQ(a.store.count("Bericht"), 1);
+    EXPECT_EQ(a.store.count("Blumen"), 0);
+    const int rewrites = a.store.rewrites();
+    EXPECT_EQ(a.sync().startResult, 1);
+    EXPECT_EQ(a.store.rewrites(), rewrites);
+    mend(a);
+    syncUntilRest();
+    expectOnceEverywhere({"Blumen", "Zahnarzt", "Probe", "Einkaufen", "Bericht"});
+    EXPECT_EQ(fields(a, "Privat", "Probe")["Location"], Value("Saal"));
+    expectRest();
+    expectEqualHomes();
+}
+
+TEST_F(Unread, Rule18_AWholeCalendarComesBackWhenItsFolderIsThrownAway)
+{
+    a.store.calendar("Privat")->isBroken = true;
+    a.sync();
+    removeCalendar(a, "Privat");
+    EXPECT_EQ(a.sync().deletedOnServer, 0U);
+    expectOnceEverywhere({"Zahnarzt", "Probe", "Einkaufen"});
+    expectRest();
+}
+
+TEST_F(Unread, Rule18_AWholeCalendarIsWrittenOverWhenTheUserSaysSo)
+{
+    a.store.calendar("Privat")->isBroken = true;
+    a.sync();
+    const SyncRunSummary summary = a.sync(accepting());
+    EXPECT_TRUE(summary.settled) << testing::PrintToString(summary.unproved);
+    EXPECT_FALSE(a.store.calendar("Privat")->isBroken);
+    expectOnceEverywhere({"Zahnarzt", "Probe", "Einkaufen"});
+    expectRest();
+}
+
+TEST_F(Unread, Rule18_TheFolderOfAnUnreadCalendarIsNobodyElses)
+{
+    // The same folder under another title, as it comes about when a calendar is renamed.
+    SimulatedCalendar twin = calendar("Verein", {task("Kasse")});
+    twin.sourceKey = "SK-Privat";
+    b.store.calendars.push_back(twin);
+    a.store.calendar("Privat")->isBroken = true;
+    b.sync();
+    a.sync();
+    EXPECT_EQ(a.store.count("Kasse"), 0) << "its folder is taken by a text that is not read";
+    mend(a);
+    syncUntilRest();
+    expectOnceEverywhere({"Kasse", "Zahnarzt"});
+    expectRest();
+}
+
+TEST_F(Unread, Rule18_ACalendarThatHoldsUnreadTextIsNotDeletedUntilItIsMended)
+{
+    damage(a, "Privat", "Zahnarzt");
+    a.sync();
+    removeCalendar(b, "Privat");
+    b.sync();
+    EXPECT_TRUE(a.sync().settled);
+    EXPECT_TRUE(a.store.item("Privat", "Zahnarzt")->isBroken);
+    EXPECT_EQ(a.store.count("Probe"), 0) << "the rest of it is deleted";
+    mend(a);
+    syncUntilRest();
+    EXPECT_EQ(a.store.calendar("Privat"), nullptr);
+    expectRest();
+}
+
+TEST_F(Unread, Rule18_AServerDeletionWaitsForTheText)
+{
+    damage(a, "Privat", "Zahnarzt");
+    a.sync();
+    removeItem(b, "Privat", "Zahnarzt");
+    b.sync();
+    a.sync();
+    EXPECT_EQ(a.store.count("Zahnarzt"), 1);
+    mend(a);
+    syncUntilRest();
+    EXPECT_EQ(a.store.count("Zahnarzt"), 0);
+    expectRest();
+}
+
+TEST_F(Unread, Rule18_FromTheServerLeavesItWhereItIs)
+{
+    damage(a, "Privat", "Zahnarzt");
+    fields(b, "Privat", "Zahnarzt").set("Location", "Praxis");
+    b.sync();
+    Wishes wishes;
+    wishes.fromServer = true;
+    EXPECT_EQ(a.sync(wishes).startResult, 3);
+    EXPECT_EQ(a.store.count("Zahnarzt"), 1);
+    EXPECT_TRUE(a.store.item("Privat", "Zahnarzt")->isBroken);
+    mend(a);
+    syncUntilRest();
+    expectOnceEverywhere({"Zahnarzt"});
+    EXPECT_EQ(fields(a, "Privat", "Zahnarzt")["Location"], Value("Praxis"));
+}
+
+TEST_F(Unread, Rule18_AnUnreadGroupMovesNobody)
+{
+    SimulatedCalendar group = calendar("Haus");
+    group.type = "CalendarGroup";
+    SimulatedCalendar garden = calendar("Garten", {task("Gießen")});
+    garden.group = "Haus";
+    a.store.calendars.push_back(group);
+    a.store.calendars.push_back(garden);
+    syncUntilRest();
+    a.store.calendar("Haus")->isBroken = true;
+    b.store.calendar("Garten")->items.push_back(task("Mähen"));
+    b.sync();
+    EXPECT_TRUE(a.sync().settled);
+    EXPECT_EQ(a.sync().sent, 0U);
+    b.sync();
+    EXPECT_EQ(b.store.calendar("Garten")->group, "Haus");
+    mend(a);
+    syncUntilRest();
+    EXPECT_EQ(a.store.calendar("Garten")->group, "Haus");
+    expectEqualHomes();
+    expectRest();
+}
+
+TEST_F(Unread, Rule18_AnEditedTwinDoesNotTakeTheNameOfTheUnreadOne)
+{
+    a.store.calendar("Privat")->items.push_back(task("Einkaufen", {{"Notes", "zweiter"}}));
+    syncUntilRest();
+    ASSERT_EQ(b.store.count("Einkaufen"), 2);
+    std::vector<SimulatedItem*> twins;
+    for (SimulatedItem& item : a.store.calendar("Privat")->items) {
+        if (item.fields["Title"] == Value("Einkaufen"))
+            twins.push_back(&item);
+    }
+    const bool isFirstTheSecond = twins[0]->fields.contains("Notes");
+    SimulatedItem& plain = *twins[isFirstTheSecond ? 1 : 0];
+    SimulatedItem& second = *twins[isFirstTheSecond ? 0 : 1];
+    plain.isBroken = true;
+    second.fields.set("Notes", "zweiter, geändert");
+    syncUntilRest();
+    std::multiset<std::string> notes;
+    for (const SimulatedItem& item : b.store.calendar("Privat")->items) {
+        if (item.fields["Title"] == Value("Einkaufen"))
+            notes.insert(item.fields["Notes"].description());
+    }
+    EXPECT_EQ(notes, (std::multiset<std::string>{"(null)", "zweiter, geändert"}));
+    mend(a);
+    syncUntilRest();
+    EXPECT_EQ(a.store.count("Einkaufen"), 2);
+    EXPECT_EQ(b.store.count("Einkaufen"), 2);
+    expectEqualHomes();
+    expectRest();
+}
+
+TEST_F(Unread, Rule23_TwinsOfASwitchedOffCalendarAreBothThereAfterAKillAndADamage)
+{
+    a.store.calendar("Privat")->items.push_back(task("Einkaufen", {{"Notes", "zweiter"}}));
+    syncUntilRest();
+    a.switchOff("Privat");
+    a.sync();
+    for (const std::string& broken : {std::string("(null)"), std::string("zweiter")}) {
+        for (SimulatedItem& item : a.store.calendar("Privat")->items) {
+            if (item.fields["Title"] == Value("Einkaufen") &&
+                item.fields["Notes"].description() == broken)
+                item.isBroken = true;
+        }
+        b.store.calendar("Arbeit")->items.push_back(task("Bericht " + broken));
+        b.sync();
+        a.sync(SyncEngineRules::broken(Break::killBeforeSettling));
+        a.sync();
+        EXPECT_EQ(a.store.count("Einkaufen"), 2);
+        mend(a);
+        a.sync();
+    }
+    a.switchOn("Privat");
+    syncUntilRest();
+    EXPECT_EQ(a.store.count("Einkaufen"), 2);
+    EXPECT_EQ(b.store.count("Einkaufen"), 2);
+    expectEqualHomes();
+    expectRest();
+}
+
+TEST_F(Unread, Rule23_ATwinMissingWhileARewriteIsNotSettledIsNotOverwrittenByTheOther)
+{
+    a.store.calendar("Privat")->items.push_back(task("Einkaufen", {{"Notes", "zweiter"}}));
+    syncUntilRest();
+    a.switchOff("Privat");
+    a.sync();
+    b.store.calendar("Arbeit")->items.push_back(task("Bericht"));
+    b.sync();
+    a.sync(broken(Break::killAfterFinish));
+    removeItem(a, "Privat", "Einkaufen");  // as between two unlinks
+    EXPECT_TRUE(a.sync().settled);
+    std::multiset<std::string> notes;
+    for (const SimulatedItem& item : a.store.calendar("Privat")->items) {
+        if (item.fields["Title"] == Value("Einkaufen"))
+            notes.insert(item.fields["Notes"].description());
+    }
+    EXPECT_EQ(notes, (std::multiset<std::string>{"(null)", "zweiter"}));
+    a.switchOn("Privat");
+    syncUntilRest();
+    EXPECT_EQ(b.store.count("Einkaufen"), 2);
+    expectEqualHomes();
+    expectRest();
+}
+
+TEST_F(Unread, Rule24_AnUnreadSwitchedOffCalendarKeepsItsDeletions)
+{
+    a.switchOff("Arbeit");
+    a.sync();
+    removeItem(a, "Arbeit", "Sitzung");
+    b.store.calendar("Privat")->items.push_back(task("Blumen"));
+    b.sync();
+    a.sync();
+    a.store.calendar("Arbeit")->isBroken = true;
+    a.sync();
+    mend(a);
+    a.sync();
+    a.switchOn("Arbeit");
+    syncUntilRest();
+    EXPECT_EQ(a.store.count("Sitzung") + b.store.count("Sitzung"), 0);
+    expectRest();
+}
+
+class UnreadAtFirst : public UnreadHomes {};
+
+TEST_F(UnreadAtFirst, NothingIsLostAndEverythingElseIsThere)
+{
+    auto& a = home("a");
+    auto& b = home("b");
+    a.store.calendars = {calendar("Privat", {task("Einkaufen", {{"Notes", "Milch"}}),
+                                             event("Probe", "20071225T190000")})};
+    b.store.calendars = {calendar("Privat", {task("Einkaufen", {{"Notes", "Brot"}})})};
+    a.sync();
+    damage(b, "Privat", "Einkaufen");
+    const SyncRunSummary summary = b.sync();
+    EXPECT_FALSE(summary.held);
+    EXPECT_TRUE(summary.settled) << testing::PrintToString(summary.unproved);
+    EXPECT_EQ(b.store.count("Probe"), 1);
+    mend(b);
+    syncUntilRest();
+    std::set<std::string> notes;
+    for (const SimulatedItem& item : a.store.calendar("Privat")->items)
+        notes.insert(item.fields["Notes"].description());
+    EXPECT_EQ(notes.count("Milch") + notes.count("Brot"), 2U);
+    expectEqualHomes();
+    expectRest();
+}
+
+}  // namespace
+}  // namespace kt::test
