@@ -8,7 +8,7 @@ namespace {
 
 thread_local KTLoss current;
 thread_local int silences = 0;
-thread_local UnreadTexts* collector = nullptr;
+thread_local UnreadCollector* collector = nullptr;
 
 /// Puts the text in place of the outer scope's, unless it is empty.
 std::optional<std::string> replaced(std::string& text, std::string_view by)
@@ -43,9 +43,9 @@ LossSilence::LossSilence() { ++silences; }
 
 LossSilence::~LossSilence() { --silences; }
 
-UnreadTexts::UnreadTexts() { collector = this; }
+UnreadCollector::UnreadCollector() { collector = this; }
 
-UnreadTexts::~UnreadTexts() { collector = nullptr; }
+UnreadCollector::~UnreadCollector() { collector = nullptr; }
 
 void reportLoss(KTLoss::Kind kind, std::string_view reason)
 {

@@ -86,12 +86,12 @@ public:
 
 /// While it lives, collects the unread texts that are told on this thread, be there a host's class
 /// or not. One at a time.
-class UnreadTexts {
+class UnreadCollector {
 public:
-    UnreadTexts();
-    ~UnreadTexts();
-    UnreadTexts(const UnreadTexts&) = delete;
-    UnreadTexts& operator=(const UnreadTexts&) = delete;
+    UnreadCollector();
+    ~UnreadCollector();
+    UnreadCollector(const UnreadCollector&) = delete;
+    UnreadCollector& operator=(const UnreadCollector&) = delete;
 
     const std::vector<KTLoss>& texts() const { return _texts; }
     std::vector<KTLoss> takeTexts() { return std::move(_texts); }

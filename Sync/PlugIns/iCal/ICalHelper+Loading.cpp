@@ -305,7 +305,7 @@ std::optional<SyncRecordList> ICalHelper::loadCalendarsWithPluginHelper(
 {
     if (hostClass<KTCarefulWriting>() == nullptr)
         loaded = nullptr;  // nobody is going to ask
-    UnreadTexts unread;
+    UnreadCollector unread;
     const auto calendars =
         KTSyncCalendarStore::calendarStoreWithPluginHelper(pluginHelper)->calendars();
     if (!calendars) {
@@ -337,7 +337,7 @@ std::optional<SyncRecordList> ICalHelper::loadCalendarsWithPluginHelper(
                   [&](const Exception& exception) {
                       logToHostAndSystem(pluginHelper, "Exception in Kalender '%@': %@", title,
                                          exception);
-                      const LossScope folder("", folderForReports(model));
+                      const LossScope folder("", folderForReports(*model));
                       reportUnread({KTLoss::Extent::calendar},
                                    stringWithFormat("Der Kalender kann nicht geladen werden: %@",
                                                     exception));
