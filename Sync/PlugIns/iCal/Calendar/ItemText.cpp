@@ -3,6 +3,7 @@
 #include "Sync/HostInterface/Guard.h"
 #include "Sync/PlugIns/iCal/Calendar/ComponentText.h"
 #include "Sync/PlugIns/iCal/Calendar/FileLines.h"
+#include "Sync/PlugIns/iCal/Calendar/ItemFile.h"
 #include "Sync/PlugIns/iCal/Calendar/KTSyncEvent.h"
 #include "Sync/PlugIns/iCal/Calendar/KTSyncTask.h"
 
@@ -18,7 +19,9 @@ std::string textOf(Item item, std::string_view uid)
     if (!item)
         return {};
     item->setUID(Value(uid));
-    return item->iCalLines();
+    std::string text = item->iCalLines();
+    joinCutLineEnds(text);
+    return text;
 }
 
 std::string textOfRecord(KTSyncPluginHelper* pluginHelper, std::string_view conduit,

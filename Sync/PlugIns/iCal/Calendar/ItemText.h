@@ -11,7 +11,8 @@ namespace kt {
 
 // The text of single events and tasks, from their records and back.
 
-/// The component that the writer makes of an event's or task's record. Writes attachment files.
+/// The component that the writer makes of an event's or task's record, with line ends whole that the
+/// fold would cut. Writes attachment files.
 /// Throws Exception, logged, when the record cannot be taken.
 std::string itemText(KTSyncPluginHelper* pluginHelper, const KTSyncRecord& record,
                      const std::string& uid);

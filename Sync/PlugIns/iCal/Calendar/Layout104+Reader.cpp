@@ -323,8 +323,9 @@ std::shared_ptr<KTSyncCalendar> Layout104::Reader::makeCalendar(const Node& node
                                                                  node.sourceKey, std::nullopt);
     if (!calendar)
         return nullptr;
-    if (node.calendarType != kCalendarTypeGroup)
-        calendar->setStoredFolder(calendar->corestoragePath());
+    if (node.calendarType != kCalendarTypeGroup && node.sourceKey &&
+        StorePaths::isFolderKey(*node.sourceKey))
+        calendar->setStoredFolder(_paths.calendarFolder104(*node.sourceKey));
     calendar->setTitle(node.title);
     calendar->setColor(node.color);
     calendar->setNotes(node.notes);

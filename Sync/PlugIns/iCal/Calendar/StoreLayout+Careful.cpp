@@ -3,6 +3,7 @@
 #include <unordered_set>
 #include <utility>
 
+#include "Sync/Foundation/Exception.h"
 #include "Sync/Foundation/FileManager.h"
 #include "Sync/HostInterface/KTCarefulWriting.h"
 #include "Sync/HostInterface/KTLossReport.h"
@@ -68,13 +69,18 @@ public:
     }
 
 private:
-    /// Before anything is touched, and at most once.
+    /// Before anything is touched, and at most once. Throws Exception when what is going to be
+    /// changed would stand nowhere else.
     void saveOnce()
     {
-        if (!std::exchange(_isSaved, true) && !_layout.saveStore())
-            logToHostAndSystem(_pluginHelper,
-                               "Fehler: Der alte Kalenderbestand konnte nicht ganz gesichert "
-                               "werden");
+        if (std::exchange(_isSaved, true) || _layout.saveStore())
+            return;
+        constexpr std::string_view kReason =
+            "Der alte Kalenderbestand konnte nicht gesichert werden";
+        logToHostAndSystem(_pluginHelper, "Fehler: %@", kReason);
+        const LossScope scope("", _layout.filesToBackup().front());
+        reportLoss(KTLoss::Kind::unwritten, kReason);
+        throw Exception(NSGenericException, std::string(kReason));
     }
 
     void planItems(const CarefulCalendar& calendar)
