@@ -88,17 +88,19 @@ private:
 
     using FeatureOfPlace = std::function<std::string(const StorePlace&)>;
 
-    // An item keeps its UID through every edit. So while the row's own text may be unread, a record
+    // An item keeps its UID through every edit, a calendar its folder. So while the row's own text may be unread, a record
     // of another UID is another record.
     bool mayBe(const LocalRecord& record, const SeenRow& row) const
     {
         const UnreadClaim claim = _claims.at(&row);
         if (claim == UnreadClaim::none)
             return true;
-        const std::string& uid = record.place.uid;
-        if (claim == UnreadClaim::possible && (uid.empty() || row.place.uid.empty()))
+        const StorePlace& place = record.place;
+        if (claim == UnreadClaim::possible && (place.uid.empty() || row.place.uid.empty()))
             return true;
-        return !uid.empty() && uid == row.place.uid;
+        // Calendars, and items without one, are known by where they stand.
+        return place.uid == row.place.uid &&
+               (!place.uid.empty() || (!place.file.empty() && place.file == row.place.file));
     }
 
     // Pairs records and rows that share a feature with nobody else.

@@ -114,9 +114,10 @@ void CarefulItems::keepOrChange(const SyncRecord& wanted, const ItemPair& pair)
     const LossScope scope(_title, pathOf(stored.place));
     const std::string wantedText = itemText(_pluginHelper, *wanted, uid);
     const LossSilence silence;
+    const std::string aim = itemText(_pluginHelper, *wanted, std::string(kAnyUID));
     const std::string_view storedText = open(pathOf(stored.place)).edit.textAt(stored.place);
     replace(stored.place,
-            changedItemText({storedText, writtenText, wantedText}, [&](std::string_view text) {
+            changedItemText({storedText, writtenText, wantedText, aim}, [&](std::string_view text) {
                 return itemTextAsRead(_pluginHelper, text);
             }));
 }

@@ -171,15 +171,14 @@ std::string changedItemText(
     const ChangedItem& item,
     const std::function<std::optional<std::string>(std::string_view)>& asRead)
 {
-    const std::optional<std::string> aim = asRead(item.wanted);
-    if (!aim)
-        return std::string(item.wanted);
+    const std::optional<std::string> wantedAsRead = asRead(item.wanted);
     const ComponentText stored(item.stored);
     const ComponentText written(item.written);
     const ComponentText wanted(item.wanted);
     for (const Carry carry : {Carry::all, Carry::unchanged}) {
         std::string text = Composition(stored, written, wanted, carry).text();
-        if (asRead(text) == aim)
+        const std::optional<std::string> read = asRead(text);
+        if (read && (read == item.aim || read == wantedAsRead))
             return text;
     }
     return std::string(item.wanted);

@@ -11,7 +11,8 @@ namespace kt {
 struct ChangedItem {
     std::string_view stored;   // as it stands in the store
     std::string_view written;  // what the writer makes of the stored one, taken through its record
-    std::string_view wanted;   // what the writer makes of the one that is to be written
+    std::string_view wanted;   // what the writer makes of the one that is to be written ...
+    std::string_view aim;      // ... and would make of it once it was read, if nothing got lost
 };
 
 /// The component to be written: of every property and inner component that the writer makes the
@@ -21,7 +22,7 @@ struct ChangedItem {
 ///
 /// `asRead` gives what the writer would make of a component once it was read, nullopt where it
 /// cannot be read. Where carrying text over would change what is read, less is carried, in the end
-/// nothing: what is read always is what was wanted.
+/// nothing: what is read always is what was wanted, or what the writer's own text would give.
 std::string changedItemText(
     const ChangedItem& item,
     const std::function<std::optional<std::string>(std::string_view)>& asRead);

@@ -11,8 +11,6 @@ namespace kt {
 
 namespace {
 
-constexpr std::string_view kAnyUID = "x";
-
 template <class Item>
 std::string textOf(Item item, std::string_view uid)
 {

@@ -11,13 +11,16 @@ namespace kt {
 
 // The text of single events and tasks, from their records and back.
 
-/// The component that the writer makes of an event's or task's record, with line ends whole that the
-/// fold would cut. Writes attachment files.
-/// Throws Exception, logged, when the record cannot be taken.
+/// The component that the writer makes of an event's or task's record, with line ends whole that
+/// the fold would cut. Writes attachment files. Throws Exception, logged, when the record cannot be
+/// taken.
 std::string itemText(KTSyncPluginHelper* pluginHelper, const KTSyncRecord& record,
                      const std::string& uid);
 
-/// What the writer would make, under another UID, of a component once it was read; nullopt where it
+/// What is written in place of a UID where texts are compared.
+inline constexpr std::string_view kAnyUID = "x";
+
+/// What the writer would make, under kAnyUID, of a component once it was read; nullopt where it
 /// cannot be read.
 std::optional<std::string> itemTextAsRead(KTSyncPluginHelper* pluginHelper,
                                           std::string_view component);

@@ -64,7 +64,7 @@ std::optional<std::string> read(std::string_view text)
 std::string changed(const std::string& stored, const std::string& written,
                     const std::string& wanted)
 {
-    return changedItemText({stored, written, wanted}, read);
+    return changedItemText({stored, written, wanted, *read(wanted)}, read);
 }
 
 TEST(ChangedItemText, KeepsWhatTheWriterKnowsNothingOf)
@@ -120,7 +120,7 @@ TEST(ChangedItemText, KeepsTheAlarmsThatStayedWithAllThatTheyHold)
             {"BEGIN:VALARM", first, "END:VALARM", "BEGIN:VALARM", second, "END:VALARM"});
     };
     EXPECT_EQ(changedItemText({alarms("A;X=1:1", "B;X=1:1"), alarms("A:1", "B:1"),
-                               alarms("A:1", "B:2")},
+                               alarms("A:1", "B:2"), ""},
                               [](std::string_view) { return std::optional<std::string>("same"); }),
               alarms("A;X=1:1", "B:2"));
 }
@@ -150,9 +150,24 @@ TEST(ChangedItemText, CarriesNoLineThatWouldChangeWhatIsRead)
 TEST(ChangedItemText, IsTheWantedTextWhereNothingCanBeRead)
 {
     const std::string wanted = component({"SUMMARY:b"});
-    EXPECT_EQ(changedItemText({component({"SUMMARY:a", "GEO:1"}), component({"SUMMARY:a"}), wanted},
+    EXPECT_EQ(changedItemText({component({"SUMMARY:a", "GEO:1"}), component({"SUMMARY:a"}), wanted,
+                               ""},
                               [](std::string_view) { return std::optional<std::string>(); }),
               wanted);
+}
+
+TEST(ChangedItemText, CarriesALineThatTheWritersOwnTextWouldNotBringBack)
+{
+    // Read from the writer's text the address would be another one.
+    const auto reads = [](std::string_view text) {
+        const bool isWritten = text.find("ATTENDEE:a") != std::string_view::npos;
+        return std::optional<std::string>(isWritten ? "anders" : "gut");
+    };
+    EXPECT_EQ(changedItemText({component({"ATTENDEE;X=1:a", "SUMMARY:a"}),
+                               component({"ATTENDEE:a", "SUMMARY:a"}),
+                               component({"ATTENDEE:a", "SUMMARY:b"}), "gut"},
+                              reads),
+              component({"ATTENDEE;X=1:a", "SUMMARY:b"}));
 }
 
 }  // namespace
