@@ -71,6 +71,13 @@ std::string_view nameOfLossKind(KTLoss::Kind kind) { return wordsFor(kind).name;
 
 std::string_view headingForLossKind(KTLoss::Kind kind) { return wordsFor(kind).heading; }
 
+KTLoss::Kind lossKindNamed(std::string_view name)
+{
+    const auto found = std::find_if(kKindWords.begin(), kKindWords.end(),
+                                    [name](const KindWords& words) { return words.name == name; });
+    return found == kKindWords.end() ? KTLoss::Kind::unread : found->kind;
+}
+
 bool isRemark(KTLoss::Kind kind)
 {
     return kind == KTLoss::Kind::thinned || kind == KTLoss::Kind::curtailed;

@@ -26,6 +26,8 @@ void printResult(std::string_view text);
 std::string_view nameOfLossKind(KTLoss::Kind kind);
 /// What such a loss means for the user, ending in a colon: "Bleibt unverändert liegen:".
 std::string_view headingForLossKind(KTLoss::Kind kind);
+/// The kind of that name; unread for any other name.
+KTLoss::Kind lossKindNamed(std::string_view name);
 /// Whether it is only worth knowing: nothing waits for it and nothing is held by it.
 bool isRemark(KTLoss::Kind kind);
 bool isRemark(const KTLoss& loss);

@@ -18,10 +18,12 @@ namespace kt {
 
 namespace {
 
-/// A held run did only half of what was asked for, so whoever started it has to look.
+/// A held run did only half of what was asked for, and a rewrite that is not settled may have, so
+/// whoever started it has to look.
 ExitCode exitCodeFor(const SyncRunResult& result)
 {
-    return result.isCompleted && !result.summary.held ? ExitCode::done : ExitCode::failed;
+    return result.isCompleted && !result.summary.held && !isUnsettled(result) ? ExitCode::done
+                                                                              : ExitCode::failed;
 }
 
 /// The first sync on a home switches the plug-in on; whoever switched it off is not overruled.

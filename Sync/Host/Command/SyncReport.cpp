@@ -1,5 +1,8 @@
 #include "Sync/Host/Command/SyncReport.h"
 
+#include <algorithm>
+#include <iterator>
+
 #include <nlohmann/json.hpp>
 
 #include "Sync/Foundation/Format.h"
@@ -27,12 +30,45 @@ std::string listed(std::string_view heading, const std::vector<std::string>& lin
     return lines.empty() ? "" : text;
 }
 
-std::vector<std::string> linesForLosses(const std::vector<KTLoss>& losses)
+std::vector<KTLoss> ofKind(const std::vector<KTLoss>& losses, KTLoss::Kind kind)
 {
-    std::vector<std::string> lines;
+    std::vector<KTLoss> found;
+    std::copy_if(losses.begin(), losses.end(), std::back_inserter(found),
+                 [kind](const KTLoss& loss) { return loss.kind == kind; });
+    return found;
+}
+
+/// What is worth a line of its own in a run: what holds it, what could not be written, and what is
+/// unread since this run.
+std::vector<KTLoss> lossesToShow(const SyncRunSummary& summary)
+{
+    std::vector<KTLoss> shown = summary.newlyUnread;
+    for (const KTLoss& loss : summary.losses) {
+        if (loss.kind != KTLoss::Kind::unread && loss.kind != KTLoss::Kind::thinned)
+            shown.push_back(loss);
+    }
+    return shown;
+}
+
+/// How many places are no news.
+std::string sentenceForKnownLosses(const SyncRunSummary& summary)
+{
+    std::vector<KTLoss> known = ofKind(summary.losses, KTLoss::Kind::thinned);
+    const auto unread = ofKind(summary.losses, KTLoss::Kind::unread);
+    known.insert(known.end(), unread.begin(), unread.end());
+    const std::string sentence = sentenceForLossCounts(known);
+    return sentence.empty() ? "" : sentence + " Mehr dazu: icalsync check\n";
+}
+
+std::string linesForOverwritten(const std::vector<KTLoss>& losses)
+{
+    std::string text;
     for (const KTLoss& loss : losses)
-        lines.push_back(lineForLoss(loss));
-    return lines;
+        text += "  " + lineForLoss(loss) + "\n";
+    return text.empty() ? ""
+                        : "Durch den letzten bekannten Stand ersetzt, der Text steht in der "
+                          "Sicherungskopie:\n" +
+                              text;
 }
 
 std::string countsOf(const SyncRunSummary& summary)
@@ -44,23 +80,33 @@ std::string countsOf(const SyncRunSummary& summary)
                             counted(summary.deletedHere, "Löschung", "Löschungen"));
 }
 
-std::string advice(const SyncReport& report)
+std::string advice(const SyncRunSummary& summary)
 {
-    if (!report.result.summary.held)
+    if (summary.held)
+        return "Nichts wurde überschrieben. \"icalsync check --repair\" benennt Ordner nach ihren "
+               "Schlüsseln; danach geht es von selbst weiter.\n";
+    if (summary.newlyUnread.empty())
         return "";
-    return "Nichts wurde überschrieben. Sind die Dateien repariert, geht es von selbst weiter; "
-           "\"icalsync sync --accept-losses\" macht ohne sie weiter.\n";
+    return "Was unverändert liegen bleibt, wird weder gelöscht noch überschrieben. Ist die Datei "
+           "repariert oder entfernt, geht es von selbst weiter; \"icalsync sync "
+           "--accept-losses\" schreibt den letzten bekannten Stand darüber.\n";
 }
 
 }  // namespace
 
+bool isUnsettled(const SyncRunResult& result)
+{
+    return result.summary.needsSettling && !result.summary.settled;
+}
+
 std::string statusOfRun(const SyncReport& report)
 {
     const SyncRunResult& result = report.result;
-    if (result.summary.held && !result.summary.losses.empty())
-        return "Die Synchronisierung wird angehalten: " +
-               firstLossAndNumber(result.summary.losses) +
-               (result.summary.losses.size() == 1 ? " kann" : " können") + " nicht gelesen werden";
+    const auto unsafe = ofKind(result.summary.losses, KTLoss::Kind::unsafe);
+    if (result.summary.held && !unsafe.empty())
+        return "Die Synchronisierung wird angehalten: " + firstLossAndNumber(unsafe);
+    if (result.isCompleted && isUnsettled(result) && !result.reasons.empty())
+        return result.reasons.front();
     if (result.isCompleted)
         return report.wishes.dryRun ? "Probelauf: es wurde nichts geändert"
                                     : "Die iCal-Kalender wurden synchronisiert";
@@ -88,8 +134,11 @@ std::string textForReport(const SyncReport& report)
     }
     text += listed("Zum Server ginge:", report.goingUp);
     text += listed("Vom Server käme:", report.comingDown);
-    text += listed("Nicht gelesen:", linesForLosses(result.summary.losses));
-    text += advice(report);
+    text += textForLosses(lossesToShow(result.summary));
+    text += linesForOverwritten(result.summary.overwritten);
+    text += listed("Nicht angekommen:", result.summary.unproved);
+    text += sentenceForKnownLosses(result.summary);
+    text += advice(result.summary);
     std::vector<std::string> hints = result.reasons;
     std::erase(hints, statusOfRun(report));
     text += listed("Hinweise:", hints);
@@ -118,6 +167,9 @@ Json jsonForReport(const SyncReport& report)
                  {"deletedHere", summary.deletedHere},
                  {"refused", summary.refused},
                  {"losses", jsonForLosses(summary.losses)},
+                 {"newlyUnread", jsonForLosses(summary.newlyUnread)},
+                 {"overwritten", jsonForLosses(summary.overwritten)},
+                 {"unproved", summary.unproved},
                  {"reasons", result.reasons}};
     if (report.wishes.dryRun) {
         json["goingUp"] = report.goingUp;

@@ -19,6 +19,9 @@ struct SyncReport {
     std::vector<std::string> comingDown;
 };
 
+/// Whether the store was rewritten and what was written is not proved yet; the next run goes on.
+bool isUnsettled(const SyncRunResult& result);
+
 /// The one line that says how it ended; of a held run it names a file.
 std::string statusOfRun(const SyncReport& report);
 

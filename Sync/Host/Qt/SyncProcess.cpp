@@ -9,11 +9,18 @@
 
 #include <sys/types.h>
 
+#include "Sync/Host/Command/Output.h"
+
 namespace kt {
 
 namespace {
 
-/// "Arbeit: /pfad/1.ics: kein Datum", without what is not known.
+KTLoss::Kind kindOf(const QJsonObject& loss)
+{
+    return lossKindNamed(loss[QLatin1String("kind")].toString().toStdString());
+}
+
+/// "Bleibt unverändert liegen: Arbeit: /pfad/1.ics: kein Datum", without what is not known.
 QString lineForLoss(const QJsonObject& loss)
 {
     QStringList parts;
@@ -22,7 +29,8 @@ QString lineForLoss(const QJsonObject& loss)
         if (!part.isEmpty())
             parts << part;
     }
-    return QStringLiteral("Nicht gelesen: ") + parts.join(QStringLiteral(": "));
+    return QString::fromStdString(std::string(headingForLossKind(kindOf(loss)))) +
+           QStringLiteral(" ") + parts.join(QStringLiteral(": "));
 }
 
 /// What the system says of it is in whatever language the system speaks.
@@ -49,8 +57,10 @@ SyncOutcome outcomeFromReport(const QByteArray& json)
         outcome.status = report[QLatin1String("error")].toString();
     else if (outcome.status.isEmpty())
         outcome.status = QStringLiteral("Die Synchronisierung ist unerwartet zu Ende gegangen.");
+    // Remarks are what a check lists.
     for (const QJsonValue& loss : report[QLatin1String("losses")].toArray())
-        outcome.log.push_back(lineForLoss(loss.toObject()));
+        if (!isRemark(kindOf(loss.toObject())))
+            outcome.log.push_back(lineForLoss(loss.toObject()));
     for (const QJsonValue& reason : report[QLatin1String("reasons")].toArray())
         if (reason.toString() != outcome.status)
             outcome.log.push_back(reason.toString());

@@ -33,8 +33,13 @@ SyncReport held(std::size_t losses)
     report.result.summary.held = true;
     for (std::size_t i = 0; i < losses; ++i)
         report.result.summary.losses.push_back(
-            {"Privat", "/" + std::to_string(i) + ".ics", "leer"});
+            {"Privat", "/" + std::to_string(i), "falsch benannt", KTLoss::Kind::unsafe});
     return report;
+}
+
+KTLoss loss(KTLoss::Kind kind, const std::string& file = "/0.ics")
+{
+    return {"Privat", file, "leer", kind};
 }
 
 TEST(SyncReport, OfACompletedRunHasTheCounts)
@@ -60,25 +65,72 @@ TEST(SyncReport, WhereTheHostKnowsWhyItSaysSo)
     EXPECT_EQ(statusOfRun(ended("", {})), "Die Synchronisierung wurde nicht gestartet");
 }
 
-TEST(SyncReport, OfAHeldRunNamesTheFilesAndWhatToDo)
+TEST(SyncReport, OfAHeldRunNamesTheFoldersAndWhatToDo)
 {
-    EXPECT_EQ(statusOfRun(held(1)),
-              "Die Synchronisierung wird angehalten: /0.ics kann nicht gelesen werden");
+    EXPECT_EQ(statusOfRun(held(1)), "Die Synchronisierung wird angehalten: /0");
     EXPECT_EQ(statusOfRun(held(3)),
-              "Die Synchronisierung wird angehalten: /0.ics und 2 weitere "
-              "Stellen können nicht gelesen werden");
+              "Die Synchronisierung wird angehalten: /0 und 2 weitere Stellen");
     const std::string text = textForReport(held(2));
-    EXPECT_THAT(text, HasSubstr("Nicht gelesen:\n  /0.ics: leer (Kalender 'Privat')\n"
-                                "  /1.ics: leer (Kalender 'Privat')\n"));
-    EXPECT_THAT(text, HasSubstr("--accept-losses"));
+    EXPECT_THAT(text, HasSubstr("Hält die Synchronisierung an:\n"
+                                "  /0: falsch benannt (Kalender 'Privat')\n"
+                                "  /1: falsch benannt (Kalender 'Privat')\n"));
+    EXPECT_THAT(text, HasSubstr("icalsync check --repair"));
 }
 
-TEST(SyncReport, AcceptedLossesAreNamedAsWell)
+TEST(SyncReport, NamesUnreadTextWhenItIsNewAndCountsItAfterThat)
 {
-    SyncReport report = held(1);
-    report.result.summary.held = false;
+    SyncReport report = completed();
+    report.result.summary.losses = {loss(KTLoss::Kind::unread)};
+    EXPECT_THAT(textForReport(report), testing::EndsWith("1 Stelle bleibt unverändert liegen. Mehr "
+                                                         "dazu: icalsync check\n"));
+    report.result.summary.newlyUnread = report.result.summary.losses;
+    EXPECT_THAT(textForReport(report),
+                HasSubstr("Bleibt unverändert liegen:\n  /0.ics: leer (Kalender 'Privat')\n"));
+    EXPECT_THAT(textForReport(report), HasSubstr("--accept-losses"));
     EXPECT_EQ(statusOfRun(report), "Die iCal-Kalender wurden synchronisiert");
-    EXPECT_THAT(textForReport(report), HasSubstr("Nicht gelesen:\n  /0.ics: leer"));
+}
+
+TEST(SyncReport, OnlyCountsWhatIsReadButNotInAll)
+{
+    SyncReport report = completed();
+    report.result.summary.losses = {loss(KTLoss::Kind::thinned)};
+    EXPECT_THAT(textForReport(report),
+                testing::EndsWith("1 Stelle ist nicht in allem gelesen. Mehr "
+                                  "dazu: icalsync check\n"));
+    EXPECT_THAT(textForReport(report), testing::Not(HasSubstr("übersprungen")));
+}
+
+TEST(SyncReport, HasHeadingsForWhatCouldNotBeWritten)
+{
+    SyncReport report = completed();
+    report.result.summary.losses = {loss(KTLoss::Kind::curtailed, "/1.ics"),
+                                    loss(KTLoss::Kind::unwritten)};
+    EXPECT_THAT(textForReport(report),
+                HasSubstr("Konnte nicht geschrieben werden:\n  /0.ics: leer (Kalender 'Privat')\n"
+                          "Geschrieben, aber nicht in allem:\n  /1.ics: leer"));
+}
+
+TEST(SyncReport, SaysWhatWasWrittenOverTextThatNobodyCouldRead)
+{
+    SyncReport report = completed();
+    report.result.summary.overwritten = {loss(KTLoss::Kind::unread)};
+    EXPECT_THAT(textForReport(report),
+                HasSubstr("Durch den letzten bekannten Stand ersetzt, der Text steht in der "
+                          "Sicherungskopie:\n  /0.ics: leer (Kalender 'Privat')\n"));
+}
+
+TEST(SyncReport, OfARewriteThatIsNotSettledSaysWhyAndWhatIsMissing)
+{
+    SyncReport report = completed();
+    report.result.summary.needsSettling = true;
+    report.result.summary.unproved = {"Ereignis 'Eins'"};
+    report.result.reasons = {"Nicht alles ist angekommen"};
+    EXPECT_TRUE(isUnsettled(report.result));
+    EXPECT_EQ(statusOfRun(report), "Nicht alles ist angekommen");
+    EXPECT_THAT(textForReport(report), HasSubstr("Nicht angekommen:\n  Ereignis 'Eins'\n"));
+    report.result.summary.settled = true;
+    EXPECT_FALSE(isUnsettled(report.result));
+    EXPECT_EQ(statusOfRun(report), "Die iCal-Kalender wurden synchronisiert");
 }
 
 TEST(SyncReport, HintsOfACompletedRunFollow)
@@ -117,14 +169,15 @@ TEST(SyncReport, InJsonHasEverything)
     report.server = "sqlite:/k";
     report.result.summary.startResult = 1;
     EXPECT_EQ(jsonText(jsonForReport(report)),
-              "{\"completed\":true,\"status\":\"Die Synchronisierung wird angehalten: /0.ics kann "
-              "nicht gelesen werden\",\"pluginStatus\":\"3 Kalender\\n1 Ereignis, 0 Aufgaben\","
+              "{\"completed\":true,\"status\":\"Die Synchronisierung wird angehalten: /0\","
+              "\"pluginStatus\":\"3 Kalender\\n1 Ereignis, 0 Aufgaben\","
               "\"dryRun\":false,\"enabledNow\":false,\"restored\":false,\"device\":\"Büro\","
               "\"server\":\"sqlite:/k\",\"startResult\":1,\"held\":true,\"rewritten\":false,"
               "\"settled\":false,\"sent\":1,\"received\":0,\"deletedOnServer\":0,"
-              "\"deletedHere\":2,\"refused\":0,\"losses\":[{\"kind\":\"unread\","
+              "\"deletedHere\":2,\"refused\":0,\"losses\":[{\"kind\":\"unsafe\","
               "\"calendar\":\"Privat\","
-              "\"file\":\"/0.ics\",\"reason\":\"leer\"}],\"reasons\":[]}");
+              "\"file\":\"/0\",\"reason\":\"falsch benannt\"}],\"newlyUnread\":[],"
+              "\"overwritten\":[],\"unproved\":[],\"reasons\":[]}");
 }
 
 }  // namespace

@@ -161,13 +161,15 @@ TEST(SyncReportOfTheProgram, NamesWhatCouldNotBeReadAndWhatElseThereIsToKnow)
 {
     const SyncOutcome outcome = outcomeFromReport(
         R"({"completed":false,"status":"angehalten","reasons":["angehalten","Grund"],
-            "losses":[{"calendar":"Arbeit","file":"/a/1.ics","reason":"kein Datum"},
-                      {"calendar":"","file":"/b","reason":"unlesbar"}]})");
+            "losses":[{"kind":"unread","calendar":"Arbeit","file":"/a/1.ics","reason":"kein Datum"},
+                      {"kind":"thinned","calendar":"Arbeit","file":"/a/2.ics","reason":"gekürzt"},
+                      {"kind":"unsafe","calendar":"","file":"/b","reason":"unlesbar"}]})");
     EXPECT_FALSE(outcome.isCompleted);
     EXPECT_EQ(outcome.status, QStringLiteral("angehalten"));
     EXPECT_THAT(outcome.log,
-                ElementsAre(QStringLiteral("Nicht gelesen: Arbeit: /a/1.ics: kein Datum"),
-                            QStringLiteral("Nicht gelesen: /b: unlesbar"),
+                ElementsAre(QStringLiteral(
+                                "Bleibt unverändert liegen: Arbeit: /a/1.ics: kein Datum"),
+                            QStringLiteral("Hält die Synchronisierung an: /b: unlesbar"),
                             QStringLiteral("Grund")));
 }
 
