@@ -92,7 +92,7 @@ ExitCode syncCommand(const CommandLine& line, const Place& place)
                      isDry ? StateAccess::readOnly : StateAccess::readWrite);
     const auto server = syncServerWithURL(place.serverURL);
     ReferenceHost* hostForLog = nullptr;
-    SyncEngine engine(state, *server, workplace.lossReport(),
+    SyncEngine engine(state, *server, workplace.reports(),
                       [&](std::string_view message) { hostForLog->logMsg(message); });
     ReferenceHost host(workplace.services(workplace.preferences()), engine);
     hostForLog = &host;

@@ -32,6 +32,7 @@ public:
     Preferences& preferences() { return *_preferences; }
     StatusLine& statusLine() { return _statusLine; }
     HostFileLogger& fileLogger() { return _fileLogger; }
+    HostReports& reports() { return _classes.reports(); }
     HostLossReport& lossReport() { return _classes.lossReport(); }
     /// For a host object; the preferences may be others than the workplace's own.
     HostServices services(Preferences& preferences);

@@ -4,7 +4,7 @@
 #include <utility>
 
 #include "Sync/Host/Engine/HostEnhancedDate.h"
-#include "Sync/Host/Engine/HostLossReport.h"
+#include "Sync/Host/Engine/HostReports.h"
 #include "Sync/Host/Engine/HostSyncRecord.h"
 #include "Sync/Host/Publishing/HostSyncConnection.h"
 #include "Sync/HostInterface/KTClassTable.h"
@@ -20,13 +20,14 @@ public:
     /// Points at the class objects, which live as long as this does.
     KTClassTable table();
 
-    HostLossReport& lossReport() { return _lossReport; }
+    HostReports& reports() { return _reports; }
+    HostLossReport& lossReport() { return _reports.losses; }
 
 private:
     HostEnhancedDateClass _enhancedDateClass;
     HostSyncRecordClass _syncRecordClass;
     HostSyncConnectionClass _syncConnectionClass;
-    HostLossReport _lossReport;
+    HostReports _reports;
 };
 
 }  // namespace kt

@@ -9,6 +9,32 @@
 
 namespace kt {
 
+namespace {
+
+/// Why a rewrite is not settled. The lines that name what is missing stand in the summary.
+std::string lineForSettlement(const SyncRunSummary& settling)
+{
+    switch (settling.settlement) {
+    case Settlement::storeChanged:
+        return "Die Kalender haben sich während der Synchronisierung geändert; die nächste gleicht "
+               "sie noch einmal vollständig ab.";
+    case Settlement::unproved:
+        return "Nicht alles ist im Kalenderspeicher angekommen; die nächste Synchronisierung "
+               "schreibt es noch einmal.";
+    case Settlement::notStored:
+        return "Der Stand dieses Geräts konnte nicht gespeichert werden; die nächste "
+               "Synchronisierung gleicht die Kalender noch einmal vollständig ab.";
+    case Settlement::notReached:
+        return "Was in die Kalender geschrieben wurde, konnte nicht geprüft werden; die nächste "
+               "Synchronisierung gleicht sie noch einmal vollständig ab.";
+    case Settlement::settled:
+        break;
+    }
+    return "";
+}
+
+}  // namespace
+
 SyncRun::SyncRun(ReferenceHost& host, KTSyncPluginProtocol& plugin, SyncEngine& engine,
                  const StoreBackups& backups, std::string home)
     : _host(host),
@@ -62,6 +88,7 @@ void SyncRun::runOnStore(const SyncRunWishes& wishes, SyncRunResult& result)
     options.allowMassDelete = wishes.allowMassDelete;
     options.dryRun = wishes.dryRun;
     options.systemVersion = _host.macOSVersion();
+    options.home = _home;
     options.backupName = marked.value_or(made);
     synchronize(options, result);
     if (couldNotLoad(result) && canPutBack && !result.wasRestored) {
@@ -143,16 +170,27 @@ void SyncRun::settle(SyncRunOptions options, const std::string& notedFingerprint
                      SyncRunResult& result)
 {
     options.fromServer = false;
+    options.acceptLosses = false;
     options.dryRun = false;
     options.settling =
-        SettlingCheck{notedFingerprint, [this] { return fingerprintOfFiles(storeFiles()); }};
-    const PluginHost::Silence silence(_host);
-    _engine.beginRun(options);
-    result.summary.settled = _engine.endRun(_plugin.doSync()).settled;
-    if (!result.summary.settled)
-        result.reasons.emplace_back(
-            "Die Kalender haben sich während der Synchronisierung geändert; die nächste gleicht "
-            "sie noch einmal vollständig ab.");
+        SettlingCheck{notedFingerprint, [this] { return fingerprintOfFiles(storeFiles()); },
+                      result.summary.losses};
+    SyncRunSummary settling;
+    {
+        const PluginHost::Silence silence(_host);
+        _engine.beginRun(options);
+        settling = _engine.endRun(_plugin.doSync());
+    }
+    result.summary.settled = settling.settled;
+    result.summary.settlement = settling.settlement;
+    result.summary.unproved = settling.unproved;
+    if (settling.settled)
+        return;
+    result.reasons.push_back(lineForSettlement(settling));
+    for (const std::string& reason : settling.reasons)
+        result.reasons.push_back(reason);
+    for (const std::string& line : settling.unproved)
+        _host.logMsg(line);
 }
 
 /// It ended before there was a session, and neither because of a running program nor because
