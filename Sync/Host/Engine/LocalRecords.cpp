@@ -80,8 +80,8 @@ private:
         if (_knowledge.unreadRow(UnreadRow::Whose::agreed, id) == nullptr)
             return false;
         const AgreedRow* agreed = _knowledge.agreedRow(id);
-        return agreed != nullptr &&
-               _texts.claimOn(knownRecord(*agreed, _knowledge, _texts)) != UnreadClaim::none;
+        return agreed != nullptr && _texts.claimOn(knownRecord(*agreed, _knowledge, _texts,
+                                                               _state)) != UnreadClaim::none;
     }
 
     const RemoteChange* liveOnServer(const RecordId& id) const

@@ -117,10 +117,11 @@ void pairCalendars(Pairing& pairing)
     const auto sourceKey = [](std::string_view conduit, const Dictionary& record) {
         return isCalendarConduit(conduit) ? textOf(record, "SourceKey") : std::string();
     };
-    pairing.pair([&](const auto& local) { return key(local.conduit(), local.recordKey()); },
-                 [&](const auto& handed) { return key(handed.id.conduit, handed.id.key); });
+    // Of two calendars of one title only one comes back, and its folder says which.
     pairing.pair([&](const auto& local) { return sourceKey(local.conduit(), local.record()); },
                  [&](const auto& handed) { return sourceKey(handed.id.conduit, handed.record); });
+    pairing.pair([&](const auto& local) { return key(local.conduit(), local.recordKey()); },
+                 [&](const auto& handed) { return key(handed.id.conduit, handed.id.key); });
 }
 
 void pairCalendarsByLooks(Pairing& pairing)

@@ -107,8 +107,7 @@ bool SyncSession::isFolderUnread(const RecordId& id, const RemoteChange& change)
 {
     const Value& sourceKey = change.record["SourceKey"];
     return _knowledge->agreedRow(id) == nullptr && _local->recordAgreedAs(id) == nullptr &&
-           !_setting.options.acceptLosses && sourceKey.isString() &&
-           _texts->isInFolderOf(std::string(sourceKey.string()));
+           sourceKey.isString() && _texts->isInFolderOf(std::string(sourceKey.string()));
 }
 
 // What was kept of calendars that are switched on now, and what the store lacks without anybody

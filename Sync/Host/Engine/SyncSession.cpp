@@ -71,8 +71,9 @@ StartFacts SyncSession::gatherFacts(int mode)
     StartFacts facts;
     facts.isSettling = isSettling();
     facts.isUnsafe = isUnsafe() && !_setting.options.acceptLosses;
-    facts.isUnreadNoMore = kt::isUnreadNoMore(*_texts, *_knowledge);
-    facts.overwritesUnread = _setting.options.acceptLosses && mayAnyBeUnread(*_texts, *_knowledge);
+    facts.isUnreadNoMore = kt::isUnreadNoMore(*_texts, *_knowledge, _setting.state);
+    facts.overwritesUnread =
+        _setting.options.acceptLosses && mayAnyBeUnread(*_texts, *_knowledge, _setting.state);
     facts.hasMark = known.mark.has_value();
     facts.wantsServer = _setting.options.fromServer;
     facts.isFirstMeeting = known.serverIdentity.empty();
@@ -144,7 +145,7 @@ SyncResult SyncSession::diff(const SyncRecordList& local,
                    reading());
     // A held run writes nothing into the store and takes nothing missing for deleted anyway.
     if (!_isHeld)
-        _unread = unreadRecords(*_texts, *_knowledge, *_local, unreadRules());
+        _unread = unreadRecords(*_texts, *_knowledge, *_local, unreadRules(), _setting.state);
     noteTaken(remote.value_or(SyncRecordList{}));
     ComparisonRules rules;
     rules.hasBase = _hasBase;

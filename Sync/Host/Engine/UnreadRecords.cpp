@@ -40,7 +40,7 @@ bool isOfCalendarSwitchedOff(const std::string& localKey, const Knowledge& knowl
 }
 
 Missing missingRecords(const UnreadTexts& texts, const Knowledge& knowledge,
-                       const LocalRecords& local, const UnreadRules& rules)
+                       const LocalRecords& local, const UnreadRules& rules, LocalState& state)
 {
     Missing missing;
     for (const SeenRow& row : knowledge.seen()) {
@@ -60,7 +60,7 @@ Missing missingRecords(const UnreadTexts& texts, const Knowledge& knowledge,
         // What was never seen is missed only where it was handed out, or unread, already.
         if (!rules.isHealing && knowledge.unreadRow(Whose::agreed, row.id) == nullptr)
             continue;
-        KnownRecord record = knownRecord(row, knowledge, texts);
+        KnownRecord record = knownRecord(row, knowledge, texts, state);
         if (!isOfCalendarSwitchedOff(record.calendar, knowledge, local))
             missing.add(std::move(record), row.id, nullptr);
     }
@@ -80,9 +80,9 @@ std::vector<std::size_t> calendarsOfBrokenRewrite(const UnreadTexts& texts,
         bool claimsNew = false;
         bool claimsUnread = false;
         for (std::size_t index = 0; index < missing.size(); ++index) {
-            if (!texts.mayBe(text, missing[index]))
-                continue;
-            (wasUnread[index] ? claimsUnread : claimsNew) = true;
+            const UnreadClaim claim = texts.claim(text, missing[index]);
+            claimsUnread = claimsUnread || (wasUnread[index] && claim != UnreadClaim::none);
+            claimsNew = claimsNew || (!wasUnread[index] && claim == UnreadClaim::certain);
         }
         if (claimsNew && !claimsUnread)
             result.push_back(text);
@@ -131,7 +131,8 @@ UnreadRecords decided(const UnreadTexts& texts, const Knowledge& knowledge, Miss
     return result;
 }
 
-bool isUnreadNow(const UnreadTexts& texts, const Knowledge& knowledge, const UnreadRow& row)
+bool isUnreadNow(const UnreadTexts& texts, const Knowledge& knowledge, const UnreadRow& row,
+                 LocalState& state)
 {
     if (row.whose == Whose::kept) {
         const auto kept = std::find_if(knowledge.kept().begin(), knowledge.kept().end(),
@@ -143,7 +144,7 @@ bool isUnreadNow(const UnreadTexts& texts, const Knowledge& knowledge, const Unr
         return texts.claimOn(knownRecord(*seen, knowledge, texts)) != UnreadClaim::none;
     const AgreedRow* agreed = knowledge.agreedRow(row.id);
     return agreed != nullptr &&
-           texts.claimOn(knownRecord(*agreed, knowledge, texts)) != UnreadClaim::none;
+           texts.claimOn(knownRecord(*agreed, knowledge, texts, state)) != UnreadClaim::none;
 }
 
 }  // namespace
@@ -166,25 +167,32 @@ KnownRecord knownRecord(const KeptRow& row, const Knowledge& knowledge, const Un
 {
     const bool isCalendar = row.id.conduit == kConduitCalendar;
     return {isCalendar, isCalendar ? row.id.key : row.parentKey.value_or(""), row.place,
-            sinceOf(knowledge, texts, Whose::kept, row.id)};
+            sinceOf(knowledge, texts, Whose::kept, row.id), ""};
 }
 
-KnownRecord knownRecord(const AgreedRow& row, const Knowledge& knowledge, const UnreadTexts& texts)
+KnownRecord knownRecord(const AgreedRow& row, const Knowledge& knowledge, const UnreadTexts& texts,
+                        LocalState& state)
 {
     const bool isCalendar = row.id.conduit == kConduitCalendar;
-    return {isCalendar,
-            knowledge.localCalendarKey(isCalendar ? row.id.key : row.parentKey.value_or("")),
-            {},
-            sinceOf(knowledge, texts, Whose::agreed, row.id)};
+    KnownRecord record;
+    record.isCalendar = isCalendar;
+    record.calendar =
+        knowledge.localCalendarKey(isCalendar ? row.id.key : row.parentKey.value_or(""));
+    record.since = sinceOf(knowledge, texts, Whose::agreed, row.id);
+    const Value sourceKey = isCalendar ? state.agreedRecord(row.id)["SourceKey"] : Value();
+    if (sourceKey.isString())
+        record.sourceKey = sourceKey.string();
+    return record;
 }
 
 UnreadRecords unreadRecords(const UnreadTexts& texts, const Knowledge& knowledge,
-                            const LocalRecords& local, const UnreadRules& rules)
+                            const LocalRecords& local, const UnreadRules& rules, LocalState& state)
 {
     if (texts.empty() && knowledge.unread().empty())
         return {};
-    UnreadRecords result = decided(texts, knowledge, missingRecords(texts, knowledge, local, rules),
-                                   Whose::agreed, rules);
+    UnreadRecords result =
+        decided(texts, knowledge, missingRecords(texts, knowledge, local, rules, state),
+                Whose::agreed, rules);
     for (const AgreedRow& row : knowledge.agreed()) {
         if (row.parentKey && result.unread.count(row.id) != 0)
             result.parents.insert(*row.parentKey);
@@ -205,13 +213,15 @@ UnreadRecords unreadKeptRecords(const UnreadTexts& texts, const Knowledge& knowl
     return decided(texts, knowledge, std::move(missing), Whose::kept, rules);
 }
 
-bool isUnreadNoMore(const UnreadTexts& texts, const Knowledge& knowledge)
+bool isUnreadNoMore(const UnreadTexts& texts, const Knowledge& knowledge, LocalState& state)
 {
     return std::any_of(knowledge.unread().begin(), knowledge.unread().end(),
-                       [&](const UnreadRow& row) { return !isUnreadNow(texts, knowledge, row); });
+                       [&](const UnreadRow& row) {
+                           return !isUnreadNow(texts, knowledge, row, state);
+                       });
 }
 
-bool mayAnyBeUnread(const UnreadTexts& texts, const Knowledge& knowledge)
+bool mayAnyBeUnread(const UnreadTexts& texts, const Knowledge& knowledge, LocalState& state)
 {
     if (texts.empty())
         return false;
@@ -221,7 +231,9 @@ bool mayAnyBeUnread(const UnreadTexts& texts, const Knowledge& knowledge)
     return std::any_of(knowledge.seen().begin(), knowledge.seen().end(), isClaimed) ||
            std::any_of(knowledge.kept().begin(), knowledge.kept().end(), isClaimed) ||
            std::any_of(knowledge.unread().begin(), knowledge.unread().end(),
-                       [&](const UnreadRow& row) { return isUnreadNow(texts, knowledge, row); });
+                       [&](const UnreadRow& row) {
+                           return isUnreadNow(texts, knowledge, row, state);
+                       });
 }
 
 }  // namespace kt

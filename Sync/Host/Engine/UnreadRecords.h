@@ -31,7 +31,7 @@ struct UnreadRecords {
 
 /// Agreed records. Those of calendars that are switched off are no concern of this.
 UnreadRecords unreadRecords(const UnreadTexts& texts, const Knowledge& knowledge,
-                            const LocalRecords& local, const UnreadRules& rules);
+                            const LocalRecords& local, const UnreadRules& rules, LocalState& state);
 
 /// Kept records of which `present` (kept ids) were read; calendars and rows stay empty.
 UnreadRecords unreadKeptRecords(const UnreadTexts& texts, const Knowledge& knowledge,
@@ -40,12 +40,13 @@ UnreadRecords unreadKeptRecords(const UnreadTexts& texts, const Knowledge& knowl
 /// What the state says of a record's place, for asking texts.
 KnownRecord knownRecord(const SeenRow& row, const Knowledge& knowledge, const UnreadTexts& texts);
 KnownRecord knownRecord(const KeptRow& row, const Knowledge& knowledge, const UnreadTexts& texts);
-KnownRecord knownRecord(const AgreedRow& row, const Knowledge& knowledge, const UnreadTexts& texts);
+KnownRecord knownRecord(const AgreedRow& row, const Knowledge& knowledge, const UnreadTexts& texts,
+                        LocalState& state);
 
 /// Whether a record that was unread so far cannot be any of the texts any more: it can be read
 /// again, or its text is gone.
-bool isUnreadNoMore(const UnreadTexts& texts, const Knowledge& knowledge);
+bool isUnreadNoMore(const UnreadTexts& texts, const Knowledge& knowledge, LocalState& state);
 /// Whether any known record may be one of the texts.
-bool mayAnyBeUnread(const UnreadTexts& texts, const Knowledge& knowledge);
+bool mayAnyBeUnread(const UnreadTexts& texts, const Knowledge& knowledge, LocalState& state);
 
 }  // namespace kt

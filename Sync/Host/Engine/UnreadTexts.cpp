@@ -18,6 +18,14 @@ std::string folderOf(const std::string& file)
     return slash == std::string::npos ? std::string() : file.substr(0, slash);
 }
 
+// Folders are named after the key, with the ending of their kind.
+bool isInFolder(const std::string& file, const std::string& sourceKey)
+{
+    const std::string path = '/' + file + '/';
+    return !sourceKey.empty() && (path.find('/' + sourceKey + '/') != std::string::npos ||
+                                  path.find('/' + sourceKey + '.') != std::string::npos);
+}
+
 bool isBelow(const std::string& path, const std::string& folder)
 {
     return path.size() > folder.size() && path.starts_with(folder) && path[folder.size()] == '/';
@@ -159,6 +167,8 @@ void UnreadTexts::indexTexts()
     std::set<Group> groups;
     for (std::size_t index = 0; index < _texts.size(); ++index) {
         const Text& text = _texts[index];
+        if (text.loss.extent == Extent::calendar)
+            _wholeCalendars.push_back(index);
         switch (text.toldBy) {
         case ToldBy::uidInCalendar:
         case ToldBy::uid:
@@ -166,9 +176,6 @@ void UnreadTexts::indexTexts()
             break;
         case ToldBy::file:
             _byFile.emplace(text.file, index);
-            break;
-        case ToldBy::calendar:
-            _wholeCalendars.push_back(index);
             break;
         case ToldBy::nothing:
             if (groups
@@ -178,6 +185,7 @@ void UnreadTexts::indexTexts()
                     .second)
                 _untold.push_back(index);
             break;
+        case ToldBy::calendar:
         case ToldBy::others:
             break;
         }
@@ -197,6 +205,8 @@ bool UnreadTexts::isSameCalendar(const Text& text, const KnownRecord& record) co
 
 bool UnreadTexts::isCertain(const Text& text, const KnownRecord& record) const
 {
+    if (text.loss.extent == Extent::calendar && isInFolder(text.file, record.sourceKey))
+        return true;
     switch (text.toldBy) {
     case ToldBy::uidInCalendar:
         return !record.isCalendar && record.place.uid == text.loss.uid &&
@@ -241,18 +251,15 @@ UnreadClaim UnreadTexts::claimOn(const KnownRecord& record) const
 
 bool UnreadTexts::isInFolderOf(const std::string& sourceKey) const
 {
-    return std::any_of(_texts.begin(), _texts.end(), [&](const Text& text) {
-        if (text.loss.extent != Extent::calendar || sourceKey.empty())
-            return false;
-        const std::string path = '/' + text.file + '/';
-        return path.find('/' + sourceKey + '/') != std::string::npos ||
-               path.find('/' + sourceKey + '.') != std::string::npos;
-    });
+    return std::any_of(_wholeCalendars.begin(), _wholeCalendars.end(),
+                       [&](std::size_t text) { return isInFolder(_texts[text].file, sourceKey); });
 }
 
-bool UnreadTexts::mayBe(std::size_t text, const KnownRecord& record) const
+UnreadClaim UnreadTexts::claim(std::size_t text, const KnownRecord& record) const
 {
-    return isCertain(_texts[text], record) || isPossible(_texts[text], record);
+    if (isCertain(_texts[text], record))
+        return UnreadClaim::certain;
+    return isPossible(_texts[text], record) ? UnreadClaim::possible : UnreadClaim::none;
 }
 
 // The claims of all texts on what is missing, while they are being found.

@@ -19,7 +19,8 @@ struct KnownRecord {
     bool isCalendar = false;
     std::string calendar;  // local key of the calendar that it is, or belongs to; empty: not known
     StorePlace place;
-    std::int64_t since = 0;  // texts that were there before that are not its own
+    std::int64_t since = 0;   // texts that were there before that are not its own
+    std::string sourceKey{};  // of a calendar that was never seen: names its folder
 };
 
 /// How sure it is that a record's text is among the unread ones.
@@ -57,8 +58,8 @@ public:
     /// Texts that are to claim nothing.
     using Excluded = std::unordered_set<std::size_t>;
     Claims claimsOn(const std::vector<KnownRecord>& missing, const Excluded& excluded = {}) const;
-    /// Whether that one of the texts may be the record.
-    bool mayBe(std::size_t text, const KnownRecord& record) const;
+    /// The same for one of the texts.
+    UnreadClaim claim(std::size_t text, const KnownRecord& record) const;
 
     /// Local keys of the calendars that the text is the whole of.
     const std::unordered_set<std::string>& calendarsOf(std::size_t text) const

@@ -1,3 +1,4 @@
+#include <algorithm>
 #include <cstdlib>
 #include <random>
 #include <set>
@@ -40,8 +41,9 @@ protected:
     {
         if (home.store.calendars.empty())
             return nullptr;
-        return &home.store.calendars[static_cast<std::size_t>(
+        SimulatedCalendar& picked = home.store.calendars[static_cast<std::size_t>(
             pick(static_cast<int>(home.store.calendars.size())))];
+        return picked.isBroken ? nullptr : &picked;  // no program could do anything with it
     }
 
     void add(SimulatedHome& home)
@@ -114,7 +116,11 @@ protected:
     {
         SimulatedCalendar* target = anyCalendar(home);
         const std::string title = "Kalender " + std::to_string(pick(8));
-        if (target != nullptr && home.store.calendar(title) == nullptr)
+        // Of two calendars of one title a store gives only one.
+        const bool isNew = std::all_of(homes.begin(), homes.end(), [&](const auto& each) {
+            return each->store.calendar(title) == nullptr;
+        });
+        if (target != nullptr && isNew)
             target->title = title;
     }
 
@@ -136,6 +142,12 @@ protected:
             toggle(home);
         else if (what < 62)
             reset(home);
+        else if (what < 66)
+            damageSomething(home);
+        else if (what < 68)
+            mendAll(home);
+        else if (what < 69)
+            throwBrokenTextsAway(home);
         else
             sync(home);
     }
@@ -165,17 +177,45 @@ protected:
         _deleted.insert(_tasksOfOneTitle.begin(), _tasksOfOneTitle.end());
     }
 
-    // For one run. While a rewrite is not settled losses do not hold, and what was added since
-    // cannot be known.
+    // A text that stays unread until somebody mends it or throws it away. Without a common past it
+    // cannot be known that a record of the server is the same.
     void damageSomething(SimulatedHome& home)
     {
-        const SimulatedCalendar* target = anyCalendar(home);
-        if (target == nullptr || home.openState().facts().mark)
+        SimulatedCalendar* target = anyCalendar(home);
+        if (target == nullptr || _withBase.count(&home) == 0)
             return;
-        if (target->items.empty() || chance(30))
-            home.unreadable = {target->title};
-        else
-            home.unreadable = {std::string(target->items.back().fields["Title"].string())};
+        home.telling = static_cast<SimulatedHome::Telling>(pick(3));
+        // While a rewrite is not settled, a calendar that cannot be read is taken for half made.
+        if ((target->items.empty() || chance(20)) && !home.openState().facts().mark)
+            target->isBroken = true;
+        else if (!target->items.empty())
+            anyItem(*target).isBroken = true;
+    }
+
+    SimulatedItem& anyItem(SimulatedCalendar& calendar)
+    {
+        return calendar
+            .items[static_cast<std::size_t>(pick(static_cast<int>(calendar.items.size())))];
+    }
+
+    static void mendAll(SimulatedHome& home)
+    {
+        for (SimulatedCalendar& each : home.store.calendars) {
+            each.isBroken = false;
+            for (SimulatedItem& item : each.items)
+                item.isBroken = false;
+        }
+    }
+
+    // What is known to be unread comes back. What never gave a record is gone with its text, and
+    // what no run has found unread was simply deleted.
+    void throwBrokenTextsAway(SimulatedHome& home)
+    {
+        for (SimulatedCalendar& each : home.store.calendars) {
+            std::erase_if(each.items, [&](const SimulatedItem& item) {
+                return item.isBroken && _foundBroken.count(idOf(item)) != 0;
+            });
+        }
     }
 
     void sync(SimulatedHome& home)
@@ -186,11 +226,37 @@ protected:
         wishes.isFull = chance(5);
         if (chance(25))
             wishes.breakAt = static_cast<Break>(pick(8));
-        if (chance(15))
-            damageSomething(home);
-        if (home.sync(wishes).finished)
+        wishes.acceptLosses = chance(5);
+        if (wishes.acceptLosses)
+            noteWhatIsGivenUp(home);
+        const SyncRunSummary summary = home.sync(wishes);
+        if (summary.finished)
             _withBase.insert(&home);
-        home.unreadable.clear();
+        if (summary.finished && wishes.breakAt == Break::nowhere)
+            noteWhatIsSynced(home);
+    }
+
+    // A text that never gave a record may be taken for one that did.
+    void noteWhatIsGivenUp(const SimulatedHome& home)
+    {
+        for (const SimulatedCalendar& each : home.store.calendars) {
+            for (const SimulatedItem& item : each.items) {
+                if ((each.isBroken || item.isBroken) && _synced.count(idOf(item)) == 0)
+                    _deleted.insert(idOf(item));
+            }
+        }
+    }
+
+    void noteWhatIsSynced(const SimulatedHome& home)
+    {
+        for (const SimulatedCalendar& each : home.store.calendars) {
+            for (const SimulatedItem& item : each.items) {
+                if (!each.isBroken && !item.isBroken)
+                    _synced.insert(idOf(item));
+                else if (_synced.count(idOf(item)) != 0)
+                    _foundBroken.insert(idOf(item));
+            }
+        }
     }
 
     std::set<std::string> idsIn(const SimulatedHome& home)
@@ -222,6 +288,8 @@ private:
     int _lastId = 0;
     int _minutes = 0;
     std::set<std::string> _created;
+    std::set<std::string> _synced;  // have been in a store at the end of a run
+    std::set<std::string> _foundBroken;
     std::set<std::string> _deleted;  // or merged on purpose
     std::set<std::string> _tasksOfOneTitle;
     std::set<const SimulatedHome*> _withBase;
@@ -238,6 +306,7 @@ TEST_P(RandomDevices, EndUpEqualWithNothingMissingThatNobodyDeleted)
     for (int step = 0; step < kSteps; ++step)
         doSomething(*homes[static_cast<std::size_t>(pick(kDevices))]);
     for (const auto& each : homes) {
+        mendAll(*each);
         for (const auto& shown : each->store.calendars) {
             if (!each->isOn(shown.title))
                 each->switchOn(shown.title);

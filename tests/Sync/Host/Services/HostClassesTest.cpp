@@ -13,7 +13,9 @@ TEST(HostClasses, AreFoundUnderTheNamesThatAPluginAsksFor)
     EXPECT_NE(dynamic_cast<KTSyncEnhancedDateClass*>(table.classNamed("KTSyncEnhancedDate")),
               nullptr);
     EXPECT_NE(dynamic_cast<KTSyncConnectionClass*>(table.classNamed("KTSyncConnection")), nullptr);
-    EXPECT_EQ(table.classNamed("KTLossReport"), &classes.lossReport());
+    EXPECT_EQ(table.classNamed("KTLossReport"), &classes.reports().losses);
+    EXPECT_EQ(table.classNamed("KTIdentityReport"), &classes.reports().identities);
+    EXPECT_EQ(table.classNamed("KTCarefulWriting"), &classes.reports().carefulWriting);
     EXPECT_EQ(table.classNamed("NSString"), nullptr);
 }
 

@@ -17,8 +17,8 @@ protected:
     HostKit kit;
     LocalState state{kit.suite.localStatePath()};
     std::unique_ptr<SyncServer> server = syncServerWithURL("sqlite:" + kit.suite.serverPath());
-    HostLossReport losses;
-    SyncEngine engine{state, *server, losses, {}};
+    HostReports reports;
+    SyncEngine engine{state, *server, reports, {}};
     ReferenceHost host{kit.services(), engine};
     ScriptedPlugin plugin{host};
 };

@@ -37,7 +37,7 @@ protected:
     void otherDeviceSends(const std::string& key)
     {
         LocalState otherState(kit.home.path("other.sqlite"));
-        SyncEngine other(otherState, *server, losses, {});
+        SyncEngine other(otherState, *server, reports, {});
         other.beginRun({});
         other.startSync(5);
         const auto result =
@@ -50,8 +50,8 @@ protected:
     LocalState state{kit.suite.localStatePath()};
     std::unique_ptr<SyncServer> server =
         syncServerWithURL("sqlite:" + kit.home.path("server.sqlite"));
-    HostLossReport losses;
-    SyncEngine engine{state, *server, losses, {}};
+    HostReports reports;
+    SyncEngine engine{state, *server, reports, {}};
     ReferenceHost host;
     ScriptedPlugin plugin{host};
     StoreBackups backups{kit.suite.backupsPath()};

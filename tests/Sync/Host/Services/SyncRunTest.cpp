@@ -355,7 +355,7 @@ TEST_F(SyncRunTest, WithoutAMarkNothingIsPutBack)
 TEST_F(SyncRunTest, AServerThatIsGoneIsAReason)
 {
     const auto gone = syncServerWithURL("sqlite:/nonexistent/server.sqlite");
-    SyncEngine stranded(state, *gone, losses, {});
+    SyncEngine stranded(state, *gone, reports, {});
     ReferenceHost strandedHost(kit.services(), stranded);
     ScriptedPlugin strandedPlugin(strandedHost);
     const SyncRunResult result =
