@@ -6,6 +6,7 @@
 
 #include "Sync/Foundation/FileManager.h"
 #include "Sync/HostInterface/StorePaths.h"
+#include "Sync/PlugIns/iCal/Calendar/GivenUp.h"
 #include "Sync/PlugIns/iCal/Calendar/KTSyncCalendar.h"
 #include "Sync/PlugIns/iCal/Calendar/StoreLayout.h"
 
@@ -106,8 +107,9 @@ std::string CalendarPlaces::freeSourceKey(const KTSyncRecord& record,
 {
     const FileManager& files = FileManager::defaultManager();
     const auto isFree = [&](const std::string& key) {
+        const std::string folder = _layout.calendarFolder(key);
         return StorePaths::isFolderKey(key) && !taken.contains(key) &&
-               !files.linkStatusAtPath(_layout.calendarFolder(key));
+               (!files.linkStatusAtPath(folder) || isFolderGivenUp(_loaded, folder));
     };
     const std::string own = sourceKeyIn(record);
     std::string key = isFree(own) ? own : record.recordKey();

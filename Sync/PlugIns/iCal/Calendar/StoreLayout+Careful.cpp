@@ -5,10 +5,10 @@
 
 #include "Sync/Foundation/Exception.h"
 #include "Sync/Foundation/FileManager.h"
-#include "Sync/HostInterface/KTCarefulWriting.h"
 #include "Sync/HostInterface/KTLossReport.h"
 #include "Sync/PlugIns/iCal/Calendar/CarefulItems.h"
 #include "Sync/PlugIns/iCal/Calendar/CarefulStore.h"
+#include "Sync/PlugIns/iCal/Calendar/GivenUp.h"
 #include "Sync/PlugIns/iCal/Calendar/HostAndSystemLog.h"
 #include "Sync/PlugIns/iCal/Calendar/KTSyncCalendar.h"
 #include "Sync/PlugIns/iCal/Calendar/StoreEdits.h"
@@ -26,17 +26,6 @@ bool hasItems(const KTSyncCalendar& calendar)
 {
     return calendar.calendarType() != kCalendarTypeGroup &&
            calendar.calendarType() != kCalendarTypeBirthday;
-}
-
-bool isBelow(const std::string& path, const std::string& folder)
-{
-    return path == folder || path.starts_with(folder + '/');
-}
-
-bool isGivenUp(const KTLoss& unread)
-{
-    const auto* const careful = hostClass<KTCarefulWriting>();
-    return careful != nullptr && careful->isGivenUp(unread);
 }
 
 }  // namespace

@@ -21,9 +21,9 @@ struct DamageRow {
 void PrintTo(const DamageRow& row, std::ostream* stream) { *stream << row.what; }
 
 /// Two devices in step; then a file of the laptop's is damaged, and both have changes.
-class HeldRun : public testing::TestWithParam<DamageRow> {
+class DamagedStore : public testing::TestWithParam<DamageRow> {
 protected:
-    HeldRun()
+    DamagedStore()
     {
         laptop.addCalendar("PRIVAT", "Privat");
         laptop.addCalendar("ARBEIT", "Arbeit");
@@ -51,7 +51,7 @@ protected:
 };
 
 INSTANTIATE_TEST_SUITE_P(
-    Damages, HeldRun,
+    Damages, DamagedStore,
     testing::Values(
         DamageRow{"InvalidUTF8", "Events/Kino.ics",
                   "BEGIN:VCALENDAR\r\nBEGIN:VEVENT\r\nSUMMARY:\xFF\xFE\r\nEND:VEVENT\r\n"
@@ -63,28 +63,40 @@ INSTANTIATE_TEST_SUITE_P(
         DamageRow{"CorruptInfo", "Info.plist", "<?xml version=\"1.0\"?><plist><dict><key>Ti"}),
     [](const auto& row) { return row.param.what; });
 
-TEST_P(HeldRun, IsHeldAndNamesTheFile)
+TEST_P(DamagedStore, NamesTheFileOnceAndGoesOn)
 {
     const ProgramResult run = laptop.sync();
-    EXPECT_EQ(run.exitCode, 1);
-    EXPECT_THAT(run.out, HasSubstr("Die Synchronisierung wird angehalten: " + damagedPath() +
-                                   " kann nicht gelesen werden\n"));
+    EXPECT_EQ(run.exitCode, 0);
+    EXPECT_THAT(run.out, HasSubstr("Die iCal-Kalender wurden synchronisiert\n"));
+    EXPECT_THAT(run.out, HasSubstr("Bleibt unverändert liegen:\n  " + damagedPath() + ": "));
     const auto told = laptop.sync({"--json"}).json();
-    EXPECT_EQ(told["held"], true);
+    EXPECT_EQ(told["held"], false);
     EXPECT_EQ(told["losses"][0]["file"], damagedPath());
+    EXPECT_EQ(told["newlyUnread"].size(), 0U);
 }
 
-TEST_P(HeldRun, SendsButTakesNothingAndDeletesNothing)
+TEST_P(DamagedStore, SendsAndTakesEverythingElseAndDeletesNothing)
 {
-    const auto before = laptop.storeSnapshot();
     laptop.sync();
-    EXPECT_EQ(laptop.storeSnapshot(), before);
+    EXPECT_EQ(laptop.folder().read(damagedFile()), GetParam().bytes);
+    EXPECT_THAT(laptop.titles(), Contains("Neu vom Schreibtisch"));
     desk.sync();
     EXPECT_THAT(desk.titles(), ElementsAre("Arbeit", "Kino", "Messe", "Neu vom Laptop",
                                            "Neu vom Schreibtisch", "Privat", "Zahnarzt"));
 }
 
-TEST_P(HeldRun, GoesOnOnceTheFileIsMended)
+TEST_P(DamagedStore, BringsARecordBackWhoseTextIsThrownAway)
+{
+    laptop.sync();
+    laptop.folder().remove(damagedFile());
+    if (std::string(GetParam().file) == "Info.plist")
+        laptop.folder().remove("Library/Calendars/PRIVAT.calendar");
+    EXPECT_EQ(laptop.sync().exitCode, 0);
+    EXPECT_THAT(laptop.titles(), ElementsAre("Arbeit", "Kino", "Messe", "Neu vom Laptop",
+                                             "Neu vom Schreibtisch", "Privat", "Zahnarzt"));
+}
+
+TEST_P(DamagedStore, GoesOnOnceTheFileIsMended)
 {
     laptop.sync();
     laptop.folder().write(damagedFile(), whole);
@@ -96,7 +108,7 @@ TEST_P(HeldRun, GoesOnOnceTheFileIsMended)
     EXPECT_THAT(desk.titles(), everything);
 }
 
-TEST_P(HeldRun, GoesOnWithoutTheFileWhenTheUserSaysSo)
+TEST_P(DamagedStore, GoesOnWithoutTheFileWhenTheUserSaysSo)
 {
     EXPECT_EQ(laptop.sync({"--accept-losses"}).exitCode, 0);
     EXPECT_THAT(laptop.titles(), ElementsAre("Arbeit", "Kino", "Messe", "Neu vom Laptop",
@@ -105,7 +117,7 @@ TEST_P(HeldRun, GoesOnWithoutTheFileWhenTheUserSaysSo)
     EXPECT_EQ(laptop.run({"check"}).exitCode, 0);
 }
 
-TEST_P(HeldRun, CheckNamesTheFile)
+TEST_P(DamagedStore, CheckNamesTheFile)
 {
     const ProgramResult check = laptop.run({"check"});
     EXPECT_EQ(check.exitCode, 1);
@@ -116,7 +128,7 @@ TEST_P(HeldRun, CheckNamesTheFile)
     EXPECT_NE(told["losses"][0]["reason"], "");
 }
 
-TEST_P(HeldRun, LookingGoesOnWithoutTheFileAndWarns)
+TEST_P(DamagedStore, LookingGoesOnWithoutTheFileAndWarns)
 {
     const ProgramResult records = laptop.run({"records"});
     EXPECT_EQ(records.exitCode, 0);
