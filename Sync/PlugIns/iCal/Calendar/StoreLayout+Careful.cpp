@@ -93,6 +93,19 @@ private:
         CarefulItems(_pluginHelper, calendar.stored, _store.loaded.unread, _layout.filing(*folder),
                      title, [this] { saveOnce(); })
             .plan(calendar.items, _edits);
+        if (calendar.stored == nullptr)
+            clear(_layout.itemsFolder(*folder), title);
+    }
+
+    /// Where a calendar comes into a folder that is there, what was in it is given up.
+    void clear(const std::string& itemsFolder, const std::string& title)
+    {
+        for (const std::string& name :
+             FileManager::defaultManager().directoryContentsAtPath(itemsFolder)) {
+            const std::string path = stringByAppendingPathComponent(itemsFolder, name);
+            if (pathExtension(name) == StorePaths::itemFileExtension && !_edits.writes(path))
+                _edits.remove(path, title);
+        }
     }
 
     void planRemovals()

@@ -322,6 +322,22 @@ TEST_P(CarefulRewrite, PutsWhatTheHostHandsOutInThePlaceOfTextThatItGivesUp)
     EXPECT_THAT(titles(load()), ElementsAre("Privat", "Eins", "Neun"));
 }
 
+TEST_P(CarefulRewrite, WritesACalendarThatTheHostGivesUpInItsOwnFolder)
+{
+    layOut({{"A", "Privat", {event("1", "Eins")}}, {"B", "Arbeit", {event("2", "Zwei")}}});
+    const SyncRecordList records = load();
+    const std::string info = folderOf("A") + "Info.plist";
+    home.write(info, "kaputt");
+    ASSERT_THAT(titles(load()), ElementsAre("Arbeit", "Zwei"));
+    careful.givesUp = [&](const KTLoss& unread) { return unread.file == home.path(info); };
+    ASSERT_TRUE(save(records));
+    EXPECT_THAT(titles(load()), UnorderedElementsAre("Privat", "Eins", "Arbeit", "Zwei"));
+    EXPECT_FALSE(home.exists(folderOf(records[0]->recordKey())));
+    // What stood there went, or it would be a copy of what was written.
+    for (const LoadedCalendar& calendar : loaded.calendars)
+        EXPECT_LE(calendar.files.size(), 1U);
+}
+
 TEST_P(CarefulRewrite, SavesTheStoreInThePluginsFolderBeforeItIsTouched)
 {
     layOut({{"A", "Privat", {event("1", "Eins")}}});
