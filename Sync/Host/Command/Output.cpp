@@ -25,11 +25,67 @@ void printResult(std::string_view text)
         throw Exception(NSGenericException, "Das Ergebnis kann nicht ausgegeben werden.");
 }
 
+std::string_view nameOfLossKind(KTLoss::Kind kind)
+{
+    switch (kind) {
+    case KTLoss::Kind::thinned:
+        return "thinned";
+    case KTLoss::Kind::unread:
+        return "unread";
+    case KTLoss::Kind::unsafe:
+        return "unsafe";
+    case KTLoss::Kind::unwritten:
+        return "unwritten";
+    case KTLoss::Kind::curtailed:
+        return "curtailed";
+    }
+    return "";
+}
+
+std::string_view headingForLosses(KTLoss::Kind kind)
+{
+    switch (kind) {
+    case KTLoss::Kind::thinned:
+        return "Gelesen, aber nicht in allem:";
+    case KTLoss::Kind::unread:
+        return "Bleibt unverändert liegen:";
+    case KTLoss::Kind::unsafe:
+        return "Hält die Synchronisierung an:";
+    case KTLoss::Kind::unwritten:
+        return "Nicht geschrieben:";
+    case KTLoss::Kind::curtailed:
+        return "Nicht ganz geschrieben:";
+    }
+    return "";
+}
+
+std::string listed(std::string_view heading, const std::vector<std::string>& lines)
+{
+    if (lines.empty())
+        return "";
+    std::string text(heading);
+    text += '\n';
+    for (const std::string& line : lines)
+        text += "  " + line + "\n";
+    return text;
+}
+
+std::string listedLosses(std::string_view heading, const std::vector<KTLoss>& losses)
+{
+    std::vector<std::string> lines;
+    for (const KTLoss& loss : losses)
+        lines.push_back(lineForLoss(loss));
+    return listed(heading, lines);
+}
+
 Json jsonForLosses(const std::vector<KTLoss>& losses)
 {
     Json all = Json::array();
     for (const KTLoss& loss : losses)
-        all.push_back({{"calendar", loss.calendar}, {"file", loss.file}, {"reason", loss.reason}});
+        all.push_back({{"kind", nameOfLossKind(loss.kind)},
+                       {"calendar", loss.calendar},
+                       {"file", loss.file},
+                       {"reason", loss.reason}});
     return all;
 }
 

@@ -20,6 +20,14 @@ std::string jsonText(const Json& json);
 /// line for the user, when they cannot be written.
 void printResult(std::string_view text);
 
+/// The word for a kind in results for programs: "unread".
+std::string_view nameOfLossKind(KTLoss::Kind kind);
+/// Under which losses of a kind are listed for people, with a colon at the end.
+std::string_view headingForLosses(KTLoss::Kind kind);
+/// A heading and a line for each; empty without any.
+std::string listedLosses(std::string_view heading, const std::vector<KTLoss>& losses);
+std::string listed(std::string_view heading, const std::vector<std::string>& lines);
+
 Json jsonForLosses(const std::vector<KTLoss>& losses);
 /// One line for people: file, reason, calendar.
 std::string lineForLoss(const KTLoss& loss);

@@ -18,10 +18,12 @@ namespace kt {
 
 namespace {
 
-/// A held run did only half of what was asked for, so whoever started it has to look.
+/// A held run did only half of what was asked for, and one that is not settled not surely all of
+/// it, so whoever started it has to look.
 ExitCode exitCodeFor(const SyncRunResult& result)
 {
-    return result.isCompleted && !result.summary.held ? ExitCode::done : ExitCode::failed;
+    const bool isWhole = result.isCompleted && !result.summary.held && !isUnsettled(result);
+    return isWhole ? ExitCode::done : ExitCode::failed;
 }
 
 /// The first sync on a home switches the plug-in on; whoever switched it off is not overruled.

@@ -3,37 +3,28 @@
 #include <nlohmann/json.hpp>
 
 #include "Sync/Foundation/Format.h"
+#include "Sync/Host/Engine/HostLossReport.h"
 
 namespace kt {
 
 namespace {
 
+using Kind = KTLoss::Kind;
+
+std::vector<KTLoss> lossesOf(const SyncRunSummary& summary, Kind kind)
+{
+    return lossesOfKind(summary.losses, kind);
+}
+
 /// "a.ics" oder "a.ics und 2 weitere Stellen".
-std::string firstLossAndNumber(const std::vector<KTLoss>& losses)
+std::string firstAndNumber(const std::string& first, std::size_t count)
 {
-    const KTLoss& first = losses.front();
-    std::string text = first.file.empty() ? first.reason : first.file;
-    if (losses.size() > 1)
-        text += " und " + counted(losses.size() - 1, "weitere Stelle", "weitere Stellen");
-    return text;
+    if (count < 2)
+        return first;
+    return first + " und " + counted(count - 1, "weitere Stelle", "weitere Stellen");
 }
 
-std::string listed(std::string_view heading, const std::vector<std::string>& lines)
-{
-    std::string text(heading);
-    text += '\n';
-    for (const std::string& line : lines)
-        text += "  " + line + "\n";
-    return lines.empty() ? "" : text;
-}
-
-std::vector<std::string> linesForLosses(const std::vector<KTLoss>& losses)
-{
-    std::vector<std::string> lines;
-    for (const KTLoss& loss : losses)
-        lines.push_back(lineForLoss(loss));
-    return lines;
-}
+std::string placeOf(const KTLoss& loss) { return loss.file.empty() ? loss.reason : loss.file; }
 
 std::string countsOf(const SyncRunSummary& summary)
 {
@@ -44,23 +35,64 @@ std::string countsOf(const SyncRunSummary& summary)
                             counted(summary.deletedHere, "Löschung", "Löschungen"));
 }
 
-std::string advice(const SyncReport& report)
+/// What of the texts concerns the user, each kind under its own heading.
+std::string textForLosses(const SyncRunSummary& summary)
 {
-    if (!report.result.summary.held)
-        return "";
-    return "Nichts wurde überschrieben. Sind die Dateien repariert, geht es von selbst weiter; "
-           "\"icalsync sync --accept-losses\" macht ohne sie weiter.\n";
+    const auto unsafe = lossesOf(summary, Kind::unsafe);
+    std::string text;
+    if (summary.held && !unsafe.empty())
+        text += listedLosses(headingForLosses(Kind::unsafe), unsafe) +
+                "Nichts wurde überschrieben. \"icalsync check --repair\" bringt das nach einer "
+                "Sicherung in Ordnung.\n";
+    else
+        text += listedLosses("Ist nur noch in der Sicherungskopie sicher:", unsafe);
+    if (!summary.newlyUnread.empty())
+        text += listedLosses(headingForLosses(Kind::unread), summary.newlyUnread) +
+                "Bitte reparieren oder entfernen; \"icalsync sync --accept-losses\" schreibt den "
+                "zuletzt bekannten Inhalt darüber (der Text bleibt in der Sicherungskopie).\n";
+    text += listedLosses("Mit dem zuletzt bekannten Inhalt überschrieben:", summary.overwritten);
+    text += listedLosses(headingForLosses(Kind::unwritten), lossesOf(summary, Kind::unwritten));
+    text += listed("Nicht im Kalenderspeicher angekommen:", summary.unproved);
+    text += listedLosses(headingForLosses(Kind::curtailed), lossesOf(summary, Kind::curtailed));
+    if (const std::size_t remarks =
+            lossesOf(summary, Kind::thinned).size() + summary.remarksLeftOut)
+        text += stringWithFormat("%@ gelesen, aber nicht in allem; mehr dazu: icalsync check\n",
+                                 counted(remarks, "Stelle wurde", "Stellen wurden"));
+    return text;
+}
+
+/// Of a run that rewrote the store without being able to prove it.
+std::string statusOfUnsettled(const SyncRunResult& result)
+{
+    const SyncRunSummary& summary = result.summary;
+    const auto unwritten = lossesOf(summary, Kind::unwritten);
+    const std::size_t count = unwritten.size() + summary.unproved.size();
+    if (!unwritten.empty())
+        return "Nicht geschrieben: " + firstAndNumber(placeOf(unwritten.front()), count);
+    if (!summary.unproved.empty())
+        return "Nicht im Kalenderspeicher angekommen: " +
+               firstAndNumber(summary.unproved.front(), count);
+    return result.reasons.empty() ? "Das Schreiben der Kalender konnte nicht geprüft werden"
+                                  : result.reasons.front();
 }
 
 }  // namespace
 
+bool isUnsettled(const SyncRunResult& result)
+{
+    return result.summary.needsSettling && !result.summary.settled;
+}
+
 std::string statusOfRun(const SyncReport& report)
 {
     const SyncRunResult& result = report.result;
-    if (result.summary.held && !result.summary.losses.empty())
+    const auto unsafe = lossesOf(result.summary, Kind::unsafe);
+    if (result.summary.held && !unsafe.empty())
         return "Die Synchronisierung wird angehalten: " +
-               firstLossAndNumber(result.summary.losses) +
-               (result.summary.losses.size() == 1 ? " kann" : " können") + " nicht gelesen werden";
+               firstAndNumber(placeOf(unsafe.front()), unsafe.size()) +
+               (unsafe.size() == 1 ? " bliebe" : " blieben") + " beim Schreiben nicht erhalten";
+    if (isUnsettled(result))
+        return statusOfUnsettled(result);
     if (result.isCompleted)
         return report.wishes.dryRun ? "Probelauf: es wurde nichts geändert"
                                     : "Die iCal-Kalender wurden synchronisiert";
@@ -88,8 +120,7 @@ std::string textForReport(const SyncReport& report)
     }
     text += listed("Zum Server ginge:", report.goingUp);
     text += listed("Vom Server käme:", report.comingDown);
-    text += listed("Nicht gelesen:", linesForLosses(result.summary.losses));
-    text += advice(report);
+    text += textForLosses(result.summary);
     std::vector<std::string> hints = result.reasons;
     std::erase(hints, statusOfRun(report));
     text += listed("Hinweise:", hints);
@@ -118,6 +149,9 @@ Json jsonForReport(const SyncReport& report)
                  {"deletedHere", summary.deletedHere},
                  {"refused", summary.refused},
                  {"losses", jsonForLosses(summary.losses)},
+                 {"newlyUnread", jsonForLosses(summary.newlyUnread)},
+                 {"overwritten", jsonForLosses(summary.overwritten)},
+                 {"unproved", summary.unproved},
                  {"reasons", result.reasons}};
     if (report.wishes.dryRun) {
         json["goingUp"] = report.goingUp;

@@ -19,7 +19,11 @@ struct SyncReport {
     std::vector<std::string> comingDown;
 };
 
-/// The one line that says how it ended; of a held run it names a file.
+/// Whether the store was rewritten without proof that all of it arrived: the next run does it
+/// again.
+bool isUnsettled(const SyncRunResult& result);
+
+/// The one line that says how it ended; where something is not as it should be it names a file.
 std::string statusOfRun(const SyncReport& report);
 
 /// For people; each line ends in a line feed.

@@ -66,8 +66,11 @@ View* SettingsWorkplace::configView()
     View* view = readView();
     // What is still to come of this event can wait for the publishing service.
     unlock();
-    for (const KTLoss& loss : _classes.lossReport().losses())
-        _found.push_back("Nicht gelesen: " + lineForLoss(loss));
+    for (const KTLoss& loss : _classes.lossReport().losses()) {
+        // Remarks on what is read are for "icalsync check".
+        if (loss.kind != KTLoss::Kind::thinned)
+            _found.push_back("Nicht gelesen: " + lineForLoss(loss));
+    }
     if (_found != before)
         for (const std::string& line : _found)
             _told.logged(line);

@@ -13,16 +13,32 @@ namespace kt {
 
 namespace {
 
-/// "Arbeit: /pfad/1.ics: kein Datum", without what is not known.
+/// What happened to the text, by the kind of loss that the program names.
+QString wordForKind(const QString& kind)
+{
+    if (kind == QLatin1String("unwritten"))
+        return QStringLiteral("Nicht geschrieben");
+    if (kind == QLatin1String("curtailed"))
+        return QStringLiteral("Nicht ganz geschrieben");
+    return QStringLiteral("Nicht gelesen");
+}
+
+/// Of what is read, though not in all, the program's "check" tells.
+bool isRemark(const QJsonObject& loss)
+{
+    return loss[QLatin1String("kind")].toString() == QLatin1String("thinned");
+}
+
+/// "Nicht gelesen: Arbeit: /pfad/1.ics: kein Datum", without what is not known.
 QString lineForLoss(const QJsonObject& loss)
 {
-    QStringList parts;
+    QStringList parts(wordForKind(loss[QLatin1String("kind")].toString()));
     for (const char* key : {"calendar", "file", "reason"}) {
         const QString part = loss[QLatin1String(key)].toString();
         if (!part.isEmpty())
             parts << part;
     }
-    return QStringLiteral("Nicht gelesen: ") + parts.join(QStringLiteral(": "));
+    return parts.join(QStringLiteral(": "));
 }
 
 /// What the system says of it is in whatever language the system speaks.
@@ -50,7 +66,8 @@ SyncOutcome outcomeFromReport(const QByteArray& json)
     else if (outcome.status.isEmpty())
         outcome.status = QStringLiteral("Die Synchronisierung ist unerwartet zu Ende gegangen.");
     for (const QJsonValue& loss : report[QLatin1String("losses")].toArray())
-        outcome.log.push_back(lineForLoss(loss.toObject()));
+        if (!isRemark(loss.toObject()))
+            outcome.log.push_back(lineForLoss(loss.toObject()));
     for (const QJsonValue& reason : report[QLatin1String("reasons")].toArray())
         if (reason.toString() != outcome.status)
             outcome.log.push_back(reason.toString());

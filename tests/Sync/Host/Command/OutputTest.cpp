@@ -1,3 +1,5 @@
+#include <set>
+
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
@@ -25,7 +27,30 @@ TEST(Output, LossesInJson)
 {
     EXPECT_EQ(jsonText(jsonForLosses({})), "[]");
     EXPECT_EQ(jsonText(jsonForLosses({{"Privat", "/a.ics", "leer"}})),
-              "[{\"calendar\":\"Privat\",\"file\":\"/a.ics\",\"reason\":\"leer\"}]");
+              "[{\"kind\":\"unread\",\"calendar\":\"Privat\",\"file\":\"/a.ics\","
+              "\"reason\":\"leer\"}]");
+}
+
+TEST(Output, EveryKindOfLossHasAWordAndAHeadingOfItsOwn)
+{
+    std::set<std::string_view> words;
+    std::set<std::string_view> headings;
+    for (const KTLoss::Kind kind :
+         {KTLoss::Kind::thinned, KTLoss::Kind::unread, KTLoss::Kind::unsafe,
+          KTLoss::Kind::unwritten, KTLoss::Kind::curtailed}) {
+        words.insert(nameOfLossKind(kind));
+        headings.insert(headingForLosses(kind));
+        EXPECT_TRUE(headingForLosses(kind).ends_with(':'));
+    }
+    EXPECT_EQ(words.size(), 5U);
+    EXPECT_EQ(headings.size(), 5U);
+}
+
+TEST(Output, LossesAreListedBelowTheirHeading)
+{
+    EXPECT_EQ(listedLosses("Hier:", {{"Privat", "/a.ics", "leer"}, {"", "/b.ics", "doppelt"}}),
+              "Hier:\n  /a.ics: leer (Kalender 'Privat')\n  /b.ics: doppelt\n");
+    EXPECT_EQ(listedLosses("Hier:", {}), "");
 }
 
 TEST(Output, ATableAlignsByWhatIsSeen)

@@ -8,6 +8,7 @@ namespace kt {
 namespace {
 
 using testing::HasSubstr;
+using testing::Not;
 
 SyncReport completed()
 {
@@ -27,13 +28,20 @@ SyncReport ended(const std::string& status, const std::vector<std::string>& reas
     return report;
 }
 
+KTLoss loss(const std::string& file, KTLoss::Kind kind)
+{
+    KTLoss loss{"Privat", file, "leer"};
+    loss.kind = kind;
+    return loss;
+}
+
 SyncReport held(std::size_t losses)
 {
     SyncReport report = completed();
     report.result.summary.held = true;
     for (std::size_t i = 0; i < losses; ++i)
         report.result.summary.losses.push_back(
-            {"Privat", "/" + std::to_string(i) + ".ics", "leer"});
+            loss("/" + std::to_string(i) + ".ics", KTLoss::Kind::unsafe));
     return report;
 }
 
@@ -63,22 +71,77 @@ TEST(SyncReport, WhereTheHostKnowsWhyItSaysSo)
 TEST(SyncReport, OfAHeldRunNamesTheFilesAndWhatToDo)
 {
     EXPECT_EQ(statusOfRun(held(1)),
-              "Die Synchronisierung wird angehalten: /0.ics kann nicht gelesen werden");
+              "Die Synchronisierung wird angehalten: /0.ics bliebe beim Schreiben nicht erhalten");
     EXPECT_EQ(statusOfRun(held(3)),
-              "Die Synchronisierung wird angehalten: /0.ics und 2 weitere "
-              "Stellen können nicht gelesen werden");
+              "Die Synchronisierung wird angehalten: /0.ics und 2 weitere Stellen blieben beim "
+              "Schreiben nicht erhalten");
     const std::string text = textForReport(held(2));
-    EXPECT_THAT(text, HasSubstr("Nicht gelesen:\n  /0.ics: leer (Kalender 'Privat')\n"
+    EXPECT_THAT(text, HasSubstr("Hält die Synchronisierung an:\n"
+                                "  /0.ics: leer (Kalender 'Privat')\n"
                                 "  /1.ics: leer (Kalender 'Privat')\n"));
+    EXPECT_THAT(text, HasSubstr("icalsync check --repair"));
+}
+
+TEST(SyncReport, WhatStaysWhereItIsIsToldWithWhatToDoWhenItIsNew)
+{
+    SyncReport report = completed();
+    report.result.summary.losses = {loss("/a.ics", KTLoss::Kind::unread),
+                                    loss("/b.ics", KTLoss::Kind::unread)};
+    EXPECT_EQ(textForReport(report), textForReport(completed())) << "told when it was new";
+    report.result.summary.newlyUnread = {loss("/b.ics", KTLoss::Kind::unread)};
+    const std::string text = textForReport(report);
+    EXPECT_EQ(statusOfRun(report), "Die iCal-Kalender wurden synchronisiert");
+    EXPECT_THAT(text, HasSubstr("Bleibt unverändert liegen:\n"
+                                "  /b.ics: leer (Kalender 'Privat')\n"));
+    EXPECT_THAT(text, Not(HasSubstr("/a.ics")));
     EXPECT_THAT(text, HasSubstr("--accept-losses"));
 }
 
-TEST(SyncReport, AcceptedLossesAreNamedAsWell)
+TEST(SyncReport, WhatWasWrittenOverIsNamed)
 {
-    SyncReport report = held(1);
-    report.result.summary.held = false;
+    SyncReport report = completed();
+    report.result.summary.overwritten = {loss("/a.ics", KTLoss::Kind::unread)};
+    EXPECT_THAT(textForReport(report), HasSubstr("Mit dem zuletzt bekannten Inhalt überschrieben:\n"
+                                                 "  /a.ics: leer"));
+}
+
+TEST(SyncReport, RemarksAreOnlyCounted)
+{
+    SyncReport report = completed();
+    report.result.summary.losses = {loss("/a.ics", KTLoss::Kind::thinned)};
+    EXPECT_THAT(textForReport(report),
+                HasSubstr(
+                    "1 Stelle wurde gelesen, aber nicht in allem; mehr dazu: icalsync check\n"));
+    report.result.summary.remarksLeftOut = 2;
+    EXPECT_THAT(textForReport(report), HasSubstr("3 Stellen wurden gelesen"));
+    EXPECT_THAT(textForReport(report), Not(HasSubstr("/a.ics")));
+}
+
+TEST(SyncReport, WhatCouldNotBeWrittenStandsUnderItsOwnHeading)
+{
+    SyncReport report = completed();
+    report.result.summary.needsSettling = true;
+    report.result.summary.losses = {loss("/a.ics", KTLoss::Kind::unwritten),
+                                    loss("/b.ics", KTLoss::Kind::curtailed)};
+    report.result.summary.unproved = {"'Kino' (Kalender 'Privat')"};
+    EXPECT_TRUE(isUnsettled(report.result));
+    EXPECT_EQ(statusOfRun(report), "Nicht geschrieben: /a.ics und 1 weitere Stelle");
+    const std::string text = textForReport(report);
+    EXPECT_THAT(text, HasSubstr("Nicht geschrieben:\n  /a.ics: leer (Kalender 'Privat')\n"));
+    EXPECT_THAT(text, HasSubstr("Nicht im Kalenderspeicher angekommen:\n"
+                                "  'Kino' (Kalender 'Privat')\n"));
+    EXPECT_THAT(text, HasSubstr("Nicht ganz geschrieben:\n  /b.ics: leer (Kalender 'Privat')\n"));
+    EXPECT_THAT(text, Not(HasSubstr("Nicht gelesen")));
+}
+
+TEST(SyncReport, OfARunThatIsNotSettledHasTheReason)
+{
+    SyncReport report = completed();
+    report.result.summary.needsSettling = true;
+    report.result.reasons = {"Der Speicherplatz reicht nicht"};
+    EXPECT_EQ(statusOfRun(report), "Der Speicherplatz reicht nicht");
+    report.result.summary.settled = true;
     EXPECT_EQ(statusOfRun(report), "Die iCal-Kalender wurden synchronisiert");
-    EXPECT_THAT(textForReport(report), HasSubstr("Nicht gelesen:\n  /0.ics: leer"));
 }
 
 TEST(SyncReport, HintsOfACompletedRunFollow)
@@ -116,14 +179,16 @@ TEST(SyncReport, InJsonHasEverything)
     report.device = "Büro";
     report.server = "sqlite:/k";
     report.result.summary.startResult = 1;
-    EXPECT_EQ(jsonText(jsonForReport(report)),
-              "{\"completed\":true,\"status\":\"Die Synchronisierung wird angehalten: /0.ics kann "
-              "nicht gelesen werden\",\"pluginStatus\":\"3 Kalender\\n1 Ereignis, 0 Aufgaben\","
-              "\"dryRun\":false,\"enabledNow\":false,\"restored\":false,\"device\":\"Büro\","
-              "\"server\":\"sqlite:/k\",\"startResult\":1,\"held\":true,\"rewritten\":false,"
-              "\"settled\":false,\"sent\":1,\"received\":0,\"deletedOnServer\":0,"
-              "\"deletedHere\":2,\"refused\":0,\"losses\":[{\"calendar\":\"Privat\","
-              "\"file\":\"/0.ics\",\"reason\":\"leer\"}],\"reasons\":[]}");
+    EXPECT_EQ(
+        jsonText(jsonForReport(report)),
+        "{\"completed\":true,\"status\":\"Die Synchronisierung wird angehalten: /0.ics bliebe "
+        "beim Schreiben nicht erhalten\",\"pluginStatus\":\"3 Kalender\\n1 Ereignis, 0 Aufgaben\","
+        "\"dryRun\":false,\"enabledNow\":false,\"restored\":false,\"device\":\"Büro\","
+        "\"server\":\"sqlite:/k\",\"startResult\":1,\"held\":true,\"rewritten\":false,"
+        "\"settled\":false,\"sent\":1,\"received\":0,\"deletedOnServer\":0,"
+        "\"deletedHere\":2,\"refused\":0,\"losses\":[{\"kind\":\"unsafe\",\"calendar\":\"Privat\","
+        "\"file\":\"/0.ics\",\"reason\":\"leer\"}],\"newlyUnread\":[],"
+        "\"overwritten\":[],\"unproved\":[],\"reasons\":[]}");
 }
 
 }  // namespace
