@@ -138,7 +138,7 @@ void addCommands(CLI::App& app, CommandLine& line)
                    "überschreibt die lokalen Kalender mit denen vom Server");
     sync->add_flag("--dry-run", line.wishes.dryRun, "zeigt, was geschähe, und ändert nichts");
     sync->add_flag("--accept-losses", line.wishes.acceptLosses,
-                   "macht weiter, obwohl etwas nicht gelesen werden kann");
+                   "schreibt über Unlesbares, was davon zuletzt bekannt war");
     sync->add_flag("--allow-mass-delete", line.wishes.allowMassDelete,
                    "erlaubt, mehr als die Hälfte zu löschen");
     addCommand(app, line, CommandName::calendars, "calendars", "zeigt die Kalender");

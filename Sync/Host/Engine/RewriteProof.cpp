@@ -45,13 +45,6 @@ std::string titleAndType(const HandedRecord& calendar)
     return textOf(calendar.record, "Title") + '\n' + textOf(calendar.record, "Type");
 }
 
-std::string lineForFile(const KTLoss& loss)
-{
-    if (loss.file.empty())
-        return stringWithFormat("%@ (Kalender '%@')", loss.reason, loss.calendar);
-    return stringWithFormat("%@: %@", loss.file, loss.reason);
-}
-
 class Proof {
 public:
     Proof(const std::vector<HandedRecord>& handed, const StoreAfterRewrite& store,
@@ -189,8 +182,7 @@ private:
             _shared.insert(titleAndType(calendar));
         if (hasNamesake || isCurtailed || takeNobodys(calendar))
             return;
-        _faults.push_back(stringWithFormat("Kalender '%@' ist nicht im Kalenderspeicher angekommen",
-                                           calendar.record["Title"]));
+        _faults.push_back(stringWithFormat("Kalender '%@'", calendar.record["Title"]));
     }
 
     void noteCopies()
@@ -221,9 +213,8 @@ private:
         if (calendar.record["Type"] == Value("BirthdayCalendar") || isCopy || takeNobodys(item) ||
             takeCurtailed(item, calendar))
             return;
-        _faults.push_back(
-            stringWithFormat("'%@' (Kalender '%@') ist nicht im Kalenderspeicher angekommen",
-                             item.record["Title"], calendar.record["Title"]));
+        _faults.push_back(stringWithFormat("'%@' (Kalender '%@')", item.record["Title"],
+                                           calendar.record["Title"]));
     }
 
     const std::vector<HandedRecord>& _handed;
@@ -242,12 +233,7 @@ std::vector<std::string> faultsOfRewrite(const std::vector<HandedRecord>& handed
                                          const StoreAfterRewrite& store,
                                          const std::vector<KTLoss>& losses)
 {
-    std::vector<std::string> faults;
-    for (const KTLoss& loss : lossesOfKind(losses, KTLoss::Kind::unwritten))
-        faults.push_back(lineForFile(loss));
-    for (std::string& fault : Proof(handed, store, losses).faults())
-        faults.push_back(std::move(fault));
-    return faults;
+    return Proof(handed, store, losses).faults();
 }
 
 }  // namespace kt

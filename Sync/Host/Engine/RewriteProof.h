@@ -21,8 +21,8 @@ struct StoreAfterRewrite {
     const StorePlaces& places;
 };
 
-/// One German line for each thing that a rewrite failed to bring about: a file that could not be
-/// written, a record that was handed out and does not come back. Empty when all is there.
+/// What is to be named (title and calendar, in German) of each record that was handed out and does
+/// not come back. Empty when all is there.
 ///
 /// Left out is what no store of that layout gives back: items of birthday calendars, and of no
 /// calendar; an event that is a copy of another one in its calendar; a calendar of the title and

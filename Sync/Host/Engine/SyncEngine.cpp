@@ -67,6 +67,7 @@ SyncRunSummary SyncEngine::endRun(bool doSyncResult)
     _run->session.reset();  // rolls back what was not finished
     SyncRunSummary summary = std::move(_run->summary);
     summary.losses = _reports.losses.losses();
+    summary.remarksLeftOut = _reports.losses.remarksLeftOut();
     summary.needsSettling = doSyncResult && summary.rewriteExpected;
     _run = std::make_unique<Run>();
     _reports.end();

@@ -60,14 +60,16 @@ struct SyncRunSummary {
     std::size_t refused = 0;          // records of the server that no store could take
     bool held = false;                // unsafe texts kept everything from coming down
     std::vector<KTLoss> losses;       // all that the plug-in told in this run
+    std::size_t remarksLeftOut = 0;   // further remarks that were told
     std::vector<KTLoss> newlyUnread;  // unread texts that were not there at the last settled run
     std::vector<KTLoss> overwritten;  // unread texts that what is known was written over
     bool rewriteExpected = false;     // the session ended so that the plug-in rewrites the store
     bool needsSettling = false;       // ... and doSync said YES: a settling run is due
     bool settled = false;             // this was a settling run and it counted
     Settlement settlement = Settlement::notReached;  // of a settling run
-    std::vector<std::string> unproved;  // German lines: what did not come back from the store
-    std::vector<StagedRecord> staged;   // of a dry run, by conduit and key
+    std::vector<std::string> unproved;  // title and calendar of what did not come back from the
+                                        // store, and was not told as unwritten either
+    std::vector<StagedRecord> staged;  // of a dry run, by conduit and key
     std::vector<std::string>
         reasons;  // German lines: why the session was not opened or not finished
 };

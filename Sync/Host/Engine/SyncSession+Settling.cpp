@@ -30,7 +30,7 @@ bool SyncSession::finishSettling()
                                        {_localRecords, agreedKeys,
                                         _keptRecords ? *_keptRecords : none, _keptNames, _places},
                                        check.losses);
-    if (!summary.unproved.empty()) {
+    if (!summary.unproved.empty() || !lossesOfKind(check.losses, KTLoss::Kind::unwritten).empty()) {
         summary.settlement = Settlement::unproved;
         return true;
     }

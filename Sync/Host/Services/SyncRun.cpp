@@ -189,8 +189,8 @@ void SyncRun::settle(SyncRunOptions options, const std::string& notedFingerprint
     result.reasons.push_back(lineForSettlement(settling));
     for (const std::string& reason : settling.reasons)
         result.reasons.push_back(reason);
-    for (const std::string& line : settling.unproved)
-        _host.logMsg(line);
+    for (const std::string& missing : settling.unproved)
+        _host.logMsg("Nicht im Kalenderspeicher angekommen: " + missing);
 }
 
 /// It ended before there was a session, and neither because of a running program nor because
