@@ -18,17 +18,17 @@ ReferenceHost::ReferenceHost(HostServices services, SyncEngine& engine)
       _engine(engine)
 {}
 
-void ReferenceHost::beginRun(StoreFingerprint store)
+void ReferenceHost::beginRun(StoreFingerprint store, std::string before)
 {
     _course = {};
     _store = std::move(store);
-    _storeWhenRead.clear();
+    _storeWhenRead = std::move(before);
 }
 
 int ReferenceHost::startSync(int mode)
 {
     _course.hasStarted = true;
-    if (_store)
+    if (_store && _storeWhenRead.empty())
         _storeWhenRead = _store();
     return _engine.startSync(mode);
 }

@@ -39,7 +39,8 @@ public:
     };
     /// With a fingerprint a store that somebody else wrote into since it was read is not rewritten:
     /// getLocalState then answers nullopt, which ends the run before the plug-in writes anything.
-    void beginRun(StoreFingerprint store = {});
+    /// `before` is the fingerprint of the store before the run; empty where it was not taken.
+    void beginRun(StoreFingerprint store = {}, std::string before = {});
     const Course& course() const { return _course; }
 
 private:

@@ -123,9 +123,10 @@ std::optional<StoreBackups::Copy> StoreBackups::make(const std::vector<std::stri
         return std::nullopt;
     // Before anything is read: what changes meanwhile makes the next run save it again.
     const std::string fingerprint = fingerprintOfFiles(paths);
-    if (auto last = lastOne(fingerprint))
-        return last;
-    return makeArchive(paths, fingerprint);
+    auto last = lastOne(fingerprint);
+    Copy copy = last ? *std::move(last) : makeArchive(paths, fingerprint);
+    copy.fingerprint = fingerprint;
+    return copy;
 }
 
 std::optional<StoreBackups::Copy> StoreBackups::lastOne(const std::string& fingerprint) const

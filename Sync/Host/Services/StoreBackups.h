@@ -26,6 +26,7 @@ public:
         std::string name;
         std::vector<std::string> unreadable;  // paths that could not be saved
         bool isNew = true;                    // false: the last backup holds exactly this store
+        std::string fingerprint{};            // of the store as it was found (fingerprintOfFiles)
     };
 
     /// Saves files and folders, whole, unless the last backup holds them as they are: then nothing

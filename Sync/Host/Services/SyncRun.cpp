@@ -125,6 +125,7 @@ void SyncRun::putBack(const std::string& backup, SyncRunResult& result)
 {
     _host.logMsg(stringWithFormat("Die Sicherungskopie \"%@\" wird zurückgeholt", backup));
     _backups.restore(backup, storeFiles());
+    _storeBefore.clear();
     result.wasRestored = true;
 }
 
@@ -138,6 +139,7 @@ std::string SyncRun::backUp(const SyncRunWishes& wishes)
     const auto copy = _backups.make(storeFiles());
     if (!copy)
         return "";
+    _storeBefore = copy->fingerprint;
     for (const std::string& path : copy->unreadable)
         _host.logMsg(stringWithFormat("Nicht gesichert, da nicht lesbar: \"%@\"", path));
     if (wishes.acceptLosses && !copy->unreadable.empty())
@@ -150,7 +152,7 @@ std::string SyncRun::backUp(const SyncRunWishes& wishes)
 
 void SyncRun::synchronize(const SyncRunOptions& options, SyncRunResult& result)
 {
-    _host.beginRun([files = storeFiles()] { return fingerprintOfFiles(files); });
+    _host.beginRun([files = storeFiles()] { return fingerprintOfFiles(files); }, _storeBefore);
     _engine.beginRun(options);
     result.isCompleted = _plugin.doSync();
     // At once: whatever changes the store from here on must be noticed.

@@ -58,6 +58,7 @@ private:
     SyncEngine& _engine;
     const StoreBackups& _backups;
     std::string _home;
+    std::string _storeBefore;  // fingerprint of the store before the run; empty when not taken
 };
 
 }  // namespace kt
