@@ -42,7 +42,7 @@ std::string_view nameOfLossKind(KTLoss::Kind kind)
     return "";
 }
 
-std::string_view headingForLosses(KTLoss::Kind kind)
+std::string_view headingForLossKind(KTLoss::Kind kind)
 {
     switch (kind) {
     case KTLoss::Kind::thinned:

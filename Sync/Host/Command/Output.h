@@ -23,7 +23,7 @@ void printResult(std::string_view text);
 /// The word for a kind in results for programs: "unread".
 std::string_view nameOfLossKind(KTLoss::Kind kind);
 /// Under which losses of a kind are listed for people, with a colon at the end.
-std::string_view headingForLosses(KTLoss::Kind kind);
+std::string_view headingForLossKind(KTLoss::Kind kind);
 /// A heading and a line for each; empty without any.
 std::string listedLosses(std::string_view heading, const std::vector<KTLoss>& losses);
 std::string listed(std::string_view heading, const std::vector<std::string>& lines);

@@ -41,19 +41,19 @@ std::string textForLosses(const SyncRunSummary& summary)
     const auto unsafe = lossesOf(summary, Kind::unsafe);
     std::string text;
     if (summary.held && !unsafe.empty())
-        text += listedLosses(headingForLosses(Kind::unsafe), unsafe) +
+        text += listedLosses(headingForLossKind(Kind::unsafe), unsafe) +
                 "Nichts wurde überschrieben. \"icalsync check --repair\" bringt das nach einer "
                 "Sicherung in Ordnung.\n";
     else
         text += listedLosses("Ist nur noch in der Sicherungskopie sicher:", unsafe);
     if (!summary.newlyUnread.empty())
-        text += listedLosses(headingForLosses(Kind::unread), summary.newlyUnread) +
+        text += listedLosses(headingForLossKind(Kind::unread), summary.newlyUnread) +
                 "Bitte reparieren oder entfernen; \"icalsync sync --accept-losses\" schreibt den "
                 "zuletzt bekannten Inhalt darüber (der Text bleibt in der Sicherungskopie).\n";
     text += listedLosses("Mit dem zuletzt bekannten Inhalt überschrieben:", summary.overwritten);
-    text += listedLosses(headingForLosses(Kind::unwritten), lossesOf(summary, Kind::unwritten));
+    text += listedLosses(headingForLossKind(Kind::unwritten), lossesOf(summary, Kind::unwritten));
     text += listed("Nicht im Kalenderspeicher angekommen:", summary.unproved);
-    text += listedLosses(headingForLosses(Kind::curtailed), lossesOf(summary, Kind::curtailed));
+    text += listedLosses(headingForLossKind(Kind::curtailed), lossesOf(summary, Kind::curtailed));
     if (const std::size_t remarks =
             lossesOf(summary, Kind::thinned).size() + summary.remarksLeftOut)
         text += stringWithFormat("%@ gelesen, aber nicht in allem; mehr dazu: icalsync check\n",

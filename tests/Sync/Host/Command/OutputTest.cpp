@@ -39,8 +39,8 @@ TEST(Output, EveryKindOfLossHasAWordAndAHeadingOfItsOwn)
          {KTLoss::Kind::thinned, KTLoss::Kind::unread, KTLoss::Kind::unsafe,
           KTLoss::Kind::unwritten, KTLoss::Kind::curtailed}) {
         words.insert(nameOfLossKind(kind));
-        headings.insert(headingForLosses(kind));
-        EXPECT_TRUE(headingForLosses(kind).ends_with(':'));
+        headings.insert(headingForLossKind(kind));
+        EXPECT_TRUE(headingForLossKind(kind).ends_with(':'));
     }
     EXPECT_EQ(words.size(), 5U);
     EXPECT_EQ(headings.size(), 5U);

@@ -20,10 +20,10 @@ struct DamageRow {
 
 void PrintTo(const DamageRow& row, std::ostream* stream) { *stream << row.what; }
 
-/// Two devices in step; then a file of the laptop's is damaged, and both have changes.
-class HeldRun : public testing::TestWithParam<DamageRow> {
+/// Two devices in step; then a file of the laptop's is damaged, and the laptop has something new.
+class UnreadFile : public testing::TestWithParam<DamageRow> {
 protected:
-    HeldRun()
+    UnreadFile()
     {
         laptop.addCalendar("PRIVAT", "Privat");
         laptop.addCalendar("ARBEIT", "Arbeit");
@@ -35,8 +35,6 @@ protected:
         whole = laptop.folder().read(damagedFile()).value();
         laptop.folder().write(damagedFile(), GetParam().bytes);
         laptop.addEvent("ARBEIT", "Neu.ics", {.title = "Neu vom Laptop"});
-        desk.addEvent("ARBEIT", "neu.ics", {.title = "Neu vom Schreibtisch"});
-        desk.sync();
     }
     static std::string damagedFile()
     {
@@ -51,7 +49,7 @@ protected:
 };
 
 INSTANTIATE_TEST_SUITE_P(
-    Damages, HeldRun,
+    Damages, UnreadFile,
     testing::Values(
         DamageRow{"InvalidUTF8", "Events/Kino.ics",
                   "BEGIN:VCALENDAR\r\nBEGIN:VEVENT\r\nSUMMARY:\xFF\xFE\r\nEND:VEVENT\r\n"
@@ -63,31 +61,37 @@ INSTANTIATE_TEST_SUITE_P(
         DamageRow{"CorruptInfo", "Info.plist", "<?xml version=\"1.0\"?><plist><dict><key>Ti"}),
     [](const auto& row) { return row.param.what; });
 
-TEST_P(HeldRun, IsHeldAndNamesTheFile)
+TEST_P(UnreadFile, IsNamedWithWhatToDoWhenItIsNew)
 {
     const ProgramResult run = laptop.sync();
-    EXPECT_EQ(run.exitCode, 1);
-    EXPECT_THAT(run.out, HasSubstr("Die Synchronisierung wird angehalten: " + damagedPath() +
-                                   " kann nicht gelesen werden\n"));
+    EXPECT_EQ(run.exitCode, 0);
+    EXPECT_THAT(run.out, HasSubstr("Bleibt unverändert liegen:\n  " + damagedPath() + ": "));
+    EXPECT_THAT(run.out, HasSubstr("--accept-losses"));
+    EXPECT_THAT(laptop.sync().out, Not(HasSubstr(damagedPath())));
     const auto told = laptop.sync({"--json"}).json();
-    EXPECT_EQ(told["held"], true);
+    EXPECT_EQ(told["held"], false);
     EXPECT_EQ(told["losses"][0]["file"], damagedPath());
+    EXPECT_EQ(told["losses"][0]["kind"], "unread");
+    EXPECT_EQ(told["newlyUnread"].size(), 0U);
 }
 
-TEST_P(HeldRun, SendsButTakesNothingAndDeletesNothing)
+TEST_P(UnreadFile, HoldsNothingAndDeletesNothing)
 {
     const auto before = laptop.storeSnapshot();
     laptop.sync();
+    laptop.sync();
     EXPECT_EQ(laptop.storeSnapshot(), before);
     desk.sync();
-    EXPECT_THAT(desk.titles(), ElementsAre("Arbeit", "Kino", "Messe", "Neu vom Laptop",
-                                           "Neu vom Schreibtisch", "Privat", "Zahnarzt"));
+    EXPECT_THAT(desk.titles(),
+                ElementsAre("Arbeit", "Kino", "Messe", "Neu vom Laptop", "Privat", "Zahnarzt"));
 }
 
-TEST_P(HeldRun, GoesOnOnceTheFileIsMended)
+TEST_P(UnreadFile, FollowsOnceItIsMended)
 {
     laptop.sync();
     laptop.folder().write(damagedFile(), whole);
+    desk.addEvent("ARBEIT", "neu.ics", {.title = "Neu vom Schreibtisch"});
+    desk.sync();
     EXPECT_EQ(laptop.sync().exitCode, 0);
     desk.sync();
     const auto everything = ElementsAre("Arbeit", "Kino", "Messe", "Neu vom Laptop",
@@ -96,16 +100,30 @@ TEST_P(HeldRun, GoesOnOnceTheFileIsMended)
     EXPECT_THAT(desk.titles(), everything);
 }
 
-TEST_P(HeldRun, GoesOnWithoutTheFileWhenTheUserSaysSo)
+TEST_P(UnreadFile, IsWrittenOverWhenTheUserSaysSo)
 {
-    EXPECT_EQ(laptop.sync({"--accept-losses"}).exitCode, 0);
-    EXPECT_THAT(laptop.titles(), ElementsAre("Arbeit", "Kino", "Messe", "Neu vom Laptop",
-                                             "Neu vom Schreibtisch", "Privat", "Zahnarzt"))
-        << "what could not be read is written back from what was agreed";
+    laptop.sync();
+    const ProgramResult run = laptop.sync({"--accept-losses"});
+    EXPECT_EQ(run.exitCode, 0);
+    EXPECT_THAT(run.out, HasSubstr("Mit dem zuletzt bekannten Inhalt überschrieben:\n  " +
+                                   damagedPath() + ": "));
+    EXPECT_THAT(laptop.titles(),
+                ElementsAre("Arbeit", "Kino", "Messe", "Neu vom Laptop", "Privat", "Zahnarzt"));
     EXPECT_EQ(laptop.run({"check"}).exitCode, 0);
 }
 
-TEST_P(HeldRun, CheckNamesTheFile)
+TEST_P(UnreadFile, ComesBackWhenItIsThrownAway)
+{
+    laptop.sync();
+    std::filesystem::remove(damagedPath());
+    if (std::string(GetParam().what) == "CorruptInfo")
+        std::filesystem::remove_all(laptop.pathOf("PRIVAT"));
+    EXPECT_EQ(laptop.sync().exitCode, 0);
+    EXPECT_THAT(laptop.titles(),
+                ElementsAre("Arbeit", "Kino", "Messe", "Neu vom Laptop", "Privat", "Zahnarzt"));
+}
+
+TEST_P(UnreadFile, CheckNamesTheFile)
 {
     const ProgramResult check = laptop.run({"check"});
     EXPECT_EQ(check.exitCode, 1);
@@ -116,7 +134,7 @@ TEST_P(HeldRun, CheckNamesTheFile)
     EXPECT_NE(told["losses"][0]["reason"], "");
 }
 
-TEST_P(HeldRun, LookingGoesOnWithoutTheFileAndWarns)
+TEST_P(UnreadFile, LookingGoesOnWithoutTheFileAndWarns)
 {
     const ProgramResult records = laptop.run({"records"});
     EXPECT_EQ(records.exitCode, 0);
