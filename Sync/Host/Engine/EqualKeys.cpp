@@ -88,8 +88,8 @@ private:
 
     using FeatureOfPlace = std::function<std::string(const StorePlace&)>;
 
-    // An item keeps its UID through every edit, a calendar its folder. So while the row's own text may be unread, a record
-    // of another UID is another record.
+    // An item keeps its UID through every edit, a calendar its folder. So while the row's own text
+    // may be unread, a record of another UID is another record.
     bool mayBe(const LocalRecord& record, const SeenRow& row) const
     {
         const UnreadClaim claim = _claims.at(&row);

@@ -1,6 +1,5 @@
 #include "Sync/PlugIns/iCal/Calendar/NodeTreeMerge104.h"
 
-#include <deque>
 #include <utility>
 
 #include "Sync/PlugIns/iCal/Calendar/KTSyncCalendar.h"
@@ -90,40 +89,35 @@ Dictionary NodeTreeMerge104::merged(const Dictionary& stored, const Dictionary& 
     return merged;
 }
 
-/// Wanted nodes that stand in this list already take one another's places in the order in which
-/// they are wanted; the others come last.
+/// The wanted nodes in their order, which is all that this layout knows of order. What nobody knows
+/// stays behind the node that it stood behind, as far as that stays here.
 Array NodeTreeMerge104::mergedList(const Array& stored, const Array& wanted)
 {
-    std::unordered_map<const LoadedCalendar*, bool> standsHere;
-    for (const Value& node : stored) {
-        if (const Known* known = knownNode(node))
-            standsHere.emplace(known->loaded, false);
-    }
-    std::deque<const Dictionary*> inPlace;
-    std::vector<const Dictionary*> last;
-    for (const Value& node : wanted) {
-        const auto here = standsHere.find(storedOf(node.dictionary()));
-        const bool takesPlace = here != standsHere.end() && !std::exchange(here->second, true);
-        if (takesPlace)
-            inPlace.push_back(&node.dictionary());
-        else
-            last.push_back(&node.dictionary());
-    }
+    std::unordered_set<const LoadedCalendar*> stays;
+    for (const Value& node : wanted)
+        stays.insert(storedOf(node.dictionary()));
 
-    Array merged;
+    std::unordered_map<const LoadedCalendar*, Array> unknownBehind;  // null: in front of all
+    const LoadedCalendar* last = nullptr;
     for (const Value& node : stored) {
         const Known* const known = knownNode(node);
-        if (known == nullptr) {
-            merged.push_back(node);
-        } else if (standsHere[known->loaded]) {
-            merged.emplace_back(mergedNode(*inPlace.front()));
-            inPlace.pop_front();
-        } else if (!_wanted.contains(known->loaded)) {
-            keepUnknown(listIn(*known->node, kMembersKey), merged);
-        }
+        if (known == nullptr)
+            unknownBehind[last].push_back(node);
+        else if (stays.contains(known->loaded))
+            last = known->loaded;
+        else if (!_wanted.contains(known->loaded))
+            keepUnknown(listIn(*known->node, kMembersKey), unknownBehind[last]);
     }
-    for (const Dictionary* node : last)
-        merged.emplace_back(mergedNode(*node));
+
+    Array merged = std::move(unknownBehind[nullptr]);
+    for (const Value& node : wanted) {
+        merged.emplace_back(mergedNode(node.dictionary()));
+        const auto behind = unknownBehind.find(storedOf(node.dictionary()));
+        if (behind == unknownBehind.end() || behind->first == nullptr)
+            continue;
+        for (Value& unknown : std::exchange(behind->second, {}))
+            merged.push_back(std::move(unknown));
+    }
     return merged;
 }
 

@@ -67,13 +67,13 @@ TEST_F(NodeTreeMerge, ChangesNothingWhereNothingChanged)
               stored);
 }
 
-TEST_F(NodeTreeMerge, PutsNodesInTheWantedOrderIntoThePlacesThatTheyHad)
+TEST_F(NodeTreeMerge, PutsNodesInTheWantedOrderAndWhatNobodyKnowsBehindThoseItStoodBehind)
 {
     know("a", false);
     know("b", false);
     EXPECT_EQ(merge.merged(file({node("a"), node("FREMD"), node("b")}),
                            file({written("b", false), written("a", false)})),
-              file({node("b"), node("FREMD"), node("a")}));
+              file({node("b"), node("a"), node("FREMD")}));
 }
 
 TEST_F(NodeTreeMerge, MovesANodeIntoAGroupWithAllThatItHolds)
@@ -92,6 +92,15 @@ TEST_F(NodeTreeMerge, LeavesWhatNobodyKnowsOfAGroupThatIsGone)
     EXPECT_EQ(merge.merged(file({group("g", {node("a"), node("FREMD")})}),
                            file({written("a", false)})),
               file({node("FREMD"), node("a")}));
+}
+
+TEST_F(NodeTreeMerge, PutsANewNodeWhereItIsWanted)
+{
+    know("a", false);
+    know("b", false);
+    EXPECT_EQ(merge.merged(file({node("a"), node("FREMD"), node("b")}),
+                           file({written("a", false), written("c", false), written("b", false)})),
+              file({node("a"), node("FREMD"), written("c", false), node("b")}));
 }
 
 TEST_F(NodeTreeMerge, TakesOutWhatIsWantedNoMoreAndAddsNewNodesLast)
