@@ -69,7 +69,7 @@ struct SyncRunSummary {
     Settlement settlement = Settlement::notReached;  // of a settling run
     std::vector<std::string> unproved;  // title and calendar of what did not come back from the
                                         // store, and was not told as unwritten either
-    std::vector<StagedRecord> staged;  // of a dry run, by conduit and key
+    std::vector<StagedRecord> staged;   // of a dry run, by conduit and key
     std::vector<std::string>
         reasons;  // German lines: why the session was not opened or not finished
 };

@@ -133,7 +133,7 @@ SyncRecordList SyncSession::withKeptRecordsThatComeBack(const SyncRecordList& re
     }
     if (_isHeld)
         return all;
-    _unreadKept = unreadKeptRecords(*_texts, *_knowledge, present, unreadRules());
+    _unreadKept = unreadKeptRecords(*_texts, *_knowledge, present, unreadRules(), _setting.state);
     if (!isRewriteExpected(_result))
         return all;
     for (const KeptRow& row : _knowledge->kept()) {
@@ -182,7 +182,8 @@ void SyncSession::decideKept()
         if (active.count(calendarOf(row)) != 0)
             present.insert(row.id);
     }
-    merge(_unreadKept, unreadKeptRecords(*_texts, *_knowledge, present, unreadRules()));
+    merge(_unreadKept,
+          unreadKeptRecords(*_texts, *_knowledge, present, unreadRules(), _setting.state));
     keepWhatIsMissed(calendarsOf(*_keptRecords));
 }
 

@@ -17,6 +17,17 @@ std::int64_t sinceOf(const Knowledge& knowledge, const UnreadTexts& texts, Whose
     return row == nullptr ? texts.now() : row->since;
 }
 
+// Where it is not known where a calendar stood, its key says what its folder is called.
+template <class Content>
+void nameFolder(KnownRecord& record, Content&& content)
+{
+    if (!record.isCalendar || !record.place.file.empty())
+        return;
+    const Value sourceKey = content()["SourceKey"];
+    if (sourceKey.isString())
+        record.sourceKey = sourceKey.string();
+}
+
 // Candidates, with what is to be done about each.
 struct Missing {
     std::vector<KnownRecord> records;
@@ -52,6 +63,7 @@ Missing missingRecords(const UnreadTexts& texts, const Knowledge& knowledge,
             continue;
         if (row.agreedKey && knowledge.agreedRow(id) == nullptr)
             continue;
+        nameFolder(record, [&] { return state.seenRecord(row); });
         missing.add(std::move(record), id, &row);
     }
     for (const AgreedRow& row : knowledge.agreed()) {
@@ -179,9 +191,7 @@ KnownRecord knownRecord(const AgreedRow& row, const Knowledge& knowledge, const 
     record.calendar =
         knowledge.localCalendarKey(isCalendar ? row.id.key : row.parentKey.value_or(""));
     record.since = sinceOf(knowledge, texts, Whose::agreed, row.id);
-    const Value sourceKey = isCalendar ? state.agreedRecord(row.id)["SourceKey"] : Value();
-    if (sourceKey.isString())
-        record.sourceKey = sourceKey.string();
+    nameFolder(record, [&] { return state.agreedRecord(row.id); });
     return record;
 }
 
@@ -201,14 +211,18 @@ UnreadRecords unreadRecords(const UnreadTexts& texts, const Knowledge& knowledge
 }
 
 UnreadRecords unreadKeptRecords(const UnreadTexts& texts, const Knowledge& knowledge,
-                                const RecordIdSet& present, const UnreadRules& rules)
+                                const RecordIdSet& present, const UnreadRules& rules,
+                                LocalState& state)
 {
     if (texts.empty() && knowledge.unread().empty())
         return {};
     Missing missing;
     for (const KeptRow& row : knowledge.kept()) {
-        if (present.count(row.id) == 0)
-            missing.add(knownRecord(row, knowledge, texts), row.id, nullptr);
+        if (present.count(row.id) != 0)
+            continue;
+        KnownRecord record = knownRecord(row, knowledge, texts);
+        nameFolder(record, [&] { return state.keptRecord(row.id); });
+        missing.add(std::move(record), row.id, nullptr);
     }
     return decided(texts, knowledge, std::move(missing), Whose::kept, rules);
 }

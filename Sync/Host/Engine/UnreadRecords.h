@@ -35,7 +35,8 @@ UnreadRecords unreadRecords(const UnreadTexts& texts, const Knowledge& knowledge
 
 /// Kept records of which `present` (kept ids) were read; calendars and rows stay empty.
 UnreadRecords unreadKeptRecords(const UnreadTexts& texts, const Knowledge& knowledge,
-                                const RecordIdSet& present, const UnreadRules& rules);
+                                const RecordIdSet& present, const UnreadRules& rules,
+                                LocalState& state);
 
 /// What the state says of a record's place, for asking texts.
 KnownRecord knownRecord(const SeenRow& row, const Knowledge& knowledge, const UnreadTexts& texts);

@@ -278,5 +278,40 @@ TEST_F(Rule2, WhatIsNotCertainWaitsWithoutANameAndCanBeGivenOne)
     EXPECT_THAT(names(), ElementsAre("K-3", "K", "K-2"));
 }
 
+TEST_F(Rule2, TwinsAreToldApartByTheirUidsWhateverWasEdited)
+{
+    seen("K", kFirst, {"uid-1", "1.ics"});
+    seen("K-2", kSecond, {"uid-2", "2.ics"});
+    given(kThird, {"uid-2", "2.ics"});
+    given(kSecond, {"uid-1", "1.ics"});
+    EXPECT_THAT(names(), ElementsAre("K-2", "K"));
+}
+
+TEST_F(Rule2, AnEditedTwinDoesNotTakeTheNameOfOneThatMayBeUnread)
+{
+    seen("K", kFirst, {"uid-1", "1.ics"});
+    seen("K-2", kSecond, {"uid-2", "2.ics"});
+    _claims["K"] = UnreadClaim::certain;
+    given(kFirst, {"uid-2", "2.ics"});
+    EXPECT_THAT(names(), ElementsAre("K-2"));
+}
+
+TEST_F(Rule2, ANewTwinOfAnUnreadRecordTakesTheNextNumber)
+{
+    seen("K", kFirst, {"uid-1", "1.ics"});
+    _claims["K"] = UnreadClaim::possible;
+    _refused = {"K"};
+    given(kFirst, {"uid-9", "9.ics"});
+    EXPECT_THAT(names(), ElementsAre("K-2"));
+}
+
+TEST_F(Rule2, WithoutUidsARecordIsTakenForTheOneThatMayBeUnread)
+{
+    seen("K", kFirst);
+    _claims["K"] = UnreadClaim::possible;
+    given(kSecond);
+    EXPECT_THAT(names(), ElementsAre("K"));
+}
+
 }  // namespace
 }  // namespace kt::test

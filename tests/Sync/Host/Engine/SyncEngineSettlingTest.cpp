@@ -3,6 +3,8 @@
 namespace kt::test {
 namespace {
 
+using testing::ElementsAre;
+
 TEST_F(SyncEngineRules, Rule15_SettlingMakesTheStoresRecordsSeen)
 {
     givenTwoHomes();
@@ -64,6 +66,93 @@ TEST_F(SyncEngineRules, Rule15_AnEmptyStoreAfterARewriteIsNotSettled)
     b.sync();
     EXPECT_EQ(b.store.count("Zahnarzt"), 1);
     EXPECT_EQ(b.store.count("Blumen"), 1);
+    expectRest();
+}
+
+TEST_F(SyncEngineRules, Rule15_WhatDoesNotComeBackKeepsTheMarkAndIsNamed)
+{
+    givenTwoHomes();
+    auto& b = home("b");
+    home("a").store.calendar("Privat")->items.push_back(task("Blumen"));
+    home("a").sync();
+    b.full = {"Zahnarzt", "Arbeit"};
+    for (int run = 0; run < 2; ++run) {
+        const SyncRunSummary summary = b.sync();
+        EXPECT_EQ(summary.settlement, Settlement::unproved);
+        EXPECT_THAT(summary.unproved,
+                    ElementsAre("Kalender 'Arbeit'", "'Zahnarzt' (Kalender 'Privat')"));
+        EXPECT_NE(b.openState().facts().mark, std::nullopt);
+    }
+    b.full = {};
+    EXPECT_TRUE(b.sync().settled);
+    for (const char* title : {"Zahnarzt", "Sitzung", "Blumen", "Einkaufen"})
+        EXPECT_EQ(b.store.count(title), 1) << title;
+    EXPECT_EQ(liveOnServer().size(), 6U);
+    expectRest();
+}
+
+TEST_F(SyncEngineRules, Rule15_AComplaintOfTheRewriteOutlivesTheSettlingRun)
+{
+    givenTwoHomes();
+    auto& b = home("b");
+    home("a").store.calendar("Privat")->items.push_back(task("Blumen"));
+    home("a").sync();
+    KTLoss unwritten{"Privat", "/home/a.ics", "Kein Platz"};
+    unwritten.kind = KTLoss::Kind::unwritten;
+    b.lossesOfRewrite = {unwritten};
+    EXPECT_EQ(b.sync().settlement, Settlement::unproved);
+    EXPECT_NE(b.openState().facts().mark, std::nullopt);
+    b.lossesOfRewrite.clear();
+    EXPECT_TRUE(b.sync().settled);
+    expectRest();
+}
+
+TEST_F(SyncEngineRules, Rule15_WhatASwitchedOffCalendarDoesNotGiveBackIsNotDeletedWhenItIsOnAgain)
+{
+    givenTwoHomes();
+    auto& b = home("b");
+    b.switchOff("Arbeit");
+    b.sync();
+    home("a").store.calendar("Privat")->items.push_back(task("Blumen"));
+    home("a").sync();
+    b.full = {"Sitzung"};
+    EXPECT_THAT(b.sync().unproved, ElementsAre("'Sitzung' (Kalender 'Arbeit')"));
+    b.full = {};
+    b.switchOn("Arbeit");
+    syncUntilRest();
+    EXPECT_EQ(home("a").store.count("Sitzung"), 1);
+    EXPECT_EQ(b.store.count("Sitzung"), 1);
+    expectRest();
+}
+
+TEST_F(SyncEngineRules, Rule15_AStateThatCannotBeWrittenIsSaidAndTheNextRunSettles)
+{
+    givenTwoHomes();
+    auto& b = home("b");
+    home("a").store.calendar("Privat")->items.push_back(task("Blumen"));
+    home("a").sync();
+    // The first access of the settling run that fails after it has found all to be there.
+    bool wasNotStored = false;
+    for (int access = 0; access < 200 && !wasNotStored; ++access) {
+        b.beforeSettling = [&] { FailingSqlite::failAt(access); };
+        const SyncRunSummary summary = b.sync();
+        const bool hasFailed = FailingSqlite::hasFailed();
+        FailingSqlite::failAt(-1);
+        wasNotStored = summary.settlement == Settlement::notStored;
+        if (hasFailed) {
+            EXPECT_FALSE(summary.settled);
+        }
+        if (wasNotStored) {
+            EXPECT_NE(b.openState().facts().mark, std::nullopt);
+        } else if (summary.settled) {
+            home("a").store.calendar("Privat")->items.push_back(
+                task("Blumen " + std::to_string(access)));
+            home("a").sync();
+        }
+    }
+    EXPECT_TRUE(wasNotStored);
+    b.beforeSettling = nullptr;
+    EXPECT_TRUE(b.sync().settled);
     expectRest();
 }
 

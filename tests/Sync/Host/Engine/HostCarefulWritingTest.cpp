@@ -1,0 +1,47 @@
+#include <gtest/gtest.h>
+
+#include "Sync/Host/Engine/HostCarefulWriting.h"
+
+namespace kt {
+namespace {
+
+KTLoss unread(const std::string& file, const std::string& uid = "", const std::string& digest = "")
+{
+    KTLoss loss{"Privat", file, "unlesbar"};
+    loss.uid = uid;
+    loss.digest = digest;
+    return loss;
+}
+
+TEST(HostCarefulWriting, GivesUpNothingByItself)
+{
+    EXPECT_FALSE(HostCarefulWriting().isGivenUp(unread("/a.ics")));
+}
+
+TEST(HostCarefulWriting, GivesUpExactlyWhatItWasTold)
+{
+    HostCarefulWriting writing;
+    writing.giveUp({unread("/a.ics", "uid", "1")});
+    KTLoss asked = unread("/a.ics", "uid", "1");
+    asked.reason.clear();
+    asked.calendar = "Anders";
+    EXPECT_TRUE(writing.isGivenUp(asked)) << "titles and reasons tell no texts apart";
+    EXPECT_FALSE(writing.isGivenUp(unread("/b.ics", "uid", "1")));
+    EXPECT_FALSE(writing.isGivenUp(unread("/a.ics", "anders", "1")));
+    EXPECT_FALSE(writing.isGivenUp(unread("/a.ics", "uid", "2")));
+    asked.extent = KTLoss::Extent::calendar;
+    EXPECT_FALSE(writing.isGivenUp(asked));
+}
+
+TEST(HostCarefulWriting, ForgetsWhatItGaveUpBefore)
+{
+    HostCarefulWriting writing;
+    writing.giveUp({unread("/a.ics")});
+    writing.giveUp({unread("/b.ics")});
+    EXPECT_FALSE(writing.isGivenUp(unread("/a.ics")));
+    writing.clear();
+    EXPECT_FALSE(writing.isGivenUp(unread("/b.ics")));
+}
+
+}  // namespace
+}  // namespace kt
