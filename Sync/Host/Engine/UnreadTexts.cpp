@@ -287,11 +287,15 @@ struct UnreadTexts::Claiming {
 
     void claimCertain()
     {
+        std::unordered_map<std::string, std::size_t> calendars;  // claimed by which text
         for (std::size_t index = 0; index < missing.size(); ++index) {
             const auto ask = [&](std::size_t text) {
-                if (excluded.count(text) == 0 &&
-                    texts.isCertain(texts._texts[text], missing[index]))
-                    claim(text, index, UnreadClaim::certain);
+                if (excluded.count(text) != 0 ||
+                    !texts.isCertain(texts._texts[text], missing[index]))
+                    return;
+                claim(text, index, UnreadClaim::certain);
+                if (missing[index].isCalendar)
+                    calendars.emplace(missing[index].calendar, text);
             };
             const StorePlace& place = missing[index].place;
             const auto [firstUid, lastUid] = texts._byUid.equal_range(place.uid);
@@ -299,6 +303,12 @@ struct UnreadTexts::Claiming {
             const auto [firstFile, lastFile] = texts._byFile.equal_range(place.file);
             std::for_each(firstFile, lastFile, [&](const auto& entry) { ask(entry.second); });
             std::for_each(texts._wholeCalendars.begin(), texts._wholeCalendars.end(), ask);
+        }
+        // What is missing with its calendar is where that is.
+        for (std::size_t index = 0; index < missing.size(); ++index) {
+            const auto calendar = calendars.find(missing[index].calendar);
+            if (calendar != calendars.end() && !isCertain(index))
+                claim(calendar->second, index, UnreadClaim::certain);
         }
     }
 

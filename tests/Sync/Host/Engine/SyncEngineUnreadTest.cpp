@@ -1,6 +1,6 @@
 #include <set>
 
-#include "tests/Sync/Host/Engine/SyncEngineRules.h"
+#include "tests/Sync/Host/Engine/UnreadHomes.h"
 
 namespace kt::test {
 namespace {
@@ -8,83 +8,7 @@ namespace {
 using testing::IsEmpty;
 using testing::SizeIs;
 
-using Telling = SimulatedHome::Telling;
-
-// Two homes in step; then texts of "a" are damaged. "Privat" has a dentist, a rehearsal and a
-// shopping list, "Arbeit" a meeting.
-class UnreadHomes : public SyncEngineRules {
-protected:
-    void givenHomes(Layout layout = Layout::leopard, Telling telling = Telling::all)
-    {
-        SimulatedHome& a = home("a", layout);
-        a.telling = telling;
-        a.store.calendars = {calendar("Privat",
-                                      {event("Zahnarzt", "20071224T100000"),
-                                       event("Probe", "20071225T190000"), task("Einkaufen")}),
-                             calendar("Arbeit", {event("Sitzung", "20071227T090000")})};
-        home("b");
-        syncAll();
-        syncUntilRest();
-        a.sync(full());  // so that no text is as it was entered, but as it was written
-    }
-
-    static SimulatedItem& damage(SimulatedHome& home, const std::string& calendar,
-                                 const std::string& title)
-    {
-        SimulatedItem& item = *home.store.item(calendar, title);
-        item.isBroken = true;
-        home.store.touch();
-        return item;
-    }
-
-    static void mend(SimulatedHome& home)
-    {
-        for (SimulatedCalendar& each : home.store.calendars) {
-            each.isBroken = false;
-            for (SimulatedItem& item : each.items)
-                item.isBroken = false;
-        }
-        home.store.touch();
-    }
-
-    static Wishes accepting()
-    {
-        Wishes wishes;
-        wishes.acceptLosses = true;
-        return wishes;
-    }
-
-    void expectOnceEverywhere(const std::vector<std::string>& titles)
-    {
-        for (const auto& each : homes) {
-            for (const std::string& title : titles)
-                EXPECT_EQ(each->store.count(title), 1) << title;
-        }
-    }
-};
-
-struct HowTold {
-    const char* name;
-    Layout layout;
-    Telling telling;
-};
-
-class UnreadText : public UnreadHomes, public testing::WithParamInterface<HowTold> {
-protected:
-    UnreadText() { givenHomes(GetParam().layout, GetParam().telling); }
-
-    SimulatedHome& a = home("a");
-    SimulatedHome& b = home("b");
-};
-
-INSTANTIATE_TEST_SUITE_P(
-    Told, UnreadText,
-    testing::Values(HowTold{"AFileOfItsOwn", Layout::leopard, Telling::all},
-                    HowTold{"AComponentByItsUid", Layout::tiger, Telling::all},
-                    HowTold{"AFileNobodyKnows", Layout::leopard, Telling::onlyCalendar},
-                    HowTold{"AComponentWithoutUid", Layout::tiger, Telling::onlyCalendar},
-                    HowTold{"WithoutPlaces", Layout::leopard, Telling::noPlaces}),
-    [](const auto& row) { return row.param.name; });
+INSTANTIATE_TEST_SUITE_P(Told, UnreadText, testing::ValuesIn(kWaysOfTelling), nameOfTelling);
 
 TEST_P(UnreadText, Rule18_StaysWhileEverythingElseSyncsBothWays)
 {
@@ -220,83 +144,6 @@ TEST_P(UnreadText, Rule18_IsMendedAsAnotherTextAndFollows)
     expectRest();
 }
 
-TEST_P(UnreadText, Rule23_InASwitchedOffCalendarIsNeitherDeletedNorDoubled)
-{
-    a.switchOff("Privat");
-    a.sync();
-    fields(a, "Privat", "Zahnarzt").set("Notes", "nur hier");
-    a.sync();
-    damage(a, "Privat", "Zahnarzt");
-    b.store.calendar("Arbeit")->items.push_back(task("Bericht"));
-    b.sync();
-    EXPECT_TRUE(a.sync().settled);
-    EXPECT_EQ(a.store.count("Zahnarzt"), 1);
-    EXPECT_TRUE(a.store.item("Privat", "Zahnarzt")->isBroken);
-    a.switchOn("Privat");
-    a.sync();
-    EXPECT_EQ(b.store.count("Zahnarzt"), 1);
-    mend(a);
-    syncUntilRest();
-    expectOnceEverywhere({"Zahnarzt", "Probe", "Einkaufen", "Bericht"});
-    EXPECT_EQ(fields(b, "Privat", "Zahnarzt")["Notes"], Value("nur hier"));
-    expectRest();
-    expectEqualHomes();
-}
-
-TEST_P(UnreadText, Rule23_InASwitchedOffCalendarComesBackFromWhatWasKept)
-{
-    a.switchOff("Privat");
-    a.sync();
-    fields(a, "Privat", "Zahnarzt").set("Notes", "nur hier");
-    a.sync();
-    damage(a, "Privat", "Zahnarzt");
-    a.sync();
-    removeItem(a, "Privat", "Zahnarzt");
-    EXPECT_EQ(a.sync().startResult, 6);
-    EXPECT_EQ(fields(a, "Privat", "Zahnarzt")["Notes"], Value("nur hier"));
-    EXPECT_FALSE(fields(b, "Privat", "Zahnarzt").contains("Notes"));
-    expectRest();
-}
-
-TEST_P(UnreadText, Rule23_ThrownAwayAfterSwitchingOnComesBackAsItWasKept)
-{
-    a.switchOff("Privat");
-    a.sync();
-    fields(a, "Privat", "Zahnarzt").set("Notes", "nur hier");
-    a.sync();
-    damage(a, "Privat", "Zahnarzt");
-    a.sync();
-    a.switchOn("Privat");
-    a.sync();
-    removeItem(a, "Privat", "Zahnarzt");
-    syncUntilRest();
-    expectOnceEverywhere({"Zahnarzt", "Probe"});
-    EXPECT_EQ(fields(b, "Privat", "Zahnarzt")["Notes"], Value("nur hier"));
-    expectRest();
-}
-
-TEST_P(UnreadText, Rule23_OfACalendarThatIsJustSwitchedOffIsKeptAsItWasSeen)
-{
-    damage(a, "Privat", "Zahnarzt");
-    a.switchOff("Privat");
-    a.sync();
-    removeItem(a, "Privat", "Zahnarzt");
-    EXPECT_EQ(a.sync().startResult, 6);
-    EXPECT_EQ(a.store.count("Zahnarzt"), 1);
-    a.switchOn("Privat");
-    syncUntilRest();
-    expectOnceEverywhere({"Zahnarzt", "Probe"});
-    expectRest();
-}
-
-class Unread : public UnreadHomes {
-protected:
-    Unread() { givenHomes(); }
-
-    SimulatedHome& a = home("a");
-    SimulatedHome& b = home("b");
-};
-
 TEST_F(Unread, Rule18_ADeletionInTheSameRunGoesThroughWhereTheTextIsKnown)
 {
     damage(a, "Privat", "Zahnarzt");
@@ -310,7 +157,7 @@ TEST_F(Unread, Rule18_ADeletionInTheSameRunGoesThroughWhereTheTextIsKnown)
 
 TEST_F(Unread, Rule18_NothingMissingIsDeletedWhereANewTextCannotBeTold)
 {
-    a.telling = Telling::onlyCalendar;
+    a.telling = SimulatedHome::Telling::onlyCalendar;
     damage(a, "Privat", "Zahnarzt");
     removeItem(a, "Privat", "Probe");
     removeItem(a, "Arbeit", "Sitzung");
@@ -477,76 +324,6 @@ TEST_F(Unread, Rule18_AnEditedTwinDoesNotTakeTheNameOfTheUnreadOne)
     EXPECT_EQ(a.store.count("Einkaufen"), 2);
     EXPECT_EQ(b.store.count("Einkaufen"), 2);
     expectEqualHomes();
-    expectRest();
-}
-
-TEST_F(Unread, Rule23_TwinsOfASwitchedOffCalendarAreBothThereAfterAKillAndADamage)
-{
-    a.store.calendar("Privat")->items.push_back(task("Einkaufen", {{"Notes", "zweiter"}}));
-    syncUntilRest();
-    a.switchOff("Privat");
-    a.sync();
-    for (const std::string& broken : {std::string("(null)"), std::string("zweiter")}) {
-        for (SimulatedItem& item : a.store.calendar("Privat")->items) {
-            if (item.fields["Title"] == Value("Einkaufen") &&
-                item.fields["Notes"].description() == broken)
-                item.isBroken = true;
-        }
-        b.store.calendar("Arbeit")->items.push_back(task("Bericht " + broken));
-        b.sync();
-        a.sync(SyncEngineRules::broken(Break::killBeforeSettling));
-        a.sync();
-        EXPECT_EQ(a.store.count("Einkaufen"), 2);
-        mend(a);
-        a.sync();
-    }
-    a.switchOn("Privat");
-    syncUntilRest();
-    EXPECT_EQ(a.store.count("Einkaufen"), 2);
-    EXPECT_EQ(b.store.count("Einkaufen"), 2);
-    expectEqualHomes();
-    expectRest();
-}
-
-TEST_F(Unread, Rule23_ATwinMissingWhileARewriteIsNotSettledIsNotOverwrittenByTheOther)
-{
-    a.store.calendar("Privat")->items.push_back(task("Einkaufen", {{"Notes", "zweiter"}}));
-    syncUntilRest();
-    a.switchOff("Privat");
-    a.sync();
-    b.store.calendar("Arbeit")->items.push_back(task("Bericht"));
-    b.sync();
-    a.sync(broken(Break::killAfterFinish));
-    removeItem(a, "Privat", "Einkaufen");  // as between two unlinks
-    EXPECT_TRUE(a.sync().settled);
-    std::multiset<std::string> notes;
-    for (const SimulatedItem& item : a.store.calendar("Privat")->items) {
-        if (item.fields["Title"] == Value("Einkaufen"))
-            notes.insert(item.fields["Notes"].description());
-    }
-    EXPECT_EQ(notes, (std::multiset<std::string>{"(null)", "zweiter"}));
-    a.switchOn("Privat");
-    syncUntilRest();
-    EXPECT_EQ(b.store.count("Einkaufen"), 2);
-    expectEqualHomes();
-    expectRest();
-}
-
-TEST_F(Unread, Rule24_AnUnreadSwitchedOffCalendarKeepsItsDeletions)
-{
-    a.switchOff("Arbeit");
-    a.sync();
-    removeItem(a, "Arbeit", "Sitzung");
-    b.store.calendar("Privat")->items.push_back(task("Blumen"));
-    b.sync();
-    a.sync();
-    a.store.calendar("Arbeit")->isBroken = true;
-    a.sync();
-    mend(a);
-    a.sync();
-    a.switchOn("Arbeit");
-    syncUntilRest();
-    EXPECT_EQ(a.store.count("Sitzung") + b.store.count("Sitzung"), 0);
     expectRest();
 }
 

@@ -182,6 +182,10 @@ TEST_F(UnreadTextsTest, ACalendarThatWasNeverSeenIsKnownByWhatItsFolderIsCalled)
     fresh.sourceKey = "Neu";
     EXPECT_EQ(texts({text(Extent::calendar, "/home/Neu.calendar/Info.plist")}).claimOn(fresh),
               UnreadClaim::certain);
+    const UnreadTexts unread = texts({text(Extent::calendar, "/home/Neu.calendar")});
+    EXPECT_EQ(unread.claimsOn({item("neu", {}), fresh}).onRecords,
+              (std::vector<UnreadClaim>{UnreadClaim::certain, UnreadClaim::certain}))
+        << "with all that is missing of it";
     EXPECT_NE(texts({text(Extent::calendar, "/home/Neuer.calendar/Info.plist")}).claimOn(fresh),
               UnreadClaim::certain);
 }

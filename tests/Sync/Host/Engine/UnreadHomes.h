@@ -1,0 +1,99 @@
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "tests/Sync/Host/Engine/SyncEngineRules.h"
+
+namespace kt::test {
+
+/// Two homes in step; then texts of "a" are damaged. "Privat" has a dentist, a rehearsal and a
+/// shopping list, "Arbeit" a meeting.
+class UnreadHomes : public SyncEngineRules {
+protected:
+    void givenHomes(Layout layout = Layout::leopard,
+                    SimulatedHome::Telling telling = SimulatedHome::Telling::all)
+    {
+        SimulatedHome& a = home("a", layout);
+        a.telling = telling;
+        a.store.calendars = {calendar("Privat",
+                                      {event("Zahnarzt", "20071224T100000"),
+                                       event("Probe", "20071225T190000"), task("Einkaufen")}),
+                             calendar("Arbeit", {event("Sitzung", "20071227T090000")})};
+        home("b");
+        syncAll();
+        syncUntilRest();
+        a.sync(full());  // so that no text is as it was entered, but as it was written
+    }
+
+    static SimulatedItem& damage(SimulatedHome& home, const std::string& calendar,
+                                 const std::string& title)
+    {
+        SimulatedItem& item = *home.store.item(calendar, title);
+        item.isBroken = true;
+        home.store.touch();
+        return item;
+    }
+
+    static void mend(SimulatedHome& home)
+    {
+        for (SimulatedCalendar& each : home.store.calendars) {
+            each.isBroken = false;
+            for (SimulatedItem& item : each.items)
+                item.isBroken = false;
+        }
+        home.store.touch();
+    }
+
+    static Wishes accepting()
+    {
+        Wishes wishes;
+        wishes.acceptLosses = true;
+        return wishes;
+    }
+
+    void expectOnceEverywhere(const std::vector<std::string>& titles)
+    {
+        for (const auto& each : homes) {
+            for (const std::string& title : titles)
+                EXPECT_EQ(each->store.count(title), 1) << title;
+        }
+    }
+};
+
+/// How a store tells of its unread texts.
+struct HowTold {
+    const char* name;
+    Layout layout;
+    SimulatedHome::Telling telling;
+};
+
+class UnreadText : public UnreadHomes, public testing::WithParamInterface<HowTold> {
+protected:
+    UnreadText() { givenHomes(GetParam().layout, GetParam().telling); }
+
+    SimulatedHome& a = home("a");
+    SimulatedHome& b = home("b");
+};
+
+class Unread : public UnreadHomes {
+protected:
+    Unread() { givenHomes(); }
+
+    SimulatedHome& a = home("a");
+    SimulatedHome& b = home("b");
+};
+
+inline const HowTold kWaysOfTelling[] = {
+    HowTold{"AFileOfItsOwn", Layout::leopard, SimulatedHome::Telling::all},
+    HowTold{"AComponentByItsUid", Layout::tiger, SimulatedHome::Telling::all},
+    HowTold{"AFileNobodyKnows", Layout::leopard, SimulatedHome::Telling::onlyCalendar},
+    HowTold{"AComponentWithoutUid", Layout::tiger, SimulatedHome::Telling::onlyCalendar},
+    HowTold{"WithoutPlaces", Layout::leopard, SimulatedHome::Telling::noPlaces}};
+
+inline std::string nameOfTelling(const testing::TestParamInfo<HowTold>& row)
+{
+    return row.param.name;
+}
+
+}  // namespace kt::test
