@@ -75,6 +75,7 @@ private:
     void planItems(const CarefulCalendar& calendar)
     {
         const std::string title = titleOf(*calendar.calendar);
+        const LossScope ofCalendar(title, "", calendar.calendar->recordKey().value_or(""));
         const auto folder = calendar.calendar->corestoragePath();
         if (!folder) {
             const LossScope scope(title, "");
