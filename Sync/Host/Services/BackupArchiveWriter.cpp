@@ -66,7 +66,6 @@ BackupArchiveWriter::~BackupArchiveWriter()
 {
     if (_isFinished)
         return;
-    archive_write_fail(_archive.get());
     ::unlink(_path.c_str());
 }
 
