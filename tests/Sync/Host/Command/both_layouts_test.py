@@ -466,6 +466,25 @@ class BothLayouts(unittest.TestCase):
             self.assertIn("Zum Server: 0 Datensätze, 0 Löschungen\nVom Server: 0 Datensätze, 0 Löschungen\n", text)
         self.assertEqual(before, (self.old.snapshot(), self.new.snapshot(), self.server_rows()))
 
+    def test_write_the_one_file_of_an_edit(self):
+        """One event edited here: one file of the calendars there differs, and no file is written beside it."""
+        self.fill_old()
+        self.fill_new()
+        self.meet()
+        for writer, reader, calendar, title in ((self.new, self.old, "Familie", "Großmutters Geburtstag"),
+                                                (self.old, self.new, "Privat", "Zahnärztin")):
+            before = reader.snapshot()
+            writer.edit(calendar, title, ("END:VEVENT", "LOCATION:Wintergarten\r\nEND:VEVENT"))
+            writer.sync()
+            reader.sync()
+            after = reader.snapshot()
+            files = {name for name, (_, content) in {**before, **after}.items() if content is not None}
+            touched = {name for name in files if before.get(name) != after.get(name)}
+            items = {name for name in touched if name.endswith(".ics")}
+            self.assertEqual(len(items), 1, touched)
+            self.assertIn("LOCATION:Wintergarten", after[items.pop()][1].decode())
+            self.assertEqual(len(touched), 1, touched)
+
 
 if __name__ == "__main__":
     unittest.main()
