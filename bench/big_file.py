@@ -13,20 +13,16 @@ import statistics
 import subprocess
 import sys
 
+from processes import measured
+
 WAYS = ("read", "libical", "calendar")
 
 
-def measured(command):
+def loaded(command):
     """What the program printed, and the bytes of memory it held at its peak."""
-    process = subprocess.Popen(command, stdout=subprocess.PIPE)
-    said = process.stdout.read().decode()
-    process.stdout.close()
-    _, status, usage = os.wait4(process.pid, 0)
-    process.returncode = os.waitstatus_to_exitcode(status)
-    if process.returncode != 0:
-        sys.exit(f"{command} failed: {process.returncode}")
+    (_, _, peak), said = measured(command)
     events, size, processor, clock = said.split()
-    return int(events), int(size), float(processor), float(clock), usage.ru_maxrss * 1024
+    return int(events), int(size), float(processor), float(clock), peak
 
 
 def main():
@@ -43,7 +39,7 @@ def main():
         runs = {way: [] for way in WAYS}
         for _ in range(arguments.rounds):
             for way in WAYS:
-                runs[way].append(measured([program, way, home]))
+                runs[way].append(loaded([program, way, home]))
     finally:
         shutil.rmtree(home)
 

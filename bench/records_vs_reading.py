@@ -11,21 +11,8 @@ import shutil
 import statistics
 import subprocess
 import sys
-import time
 
-
-def measured(command):
-    """Seconds of processor time and of the clock, and what the program printed."""
-    start = time.perf_counter()
-    process = subprocess.Popen(command, stdout=subprocess.PIPE, stderr=subprocess.DEVNULL)
-    said = process.stdout.read().decode()
-    process.stdout.close()
-    _, status, usage = os.wait4(process.pid, 0)
-    clock = time.perf_counter() - start
-    process.returncode = os.waitstatus_to_exitcode(status)
-    if process.returncode != 0:
-        sys.exit(f"{command} failed: {process.returncode}")
-    return usage.ru_utime + usage.ru_stime, clock, said
+from processes import measured
 
 
 def main():
@@ -47,7 +34,7 @@ def main():
     try:
         for _ in range(arguments.rounds):
             for name, command in commands.items():
-                processor, clock, said = measured(command)
+                (processor, clock, _), said = measured(command)
                 if str(arguments.events) not in said:
                     sys.exit(f"{name} said {said}")
                 runs[name].append((processor, clock))

@@ -11,23 +11,15 @@ import pathlib
 import shutil
 import statistics
 import subprocess
-import sys
 import tempfile
-import time
+
+from processes import measured
 
 
-def measured(command):
-    """Seconds of processor time and of the clock, and the peak of memory in megabytes."""
-    start = time.perf_counter()
-    process = subprocess.Popen(command, stdout=subprocess.PIPE, stderr=subprocess.DEVNULL)
-    said = process.stdout.read().decode()
-    process.stdout.close()
-    _, status, usage = os.wait4(process.pid, 0)
-    clock = time.perf_counter() - start
-    process.returncode = os.waitstatus_to_exitcode(status)
-    if process.returncode != 0:
-        sys.exit(f"{command} failed: {process.returncode}\n{said}")
-    return usage.ru_utime + usage.ru_stime, clock, usage.ru_maxrss / 1024
+def cost(command):
+    """As `measured` has it, the memory in megabytes."""
+    (processor, clock, peak), _ = measured(command)
+    return processor, clock, peak / 2**20
 
 
 def files(home):
@@ -65,7 +57,7 @@ class Homes:
             lines = [line for line in path.read_bytes().split(b"\r\n") if not line.startswith(b"LOCATION:")]
             lines.insert(lines.index(b"BEGIN:VEVENT") + 1, b"LOCATION:Raum %d" % number)
             path.write_bytes(b"\r\n".join(lines))
-        measured(self.sync(self.other))
+        cost(self.sync(self.other))
 
 
 def main():
@@ -82,18 +74,18 @@ def main():
     try:
         homes = Homes(os.path.join(arguments.program_dir, "icalsync"), made, folder)
         runs = {"records --count": [], "sync, nothing changed": [], "sync, 1 in 100 comes down": []}
-        once = {"sync, first push": measured(homes.sync(homes.home)), "sync, first pull": measured(homes.sync(homes.other))}
+        once = {"sync, first push": cost(homes.sync(homes.home)), "sync, first pull": cost(homes.sync(homes.other))}
         counts = {}
-        measured(homes.sync(homes.home))
+        cost(homes.sync(homes.home))
         for number in range(arguments.rounds):
-            runs["records --count"].append(measured(homes.count()))
+            runs["records --count"].append(cost(homes.count()))
             for name in list(runs)[1:]:
                 if name.endswith("comes down"):
                     homes.edit(number)
                 before = files(homes.home)
-                runs[name].append(measured(homes.sync(homes.home)))
+                runs[name].append(cost(homes.sync(homes.home)))
                 counts[name] = touched(before, files(homes.home))
-            measured(homes.sync(homes.home))  # the backup of the store as it is now
+            cost(homes.sync(homes.home))  # the backup of the store as it is now
     finally:
         shutil.rmtree(folder)
 
