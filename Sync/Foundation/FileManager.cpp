@@ -26,6 +26,10 @@ public:
     {
         return _inner->linkStatusAtPath(path);
     }
+    std::vector<DirectoryEntry> directoryEntriesAtPath(const std::string& path) const override
+    {
+        return _inner->directoryEntriesAtPath(path);
+    }
     std::optional<std::string> contentsAtPath(const std::string& path) const override
     {
         return _inner->contentsAtPath(path);

@@ -34,6 +34,11 @@ struct FileStatus {
     std::uint64_t inode = 0;  // what it is on its file system, whatever its name
 };
 
+struct DirectoryEntry {
+    std::string name;
+    FileStatus status;
+};
+
 /// The file system as the program uses it. Nothing here throws: failures are false, nullopt or an
 /// empty list. An interface, so that tests can fail the n-th operation and a write guard can stand
 /// in front.
@@ -52,6 +57,9 @@ public:
     virtual std::optional<FileStatus> statusAtPath(const std::string& path) const = 0;
     /// The item itself, links not followed.
     virtual std::optional<FileStatus> linkStatusAtPath(const std::string& path) const = 0;
+    /// What listDirectory names, each with its linkStatusAtPath; what vanishes meanwhile is left
+    /// out. Takes half the time, since no path is looked up from the root.
+    virtual std::vector<DirectoryEntry> directoryEntriesAtPath(const std::string& path) const = 0;
     virtual std::optional<std::string> contentsAtPath(const std::string& path) const = 0;
 
     /// Written to a temporary name beside the target and renamed over it; the old file survives

@@ -117,19 +117,12 @@ std::string textWithRoom(std::size_t size)
     return text;
 }
 
-}  // namespace
-
-std::shared_ptr<FileManager> makePosixFileManager() { return std::make_shared<PosixFileManager>(); }
-
-std::optional<std::vector<std::string>> PosixFileManager::listDirectory(
-    const std::string& path) const
+/// Sorted bytewise; nullopt when they cannot be read.
+std::optional<std::vector<std::string>> namesIn(DIR* directory)
 {
-    const std::unique_ptr<DIR, DirectoryCloser> directory(::opendir(path.c_str()));
-    if (!directory)
-        return std::nullopt;
     std::vector<std::string> names;
     errno = 0;
-    while (const dirent* entry = ::readdir(directory.get())) {
+    while (const dirent* entry = ::readdir(directory)) {
         const std::string_view name = entry->d_name;
         if (name != "." && name != "..")
             names.emplace_back(name);
@@ -139,6 +132,33 @@ std::optional<std::vector<std::string>> PosixFileManager::listDirectory(
         return std::nullopt;
     std::sort(names.begin(), names.end());
     return names;
+}
+
+}  // namespace
+
+std::shared_ptr<FileManager> makePosixFileManager() { return std::make_shared<PosixFileManager>(); }
+
+std::optional<std::vector<std::string>> PosixFileManager::listDirectory(
+    const std::string& path) const
+{
+    const std::unique_ptr<DIR, DirectoryCloser> directory(::opendir(path.c_str()));
+    return directory ? namesIn(directory.get()) : std::nullopt;
+}
+
+std::vector<DirectoryEntry> PosixFileManager::directoryEntriesAtPath(const std::string& path) const
+{
+    const std::unique_ptr<DIR, DirectoryCloser> directory(::opendir(path.c_str()));
+    auto names = directory ? namesIn(directory.get()) : std::nullopt;
+    std::vector<DirectoryEntry> entries;
+    if (!names)
+        return entries;
+    entries.reserve(names->size());
+    for (std::string& name : *names) {
+        struct stat status {};
+        if (::fstatat(::dirfd(directory.get()), name.c_str(), &status, AT_SYMLINK_NOFOLLOW) == 0)
+            entries.push_back({std::move(name), fileStatusOf(status)});
+    }
+    return entries;
 }
 
 std::optional<FileStatus> PosixFileManager::statusAtPath(const std::string& path) const

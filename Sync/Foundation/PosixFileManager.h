@@ -10,6 +10,7 @@ public:
     std::optional<std::vector<std::string>> listDirectory(const std::string& path) const override;
     std::optional<FileStatus> statusAtPath(const std::string& path) const override;
     std::optional<FileStatus> linkStatusAtPath(const std::string& path) const override;
+    std::vector<DirectoryEntry> directoryEntriesAtPath(const std::string& path) const override;
     std::optional<std::string> contentsAtPath(const std::string& path) const override;
 
     bool writeAtomically(std::string_view bytes, const std::string& path) override;

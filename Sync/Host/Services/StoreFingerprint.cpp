@@ -28,19 +28,22 @@ std::string fingerprintOfFiles(const std::vector<std::string>& paths)
     const FileManager& files = FileManager::defaultManager();
     std::string text;
     // A stack of its own: a store may be nested deeper than the program's.
-    std::vector<std::string> pending;
-    for (const std::string& path : paths)
-        pending.push_back(realPath(path));
+    std::vector<DirectoryEntry> pending;  // with whole paths
+    for (const std::string& path : paths) {
+        std::string whole = realPath(path);
+        if (const auto status = files.linkStatusAtPath(whole))
+            pending.push_back({std::move(whole), *status});
+    }
     while (!pending.empty()) {
-        const std::string current = std::move(pending.back());
+        const DirectoryEntry current = std::move(pending.back());
         pending.pop_back();
-        const auto status = files.linkStatusAtPath(current);
-        if (!status)
+        append(text, current.name, current.status);
+        if (current.status.kind != FileStatus::Kind::directory)
             continue;
-        append(text, current, *status);
-        if (status->kind == FileStatus::Kind::directory)
-            for (const std::string& name : files.directoryContentsAtPath(current))
-                pending.push_back(stringByAppendingPathComponent(current, name));
+        for (DirectoryEntry& entry : files.directoryEntriesAtPath(current.name)) {
+            entry.name = stringByAppendingPathComponent(current.name, entry.name);
+            pending.push_back(std::move(entry));
+        }
     }
     return sha256DigestHex(text);
 }

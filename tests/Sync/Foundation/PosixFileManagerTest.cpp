@@ -45,6 +45,27 @@ TEST_F(PosixFileManagerFiles, ListsNothingButTellsWhyThereIsNothing)
     EXPECT_THAT(manager.directoryContentsAtPath(folder.path("missing")), IsEmpty());
 }
 
+TEST_F(PosixFileManagerFiles, NamesEntriesWithTheStatusOfEach)
+{
+    folder.write("a", "12345");
+    folder.makeFolder("b");
+    std::filesystem::create_symlink("nowhere", folder.path("c"));
+    const auto entries = manager.directoryEntriesAtPath(folder.path());
+    ASSERT_EQ(entries.size(), 3U);
+    for (const DirectoryEntry& entry : entries) {
+        const auto status = manager.linkStatusAtPath(folder.path(entry.name));
+        ASSERT_TRUE(status) << entry.name;
+        EXPECT_EQ(entry.status.kind, status->kind);
+        EXPECT_EQ(entry.status.inode, status->inode);
+        EXPECT_EQ(entry.status.modified, status->modified);
+    }
+    EXPECT_EQ(entries[0].status.size, 5U);
+    EXPECT_EQ(entries[1].status.kind, FileStatus::Kind::directory);
+    EXPECT_EQ(entries[2].status.kind, FileStatus::Kind::symbolicLink);
+    EXPECT_THAT(manager.directoryEntriesAtPath(folder.path("missing")), IsEmpty());
+    EXPECT_THAT(manager.directoryEntriesAtPath(folder.path("a")), IsEmpty());
+}
+
 TEST_F(PosixFileManagerFiles, ReadsWholeFiles)
 {
     for (const std::size_t size :
