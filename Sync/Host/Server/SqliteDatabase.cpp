@@ -37,10 +37,11 @@ void SqliteDatabase::open(const std::string& path, SqliteAccess access,
     }
     // A name that begins with "file:" is a file's name like any other.
     const std::string name = std::filesystem::absolute(path, error).string();
-    _connection = std::make_unique<SQLite::Database>(error ? path : name,
-                                                     isReadOnly ? SQLite::OPEN_READONLY
-                                                                : SQLite::OPEN_READWRITE |
-                                                                      SQLite::OPEN_CREATE,
+    // A connection is one thread's, so SQLite need not lock it for every column that is read.
+    const int flags =
+        SQLite::OPEN_NOMUTEX |
+        (isReadOnly ? SQLite::OPEN_READONLY : SQLite::OPEN_READWRITE | SQLite::OPEN_CREATE);
+    _connection = std::make_unique<SQLite::Database>(error ? path : name, flags,
                                                      static_cast<int>(wait.count()));
     // What does not fit into the cache would be written before the end of a transaction, and keep
     // every reader out until then.

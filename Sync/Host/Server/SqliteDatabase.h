@@ -38,7 +38,7 @@ struct SqliteBytes {
 };
 
 /// One connection to one file, with prepared statements kept for reuse. Every operation throws
-/// Exception with a German reason; nothing else is thrown.
+/// Exception with a German reason; nothing else is thrown. For one thread at a time.
 class SqliteDatabase {
 public:
     /// Opens, or makes, the file. It is left alone when it is no database, another program's, or

@@ -27,6 +27,9 @@ bool isOthers(std::string_view key)
 
 bool haveEqualContent(const Dictionary& left, const Dictionary& right)
 {
+    // Hosts hand out what they were given.
+    if (&left == &right)
+        return true;
     const auto holdsAllOf = [](const Dictionary& holder, const Dictionary& other) {
         return std::all_of(other.begin(), other.end(), [&](const auto& entry) {
             if (isOthers(entry.first))
