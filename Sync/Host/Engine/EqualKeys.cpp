@@ -25,6 +25,13 @@ bool isDetachedOccurrence(const LocalRecord& record)
     return record.record->record().contains("RecurrenceId");
 }
 
+void take(LocalRecord& record, const SeenRow& row)
+{
+    record.seen = &row;
+    record.isLeftOver = !row.agreedKey;
+    record.agreedId = {row.local.conduit, row.agreedKey.value_or("")};
+}
+
 // One conduit and key, while its records are being named.
 class Group {
 public:
@@ -127,9 +134,7 @@ private:
 
     void take(LocalRecord& record, const SeenRow& row)
     {
-        record.seen = &row;
-        record.isLeftOver = !row.agreedKey;
-        record.agreedId = {_id.conduit, row.agreedKey.value_or("")};
+        kt::take(record, row);
         if (row.agreedKey)
             _taken.insert(*row.agreedKey);
     }
@@ -300,7 +305,15 @@ void keepWhatEqualsItsSeen(const std::vector<LocalRecord*>& records,
 void tellEqualKeysApart(const std::vector<LocalRecord*>& records,
                         const std::vector<const SeenRow*>& rows, const EqualKeysContext& context)
 {
-    if (!records.empty())
+    if (records.empty())
+        return;
+    // Nearly always a key is one record's, and was.
+    const bool isSimple = records.size() == 1 && rows.size() == 1 && !isNamed(*records.front()) &&
+                          rows.front()->agreedKey &&
+                          context.unreadClaim(*rows.front()) == UnreadClaim::none;
+    if (isSimple)
+        take(*records.front(), *rows.front());
+    else
         Group(records, rows, context).name();
 }
 

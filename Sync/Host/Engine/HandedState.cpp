@@ -18,6 +18,8 @@ bool isCalendar(const HandedRecord& handed) { return handed.id.conduit == kCondu
 // Whether an agreed record belongs to a calendar that is kept as the store gave it.
 bool isOfKeptCalendar(const AgreedRow& row, const Knowledge& knowledge)
 {
+    if (knowledge.keptCalendars().empty())
+        return false;
     const std::string* calendar = nullptr;
     if (row.id.conduit == kConduitCalendar)
         calendar = &row.id.key;
@@ -47,13 +49,18 @@ bool isUnread(const KeptRow& row, const Knowledge& knowledge)
     return isUnread(UnreadRow::Whose::kept, row.id, row.parentKey, knowledge);
 }
 
-std::vector<HandedRecord> agreedAndKept(LocalState& state, const Knowledge& knowledge)
+std::vector<HandedRecord> agreedAndKept(LocalState& state, const Knowledge& knowledge,
+                                        const GivenRecords& given)
 {
     std::vector<HandedRecord> handed;
     handed.reserve(knowledge.agreed().size() + knowledge.kept().size());
     for (const AgreedRow& row : knowledge.agreed()) {
         if (isOfKeptCalendar(row, knowledge) || isUnread(row, knowledge))
             continue;
+        if (SyncRecord same = given.find(row.id, row.hash)) {
+            handed.push_back({row.id, row.parentKey, {}, false, std::move(same)});
+            continue;
+        }
         Dictionary record = state.agreedRecord(row.id);
         // Only acceptable records are ever agreed; one that is not would stop the rewrite halfway.
         if (isAcceptableRecord(record, row.id.key, row.id.conduit))
@@ -63,8 +70,9 @@ std::vector<HandedRecord> agreedAndKept(LocalState& state, const Knowledge& know
         if (!isUnread(row, knowledge))
             handed.push_back({row.id, row.parentKey, state.keptRecord(row.id), true});
     }
-    std::sort(handed.begin(), handed.end(),
-              [](const auto& left, const auto& right) { return left.id < right.id; });
+    const auto byId = [](const auto& left, const auto& right) { return left.id < right.id; };
+    if (!knowledge.kept().empty())
+        std::sort(handed.begin(), handed.end(), byId);
     return handed;
 }
 
@@ -76,9 +84,10 @@ void dropParentsThatAreMissing(std::vector<HandedRecord>& handed)
             calendars.insert(record.id.key);
     }
     for (HandedRecord& record : handed) {
+        if (!isCalendar(record))
+            continue;
         const Value& parent = record.record["ParentRecordKey"];
-        if (!isCalendar(record) || !parent.isString() ||
-            calendars.count(std::string(parent.string())) != 0)
+        if (!parent.isString() || calendars.count(std::string(parent.string())) != 0)
             continue;
         record.record.remove("ParentRecordKey");
         record.parentKey = std::nullopt;
@@ -126,8 +135,10 @@ void tellSourceKeysApart(std::vector<HandedRecord>& handed, LocalState& state,
 {
     std::unordered_map<std::string, std::vector<HandedRecord*>> sharers;
     for (HandedRecord& record : handed) {
+        if (!isCalendar(record))
+            continue;
         const Value& sourceKey = record.record["SourceKey"];
-        if (isCalendar(record) && sourceKey.isString())
+        if (sourceKey.isString())
             sharers[std::string(sourceKey.string())].push_back(&record);
     }
     std::unordered_map<std::string, std::string> ofStore;
@@ -167,9 +178,10 @@ void tellSourceKeysApart(std::vector<HandedRecord>& handed, LocalState& state,
 
 }  // namespace
 
-std::vector<HandedRecord> handedState(LocalState& state, const Knowledge& knowledge)
+std::vector<HandedRecord> handedState(LocalState& state, const Knowledge& knowledge,
+                                      const GivenRecords& given)
 {
-    std::vector<HandedRecord> handed = agreedAndKept(state, knowledge);
+    std::vector<HandedRecord> handed = agreedAndKept(state, knowledge, given);
     dropParentsThatAreMissing(handed);
     tellSourceKeysApart(handed, state, knowledge);
     return handed;

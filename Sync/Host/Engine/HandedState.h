@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "Sync/Foundation/Dictionary.h"
+#include "Sync/Host/Engine/GivenRecords.h"
 #include "Sync/Host/Engine/Knowledge.h"
 
 namespace kt {
@@ -13,8 +14,11 @@ namespace kt {
 struct HandedRecord {
     RecordId id;
     std::optional<std::string> parentKey;
-    Dictionary record;
+    Dictionary record;    // empty where the store gave the same
     bool isKept = false;  // of a switched-off calendar, under local keys
+    SyncRecord given{};   // what the store gave, where that has the same content
+
+    const Dictionary& content() const { return given ? given->record() : record; }
 };
 
 /// What getLocalState gives, by conduit, then key: what is agreed, and for switched-off calendars
@@ -25,6 +29,9 @@ struct HandedRecord {
 /// whose group is no record of the state goes without ParentRecordKey, or a store would have no
 /// place for it. A SourceKey that two calendars share, which would make them one folder, stays with
 /// the one this store had it for; the other gets its record key.
-std::vector<HandedRecord> handedState(LocalState& state, const Knowledge& knowledge);
+///
+/// An item that `given` has with the content that is agreed is not read from the state.
+std::vector<HandedRecord> handedState(LocalState& state, const Knowledge& knowledge,
+                                      const GivenRecords& given = {});
 
 }  // namespace kt

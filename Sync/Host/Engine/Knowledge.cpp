@@ -1,5 +1,7 @@
 #include "Sync/Host/Engine/Knowledge.h"
 
+#include <utility>
+
 #include "Sync/HostInterface/KTSyncRecord.h"
 
 namespace kt {
@@ -15,7 +17,7 @@ const std::string& mapped(const std::unordered_map<std::string, std::string>& ke
 
 template <class Row>
 const Row* rowAt(const std::vector<Row>& rows,
-                 const std::unordered_map<RecordId, std::size_t, RecordIdHash>& index,
+                 const std::unordered_map<RecordIdView, std::size_t, RecordIdHash>& index,
                  const RecordId& id)
 {
     const auto found = index.find(id);
@@ -25,16 +27,13 @@ const Row* rowAt(const std::vector<Row>& rows,
 }  // namespace
 
 Knowledge::Knowledge(LocalState& state)
-    : _facts(state.facts()),
-      _agreed(state.agreedRows()),
-      _seen(state.seenRows()),
+    : _state(state),
+      _facts(state.facts()),
       _kept(state.keptRows()),
       _untaken(state.untakenRows()),
       _unread(state.unreadRows()),
       _unreadTexts(state.unreadTexts())
 {
-    for (std::size_t index = 0; index < _agreed.size(); ++index)
-        _agreedIndex.emplace(_agreed[index].id, index);
     for (std::size_t index = 0; index < _untaken.size(); ++index)
         _untakenIndex.emplace(_untaken[index].id, index);
     for (std::size_t index = 0; index < _unread.size(); ++index) {
@@ -46,20 +45,39 @@ Knowledge::Knowledge(LocalState& state)
         if (row.id.conduit == kConduitCalendar)
             _keptCalendars.insert(row.id.key);
     }
-    for (std::size_t index = 0; index < _seen.size(); ++index) {
-        const SeenRow& row = _seen[index];
+}
+
+const Knowledge::Agreed& Knowledge::allAgreed() const
+{
+    if (_agreed)
+        return *_agreed;
+    Agreed agreed{_state.agreedRows(), {}};
+    agreed.byId.reserve(agreed.rows.size());
+    for (std::size_t index = 0; index < agreed.rows.size(); ++index)
+        agreed.byId.emplace(agreed.rows[index].id, index);
+    return _agreed.emplace(std::move(agreed));
+}
+
+const Knowledge::Seen& Knowledge::allSeen() const
+{
+    if (_seen)
+        return *_seen;
+    Seen seen{_state.seenRows(), {}, {}};
+    seen.byAgreedId.reserve(seen.rows.size());
+    for (std::size_t index = 0; index < seen.rows.size(); ++index) {
+        const SeenRow& row = seen.rows[index];
         if (!row.agreedKey)
             continue;
-        _seenByAgreed.emplace(RecordId{row.local.conduit, *row.agreedKey}, index);
-        if (row.local.conduit != kConduitCalendar || *row.agreedKey == row.local.key)
-            continue;
-        _localCalendarKeys.emplace(*row.agreedKey, row.local.key);
+        seen.byAgreedId.emplace(RecordIdView{row.local.conduit, *row.agreedKey}, index);
+        if (row.local.conduit == kConduitCalendar && *row.agreedKey != row.local.key)
+            seen.localCalendarKeys.emplace(*row.agreedKey, row.local.key);
     }
+    return _seen.emplace(std::move(seen));
 }
 
 const AgreedRow* Knowledge::agreedRow(const RecordId& id) const
 {
-    return rowAt(_agreed, _agreedIndex, id);
+    return rowAt(allAgreed().rows, allAgreed().byId, id);
 }
 
 const UntakenRow* Knowledge::untakenRow(const RecordId& id) const
@@ -75,12 +93,12 @@ const UnreadRow* Knowledge::unreadRow(UnreadRow::Whose whose, const RecordId& id
 
 const SeenRow* Knowledge::seenOfAgreed(const RecordId& agreedId) const
 {
-    return rowAt(_seen, _seenByAgreed, agreedId);
+    return rowAt(allSeen().rows, allSeen().byAgreedId, agreedId);
 }
 
 const std::string& Knowledge::localCalendarKey(const std::string& agreedKey) const
 {
-    return mapped(_localCalendarKeys, agreedKey);
+    return mapped(allSeen().localCalendarKeys, agreedKey);
 }
 
 }  // namespace kt

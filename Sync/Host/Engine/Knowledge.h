@@ -1,5 +1,6 @@
 #pragma once
 
+#include <optional>
 #include <unordered_map>
 #include <unordered_set>
 #include <vector>
@@ -8,14 +9,18 @@
 
 namespace kt {
 
-/// What the state file said when a session began, without the records' contents.
+/// What the state file said when a session began, without the records' contents. The many rows of
+/// agreed and seen are read when they are first asked for: before either is written to.
 class Knowledge {
 public:
+    /// The state is not owned and outlives this.
     explicit Knowledge(LocalState& state);
+    Knowledge(const Knowledge&) = delete;
+    Knowledge& operator=(const Knowledge&) = delete;
 
     const StateFacts& facts() const { return _facts; }
-    const std::vector<AgreedRow>& agreed() const { return _agreed; }
-    const std::vector<SeenRow>& seen() const { return _seen; }
+    const std::vector<AgreedRow>& agreed() const { return allAgreed().rows; }
+    const std::vector<SeenRow>& seen() const { return allSeen().rows; }
     const std::vector<KeptRow>& kept() const { return _kept; }
     const std::vector<UntakenRow>& untaken() const { return _untaken; }
     const std::vector<UnreadRow>& unread() const { return _unread; }
@@ -38,22 +43,32 @@ public:
     const std::string& localCalendarKey(const std::string& agreedKey) const;
 
 private:
-    using RowIndex = std::unordered_map<RecordId, std::size_t, RecordIdHash>;
+    using RowIndex = std::unordered_map<RecordIdView, std::size_t, RecordIdHash>;  // into the rows
 
+    struct Agreed {
+        std::vector<AgreedRow> rows;
+        RowIndex byId;
+    };
+    struct Seen {
+        std::vector<SeenRow> rows;
+        RowIndex byAgreedId;
+        std::unordered_map<std::string, std::string> localCalendarKeys;  // only where they differ
+    };
+    const Agreed& allAgreed() const;
+    const Seen& allSeen() const;
+
+    LocalState& _state;
+    mutable std::optional<Agreed> _agreed;
+    mutable std::optional<Seen> _seen;
     StateFacts _facts;
-    std::vector<AgreedRow> _agreed;
-    std::vector<SeenRow> _seen;
     std::vector<KeptRow> _kept;
     std::vector<UntakenRow> _untaken;
     std::vector<UnreadRow> _unread;
     std::vector<UnreadTextRow> _unreadTexts;
-    RowIndex _agreedIndex;
     RowIndex _untakenIndex;
-    RowIndex _seenByAgreed;
     RowIndex _unreadAgreedIndex;
     RowIndex _unreadKeptIndex;
     std::unordered_set<std::string> _keptCalendars;
-    std::unordered_map<std::string, std::string> _localCalendarKeys;  // only where they differ
 };
 
 }  // namespace kt

@@ -1,6 +1,7 @@
 #include "Sync/Host/Engine/LocalRecords.h"
 
 #include <algorithm>
+#include <deque>
 
 #include "Sync/Host/Engine/EqualKeys.h"
 #include "Sync/Host/Engine/HandedState.h"
@@ -128,48 +129,76 @@ void replaceKey(Dictionary& record, std::string_view field,
 
 }  // namespace
 
-LocalRecords::LocalRecords(const SyncRecordList& records, const Knowledge& knowledge,
-                           const RemoteChanges& remote, LocalState& state, Base base,
-                           const StoreReading& reading)
-    : _knowledge(knowledge)
+std::vector<LocalRecord> loadedRecords(const SyncRecordList& records, const StorePlaces& places)
 {
-    using Rows = std::vector<const SeenRow*>;
-    std::unordered_map<RecordId, Rows, RecordIdHash> rows;
-    for (const SeenRow& row : knowledge.seen())
-        rows[row.local].push_back(&row);
-
-    std::vector<RecordId> order;
-    std::unordered_map<RecordId, std::vector<LocalRecord*>, RecordIdHash> groups;
-    _records.reserve(records.size());
+    std::vector<LocalRecord> loaded;
+    loaded.reserve(records.size());
     for (const SyncRecord& record : records) {
         if (!record)
             continue;
-        LocalRecord& local = _records.emplace_back();
+        LocalRecord& local = loaded.emplace_back();
         local.record = record;
         local.hash = contentHash(record->record());
-        local.place = reading.places.of(*record);
-        const RecordId id{record->conduit(), record->recordKey()};
-        auto& group = groups[id];
-        if (group.empty())
-            order.push_back(id);
-        group.push_back(&local);
+        local.place = places.of(*record);
+    }
+    return loaded;
+}
+
+// What shares a conduit and a key, in load order.
+struct LocalRecords::Groups {
+    struct Group {
+        std::vector<LocalRecord*> records;
+        std::vector<const SeenRow*> rows;
+    };
+
+    Groups(std::vector<LocalRecord>& records, const std::vector<SeenRow>& rows)
+    {
+        _places.reserve(std::max(records.size(), rows.size()));
+        for (LocalRecord& local : records)
+            groupOf({local.record->conduit(), local.record->recordKey()}).records.push_back(&local);
+        for (const SeenRow& row : rows)
+            groupOf(row.local).rows.push_back(&row);
     }
 
+    std::deque<Group> all;
+
+private:
+    Group& groupOf(const RecordIdView& id)
+    {
+        const auto [place, isNew] = _places.try_emplace(id, all.size());
+        if (isNew)
+            all.emplace_back();
+        return all[place->second];
+    }
+
+    std::unordered_map<RecordIdView, std::size_t, RecordIdHash> _places;
+};
+
+LocalRecords::LocalRecords(std::vector<LocalRecord> loaded, const Knowledge& knowledge,
+                           const RemoteChanges& remote, LocalState& state, Base base,
+                           const UnreadTexts& texts)
+    : _knowledge(knowledge),
+      _records(std::move(loaded)),
+      _rowsTaken(knowledge.seen().size())
+{
+    Groups groups(_records, knowledge.seen());
     Claims claimed;
-    const Context context(knowledge, remote, state, base, claimed, reading.texts);
+    const Context context(knowledge, remote, state, base, claimed, texts);
     if (knowledge.facts().mark) {
-        for (const RecordId& id : order)
-            keepWhatEqualsItsSeen(groups[id], rows[id], context);
+        for (const Groups::Group& group : groups.all)
+            keepWhatEqualsItsSeen(group.records, group.rows, context);
         claimed = nameWhatWasHandedOut(state);
-        for (auto& [id, rowsOfKey] : rows)
-            std::erase_if(rowsOfKey, [&](const SeenRow* row) {
+        for (Groups::Group& group : groups.all)
+            std::erase_if(group.rows, [&](const SeenRow* row) {
                 return row->agreedKey && claimed.count({row->local.conduit, *row->agreedKey}) != 0;
             });
     }
-    for (const RecordId& id : order)
-        tellEqualKeysApart(groups[id], rows[id], context);
-    for (const LocalRecord& local : _records)
-        _rowsTaken.insert(local.seen);
+    for (const Groups::Group& group : groups.all)
+        tellEqualKeysApart(group.records, group.rows, context);
+    for (const LocalRecord& local : _records) {
+        if (local.seen != nullptr)
+            _rowsTaken[static_cast<std::size_t>(local.seen - knowledge.seen().data())] = true;
+    }
     indexAgreedKeys();
 }
 
@@ -199,6 +228,7 @@ LocalRecords::Claims LocalRecords::nameWhatWasHandedOut(LocalState& state)
 
 void LocalRecords::indexAgreedKeys()
 {
+    _byAgreedId.reserve(_records.size());
     for (std::size_t index = 0; index < _records.size(); ++index) {
         const LocalRecord& local = _records[index];
         const std::string& key = local.record->recordKey();
@@ -218,7 +248,7 @@ void LocalRecords::indexAgreedKeys()
     // Where one of several equal keys is agreed under the key itself, that is what others mean by
     // it.
     for (auto entry = _agreedEventKeys.begin(); entry != _agreedEventKeys.end();) {
-        const bool isAmbiguous = _byAgreedId.count({std::string(kConduitEvent), entry->first}) != 0;
+        const bool isAmbiguous = _byAgreedId.count({kConduitEvent, entry->first}) != 0;
         entry = isAmbiguous ? _agreedEventKeys.erase(entry) : std::next(entry);
     }
 }

@@ -24,6 +24,9 @@ struct LocalRecord {
         false;  // comes from a rewrite and belongs to no agreed record; agreedId has no key
 };
 
+/// The records of a load that are none but null, with hash and place and without a name yet.
+std::vector<LocalRecord> loadedRecords(const SyncRecordList& records, const StorePlaces& places);
+
 /// What a load told beside the records. Nothing is owned.
 struct StoreReading {
     const StorePlaces& places;
@@ -48,16 +51,19 @@ public:
     /// another that is new on the server are two, since a task's key holds nothing but its title.
     enum class Base { agreed, none };
 
-    LocalRecords(const SyncRecordList& records, const Knowledge& knowledge,
+    LocalRecords(std::vector<LocalRecord> loaded, const Knowledge& knowledge,
                  const RemoteChanges& remote, LocalState& state, Base base,
-                 const StoreReading& reading);
+                 const UnreadTexts& texts);
 
     const std::vector<LocalRecord>& all() const { return _records; }
     /// Null when the store has no such record.
     const LocalRecord* recordAgreedAs(const RecordId& id) const;
 
     /// Whether one of the store's records is what that row was.
-    bool isRowTaken(const SeenRow& row) const { return _rowsTaken.count(&row) != 0; }
+    bool isRowTaken(const SeenRow& row) const
+    {
+        return _rowsTaken[static_cast<std::size_t>(&row - _knowledge.seen().data())];
+    }
 
     /// The record's dictionary with the agreed keys of other records in place of local ones.
     Dictionary underAgreedKeys(const LocalRecord& record) const;
@@ -68,14 +74,15 @@ public:
 
 private:
     using Claims = std::unordered_set<RecordId, RecordIdHash>;
+    struct Groups;
 
     Claims nameWhatWasHandedOut(LocalState& state);
     void indexAgreedKeys();
 
     const Knowledge& _knowledge;
     std::vector<LocalRecord> _records;
-    std::unordered_set<const SeenRow*> _rowsTaken;
-    std::unordered_map<RecordId, std::size_t, RecordIdHash> _byAgreedId;
+    std::vector<bool> _rowsTaken;  // in the order of the rows
+    std::unordered_map<RecordIdView, std::size_t, RecordIdHash> _byAgreedId;
     std::unordered_map<std::string, std::string> _agreedCalendarKeys;
     std::unordered_map<std::string, std::string> _localCalendarKeys;
     std::unordered_map<std::string, std::string> _agreedEventKeys;  // only where they differ

@@ -23,6 +23,7 @@ constexpr const char* kAnchorAfterSettling = "anchor after settling";
 constexpr const char* kOwed = "owed";
 constexpr const char* kMark = "mark";
 constexpr const char* kSystemVersion = "system version";
+constexpr const char* kLoadInVain = "load in vain";
 constexpr const char* kUnreadTextsChanged = "unread texts changed";
 
 void makeFolderOf(const std::string& path)
@@ -122,6 +123,7 @@ StateFacts LocalState::facts()
     facts.mark = _database->fact(kMark);
     facts.systemVersion = static_cast<int>(_database->number(kSystemVersion));
     facts.unreadTextsChanged = _database->number(kUnreadTextsChanged);
+    facts.loadInVain = _database->fact(kLoadInVain).value_or("");
     return facts;
 }
 
@@ -135,6 +137,8 @@ void LocalState::setFacts(const StateFacts& facts)
     _database->setFact(kMark, facts.mark);
     _database->setNumber(kSystemVersion, facts.systemVersion);
     _database->setNumber(kUnreadTextsChanged, facts.unreadTextsChanged);
+    _database->setFact(kLoadInVain,
+                       facts.loadInVain.empty() ? std::nullopt : std::optional(facts.loadInVain));
 }
 
 std::vector<AgreedRow> LocalState::agreedRows()

@@ -94,6 +94,7 @@ struct StateFacts {
     int systemVersion = 0;  // whose layout the store had that was seen; 0 when not told
     std::int64_t unreadTextsChanged =
         0;  // how often settled runs have found other unread texts than the one before
+    std::string loadInVain{};  // digest of what the last run compared, if that left all as it was
 
     friend bool operator==(const StateFacts&, const StateFacts&) = default;
 };

@@ -66,7 +66,6 @@ public:
             if (isCalendar(_handed[index]) && !_back[index])
                 askForCalendar(index);
         }
-        noteCopies();
         for (std::size_t index = 0; index < _handed.size(); ++index) {
             if (!isCalendar(_handed[index]) && !_back[index])
                 askForItem(index);
@@ -137,7 +136,7 @@ private:
     bool takeNobodys(const HandedRecord& missing)
     {
         const std::string calendar =
-            isCalendar(missing) ? "" : textOf(missing.record, "ParentRecordKey");
+            isCalendar(missing) ? "" : textOf(missing.content(), "ParentRecordKey");
         const auto found = _nobodys.find({missing.id.conduit, calendar});
         if (found == _nobodys.end() || found->second == 0)
             return false;
@@ -185,23 +184,27 @@ private:
         _faults.push_back(stringWithFormat("Kalender '%@'", calendar.record["Title"]));
     }
 
-    void noteCopies()
+    // Asked for at the first item that is missing: hardly any store lacks one.
+    const std::unordered_set<std::string>& uniqueEvents()
     {
+        if (!_unique.empty())
+            return _unique;
         for (std::size_t index = 0; index < _handed.size(); ++index) {
             if (_handed[index].id.conduit == kConduitEvent && _back[index])
                 _unique.insert(uniqueInCalendar(_handed[index]));
         }
+        return _unique;
     }
 
     static std::string uniqueInCalendar(const HandedRecord& event)
     {
-        return textOf(event.record, "ParentRecordKey") + '\n' + whatMakesUnique(event.record);
+        return textOf(event.content(), "ParentRecordKey") + '\n' + whatMakesUnique(event.content());
     }
 
     void askForItem(std::size_t index)
     {
         const HandedRecord& item = _handed[index];
-        const auto place = _calendars.find(textOf(item.record, "ParentRecordKey"));
+        const auto place = _calendars.find(textOf(item.content(), "ParentRecordKey"));
         // Without its calendar it has no place, and what became of that is told already.
         if (place == _calendars.end() || !_back[place->second])
             return;
@@ -209,11 +212,11 @@ private:
         if (_shared.count(titleAndType(calendar)) != 0)
             return;
         const bool isCopy =
-            item.id.conduit == kConduitEvent && _unique.count(uniqueInCalendar(item)) != 0;
+            item.id.conduit == kConduitEvent && uniqueEvents().count(uniqueInCalendar(item)) != 0;
         if (calendar.record["Type"] == Value("BirthdayCalendar") || isCopy || takeNobodys(item) ||
             takeCurtailed(item, calendar))
             return;
-        _faults.push_back(stringWithFormat("'%@' (Kalender '%@')", item.record["Title"],
+        _faults.push_back(stringWithFormat("'%@' (Kalender '%@')", item.content()["Title"],
                                            calendar.record["Title"]));
     }
 

@@ -30,6 +30,7 @@ public:
           _handed(handed),
           _agreedKeys(std::move(known))
     {
+        pairWhatIsGiven();
         std::unordered_set<RecordId, RecordIdHash> paired;
         for (std::size_t index = 0; index < local.size(); ++index) {
             if (local[index] && _agreedKeys[index])
@@ -76,6 +77,21 @@ public:
     std::vector<std::optional<std::string>> takeAgreedKeys() { return std::move(_agreedKeys); }
 
 private:
+    // What the store gives as it is agreed is that record.
+    void pairWhatIsGiven()
+    {
+        std::unordered_map<const KTSyncRecord*, const std::string*> agreedKeys;
+        for (const HandedRecord& handed : _handed) {
+            if (handed.given)
+                agreedKeys.emplace(handed.given.get(), &handed.id.key);
+        }
+        for (std::size_t index = 0; index < _local.size() && !agreedKeys.empty(); ++index) {
+            const auto found = agreedKeys.find(_local[index].get());
+            if (found != agreedKeys.end() && !_agreedKeys[index])
+                _agreedKeys[index] = *found->second;
+        }
+    }
+
     const SyncRecordList& _local;
     const std::vector<HandedRecord>& _handed;
     std::vector<std::size_t> _localLeft;
@@ -119,7 +135,9 @@ void pairCalendars(Pairing& pairing)
     };
     // Of two calendars of one title only one comes back, and its folder says which.
     pairing.pair([&](const auto& local) { return sourceKey(local.conduit(), local.record()); },
-                 [&](const auto& handed) { return sourceKey(handed.id.conduit, handed.record); });
+                 [&](const auto& handed) {
+                     return sourceKey(handed.id.conduit, handed.content());
+                 });
     pairing.pair([&](const auto& local) { return key(local.conduit(), local.recordKey()); },
                  [&](const auto& handed) { return key(handed.id.conduit, handed.id.key); });
 }
@@ -128,7 +146,7 @@ void pairCalendarsByLooks(Pairing& pairing)
 {
     pairing.pair([&](const auto& local) { return orderAndColor(local.conduit(), local.record()); },
                  [&](const auto& handed) {
-                     return orderAndColor(handed.id.conduit, handed.record);
+                     return orderAndColor(handed.id.conduit, handed.content());
                  });
 }
 
@@ -164,11 +182,11 @@ void pairItemsByKey(Pairing& pairing)
             return keyAnd(local.conduit(), local.recordKey(), contentHash(local.record(), scope));
         };
         pairing.pair(localFeature, [&](const HandedRecord& handed) {
-            return keyAnd(handed.id.conduit, handed.id.key, contentHash(handed.record, scope));
+            return keyAnd(handed.id.conduit, handed.id.key, contentHash(handed.content(), scope));
         });
         pairing.pair(localFeature, [&](const HandedRecord& handed) {
             return keyAnd(handed.id.conduit, bareKey(handed.id.key),
-                          contentHash(handed.record, scope));
+                          contentHash(handed.content(), scope));
         });
     }
     pairing.pair([&](const auto& local) { return keyAnd(local.conduit(), local.recordKey(), ""); },
@@ -201,8 +219,8 @@ void pairItemsByContent(Pairing& pairing, const CalendarKeys& calendars)
             [&](const HandedRecord& handed) {
                 if (isCalendarConduit(handed.id.conduit))
                     return std::string();
-                return joined({handed.id.conduit, textOf(handed.record, "ParentRecordKey"),
-                               feature(handed.record)});
+                return joined({handed.id.conduit, textOf(handed.content(), "ParentRecordKey"),
+                               feature(handed.content())});
             });
     }
 }

@@ -11,7 +11,8 @@ namespace kt {
 
 /// Finds, for each record that the store gives after a rewrite, the agreed record that it was
 /// handed out as; nullopt for one that belongs to none. Every handed record is found at most once.
-/// Kept records take no part.
+/// Kept records take no part; what the store gave as it is agreed (HandedRecord::given) is found
+/// first.
 ///
 /// A store computes keys from what it can hold, so a record does not always come back under the key
 /// it went out with. Calendars are found by key, then by SourceKey, then by what else tells them

@@ -11,12 +11,28 @@
 
 namespace kt {
 
+namespace {
+
+SyncRecord recordToHandOut(HandedRecord& handed)
+{
+    const SyncRecord& given = handed.given;
+    if (given && given->recordType() == kRecordTypeRecord && given->recordKey() == handed.id.key &&
+        given->recordParentKey() == handed.parentKey)
+        return given;
+    return std::make_shared<HostSyncRecord>(kRecordTypeRecord,
+                                            given ? given->record() : std::move(handed.record),
+                                            handed.id.key, handed.parentKey, handed.id.conduit);
+}
+
+}  // namespace
+
 // One run between beginRun and endRun.
 class SyncEngine::Run {
 public:
     SyncRunOptions options;
     SyncRunSummary summary;
     std::unique_ptr<SyncSession> session;  // null while none is open
+    GivenRecords given;  // of a session that took effect, for what the store is rewritten from
 };
 
 SyncEngine::SyncEngine(LocalState& state, SyncServer& server, HostReports& reports, LogLine log,
@@ -155,11 +171,13 @@ bool SyncEngine::finishSync()
         return false;
     const bool wasPushed = run.session->isPushed();
     const bool isClean = guarded([&] { return run.session->finish(); }, false);
-    run.session.reset();
     run.summary.finished = isClean && wasPushed;
     run.summary.rewriteExpected =
         run.summary.finished && !run.options.dryRun &&
         isRewriteExpected(static_cast<StartResult>(run.summary.startResult));
+    if (run.summary.rewriteExpected)
+        run.given = run.session->given();
+    run.session.reset();
     return isClean;
 }
 
@@ -169,13 +187,11 @@ std::optional<SyncRecordMap> SyncEngine::getLocalState()
         [&] {
             const Knowledge knowledge(_state);
             std::optional<SyncRecordMap> map(std::in_place);
-            for (HandedRecord& handed : handedState(_state, knowledge)) {
+            for (HandedRecord& handed : handedState(_state, knowledge, _run->given)) {
                 std::string key = handed.id.key;
-                map->emplace_back(key, std::make_shared<HostSyncRecord>(kRecordTypeRecord,
-                                                                        std::move(handed.record),
-                                                                        key, handed.parentKey,
-                                                                        handed.id.conduit));
+                map->emplace_back(std::move(key), recordToHandOut(handed));
             }
+            _run->given = {};
             return map;
         },
         std::optional<SyncRecordMap>());

@@ -93,7 +93,7 @@ std::optional<std::string> SyncSession::reasonAgainst(
     facts.isStoreEmpty = !isMissingUnread() && _unread.unread.empty() &&
                          _unread.returning.empty() && _localRecords.empty() &&
                          _keptCalendars.empty();
-    facts.wasStoreEmpty = _knowledge->seen().empty();
+    facts.wasStoreEmpty = !facts.isStoreEmpty || _knowledge->seen().empty();
     return massDeletionReason(facts);
 }
 
@@ -200,7 +200,7 @@ void SyncSession::writeUntaken(const std::vector<const Outcome*>& effective)
 // Only after a run that does not rewrite the store: otherwise the store is about to change.
 void SyncSession::writeSeen(const std::vector<const Outcome*>& effective)
 {
-    if (isRewriteExpected(_result))
+    if (isRewriteExpected(_result) || _isAsBefore)
         return;
     std::unordered_set<RecordId, RecordIdHash> settled;
     for (const Outcome* outcome : effective)
@@ -229,6 +229,7 @@ void SyncSession::writeFacts(const std::vector<const Outcome*>& effective, std::
     const bool isRewritten = isRewriteExpected(_result);
     facts.owed = isOwedAfter(_result, _facts) || (!isRewritten && doesStoreLag(effective));
     facts.serverIdentity = _serverIdentity;
+    facts.loadInVain.clear();
     if (_isHeld) {
         // What was exchanged is common from now on, but nothing of the rest was taken yet.
         if (!_hasBase)
@@ -239,6 +240,8 @@ void SyncSession::writeFacts(const std::vector<const Outcome*>& effective, std::
     facts.systemVersion = _setting.options.systemVersion;
     if (!isRewritten)
         writeUnreadTexts(facts);
+    if (isAllQuiet(effective))
+        facts.loadInVain = _loadDigest;
     if (isRewritten) {
         facts.anchor = _hasBase ? facts.anchor : 0;
         facts.anchorAfterSettling = head;
@@ -250,6 +253,13 @@ void SyncSession::writeFacts(const std::vector<const Outcome*>& effective, std::
         facts.anchorAfterSettling = 0;
     }
     _setting.state.setFacts(facts);
+}
+
+// Nothing was found to do, nothing waits, and nothing is kept that the load does not show.
+bool SyncSession::isAllQuiet(const std::vector<const Outcome*>& effective) const
+{
+    return effective.empty() && _outcomes.empty() && _deletionsNotMade.empty() &&
+           !doesStoreLag(effective) && (!_keptRecords || _keptRecords->empty());
 }
 
 // Whatever the store should have and does not get in this run makes a full comparison owed.

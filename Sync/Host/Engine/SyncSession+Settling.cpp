@@ -23,7 +23,16 @@ bool SyncSession::finishSettling()
         summary.settlement = Settlement::storeChanged;
         return true;
     }
-    const std::vector<HandedRecord> handed = handedState(_setting.state, *_knowledge);
+    std::vector<std::string> hashes;
+    GivenRecords given;
+    hashes.reserve(_localRecords.size());
+    given.reserve(_localRecords.size());
+    for (const SyncRecord& record : _localRecords) {
+        hashes.push_back(record ? contentHash(record->record()) : "");
+        if (record)
+            given.add({record->conduit(), record->recordKey()}, record, hashes.back());
+    }
+    const std::vector<HandedRecord> handed = handedState(_setting.state, *_knowledge, given);
     const auto agreedKeys = pairWithHanded(_localRecords, handed);
     const SyncRecordList none;
     summary.unproved = faultsOfRewrite(handed,
@@ -36,7 +45,7 @@ bool SyncSession::finishSettling()
     }
     // Until all of this is stored.
     summary.settlement = Settlement::notStored;
-    makeSeen(agreedKeys);
+    makeSeen(agreedKeys, hashes);
     writeKept();
     StateFacts facts = _knowledge->facts();
     writeUnreadTexts(facts);
@@ -50,7 +59,8 @@ bool SyncSession::finishSettling()
     return true;
 }
 
-void SyncSession::makeSeen(const std::vector<std::optional<std::string>>& agreedKeys)
+void SyncSession::makeSeen(const std::vector<std::optional<std::string>>& agreedKeys,
+                           const std::vector<std::string>& hashes)
 {
     std::map<std::pair<RecordId, std::optional<std::string>>, const SeenRow*> rows;
     for (const SeenRow& row : _knowledge->seen())
@@ -62,8 +72,8 @@ void SyncSession::makeSeen(const std::vector<std::optional<std::string>>& agreed
             continue;
         const auto row =
             rows.extract({{record->conduit(), record->recordKey()}, agreedKeys[index]});
-        targets.push_back({record, contentHash(record->record()), _places.of(*record),
-                           agreedKeys[index], row.empty() ? nullptr : row.mapped()});
+        targets.push_back({record, hashes[index], _places.of(*record), agreedKeys[index],
+                           row.empty() ? nullptr : row.mapped()});
     }
     SeenRemainder remainder{_keptCalendars, false, {}};
     for (const auto& [id, row] : rows) {

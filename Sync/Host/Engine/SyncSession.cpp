@@ -4,7 +4,9 @@
 #include <utility>
 
 #include "Sync/Foundation/Format.h"
+#include "Sync/Foundation/Platform.h"
 #include "Sync/Host/Engine/HostSyncRecord.h"
+#include "Sync/Host/Engine/LoadDigest.h"
 
 namespace kt {
 
@@ -137,12 +139,15 @@ SyncResult SyncSession::diff(const SyncRecordList& local,
     if (isSettling())
         return SyncResult(3);
     _localRecords = withKeptRecordsThatComeBack(_localRecords);
+    std::vector<LocalRecord> loaded = loadedRecords(_localRecords, _places);
+    if (isComparedInVain(loaded))
+        return SyncResult(3);
     // Before anything of this server was ever taken, what is new on both sides is no addition to
     // something common.
     const bool isAfterFirstMeeting = _hasBase && _knowledge->facts().anchor != 0;
-    _local.emplace(_localRecords, *_knowledge, _remote, _setting.state,
+    _local.emplace(std::move(loaded), *_knowledge, _remote, _setting.state,
                    isAfterFirstMeeting ? LocalRecords::Base::agreed : LocalRecords::Base::none,
-                   reading());
+                   *_texts);
     // A held run writes nothing into the store and takes nothing missing for deleted anyway.
     if (!_isHeld)
         _unread = unreadRecords(*_texts, *_knowledge, *_local, unreadRules(), _setting.state);
@@ -158,6 +163,27 @@ SyncResult SyncSession::diff(const SyncRecordList& local,
     _outcomes = comparison.outcomes();
     _deletionsNotMade = comparison.deletionsNotMade();
     return stagedResult(diffMode);
+}
+
+// Whether a comparison of just this, with just this past, found nothing to do before. Then it need
+// not be made again, nor anything be read for it.
+bool SyncSession::isComparedInVain(const std::vector<LocalRecord>& loaded)
+{
+    const bool isQuiet = _result == StartResult::onlyUp && !_isHeld && !_facts.hasMark &&
+                         !needsFullComparison(_facts) && !isDryRun() && _remote.changes().empty() &&
+                         _remote.renumbered().empty() && _texts->empty() &&
+                         _knowledge->unread().empty() && _knowledge->untaken().empty() &&
+                         _knowledge->kept().empty();
+    if (!isQuiet)
+        return false;
+    LoadDigest digest;
+    digest.add(Platform::shared().localTimeZoneName());
+    digest.add(_serverIdentity);
+    for (const LocalRecord& local : loaded)
+        digest.add(*local.record, local.hash, local.place);
+    _loadDigest = digest.text();
+    _isAsBefore = _loadDigest == _knowledge->facts().loadInVain;
+    return _isAsBefore;
 }
 
 // The plug-in thins the result out by calendar, and knows calendars by their local keys.
@@ -199,6 +225,19 @@ void SyncSession::push(const SyncResult& result)
             _handedBack.insert(record.get());
     }
     _isPushed = true;
+}
+
+GivenRecords SyncSession::given() const
+{
+    GivenRecords given;
+    if (!_local)
+        return given;
+    given.reserve(_local->all().size());
+    for (const LocalRecord& local : _local->all()) {
+        if (!local.isLeftOver)
+            given.add(local.agreedId, local.record, local.hash);
+    }
+    return given;
 }
 
 void SyncSession::keep(const SyncRecordList& records)

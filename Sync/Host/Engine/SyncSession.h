@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "Sync/Host/Engine/Comparison.h"
+#include "Sync/Host/Engine/GivenRecords.h"
 #include "Sync/Host/Engine/HostReports.h"
 #include "Sync/Host/Engine/KeptRecords.h"
 #include "Sync/Host/Engine/Knowledge.h"
@@ -61,10 +62,14 @@ public:
     void close() noexcept;
 
     bool isPushed() const { return _isPushed; }
+    /// The store's records under the ids they are agreed under after the session, where it compared
+    /// them.
+    GivenRecords given() const;
 
 private:
     StartResult refuse(StartResult result, const std::string& reason);
     StartFacts gatherFacts(int mode);
+    bool isComparedInVain(const std::vector<LocalRecord>& loaded);
     void noteTaken(const SyncRecordList& remote);
     bool waitsForItsText(const RecordId& id, const RemoteChange& change) const;
     bool isFolderUnread(const RecordId& id, const RemoteChange& change) const;
@@ -80,7 +85,8 @@ private:
 
     bool takeEffect();
     bool finishSettling();
-    void makeSeen(const std::vector<std::optional<std::string>>& agreedKeys);
+    void makeSeen(const std::vector<std::optional<std::string>>& agreedKeys,
+                  const std::vector<std::string>& hashes);
     std::vector<const Outcome*> effectiveOutcomes() const;
     std::unordered_set<std::string> keptCalendars() const;
     bool isOfKeptCalendar(const RecordId& id, const std::optional<std::string>& parentKey) const;
@@ -94,6 +100,7 @@ private:
     void tellOfTexts();
     void writeSeen(const std::vector<const Outcome*>& effective);
     void writeFacts(const std::vector<const Outcome*>& effective, std::int64_t head);
+    bool isAllQuiet(const std::vector<const Outcome*>& effective) const;
     bool doesStoreLag(const std::vector<const Outcome*>& effective) const;
     bool hasUntakenOfCalendarSwitchedOn() const;
     void count(const std::vector<const Outcome*>& effective);
@@ -121,6 +128,8 @@ private:
     UnreadRecords _unread;      // agreed records
     UnreadRecords _unreadKept;  // kept records
     RemoteChanges _remote;
+    std::string _loadDigest;  // empty where the comparison depends on more than the load
+    bool _isAsBefore = false;
     std::optional<LocalRecords> _local;
     std::map<RecordId, Outcome> _outcomes;
     std::vector<RecordId> _deletionsNotMade;

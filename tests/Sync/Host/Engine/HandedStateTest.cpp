@@ -66,7 +66,7 @@ protected:
     {
         for (const HandedRecord& record : handedState(state, Knowledge(state))) {
             if (record.id.key == key)
-                return record.record;
+                return record.content();
         }
         ADD_FAILURE() << key << " is not handed out";
         return {};

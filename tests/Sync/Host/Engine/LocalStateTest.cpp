@@ -51,6 +51,7 @@ TEST_F(LocalStates, KeepFacts)
     facts.mark = "";
     facts.systemVersion = 4;
     facts.unreadTextsChanged = 3;
+    facts.loadInVain = "digest";
     {
         LocalState state(path());
         EXPECT_EQ(state.facts(), StateFacts{});

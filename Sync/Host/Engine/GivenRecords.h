@@ -1,0 +1,40 @@
+#pragma once
+
+#include <string>
+#include <unordered_map>
+
+#include "Sync/Host/Server/RecordId.h"
+#include "Sync/HostInterface/KTSyncRecord.h"
+
+namespace kt {
+
+/// Records that the store gave in this run, by what they are agreed as, each with its contentHash:
+/// most of a store is as it is agreed, and need not be read from the state as well.
+class GivenRecords {
+public:
+    /// The first record that is given for an id stays. Calendars are left out: what is handed of
+    /// them may be put right on the way.
+    void add(RecordId agreedId, const SyncRecord& record, const std::string& hash)
+    {
+        if (agreedId.conduit != kConduitCalendar)
+            _records.try_emplace(std::move(agreedId), Given{record, hash});
+    }
+    void reserve(std::size_t count) { _records.reserve(count); }
+
+    /// Null when nothing of that content was given for it.
+    SyncRecord find(const RecordId& agreedId, const std::string& hash) const
+    {
+        const auto found = _records.find(agreedId);
+        return found != _records.end() && found->second.hash == hash ? found->second.record
+                                                                     : nullptr;
+    }
+
+private:
+    struct Given {
+        SyncRecord record;
+        std::string hash;
+    };
+    std::unordered_map<RecordId, Given, RecordIdHash> _records;
+};
+
+}  // namespace kt
