@@ -70,6 +70,7 @@ private:
             return;
         if (isFolder(from) && isFolder(to))
             return mirrorFolder(source, destination);
+        makeWritable(destination);
         if (to)
             note(_files.removeFileAtPath(destination));
         if (from)
@@ -78,6 +79,7 @@ private:
 
     void mirrorFolder(const std::string& source, const std::string& destination)
     {
+        makeWritable(destination);
         const auto names = _files.listDirectory(source);
         const auto copied = _files.listDirectory(destination);
         if (!names || !copied)
@@ -88,6 +90,15 @@ private:
         for (const std::string& name : all)
             _pending.emplace_back(stringByAppendingPathComponent(source, name),
                                   stringByAppendingPathComponent(destination, name));
+    }
+
+    /// The store's folder may have been read-only when it was copied; its copy must not stay so.
+    void makeWritable(const std::string& folder)
+    {
+        constexpr std::uint32_t kOwner = 0700;
+        const Status status = _files.linkStatusAtPath(folder);
+        if (isFolder(status) && (status->permissions & kOwner) != kOwner)
+            _files.setPermissions(status->permissions | kOwner, folder);
     }
 
     void note(bool isDone) { _isDone = _isDone && isDone; }

@@ -46,6 +46,20 @@ TEST_F(FolderMirror, MakesAnExactCopyOfWhatIsThere)
     EXPECT_EQ(copied(), source());
 }
 
+TEST_F(FolderMirror, WritesIntoACopyOfAFolderThatWasReadOnly)
+{
+    using std::filesystem::perms;
+    folder.write("von/a/eins", "1");
+    std::filesystem::permissions(folder.path("von/a"), perms::owner_read | perms::owner_exec);
+    ASSERT_TRUE(mirror());
+    std::filesystem::permissions(folder.path("von/a"), perms::owner_all);
+    folder.write("von/a/zwei", "2");
+    EXPECT_TRUE(mirror());
+    EXPECT_EQ(std::filesystem::status(folder.path("nach/a")).permissions() & perms::owner_all,
+              perms::owner_all);
+    EXPECT_EQ(copied(), source());
+}
+
 TEST_F(FolderMirror, CopiesOnlyWhatDiffersAndRemovesWhatTheSourceLacks)
 {
     folder.write("von/a/gleich", "1");
