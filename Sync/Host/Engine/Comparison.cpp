@@ -1,5 +1,6 @@
 #include "Sync/Host/Engine/Comparison.h"
 
+#include <algorithm>
 #include <utility>
 
 #include "Sync/Foundation/Platform.h"
@@ -157,12 +158,35 @@ Comparison::LocalWish Comparison::wishFor(const AgreedRow& agreed, const LocalRe
     wish.units = changesSinceSeen(*local);
     if (wish.units.empty())
         return wish;
-    // While a rewrite is not settled, a record that differs from what was seen may be what the
-    // rewrite wrote.
     if (_rules.isHealing)
-        return wishWithoutSeen(agreed, *local);
+        return wishWhileHealing(agreed, *local, std::move(wish.units));
     wish.kind = LocalWish::Kind::changed;
     wish.record = _local.underAgreedKeys(*local);
+    return wish;
+}
+
+// While a rewrite is not settled, what differs from what was seen may be what the rewrite wrote.
+// But it wrote nothing into a unit that is agreed just as it was seen: that was the user.
+Comparison::LocalWish Comparison::wishWhileHealing(const AgreedRow& agreed,
+                                                   const LocalRecord& local,
+                                                   std::vector<std::string> changed)
+{
+    const Dictionary base = _state.agreedRecord(agreed.id);
+    const std::vector<std::string> rewritten =
+        changedUnits(_local.underAgreedKeys(_state.seenRecord(*local.seen)), base);
+    std::erase_if(changed, [&](const std::string& unit) {
+        return std::find(rewritten.begin(), rewritten.end(), unit) != rewritten.end();
+    });
+    LocalWish wish = wishWithoutSeen(agreed, local);
+    if (changed.empty())
+        return wish;
+    const Dictionary own = _local.underAgreedKeys(local);
+    Dictionary record = wish.kind == LocalWish::Kind::changed ? std::move(wish.record) : base;
+    for (const std::string& unit : changed)
+        takeUnit(record, own, unit);
+    wish.units = changedUnits(base, record);
+    wish.kind = wish.units.empty() ? LocalWish::Kind::none : LocalWish::Kind::changed;
+    wish.record = std::move(record);
     return wish;
 }
 

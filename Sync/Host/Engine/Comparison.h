@@ -80,6 +80,8 @@ private:
     void overwriteWithServer();
 
     LocalWish wishFor(const AgreedRow& agreed, const LocalRecord* local);
+    LocalWish wishWhileHealing(const AgreedRow& agreed, const LocalRecord& local,
+                               std::vector<std::string> changed);
     LocalWish wishWithoutSeen(const AgreedRow& agreed, const LocalRecord& local);
     bool isLeftBehind(const LocalRecord& local);
     std::vector<std::string> changesSinceSeen(const LocalRecord& local);

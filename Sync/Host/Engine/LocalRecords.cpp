@@ -261,10 +261,14 @@ const LocalRecord* LocalRecords::recordAgreedAs(const RecordId& id) const
 
 Dictionary LocalRecords::underAgreedKeys(const LocalRecord& record) const
 {
-    Dictionary result = record.record->record();
-    replaceKey(result, "ParentRecordKey", _agreedCalendarKeys);
-    replaceKey(result, "RecurrenceParentRecordKey", _agreedEventKeys);
-    return result;
+    return underAgreedKeys(record.record->record());
+}
+
+Dictionary LocalRecords::underAgreedKeys(Dictionary record) const
+{
+    replaceKey(record, "ParentRecordKey", _agreedCalendarKeys);
+    replaceKey(record, "RecurrenceParentRecordKey", _agreedEventKeys);
+    return record;
 }
 
 const std::string& LocalRecords::localCalendarKey(const std::string& agreedKey) const

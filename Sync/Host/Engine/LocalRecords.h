@@ -67,6 +67,7 @@ public:
 
     /// The record's dictionary with the agreed keys of other records in place of local ones.
     Dictionary underAgreedKeys(const LocalRecord& record) const;
+    Dictionary underAgreedKeys(Dictionary record) const;
     /// A calendar's key as the plug-in knows it.
     const std::string& localCalendarKey(const std::string& agreedKey) const;
     /// Whether the store gave a calendar of that key.

@@ -17,8 +17,9 @@ namespace kt {
 struct SettlingCheck {
     std::string notedFingerprint;
     std::function<std::string()>
-        currentFingerprint;      // asked in finishSync, after the store was loaded
-    std::vector<KTLoss> losses;  // what the plug-in told in the run that rewrote the store
+        currentFingerprint;             // asked in finishSync, after the store was loaded
+    std::vector<KTLoss> losses;         // what the plug-in told in the run that rewrote the store
+    std::vector<KTLoss> overwritten{};  // unread texts among them that had to go
 };
 
 struct SyncRunOptions {

@@ -1,4 +1,6 @@
+#include <algorithm>
 #include <map>
+#include <set>
 #include <utility>
 
 #include "Sync/Foundation/Platform.h"
@@ -34,6 +36,7 @@ bool SyncSession::finishSettling()
     }
     const std::vector<HandedRecord> handed = handedState(_setting.state, *_knowledge, given);
     const auto agreedKeys = pairWithHanded(_localRecords, handed);
+    leaveOutWhatWasUnread(check, agreedKeys);
     const SyncRecordList none;
     summary.unproved = faultsOfRewrite(handed,
                                        {_localRecords, agreedKeys,
@@ -57,6 +60,35 @@ bool SyncSession::finishSettling()
     summary.settlement = Settlement::settled;
     summary.settled = true;
     return true;
+}
+
+// What stood unread beside the rewrite and can be read after it, as the second of two events that
+// looked alike, was nobody's so far: the next run finds it new. It stands for nothing that was
+// written either.
+void SyncSession::leaveOutWhatWasUnread(const SettlingCheck& check,
+                                        const std::vector<std::optional<std::string>>& agreedKeys)
+{
+    std::set<std::pair<std::string, std::string>> components;  // file and UID
+    std::set<std::string> files;
+    for (const KTLoss& loss : check.losses) {
+        const bool stayed = loss.kind == KTLoss::Kind::unread &&
+                            std::find(check.overwritten.begin(), check.overwritten.end(), loss) ==
+                                check.overwritten.end();
+        if (stayed && loss.extent == KTLoss::Extent::component)
+            components.emplace(_places.relative(loss.file), loss.uid);
+        else if (stayed && loss.extent == KTLoss::Extent::file)
+            files.insert(_places.relative(loss.file));
+    }
+    if (components.empty() && files.empty())
+        return;
+    for (std::size_t index = 0; index < _localRecords.size(); ++index) {
+        SyncRecord& record = _localRecords[index];
+        if (!record || agreedKeys[index] || record->conduit() == kConduitCalendar)
+            continue;
+        const StorePlace place = _places.of(*record);
+        if (files.count(place.file) != 0 || components.count({place.file, place.uid}) != 0)
+            record = nullptr;
+    }
 }
 
 void SyncSession::makeSeen(const std::vector<std::optional<std::string>>& agreedKeys,

@@ -85,6 +85,8 @@ private:
 
     bool takeEffect();
     bool finishSettling();
+    void leaveOutWhatWasUnread(const SettlingCheck& check,
+                               const std::vector<std::optional<std::string>>& agreedKeys);
     void makeSeen(const std::vector<std::optional<std::string>>& agreedKeys,
                   const std::vector<std::string>& hashes);
     std::vector<const Outcome*> effectiveOutcomes() const;

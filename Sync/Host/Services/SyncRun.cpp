@@ -176,7 +176,7 @@ void SyncRun::settle(SyncRunOptions options, const std::string& notedFingerprint
     options.dryRun = false;
     options.settling =
         SettlingCheck{notedFingerprint, [this] { return fingerprintOfFiles(storeFiles()); },
-                      result.summary.losses};
+                      result.summary.losses, result.summary.overwritten};
     SyncRunSummary settling;
     {
         const PluginHost::Silence silence(_host);

@@ -79,8 +79,8 @@ SyncRunSummary SimulatedHome::sync(const Wishes& wishes)
             return summary;
         if (wishes.breakAt == Break::killBeforeSettling)
             return {};
-        options.settling =
-            SettlingCheck{store.fingerprint(), [&] { return store.fingerprint(); }, summary.losses};
+        options.settling = SettlingCheck{store.fingerprint(), [&] { return store.fingerprint(); },
+                                         summary.losses, summary.overwritten};
         options.fromServer = options.acceptLosses = false;
         if (beforeSettling)
             beforeSettling();

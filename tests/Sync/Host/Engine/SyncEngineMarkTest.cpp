@@ -73,6 +73,30 @@ TEST_F(SyncEngineRules, Rule19_AnEditIsComparedWithWhatIsAgreedAndTakesNothingAw
     expectRest();
 }
 
+TEST_F(SyncEngineRules, Rule19_AnEditOfWhatTheRewriteHadNothingForStands)
+{
+    givenTwoHomes();
+    auto& a = home("a");
+    auto& b = home("b");
+    fields(a, "Privat", "Zahnarzt").set("Location", "Praxis");
+    syncUntilRest();
+    fields(a, "Privat", "Einkaufen").set("Notes", "Milch");
+    a.sync();
+    for (const Break at : {Break::killAfterFinish, Break::killBeforeSettling}) {
+        b.sync(broken(at));
+        const std::string place = "Raum " + std::to_string(static_cast<int>(at));
+        fields(b, "Privat", "Zahnarzt").set("Location", place);
+        b.store.touch();
+        syncUntilRest();
+        for (auto* each : {&a, &b})
+            EXPECT_EQ(fields(*each, "Privat", "Zahnarzt")["Location"], Value(place));
+        EXPECT_EQ(fields(b, "Privat", "Einkaufen")["Notes"], Value("Milch"));
+        fields(a, "Arbeit", "Sitzung").set("Notes", place);
+        a.sync();
+    }
+    expectRest();
+}
+
 // A rewrite that brought several records of one key, or records under keys of their own, and whose
 // end nobody has seen.
 class UnsettledRewrite : public SyncEngineRules, public testing::WithParamInterface<Layout> {

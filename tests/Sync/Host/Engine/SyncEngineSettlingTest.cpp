@@ -156,6 +156,29 @@ TEST_F(SyncEngineRules, Rule15_AStateThatCannotBeWrittenIsSaidAndTheNextRunSettl
     expectRest();
 }
 
+TEST_F(SyncEngineRules, Rule15_WhatCanBeReadOnlyAfterTheRewriteIsNewAndGoesUp)
+{
+    givenTwoHomes();
+    auto& a = home("a");
+    auto& b = home("b");
+    SimulatedItem second = task("Zweitling");
+    second.isBroken = true;
+    b.store.calendar("Privat")->items.push_back(second);
+    syncUntilRest();
+    fields(a, "Privat", "Einkaufen").set("Notes", "Milch");
+    a.sync();
+    b.beforeSettling = [&] { b.store.item("Privat", "Zweitling")->isBroken = false; };
+    EXPECT_TRUE(b.sync().settled);
+    b.beforeSettling = nullptr;
+    fields(a, "Privat", "Einkaufen").set("Notes", "Brot");
+    a.sync();
+    EXPECT_EQ(b.sync().sent, 1U);
+    EXPECT_EQ(b.store.count("Zweitling"), 1);
+    a.sync();
+    EXPECT_EQ(a.store.count("Zweitling"), 1);
+    expectRest();
+}
+
 TEST_F(SyncEngineRules, TheMarkCarriesTheFirstBackupOfARowOfUnsettledRewrites)
 {
     givenTwoHomes();
