@@ -173,7 +173,7 @@ Comparison::LocalWish Comparison::wishWhileHealing(const AgreedRow& agreed,
 {
     const Dictionary base = _state.agreedRecord(agreed.id);
     const std::vector<std::string> rewritten =
-        changedUnits(_local.underAgreedKeys(_state.seenRecord(*local.seen)), base);
+        changedUnits(_knowledge.underAgreedKeys(_state.seenRecord(*local.seen)), base);
     std::erase_if(changed, [&](const std::string& unit) {
         return std::find(rewritten.begin(), rewritten.end(), unit) != rewritten.end();
     });
@@ -318,8 +318,9 @@ bool Comparison::isLeftBehind(const LocalRecord& local)
 
 std::vector<std::string> Comparison::changesSinceSeen(const LocalRecord& local)
 {
-    return changedUnits({_state.seenRecord(*local.seen), local.seen->timezone},
-                        {local.record->record(), Platform::shared().localTimeZoneName()});
+    return changedUnits({_knowledge.underAgreedKeys(_state.seenRecord(*local.seen)),
+                         local.seen->timezone},
+                        {_local.underAgreedKeys(local), Platform::shared().localTimeZoneName()});
 }
 
 }  // namespace kt

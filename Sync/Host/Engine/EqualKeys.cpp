@@ -9,6 +9,7 @@
 #include <utility>
 
 #include "Sync/Foundation/Text.h"
+#include "Sync/Host/Engine/IdentityPairing.h"
 #include "Sync/Host/Engine/RecordCoding.h"
 
 namespace kt {
@@ -25,11 +26,11 @@ bool isDetachedOccurrence(const LocalRecord& record)
     return record.record->record().contains("RecurrenceId");
 }
 
-void take(LocalRecord& record, const SeenRow& row)
+// It keeps its name, whatever else turns up.
+bool isKnownByIdentity(const LocalRecord& record)
 {
-    record.seen = &row;
-    record.isLeftOver = !row.agreedKey;
-    record.agreedId = {row.local.conduit, row.agreedKey.value_or("")};
+    return record.seen != nullptr &&
+           haveSameIdentity(record.record->conduit(), record.place, record.seen->place);
 }
 
 // One conduit and key, while its records are being named.
@@ -134,7 +135,7 @@ private:
 
     void take(LocalRecord& record, const SeenRow& row)
     {
-        kt::take(record, row);
+        takeRow(record, row);
         if (row.agreedKey)
             _taken.insert(*row.agreedKey);
     }
@@ -251,10 +252,12 @@ private:
     void leaveTheBareKeyToTheSeries()
     {
         const auto holder = std::find_if(_records.begin(), _records.end(), [&](const auto* record) {
-            return record->agreedId.key == _id.key && isDetachedOccurrence(*record);
+            return record->agreedId.key == _id.key && isDetachedOccurrence(*record) &&
+                   !isKnownByIdentity(*record);
         });
         const auto series = std::find_if(_records.begin(), _records.end(), [](const auto* record) {
-            return !isDetachedOccurrence(*record) && !record->isLeftOver;
+            return !isDetachedOccurrence(*record) && !record->isLeftOver &&
+                   !isKnownByIdentity(*record);
         });
         if (holder == _records.end() || series == _records.end())
             return;
@@ -312,7 +315,7 @@ void tellEqualKeysApart(const std::vector<LocalRecord*>& records,
                           rows.front()->agreedKey &&
                           context.unreadClaim(*rows.front()) == UnreadClaim::none;
     if (isSimple)
-        take(*records.front(), *rows.front());
+        takeRow(*records.front(), *rows.front());
     else
         Group(records, rows, context).name();
 }

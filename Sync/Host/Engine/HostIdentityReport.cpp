@@ -7,8 +7,10 @@ void HostIdentityReport::reportIdentity(const SyncRecord& record, const KTStoreI
     if (!record || !_isListening)
         return;
     _identities.insert_or_assign(record.get(), std::make_pair(record, identity));
-    if (record->conduit() == kConduitCalendar)
-        _calendars.insert(record->recordKey());
+    if (record->conduit() != kConduitCalendar)
+        return;
+    _calendars.insert(record->recordKey());
+    _calendarsByFolder.insert_or_assign(identity.file, record->recordKey());
 }
 
 const KTStoreIdentity* HostIdentityReport::identityOf(const KTSyncRecord& record) const
@@ -28,6 +30,7 @@ void HostIdentityReport::end()
     _isListening = false;
     _identities.clear();
     _calendars.clear();
+    _calendarsByFolder.clear();
 }
 
 StorePlaces::StorePlaces(const HostIdentityReport& report, std::string home)
@@ -43,7 +46,18 @@ StorePlace StorePlaces::of(const KTSyncRecord& record) const
     const KTStoreIdentity* identity = _report.identityOf(record);
     if (identity == nullptr)
         return {};
-    return {identity->uid, relative(identity->file)};
+    return {identity->uid, relative(identity->file), identity->recurrenceId};
+}
+
+const std::string* StorePlaces::calendarIn(const std::string& folder) const
+{
+    if (folder.empty())
+        return nullptr;
+    for (const std::string& path : {_home + folder, folder}) {
+        if (const std::string* key = _report.calendarIn(path))
+            return key;
+    }
+    return nullptr;
 }
 
 std::string StorePlaces::relative(std::string_view path) const

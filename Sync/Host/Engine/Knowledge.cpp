@@ -24,6 +24,15 @@ const Row* rowAt(const std::vector<Row>& rows,
     return found == index.end() ? nullptr : &rows[found->second];
 }
 
+void replaceKey(Dictionary& record, std::string_view field,
+                const std::unordered_map<std::string, std::string>& keys)
+{
+    const Value& key = record[field];
+    const auto found = key.isString() ? keys.find(std::string(key.string())) : keys.end();
+    if (found != keys.end())
+        record.set(field, found->second);
+}
+
 }  // namespace
 
 Knowledge::Knowledge(LocalState& state)
@@ -62,16 +71,31 @@ const Knowledge::Seen& Knowledge::allSeen() const
 {
     if (_seen)
         return *_seen;
-    Seen seen{_state.seenRows(), {}, {}};
+    Seen seen{_state.seenRows(), {}, {}, {}, {}};
     seen.byAgreedId.reserve(seen.rows.size());
     for (std::size_t index = 0; index < seen.rows.size(); ++index) {
         const SeenRow& row = seen.rows[index];
         if (!row.agreedKey)
             continue;
         seen.byAgreedId.emplace(RecordIdView{row.local.conduit, *row.agreedKey}, index);
-        if (row.local.conduit == kConduitCalendar && *row.agreedKey != row.local.key)
-            seen.localCalendarKeys.emplace(*row.agreedKey, row.local.key);
+        if (*row.agreedKey == row.local.key)
+            continue;
+        if (row.local.conduit == kConduitEvent)
+            seen.agreedEventKeys.emplace(row.local.key, *row.agreedKey);
+        if (row.local.conduit != kConduitCalendar)
+            continue;
+        seen.localCalendarKeys.emplace(*row.agreedKey, row.local.key);
+        seen.agreedCalendarKeys.emplace(row.local.key, *row.agreedKey);
     }
+    // What bears its agreed key itself is what others mean by it.
+    std::erase_if(seen.agreedEventKeys, [&](const auto& entry) {
+        const auto found = seen.byAgreedId.find({kConduitEvent, entry.first});
+        return found != seen.byAgreedId.end() && seen.rows[found->second].local.key == entry.first;
+    });
+    std::erase_if(seen.agreedCalendarKeys, [&](const auto& entry) {
+        const auto found = seen.byAgreedId.find({kConduitCalendar, entry.first});
+        return found != seen.byAgreedId.end() && seen.rows[found->second].local.key == entry.first;
+    });
     return _seen.emplace(std::move(seen));
 }
 
@@ -94,6 +118,13 @@ const UnreadRow* Knowledge::unreadRow(UnreadRow::Whose whose, const RecordId& id
 const SeenRow* Knowledge::seenOfAgreed(const RecordId& agreedId) const
 {
     return rowAt(allSeen().rows, allSeen().byAgreedId, agreedId);
+}
+
+Dictionary Knowledge::underAgreedKeys(Dictionary seenRecord) const
+{
+    replaceKey(seenRecord, "ParentRecordKey", allSeen().agreedCalendarKeys);
+    replaceKey(seenRecord, "RecurrenceParentRecordKey", allSeen().agreedEventKeys);
+    return seenRecord;
 }
 
 const std::string& Knowledge::localCalendarKey(const std::string& agreedKey) const

@@ -41,6 +41,8 @@ public:
     /// A calendar's key as the plug-in computes it, for the key it is agreed under. A calendar that
     /// was never seen has one key.
     const std::string& localCalendarKey(const std::string& agreedKey) const;
+    /// A record as it was seen, with the agreed keys of other records in place of local ones.
+    Dictionary underAgreedKeys(Dictionary seenRecord) const;
 
 private:
     using RowIndex = std::unordered_map<RecordIdView, std::size_t, RecordIdHash>;  // into the rows
@@ -52,7 +54,10 @@ private:
     struct Seen {
         std::vector<SeenRow> rows;
         RowIndex byAgreedId;
-        std::unordered_map<std::string, std::string> localCalendarKeys;  // only where they differ
+        // Only where they differ.
+        std::unordered_map<std::string, std::string> localCalendarKeys;
+        std::unordered_map<std::string, std::string> agreedCalendarKeys;
+        std::unordered_map<std::string, std::string> agreedEventKeys;
     };
     const Agreed& allAgreed() const;
     const Seen& allSeen() const;

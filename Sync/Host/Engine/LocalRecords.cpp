@@ -5,6 +5,7 @@
 
 #include "Sync/Host/Engine/EqualKeys.h"
 #include "Sync/Host/Engine/HandedState.h"
+#include "Sync/Host/Engine/IdentityPairing.h"
 #include "Sync/Host/Engine/RecordCoding.h"
 #include "Sync/Host/Engine/RecordFields.h"
 #include "Sync/Host/Engine/Settling.h"
@@ -58,9 +59,13 @@ public:
         if (remote == nullptr && !isAgreed)
             return true;
         const bool isBareKey = id.key == record.record->recordKey();
+        const bool isCompatible = remote == nullptr || !contradicts(record, remote->record);
+        if (id.conduit == kConduitCalendar)
+            return isBareKey || (_base == LocalRecords::Base::none && isCompatible);
+        // A task's key says little, and two that were entered with other notes are two.
         if (_base == LocalRecords::Base::none)
-            return isBareKey || remote == nullptr || !contradicts(record, remote->record);
-        return isBareKey && id.conduit != kConduitTask;
+            return isCompatible || (isBareKey && id.conduit != kConduitTask);
+        return isBareKey && isCompatible && id.conduit != kConduitTask;
     }
 
     UnreadClaim unreadClaim(const SeenRow& row) const override
@@ -129,6 +134,33 @@ void replaceKey(Dictionary& record, std::string_view field,
 
 }  // namespace
 
+namespace {
+
+// What a rewrite writes has the UID that the store had for it, or one made of its key. So an item
+// of any other UID was not handed out: somebody entered it since.
+class UidsOfRewrite {
+public:
+    UidsOfRewrite(const std::vector<HandedRecord>& handed, const Knowledge& knowledge)
+    {
+        for (const HandedRecord& record : handed)
+            _uids.insert(record.id.key);
+        for (const SeenRow& row : knowledge.seen())
+            _uids.insert(row.place.uid);
+    }
+
+    bool mayBe(const LocalRecord& local) const
+    {
+        const std::string& uid = local.place.uid;
+        const auto bareKey = keyBeforeNumber(uid);
+        return uid.empty() || _uids.count(uid) != 0 || (bareKey && _uids.count(*bareKey) != 0);
+    }
+
+private:
+    std::unordered_set<std::string> _uids;
+};
+
+}  // namespace
+
 std::vector<LocalRecord> loadedRecords(const SyncRecordList& records, const StorePlaces& places)
 {
     std::vector<LocalRecord> loaded;
@@ -182,6 +214,7 @@ LocalRecords::LocalRecords(std::vector<LocalRecord> loaded, const Knowledge& kno
       _rowsTaken(knowledge.seen().size())
 {
     Groups groups(_records, knowledge.seen());
+    takeWhatIsKnown(groups);
     Claims claimed;
     const Context context(knowledge, remote, state, base, claimed, texts);
     if (knowledge.facts().mark) {
@@ -197,27 +230,61 @@ LocalRecords::LocalRecords(std::vector<LocalRecord> loaded, const Knowledge& kno
         tellEqualKeysApart(group.records, group.rows, context);
     for (const LocalRecord& local : _records) {
         if (local.seen != nullptr)
-            _rowsTaken[static_cast<std::size_t>(local.seen - knowledge.seen().data())] = true;
+            _rowsTaken[numberOf(*local.seen)] = true;
     }
     indexAgreedKeys();
+}
+
+// What the store knows by the same identity is the same record, whatever its key has become. Most
+// of a store is what it was, and needs no search.
+void LocalRecords::takeWhatIsKnown(Groups& groups)
+{
+    for (Groups::Group& group : groups.all) {
+        if (group.records.size() != 1 || group.rows.size() != 1)
+            continue;
+        LocalRecord& local = *group.records.front();
+        const SeenRow& row = *group.rows.front();
+        if (!row.agreedKey || !haveSameIdentity(row.local.conduit, local.place, row.place))
+            continue;
+        takeRow(local, row);
+        _rowsTaken[numberOf(row)] = true;
+    }
+    pairByIdentity(_records, _knowledge, _rowsTaken);
+    for (Groups::Group& group : groups.all)
+        std::erase_if(group.rows, [&](const SeenRow* row) { return _rowsTaken[numberOf(*row)]; });
+}
+
+std::size_t LocalRecords::numberOf(const SeenRow& row) const
+{
+    return static_cast<std::size_t>(&row - _knowledge.seen().data());
+}
+
+void takeRow(LocalRecord& record, const SeenRow& row)
+{
+    record.seen = &row;
+    record.isLeftOver = !row.agreedKey;
+    record.agreedId = {row.local.conduit, row.agreedKey.value_or("")};
 }
 
 // Gives what has no name yet that of the record it was handed out as, and says which names those
 // are.
 LocalRecords::Claims LocalRecords::nameWhatWasHandedOut(LocalState& state)
 {
+    const std::vector<HandedRecord> handed = handedState(state, _knowledge);
+    const UidsOfRewrite uids(handed, _knowledge);
     SyncRecordList records;
     std::vector<std::optional<std::string>> names;
     for (const LocalRecord& local : _records) {
-        records.push_back(local.isLeftOver ? nullptr : local.record);
+        const bool mayBeHanded = !local.isLeftOver && uids.mayBe(local);
+        records.push_back(mayBeHanded ? local.record : nullptr);
         const std::string& key = local.agreedId.key;
         names.push_back(key.empty() ? std::nullopt : std::optional(key));
     }
-    names = pairWithHanded(records, handedState(state, _knowledge), std::move(names));
+    names = pairWithHanded(records, handed, std::move(names), Looks::sayNothing);
     Claims claimed;
     for (std::size_t index = 0; index < _records.size(); ++index) {
         LocalRecord& local = _records[index];
-        if (local.isLeftOver || !names[index] || !local.agreedId.key.empty())
+        if (!records[index] || !names[index] || !local.agreedId.key.empty())
             continue;
         local.agreedId = {local.record->conduit(), *names[index]};
         local.seen = _knowledge.seenOfAgreed(local.agreedId);
@@ -259,13 +326,9 @@ const LocalRecord* LocalRecords::recordAgreedAs(const RecordId& id) const
     return found == _byAgreedId.end() ? nullptr : &_records[found->second];
 }
 
-Dictionary LocalRecords::underAgreedKeys(const LocalRecord& record) const
+Dictionary LocalRecords::underAgreedKeys(const LocalRecord& local) const
 {
-    return underAgreedKeys(record.record->record());
-}
-
-Dictionary LocalRecords::underAgreedKeys(Dictionary record) const
-{
+    Dictionary record = local.record->record();
     replaceKey(record, "ParentRecordKey", _agreedCalendarKeys);
     replaceKey(record, "RecurrenceParentRecordKey", _agreedEventKeys);
     return record;

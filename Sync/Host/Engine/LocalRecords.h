@@ -24,6 +24,9 @@ struct LocalRecord {
         false;  // comes from a rewrite and belongs to no agreed record; agreedId has no key
 };
 
+/// Makes the record the one that the row says was seen.
+void takeRow(LocalRecord& record, const SeenRow& row);
+
 /// The records of a load that are none but null, with hash and place and without a name yet.
 std::vector<LocalRecord> loadedRecords(const SyncRecordList& records, const StorePlaces& places);
 
@@ -34,6 +37,9 @@ struct StoreReading {
 };
 
 /// The records of one run's store under the keys they are agreed under.
+///
+/// What the store itself knows by the same identity is the same record, whatever was edited in it
+/// and whatever its key has become by that (IdentityPairing.h). The rest goes by keys.
 ///
 /// Equal keys are told apart here: of several records of one conduit and key, whatever equals what
 /// was seen keeps the name it had; what equals a record that is agreed or on the server under one
@@ -47,8 +53,9 @@ struct StoreReading {
 /// in which settling does.
 class LocalRecords {
 public:
-    /// Without a base equal names mean the same record; with one, a task that is new here and
-    /// another that is new on the server are two, since a task's key holds nothing but its title.
+    /// Without a base equal names mean the same record, but for tasks that contradict each other;
+    /// with one, what is new here and what is new on the server is the same only where nothing
+    /// contradicts, and a task never: its key holds nothing but its title.
     enum class Base { agreed, none };
 
     LocalRecords(std::vector<LocalRecord> loaded, const Knowledge& knowledge,
@@ -60,14 +67,10 @@ public:
     const LocalRecord* recordAgreedAs(const RecordId& id) const;
 
     /// Whether one of the store's records is what that row was.
-    bool isRowTaken(const SeenRow& row) const
-    {
-        return _rowsTaken[static_cast<std::size_t>(&row - _knowledge.seen().data())];
-    }
+    bool isRowTaken(const SeenRow& row) const { return _rowsTaken[numberOf(row)]; }
 
     /// The record's dictionary with the agreed keys of other records in place of local ones.
     Dictionary underAgreedKeys(const LocalRecord& record) const;
-    Dictionary underAgreedKeys(Dictionary record) const;
     /// A calendar's key as the plug-in knows it.
     const std::string& localCalendarKey(const std::string& agreedKey) const;
     /// Whether the store gave a calendar of that key.
@@ -77,6 +80,8 @@ private:
     using Claims = std::unordered_set<RecordId, RecordIdHash>;
     struct Groups;
 
+    void takeWhatIsKnown(Groups& groups);
+    std::size_t numberOf(const SeenRow& row) const;
     Claims nameWhatWasHandedOut(LocalState& state);
     void indexAgreedKeys();
 

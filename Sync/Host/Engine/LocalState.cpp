@@ -190,8 +190,8 @@ std::vector<SeenRow> LocalState::seenRows()
 {
     std::vector<SeenRow> rows;
     _database->file.each(
-        "SELECT id, conduit, local_key, agreed_key, local_parent_key, hash, timezone, uid, file "
-        "FROM seen ORDER BY id",
+        "SELECT id, conduit, local_key, agreed_key, local_parent_key, hash, timezone, uid, file, "
+        "recurrence FROM seen ORDER BY id",
         [&](auto& row) {
             SeenRow seen;
             seen.row = row.getColumn(0).getInt64();
@@ -200,7 +200,8 @@ std::vector<SeenRow> LocalState::seenRows()
             seen.localParentKey = textOrNull(row, 4);
             seen.hash = row.getColumn(5).getString();
             seen.timezone = row.getColumn(6).getString();
-            seen.place = {row.getColumn(7).getString(), row.getColumn(8).getString()};
+            seen.place = {row.getColumn(7).getString(), row.getColumn(8).getString(),
+                          row.getColumn(9).getString()};
             rows.push_back(std::move(seen));
         });
     return rows;
@@ -220,9 +221,9 @@ void LocalState::addSeen(const SeenRow& row, const Dictionary& record)
     const std::string bytes = encodedRecord(record);
     _database->file.run(
         "INSERT INTO seen (conduit, local_key, agreed_key, local_parent_key, hash, timezone, uid, "
-        "file, record) VALUES (?, ?, ?, ?, ?, ?, ?, ?, ?)",
+        "file, recurrence, record) VALUES (?, ?, ?, ?, ?, ?, ?, ?, ?, ?)",
         row.local.conduit, row.local.key, row.agreedKey, row.localParentKey, row.hash, row.timezone,
-        row.place.uid, row.place.file, SqliteBytes{bytes});
+        row.place.uid, row.place.file, row.place.recurrence, SqliteBytes{bytes});
 }
 
 void LocalState::setSeen(const SeenRow& row, const Dictionary& record)
@@ -230,9 +231,9 @@ void LocalState::setSeen(const SeenRow& row, const Dictionary& record)
     const std::string bytes = encodedRecord(record);
     _database->file.run(
         "UPDATE seen SET conduit = ?, local_key = ?, agreed_key = ?, local_parent_key = ?, hash = "
-        "?, timezone = ?, uid = ?, file = ?, record = ? WHERE id = ?",
+        "?, timezone = ?, uid = ?, file = ?, recurrence = ?, record = ? WHERE id = ?",
         row.local.conduit, row.local.key, row.agreedKey, row.localParentKey, row.hash, row.timezone,
-        row.place.uid, row.place.file, SqliteBytes{bytes}, row.row);
+        row.place.uid, row.place.file, row.place.recurrence, SqliteBytes{bytes}, row.row);
 }
 
 void LocalState::removeSeen(const SeenRow& row)
@@ -244,12 +245,14 @@ std::vector<KeptRow> LocalState::keptRows()
 {
     std::vector<KeptRow> rows;
     _database->file.each(
-        "SELECT conduit, key, parent_key, hash, uid, file FROM kept ORDER BY conduit, key",
+        "SELECT conduit, key, parent_key, hash, uid, file, recurrence FROM kept ORDER BY conduit, "
+        "key",
         [&](auto& row) {
             rows.push_back({{row.getColumn(0).getString(), row.getColumn(1).getString()},
                             textOrNull(row, 2),
                             row.getColumn(3).getString(),
-                            {row.getColumn(4).getString(), row.getColumn(5).getString()}});
+                            {row.getColumn(4).getString(), row.getColumn(5).getString(),
+                             row.getColumn(6).getString()}});
         });
     return rows;
 }
@@ -267,10 +270,10 @@ void LocalState::setKept(const KeptRow& row, const Dictionary& record)
 {
     const std::string bytes = encodedRecord(record);
     _database->file.run(
-        "INSERT OR REPLACE INTO kept (conduit, key, parent_key, hash, uid, file, record) VALUES "
-        "(?, ?, ?, ?, ?, ?, ?)",
+        "INSERT OR REPLACE INTO kept (conduit, key, parent_key, hash, uid, file, recurrence, "
+        "record) VALUES (?, ?, ?, ?, ?, ?, ?, ?)",
         row.id.conduit, row.id.key, row.parentKey, row.hash, row.place.uid, row.place.file,
-        SqliteBytes{bytes});
+        row.place.recurrence, SqliteBytes{bytes});
 }
 
 void LocalState::removeKept(const RecordId& id)

@@ -16,11 +16,12 @@ enum class StateAccess {
     readOnly,  // for a dry run: a file that does not exist yet is not made
 };
 
-/// Where a record stands in the store: what it is recognised by when its text cannot be read.
+/// Where a record stands in the store: what it is recognised by when its content has changed, or
+/// its text cannot be read.
 struct StorePlace {
-    std::string uid;  // of an item, as written; empty without one
-    std::string
-        file;  // an item's file, a calendar's folder; relative to the home where it is there
+    std::string uid{};   // of an item, as written; empty without one
+    std::string file{};  // an item's file, a calendar's folder; relative to the home if below it
+    std::string recurrence{};  // of a detached occurrence, its iCalDate
 
     friend bool operator==(const StorePlace&, const StorePlace&) = default;
 };

@@ -66,7 +66,13 @@ CREATE TABLE unread_text (
 ) WITHOUT ROWID;
 )";
 
-constexpr std::string_view kSteps[] = {kSchema, kUnreadTexts};
+// What tells the occurrences of a series apart, which share its UID.
+constexpr std::string_view kIdentity = R"(
+ALTER TABLE seen ADD COLUMN recurrence TEXT NOT NULL DEFAULT '';
+ALTER TABLE kept ADD COLUMN recurrence TEXT NOT NULL DEFAULT '';
+)";
+
+constexpr std::string_view kSteps[] = {kSchema, kUnreadTexts, kIdentity};
 constexpr SqliteFormat kFormat{"Der lokale Sync-Stand", 0x4B544C53 /* KTLS */, kSteps};
 
 }  // namespace

@@ -234,22 +234,14 @@ void pairItems(Pairing& pairing, const SyncRecordList& local)
 
 }  // namespace
 
-std::vector<std::optional<std::string>> pairWithHanded(const SyncRecordList& local,
-                                                       const std::vector<HandedRecord>& handed)
-{
-    Pairing pairing(local, handed, std::vector<std::optional<std::string>>(local.size()));
-    pairCalendars(pairing);
-    pairCalendarsByLooks(pairing);
-    pairItems(pairing, local);
-    return pairing.takeAgreedKeys();
-}
-
 std::vector<std::optional<std::string>> pairWithHanded(
     const SyncRecordList& local, const std::vector<HandedRecord>& handed,
-    std::vector<std::optional<std::string>> known)
+    std::vector<std::optional<std::string>> known, Looks looks)
 {
     Pairing pairing(local, handed, std::move(known));
     pairCalendars(pairing);
+    if (looks == Looks::count)
+        pairCalendarsByLooks(pairing);
     pairItems(pairing, local);
     return pairing.takeAgreedKeys();
 }

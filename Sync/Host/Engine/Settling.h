@@ -19,15 +19,14 @@ namespace kt {
 /// apart; items by key, where numbers behind a key mean nothing, then by their content within their
 /// calendar. Nobody touched the store since it was rewritten, or the run would not count, so all of
 /// it stems from what was handed out.
-std::vector<std::optional<std::string>> pairWithHanded(const SyncRecordList& local,
-                                                       const std::vector<HandedRecord>& handed);
-
-/// The same for a store whose rewrite was not settled: some of it may be older than the rewrite and
-/// some newer. `known` are the agreed keys that are certain already; they come back as they are,
-/// and nothing else is given them. A calendar is not taken for another one merely because it looks
-/// like it: somebody may have made it since.
+///
+/// `known` are the agreed keys that are certain already; they come back as they are, and nothing
+/// else is given them. In a store whose rewrite was not settled some may be older than the rewrite
+/// and some newer: there a calendar is not taken for another one merely because it looks like it,
+/// since somebody may have made it meanwhile.
+enum class Looks { count, sayNothing };
 std::vector<std::optional<std::string>> pairWithHanded(
     const SyncRecordList& local, const std::vector<HandedRecord>& handed,
-    std::vector<std::optional<std::string>> known);
+    std::vector<std::optional<std::string>> known, Looks looks);
 
 }  // namespace kt

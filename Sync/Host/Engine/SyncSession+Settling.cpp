@@ -5,6 +5,7 @@
 
 #include "Sync/Foundation/Platform.h"
 #include "Sync/Host/Engine/HandedState.h"
+#include "Sync/Host/Engine/IdentityPairing.h"
 #include "Sync/Host/Engine/RecordCoding.h"
 #include "Sync/Host/Engine/RewriteProof.h"
 #include "Sync/Host/Engine/SeenUpdate.h"
@@ -35,7 +36,9 @@ bool SyncSession::finishSettling()
             given.add({record->conduit(), record->recordKey()}, record, hashes.back());
     }
     const std::vector<HandedRecord> handed = handedState(_setting.state, *_knowledge, given);
-    const auto agreedKeys = pairWithHanded(_localRecords, handed);
+    const auto agreedKeys =
+        pairWithHanded(_localRecords, handed,
+                       keysByIdentity(_localRecords, _places, handed, *_knowledge), Looks::count);
     leaveOutWhatWasUnread(check, agreedKeys);
     const SyncRecordList none;
     summary.unproved = faultsOfRewrite(handed,

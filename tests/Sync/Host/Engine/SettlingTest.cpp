@@ -50,21 +50,29 @@ Dictionary calendarRecord(const std::string& title, const std::string& sourceKey
 
 const std::optional<std::string> kNone;
 
+using Names = std::vector<std::optional<std::string>>;
+
+Names paired(const SyncRecordList& store, const std::vector<HandedRecord>& state,
+             Looks looks = Looks::count)
+{
+    return pairWithHanded(store, state, Names(store.size()), looks);
+}
+
 TEST(PairWithHanded, GoesByKey)
 {
-    EXPECT_THAT(pairWithHanded({local(kConduitTask, "A", taskRecord("a", "20071224")),
-                                local(kConduitTask, "B", taskRecord("b", "20071225"))},
-                               {handed(kConduitTask, "A", taskRecord("a", "20071226")),
-                                handed(kConduitTask, "B", taskRecord("b", "20071227"))}),
+    EXPECT_THAT(paired({local(kConduitTask, "A", taskRecord("a", "20071224")),
+                        local(kConduitTask, "B", taskRecord("b", "20071225"))},
+                       {handed(kConduitTask, "A", taskRecord("a", "20071226")),
+                        handed(kConduitTask, "B", taskRecord("b", "20071227"))}),
                 ElementsAre("A", "B"));
 }
 
 TEST(PairWithHanded, TellsEqualKeysApartByContentWhateverTheirOrder)
 {
-    EXPECT_THAT(pairWithHanded({local(kConduitTask, "T", taskRecord("Einkaufen", "20071225")),
-                                local(kConduitTask, "T", taskRecord("Einkaufen", "20071224"))},
-                               {handed(kConduitTask, "T", taskRecord("Einkaufen", "20071224")),
-                                handed(kConduitTask, "T-2", taskRecord("Einkaufen", "20071225"))}),
+    EXPECT_THAT(paired({local(kConduitTask, "T", taskRecord("Einkaufen", "20071225")),
+                        local(kConduitTask, "T", taskRecord("Einkaufen", "20071224"))},
+                       {handed(kConduitTask, "T", taskRecord("Einkaufen", "20071224")),
+                        handed(kConduitTask, "T-2", taskRecord("Einkaufen", "20071225"))}),
                 ElementsAre("T-2", "T"));
 }
 
@@ -74,41 +82,40 @@ TEST(PairWithHanded, TellsEqualKeysApartByWhatTheStoreKept)
     first.set("Attendees", Array{"verloren"});
     Dictionary second = taskRecord("Einkaufen", "20071225");
     second.set("Attendees", Array{"verloren"});
-    EXPECT_THAT(pairWithHanded({local(kConduitTask, "T", taskRecord("Einkaufen", "20071225")),
-                                local(kConduitTask, "T", taskRecord("Einkaufen", "20071224"))},
-                               {handed(kConduitTask, "T", first),
-                                handed(kConduitTask, "T-2", second)}),
+    EXPECT_THAT(paired({local(kConduitTask, "T", taskRecord("Einkaufen", "20071225")),
+                        local(kConduitTask, "T", taskRecord("Einkaufen", "20071224"))},
+                       {handed(kConduitTask, "T", first), handed(kConduitTask, "T-2", second)}),
                 ElementsAre("T-2", "T"));
 }
 
 TEST(PairWithHanded, FindsAnItemUnderAnotherKeyByItsContent)
 {
-    EXPECT_THAT(pairWithHanded({local(kConduitTask, "computed", taskRecord("a", "20071224"))},
-                               {handed(kConduitTask, "agreed", taskRecord("a", "20071224"))}),
+    EXPECT_THAT(paired({local(kConduitTask, "computed", taskRecord("a", "20071224"))},
+                       {handed(kConduitTask, "agreed", taskRecord("a", "20071224"))}),
                 ElementsAre("agreed"));
 }
 
 TEST(PairWithHanded, FindsACalendarUnderAnotherKeyAndItsItemsWithIt)
 {
-    EXPECT_THAT(pairWithHanded({local(kConduitCalendar, "computed", calendarRecord("Neu", "S")),
-                                local(kConduitTask, "t", taskRecord("a", "20071224", "computed"))},
-                               {handed(kConduitCalendar, "agreed", calendarRecord("Alt", "S")),
-                                handed(kConduitTask, "T", taskRecord("a", "20071224", "agreed"))}),
+    EXPECT_THAT(paired({local(kConduitCalendar, "computed", calendarRecord("Neu", "S")),
+                        local(kConduitTask, "t", taskRecord("a", "20071224", "computed"))},
+                       {handed(kConduitCalendar, "agreed", calendarRecord("Alt", "S")),
+                        handed(kConduitTask, "T", taskRecord("a", "20071224", "agreed"))}),
                 ElementsAre("agreed", "T"));
 }
 
 TEST(PairWithHanded, LeavesWhatBelongsToNothing)
 {
-    EXPECT_THAT(pairWithHanded({local(kConduitTask, "x", taskRecord("x", "20071224"))},
-                               {handed(kConduitTask, "A", taskRecord("a", "20071224"))}),
+    EXPECT_THAT(paired({local(kConduitTask, "x", taskRecord("x", "20071224"))},
+                       {handed(kConduitTask, "A", taskRecord("a", "20071224"))}),
                 ElementsAre(kNone));
 }
 
 TEST(PairWithHanded, GivesEveryHandedRecordAwayOnce)
 {
-    EXPECT_THAT(pairWithHanded({local(kConduitTask, "A", taskRecord("a", "20071224")),
-                                local(kConduitTask, "A", taskRecord("a", "20071224"))},
-                               {handed(kConduitTask, "A", taskRecord("a", "20071224"))}),
+    EXPECT_THAT(paired({local(kConduitTask, "A", taskRecord("a", "20071224")),
+                        local(kConduitTask, "A", taskRecord("a", "20071224"))},
+                       {handed(kConduitTask, "A", taskRecord("a", "20071224"))}),
                 ElementsAre("A", kNone));
 }
 
@@ -116,18 +123,16 @@ TEST(PairWithHanded, LeavesKeptRecordsAlone)
 {
     HandedRecord kept = handed(kConduitTask, "A", taskRecord("a", "20071224"));
     kept.isKept = true;
-    EXPECT_THAT(pairWithHanded({local(kConduitTask, "A", taskRecord("a", "20071224"))}, {kept}),
+    EXPECT_THAT(paired({local(kConduitTask, "A", taskRecord("a", "20071224"))}, {kept}),
                 ElementsAre(kNone));
 }
 
 TEST(PairWithHanded, KeepsConduitsApart)
 {
-    EXPECT_THAT(pairWithHanded({local(kConduitEvent, "A", taskRecord("a", "20071224"))},
-                               {handed(kConduitTask, "A", taskRecord("a", "20071224"))}),
+    EXPECT_THAT(paired({local(kConduitEvent, "A", taskRecord("a", "20071224"))},
+                       {handed(kConduitTask, "A", taskRecord("a", "20071224"))}),
                 ElementsAre(kNone));
 }
-
-using Names = std::vector<std::optional<std::string>>;
 
 TEST(PairWithHandedWhileUnsettled, LeavesWhatIsKnownAndGivesItToNobodyElse)
 {
@@ -135,7 +140,7 @@ TEST(PairWithHandedWhileUnsettled, LeavesWhatIsKnownAndGivesItToNobodyElse)
                                 local(kConduitTask, "K", taskRecord("a", "20071225"))},
                                {handed(kConduitTask, "K", taskRecord("a", "20071224")),
                                 handed(kConduitTask, "K-2", taskRecord("a", "20071225"))},
-                               Names{"K-2", kNone}),
+                               Names{"K-2", kNone}, Looks::sayNothing),
                 ElementsAre("K-2", "K"));
 }
 
@@ -145,7 +150,7 @@ TEST(PairWithHandedWhileUnsettled, FindsAnItemInTheCalendarThatIsKnown)
                                 local(kConduitTask, "neu", taskRecord("a", "20071224", "L"))},
                                {handed(kConduitCalendar, "C", calendarRecord("Anders", "t")),
                                 handed(kConduitTask, "alt", taskRecord("a", "20071224", "C"))},
-                               Names{"C", kNone}),
+                               Names{"C", kNone}, Looks::sayNothing),
                 ElementsAre("C", "alt"));
 }
 
@@ -154,8 +159,8 @@ TEST(PairWithHandedWhileUnsettled, DoesNotTellCalendarsByTheirLooks)
     const SyncRecordList store{local(kConduitCalendar, "G", calendarRecord("Garten", "g"))};
     const std::vector<HandedRecord> state{
         handed(kConduitCalendar, "A", calendarRecord("Arbeit", "a"))};
-    EXPECT_THAT(pairWithHanded(store, state), ElementsAre("A"));
-    EXPECT_THAT(pairWithHanded(store, state, Names{kNone}), ElementsAre(kNone));
+    EXPECT_THAT(paired(store, state), ElementsAre("A"));
+    EXPECT_THAT(paired(store, state, Looks::sayNothing), ElementsAre(kNone));
 }
 
 }  // namespace

@@ -188,10 +188,11 @@ void SimulatedHome::takeItems(const SimulatedStore::Loaded& loaded, SyncRecordLi
     for (std::size_t index = 0; index < loaded.items.size(); ++index) {
         target.push_back(loaded.items[index]);
         const SimulatedItem& text = *loaded.itemTexts[index];
+        const auto occurrence = text.fields["RecurrenceId"].objectOfClass<KTSyncEnhancedDate>();
         if (telling != Telling::noPlaces)
             _reports.identities.reportIdentity(loaded.items[index],
-                                               {text.uid, "", "",
-                                                store.fileOf(*loaded.text, text)});
+                                               {text.uid, occurrence ? occurrence->iCalDate() : "",
+                                                "", store.fileOf(*loaded.text, text)});
     }
 }
 

@@ -73,6 +73,22 @@ TEST_F(SyncEngineRules, Rule19_AnEditIsComparedWithWhatIsAgreedAndTakesNothingAw
     expectRest();
 }
 
+TEST_F(SyncEngineRules, Rule19_ATaskOfTheTitleOfOneThatWasNotWrittenYetIsAnother)
+{
+    givenTwoHomes();
+    auto& b = home("b");
+    home("a").store.calendar("Privat")->items.push_back(task("Blumen", {{"Notes", "Tulpen"}}));
+    home("a").sync();
+    b.sync(broken(Break::killAfterFinish));
+    b.store.calendar("Privat")->items.push_back(task("Blumen", {{"Notes", "Rosen"}}));
+    b.store.touch();
+    syncUntilRest();
+    for (const char* name : {"a", "b"})
+        EXPECT_EQ(home(name).store.count("Blumen"), 2) << name;
+    expectEqualHomes();
+    expectRest();
+}
+
 TEST_F(SyncEngineRules, Rule19_AnEditOfWhatTheRewriteHadNothingForStands)
 {
     givenTwoHomes();

@@ -240,11 +240,11 @@ TEST_F(Scenario, TwoEventsThatTheStoreTakesForOneAreBothKept)
 {
     auto& a = home("a");
     auto& b = home("b");
-    a.store.calendars = {calendar("Privat", {event("e", "20071224T100000")})};
+    a.store.calendars = {calendar("Privat")};
     syncUntilRest();
-    // Both raise the sequence in their own way: two keys, one event to the reader.
-    a.store.item("Privat", "e")->fields.set("Sequence", "2");
-    b.store.item("Privat", "e")->fields.set("Sequence", "3");
+    // Both enter it, with a sequence of their own: two keys, one event to the reader.
+    a.store.calendar("Privat")->items = {event("e", "20071224T100000", {{"Sequence", "2"}})};
+    b.store.calendar("Privat")->items = {event("e", "20071224T100000", {{"Sequence", "3"}})};
     syncUntilRest();
     EXPECT_EQ(liveOnServer().size(), 3U);
     expectRest();

@@ -1,0 +1,32 @@
+#pragma once
+
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "Sync/Host/Engine/HandedState.h"
+#include "Sync/Host/Engine/LocalRecords.h"
+
+namespace kt {
+
+// What the store itself knows a record by outlives every edit: a calendar's folder, an item's UID
+// and, of a detached occurrence, which one it is. It counts where it stands once on both sides; an
+// item is looked for in its own calendar first.
+
+/// Whether a record and a row are known to be the same one. False where either has no identity.
+bool haveSameIdentity(std::string_view conduit, const StorePlace& left, const StorePlace& right);
+
+/// Gives records that have no row yet (`LocalRecord::seen`), with the name they are agreed under,
+/// the rows of agreed records that nobody has. `isRowTaken` is kept up.
+void pairByIdentity(std::vector<LocalRecord>& records, const Knowledge& knowledge,
+                    std::vector<bool>& isRowTaken);
+
+/// For each record of a store after a rewrite the agreed key of the handed record that it must be,
+/// or nullopt: one that stands where that was seen before, or under the UID that is the key of one
+/// that this store never had.
+std::vector<std::optional<std::string>> keysByIdentity(const SyncRecordList& records,
+                                                       const StorePlaces& places,
+                                                       const std::vector<HandedRecord>& handed,
+                                                       const Knowledge& knowledge);
+
+}  // namespace kt
