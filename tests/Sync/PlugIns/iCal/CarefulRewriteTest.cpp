@@ -105,6 +105,31 @@ TEST_P(CarefulRewrite, RemovesACopyWithTheEventThatItIsACopyOf)
     EXPECT_THAT(titles(load()), ElementsAre("Privat", "Zwei"));
 }
 
+/// One record stands for both, so a second event would come up where it was removed.
+TEST_P(CarefulRewrite, TakesATwinOfAnotherUIDForACopyOfItsEvent)
+{
+    const std::vector<StoredCalendar> calendars{
+        {"A", "Privat", {event("1", "Eins"), event("9", "Eins"), event("2", "Zwei")}}};
+    layOut(calendars);
+    SyncRecordList records = load();
+    ASSERT_THAT(titles(records), ElementsAre("Privat", "Eins", "Zwei"));
+    const auto before = store();
+    ASSERT_TRUE(save(without(records, "Zwei")));
+    EXPECT_THAT(differing(before, store()), ElementsAre(itemFile("A", 2)));
+
+    layOut(calendars);
+    records = load();
+    ASSERT_TRUE(save(without(records, "Eins")));
+    EXPECT_THAT(titles(load()), ElementsAre("Privat", "Zwei"));
+
+    layOut(calendars);
+    records = load();
+    SyncRecord& changed = records[positionOf(records, "Eins")];
+    changed = with(changed, "Title", "Neu", std::string(40, 'a'));
+    ASSERT_TRUE(save(records));
+    EXPECT_THAT(titles(load()), ElementsAre("Privat", "Neu", "Zwei"));
+}
+
 TEST_P(CarefulRewrite, KeepsACopyWhileItsEventStaysAsItIs)
 {
     layOut({{"A", "Privat", {event("1", "Eins"), event("1", "Eins"), event("2", "Zwei")}}});
