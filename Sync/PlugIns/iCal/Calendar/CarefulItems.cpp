@@ -106,15 +106,15 @@ void CarefulItems::keepOrChange(const SyncRecord& wanted, const ItemPair& pair)
     std::string writtenText;
     {
         const LossSilence silence;
-        writtenText = itemText(_pluginHelper, *stored.record, uid);
-        _stays[number] = writtenText == itemText(_pluginHelper, *wanted, uid);
+        writtenText = fullItemText(_pluginHelper, *stored.record, uid);
+        _stays[number] = writtenText == fullItemText(_pluginHelper, *wanted, uid);
     }
     if (_stays[number])
         return;
     const LossScope scope(_title, pathOf(stored.place));
-    const std::string wantedText = itemText(_pluginHelper, *wanted, uid);
+    const std::string wantedText = fullItemText(_pluginHelper, *wanted, uid);
     const LossSilence silence;
-    const std::string aim = itemText(_pluginHelper, *wanted, std::string(kAnyUID));
+    const std::string aim = fullItemText(_pluginHelper, *wanted, std::string(kAnyUID));
     const std::string_view storedText = open(pathOf(stored.place)).edit.textAt(stored.place);
     replace(stored.place,
             changedItemText({storedText, writtenText, wantedText, aim}, [&](std::string_view text) {

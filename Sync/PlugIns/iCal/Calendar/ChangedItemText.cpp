@@ -18,9 +18,29 @@ using Parts = ComponentText::PartList;
 
 /// What is carried over of a property that changed.
 enum class Carry {
-    all,        // also what the writer knew nothing of: exceptions in a second zone
+    all,        // also what the reader passed over: exceptions in a second zone
     unchanged,  // the lines of the values that stayed
+    nothing,
 };
+
+/// Of other names that the writer knows, all lines follow the record: a second status or due date
+/// would gainsay it.
+bool mayStandUnderSeveralKeys(std::string_view name)
+{
+    return name == "EXDATE" || name.starts_with("X-");
+}
+
+/// The key that came last, whose lines are all that the reader takes of such a name.
+std::string_view keyThatIsRead(const Parts& parts)
+{
+    std::unordered_set<std::string_view> seen;
+    std::string_view last;
+    for (const Part* part : parts) {
+        if (seen.insert(part->key).second)
+            last = part->key;
+    }
+    return last;
+}
 
 /// A property that says in other words what another one says, and goes when that one changes.
 struct Follower {
@@ -136,21 +156,18 @@ private:
     {
         if (!_done.insert(name).second)
             return;
-        if (_carry == Carry::all)
-            carryUnknown(name);
+        if (_carry == Carry::all && mayStandUnderSeveralKeys(name))
+            carryUnread(_stored.partsNamed(name));
         StoodParts stood(_stored.partsNamed(name), _written.partsNamed(name));
         for (const Part* wanted : _wanted.partsNamed(name))
-            add(*wanted, stood.textFor(*wanted));
+            add(*wanted, _carry == Carry::nothing ? wanted->text : stood.textFor(*wanted));
     }
 
-    /// What the writer makes nothing of.
-    void carryUnknown(std::string_view name)
+    void carryUnread(const Parts& stored)
     {
-        std::unordered_set<std::string_view> known;
-        for (const Part* part : _written.partsNamed(name))
-            known.insert(part->value);
-        for (const Part* part : _stored.partsNamed(name)) {
-            if (!part->isComponent() && !known.contains(part->value))
+        const std::string_view read = keyThatIsRead(stored);
+        for (const Part* part : stored) {
+            if (part->key != read)
                 add(*part, part->text);
         }
     }
@@ -175,7 +192,7 @@ std::string changedItemText(
     const ComponentText stored(item.stored);
     const ComponentText written(item.written);
     const ComponentText wanted(item.wanted);
-    for (const Carry carry : {Carry::all, Carry::unchanged}) {
+    for (const Carry carry : {Carry::all, Carry::unchanged, Carry::nothing}) {
         std::string text = Composition(stored, written, wanted, carry).text();
         const std::optional<std::string> read = asRead(text);
         if (read && (read == item.aim || read == wantedAsRead))

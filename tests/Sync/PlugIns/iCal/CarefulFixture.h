@@ -14,6 +14,7 @@
 #include "Sync/Host/Engine/HostSyncRecord.h"
 #include "Sync/HostInterface/KTCarefulWriting.h"
 #include "Sync/HostInterface/KTIdentityReport.h"
+#include "Sync/PlugIns/iCal/Calendar/KTSyncCalendarTools.h"
 #include "Sync/PlugIns/iCal/ICalHelper.h"
 #include "tests/support/HostClassesScope.h"
 #include "tests/support/PlatformScope.h"
@@ -184,6 +185,10 @@ protected:
         fields.set(field, std::move(value));
         return record(original->conduit(), key.empty() ? original->recordKey() : key,
                       std::move(fields));
+    }
+    static Value date(const std::string& text)
+    {
+        return KTSyncCalendarTools::parseICalDate(text, "Europe/Berlin", nullptr);
     }
     static std::size_t positionOf(const SyncRecordList& records, const std::string& title)
     {

@@ -135,16 +135,42 @@ TEST(ChangedItemText, LetsLastModifiedGoAndPercentWithTheStatusThatItTellsOf)
               component({"PERCENT-COMPLETE:50", "SUMMARY:b"}));
 }
 
-TEST(ChangedItemText, CarriesNoLineThatWouldChangeWhatIsRead)
+TEST(ChangedItemText, LetsEveryLineOfAChangedNameFollowTheRecord)
 {
-    // The second title would win over the new one behind it only if it stood last.
     EXPECT_EQ(changed(component({"SUMMARY;LANGUAGE=de:a", "SUMMARY;LANGUAGE=en:b"}),
                       component({"SUMMARY:b"}), component({"SUMMARY:c"})),
-              component({"SUMMARY;LANGUAGE=de:a", "SUMMARY:c"}));
-    // Places are all read, so an unknown one has to go.
+              component({"SUMMARY:c"}));
     EXPECT_EQ(changed(component({"LOCATION;X=1:Kiel", "LOCATION:Bonn"}),
                       component({"LOCATION:Bonn"}), component({"LOCATION:Ulm"})),
               component({"LOCATION:Ulm"}));
+    // The writer made nothing of the old status, and the new one would not be read beside it.
+    EXPECT_EQ(changed(component({"STATUS:NEEDS-ACTION", "SUMMARY:a"}), component({"SUMMARY:a"}),
+                      component({"STATUS:COMPLETED", "SUMMARY:a"})),
+              component({"STATUS:COMPLETED", "SUMMARY:a"}));
+}
+
+TEST(ChangedItemText, CarriesExceptionsOfAnotherZoneAndNoneThatTheRecordTellsOf)
+{
+    EXPECT_EQ(changed(component({"EXDATE;TZID=A:1", "EXDATE;TZID=B:2", "EXDATE;TZID=B:3"}),
+                      component({"EXDATE;TZID=B:2", "EXDATE;TZID=B:3"}),
+                      component({"EXDATE;TZID=B:3"})),
+              component({"EXDATE;TZID=A:1", "EXDATE;TZID=B:3"}));
+    EXPECT_EQ(changed(component({"EXDATE:1,2"}), component({"EXDATE;TZID=B:1", "EXDATE;TZID=B:2"}),
+                      component({"EXDATE;TZID=B:1"})),
+              component({"EXDATE;TZID=B:1"}));
+}
+
+TEST(ChangedItemText, GivesUpLinesOfChangedNamesBeforeAnythingElse)
+{
+    // Two keys of exceptions, of which one would not be read.
+    const auto reads = [](std::string_view text) {
+        const bool areMixed = text.find("EXDATE:1") != std::string_view::npos;
+        return std::optional<std::string>(areMixed ? "anders" : "gut");
+    };
+    EXPECT_EQ(changedItemText({component({"GEO:1", "EXDATE:1"}), component({"EXDATE;TZID=B:1"}),
+                               component({"EXDATE;TZID=B:1", "EXDATE;TZID=B:2"}), "gut"},
+                              reads),
+              component({"GEO:1", "EXDATE;TZID=B:1", "EXDATE;TZID=B:2"}));
 }
 
 TEST(ChangedItemText, IsTheWantedTextWhereNothingCanBeRead)
