@@ -2,12 +2,12 @@
 
 #include <algorithm>
 #include <array>
-#include <deque>
 #include <unordered_map>
 #include <unordered_set>
 #include <vector>
 
 #include "Sync/PlugIns/iCal/Calendar/ComponentText.h"
+#include "Sync/PlugIns/iCal/Calendar/StoodParts.h"
 
 namespace kt {
 
@@ -55,46 +55,6 @@ bool haveEqualTexts(const Parts& left, const Parts& right)
     return std::equal(left.begin(), left.end(), right.begin(), right.end(),
                       [](const Part* one, const Part* other) { return one->text == other->text; });
 }
-
-/// What stood under one name, for the lines that are wanted under it.
-class StoodParts {
-public:
-    StoodParts(const Parts& stored, const Parts& written)
-        : _areOneForOne(stored.size() == written.size())
-    {
-        for (const Part* part : stored) {
-            _stored.push_back(part);
-            _byValue[part->value].push_back(part);
-        }
-        for (std::size_t index = 0; index < written.size(); ++index)
-            _written[written[index]->text].push_back(index);
-    }
-
-    /// The text as it stood, if the writer makes the same of it as before; else the wanted one.
-    /// Inner components come one for one, in order; properties are known by their values.
-    std::string_view textFor(const Part& wanted)
-    {
-        const auto written = _written.find(wanted.text);
-        if (written == _written.end() || written->second.empty())
-            return wanted.text;
-        const std::size_t index = written->second.front();
-        written->second.pop_front();
-        if (wanted.isComponent())
-            return _areOneForOne ? _stored[index]->text : wanted.text;
-        const auto same = _byValue.find(wanted.value);
-        if (same == _byValue.end() || same->second.empty())
-            return wanted.text;
-        const Part* const part = same->second.front();
-        same->second.pop_front();
-        return part->text;
-    }
-
-private:
-    bool _areOneForOne;
-    std::vector<const Part*> _stored;
-    std::unordered_map<std::string_view, std::deque<const Part*>> _byValue;
-    std::unordered_map<std::string_view, std::deque<std::size_t>> _written;
-};
 
 /// Puts the component together from what stood and what is wanted.
 class Composition {
@@ -158,9 +118,21 @@ private:
             return;
         if (_carry == Carry::all && mayStandUnderSeveralKeys(name))
             carryUnread(_stored.partsNamed(name));
-        StoodParts stood(_stored.partsNamed(name), _written.partsNamed(name));
-        for (const Part* wanted : _wanted.partsNamed(name))
-            add(*wanted, _carry == Carry::nothing ? wanted->text : stood.textFor(*wanted));
+        const Parts& wanted = _wanted.partsNamed(name);
+        const StoodParts stood(_stored.partsNamed(name), _written.partsNamed(name), wanted);
+        for (std::size_t index = 0; index < wanted.size(); ++index)
+            addWanted(*wanted[index], stood.originOf(index));
+    }
+
+    void addWanted(const Part& wanted, const StoodParts::Origin& origin)
+    {
+        if (origin.stored == nullptr || (_carry == Carry::nothing && !wanted.isComponent()))
+            return add(wanted, wanted.text);
+        if (origin.isSame)
+            return add(wanted, origin.stored->text);
+        const ComponentText stored(origin.stored->text);
+        const ComponentText written(origin.written->text);
+        add(wanted, Composition(stored, written, ComponentText(wanted.text), _carry).text());
     }
 
     void carryUnread(const Parts& stored)

@@ -19,7 +19,8 @@ struct ChangedItem {
 /// same of as before, the text as it stood, with all its parameters; what the writer knows nothing
 /// of, as it stood; and the writer's own text where something changed. A name that changed follows
 /// the record with all its lines, but for exceptions and special fields under keys that the reader
-/// passes over. LAST-MODIFIED goes, since it tells of the text before.
+/// passes over. An inner component that changed is put together in the same way. LAST-MODIFIED
+/// goes, since it tells of the text before.
 ///
 /// `asRead` gives what the writer would make of a component once it was read, nullopt where it
 /// cannot be read. Where carrying text over would change what is read, less is carried, in the end

@@ -68,5 +68,52 @@ TEST_P(CarefulItemText, LeavesNoExceptionDateThatWasTakenBack)
     EXPECT_THAT(text, HasSubstr("20071226T100000\r\n"));
 }
 
+/// Wherever another program folds it.
+TEST_P(CarefulItemText, KeepsTheLineOfAnAttendeeWhenAnotherOneChanges)
+{
+    const std::string line =
+        "ATTENDEE;CN=\"Max\";PARTSTAT=ACCEPTED;ROLE=REQ-PARTICIPANT;"
+        "CUTYPE=INDIVIDUAL;RSVP=TRUE:mailto:max@example.invalid";
+    for (std::size_t fold = 1; fold < line.size(); ++fold) {
+        const std::string folded = line.substr(0, fold) + "\r\n " + line.substr(fold) + "\r\n";
+        layOut({{"A",
+                 "Privat",
+                 {event("1", "Eins", folded + "ATTENDEE;PARTSTAT=NEEDS-ACTION:mailto:eva\r\n")}}});
+        SyncRecordList records = load();
+        const std::size_t position = positionOf(records, "Eins");
+        const Value& stored = records[position]->record()["Attendees"];
+        if (!stored.isArray() || stored.array().size() != 2U)
+            continue;  // folded inside its name
+        Array attendees = stored.array();
+        Dictionary eva = attendees[1].dictionary();
+        eva.set("Status", "PARTSTAT=ACCEPTED");
+        attendees[1] = eva;
+        records[position] = with(records[position], "Attendees", attendees);
+        const auto before = store();
+        ASSERT_TRUE(save(records)) << fold;
+        EXPECT_EQ(store()[itemFile("A", 0)],
+                  replaced(before.at(itemFile("A", 0)), "NEEDS-ACTION", "ACCEPTED"))
+            << fold;
+    }
+}
+
+TEST_P(CarefulItemText, KeepsWhatElseAnAlarmHoldsThatChanged)
+{
+    const std::string alarm =
+        "BEGIN:VALARM\r\nACTION:DISPLAY\r\nDESCRIPTION:Los\r\n"
+        "X-WR-ALARMUID:abc\r\nTRIGGER:-PT15M\r\nEND:VALARM\r\n";
+    layOut({{"A", "Privat", {event("1", "Eins", alarm)}}});
+    SyncRecordList records = load();
+    const std::size_t position = positionOf(records, "Eins");
+    Array alarms = records[position]->record()["Alarms"].array();
+    Dictionary changed = alarms[0].dictionary();
+    changed.set("RelativeTrigger", "-PT30M");
+    alarms[0] = changed;
+    records[position] = with(records[position], "Alarms", alarms);
+    const auto before = store();
+    ASSERT_TRUE(save(records));
+    EXPECT_EQ(store()[itemFile("A", 0)], replaced(before.at(itemFile("A", 0)), "-PT15M", "-PT30M"));
+}
+
 }  // namespace
 }  // namespace kt::test

@@ -9,7 +9,7 @@ namespace {
 
 using testing::ElementsAre;
 
-std::string component(std::initializer_list<std::string_view> lines)
+std::string component(const std::vector<std::string_view>& lines)
 {
     std::string text = "BEGIN:VEVENT\r\n";
     for (const std::string_view line : lines)
@@ -67,6 +67,14 @@ std::string changed(const std::string& stored, const std::string& written,
     return changedItemText({stored, written, wanted, *read(wanted)}, read);
 }
 
+/// Whatever is read is what was wanted.
+std::string changedAnyhow(const std::string& stored, const std::string& written,
+                          const std::string& wanted)
+{
+    return changedItemText({stored, written, wanted, ""},
+                           [](std::string_view) { return std::optional<std::string>("same"); });
+}
+
 TEST(ChangedItemText, KeepsWhatTheWriterKnowsNothingOf)
 {
     EXPECT_EQ(changed(component({"CLASS:PRIVATE", "SUMMARY:a", "GEO;X=1:1;2"}),
@@ -88,6 +96,23 @@ TEST(ChangedItemText, KeepsTheLinesOfValuesThatStayedAmongSeveral)
                       component({"ATTENDEE:a", "ATTENDEE:b"}),
                       component({"ATTENDEE:b", "ATTENDEE:c"})),
               component({"ATTENDEE;ROLE=CHAIR:b", "ATTENDEE:c"}));
+}
+
+TEST(ChangedItemText, KeepsALineWhoseKeyIsCutWhereTheWriterCutsItToo)
+{
+    const std::string key = "ATTENDEE;ROLE=" + std::string(55, 'R') + ";CUTYPE";
+    EXPECT_EQ(changedAnyhow(component({key, " =INDIVIDUAL:a", "ATTENDEE:b"}),
+                            component({key, " :=INDIVIDUAL:a", "ATTENDEE:b"}),
+                            component({key, " :=INDIVIDUAL:a", "ATTENDEE:c"})),
+              component({key, " =INDIVIDUAL:a", "ATTENDEE:c"}));
+}
+
+TEST(ChangedItemText, TellsPropertiesOfOneValueApartByTheirOrder)
+{
+    EXPECT_EQ(changedAnyhow(component({"ATTENDEE;CN=A;X=1:a", "ATTENDEE;CN=B;X=2:a"}),
+                            component({"ATTENDEE;CN=A:a", "ATTENDEE;CN=B:a"}),
+                            component({"ATTENDEE;CN=C:a", "ATTENDEE;CN=B:a"})),
+              component({"ATTENDEE;CN=C:a", "ATTENDEE;CN=B;X=2:a"}));
 }
 
 TEST(ChangedItemText, WritesAPropertyAnewWhoseParametersChanged)
@@ -123,6 +148,30 @@ TEST(ChangedItemText, KeepsTheAlarmsThatStayedWithAllThatTheyHold)
                                alarms("A:1", "B:2"), ""},
                               [](std::string_view) { return std::optional<std::string>("same"); }),
               alarms("A;X=1:1", "B:2"));
+}
+
+TEST(ChangedItemText, KeepsTheOtherLinesOfAnAlarmThatChanged)
+{
+    const auto alarms = [](std::initializer_list<std::string_view> first,
+                           std::initializer_list<std::string_view> second) {
+        std::vector<std::string_view> lines{"BEGIN:VALARM"};
+        lines.insert(lines.end(), first);
+        lines.insert(lines.end(), {"END:VALARM", "BEGIN:VALARM"});
+        lines.insert(lines.end(), second);
+        lines.push_back("END:VALARM");
+        return component(lines);
+    };
+    EXPECT_EQ(changedAnyhow(alarms({"ACTION:A", "UID:a", "TRIGGER;X=1:1"},
+                                   {"ACTION:B", "UID:b", "TRIGGER:2"}),
+                            alarms({"ACTION:A", "TRIGGER:1"}, {"ACTION:B", "TRIGGER:2"}),
+                            alarms({"ACTION:B", "TRIGGER:3"}, {"ACTION:C", "TRIGGER:1"})),
+              alarms({"ACTION:B", "UID:b", "TRIGGER:3"}, {"ACTION:C", "UID:a", "TRIGGER;X=1:1"}));
+    // The first one went, so the second is the one that changed.
+    EXPECT_EQ(changedAnyhow(alarms({"ACTION:A", "UID:a", "TRIGGER:1"},
+                                   {"ACTION:B", "UID:b", "TRIGGER:2"}),
+                            alarms({"ACTION:A", "TRIGGER:1"}, {"ACTION:B", "TRIGGER:2"}),
+                            component({"BEGIN:VALARM", "ACTION:B", "TRIGGER:3", "END:VALARM"})),
+              component({"BEGIN:VALARM", "ACTION:B", "UID:b", "TRIGGER:3", "END:VALARM"}));
 }
 
 TEST(ChangedItemText, LetsLastModifiedGoAndPercentWithTheStatusThatItTellsOf)
