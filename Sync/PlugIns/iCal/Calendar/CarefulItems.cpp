@@ -164,7 +164,7 @@ std::string CarefulItems::pathForNew(const std::string& key)
         return StorePaths::isItemKey(key) ? freePath(key) : "";
     // A common file that cannot be read stays as it is, and new items stand beside it.
     const std::string& common = *_filing.commonFile;
-    if (!_hashes.contains(common) || open(common).isGivenUp || open(common).edit.isWhole())
+    if (!_hashes.contains(common) || open(common).edit.isWhole())
         return common;
     const std::string name = lastPathComponent(common);
     return freePath(name.substr(0, name.size() - pathExtension(name).size() - 1));
@@ -257,27 +257,34 @@ void CarefulItems::giveUp(const KTLoss& unread)
     }
     for (const ItemSources::File& file : _stored->files) {
         if (unread.extent == KTLoss::Extent::calendar || file.path == unread.file)
-            open(file.path).isGivenUp = true;
+            giveUpUnreadIn(file.path);
     }
 }
 
-std::vector<TextPlace> CarefulItems::wantedPlacesIn(const std::string& path) const
+/// What was read stays, and what of the rest has a place of its own is asked for by itself.
+void CarefulItems::giveUpUnreadIn(const std::string& path)
 {
-    std::vector<TextPlace> places;
-    for (std::size_t number = 0; number < _stored->items.size(); ++number) {
-        if (_isWanted[number] && pathOf(_stored->items[number].place) == path)
-            places.push_back(_stored->items[number].place);
-    }
-    return places;
+    std::vector<TextPlace> known;
+    const auto addFrom = [&](const auto& list) {
+        for (const auto& each : list) {
+            if (pathOf(each.place) == path)
+                known.push_back(each.place);
+        }
+    };
+    addFrom(_stored->items);
+    addFrom(_stored->copies);
+    addFrom(_stored->unread);
+    OpenFile& file = open(path);
+    file.edit.giveUpUnread(known);
+    file.isChanged = true;
 }
 
 void CarefulItems::finish(StoreEdits& edits)
 {
     for (const auto& [path, file] : _open) {
-        if (!file.isChanged && !file.isGivenUp)
+        if (!file.isChanged)
             continue;
-        std::string text =
-            file.isGivenUp ? file.edit.resultOf(wantedPlacesIn(path)) : file.edit.result();
+        std::string text = file.edit.result();
         if (_filing.commonFile != path && !holdsMoreThanFrame(text))
             edits.remove(path, _title);
         else

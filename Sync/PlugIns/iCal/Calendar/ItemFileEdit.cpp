@@ -5,23 +5,13 @@
 #include <utility>
 
 #include "Sync/Foundation/Text.h"
+#include "Sync/PlugIns/iCal/Calendar/AnyCase.h"
 #include "Sync/PlugIns/iCal/Calendar/ItemFile.h"
+#include "Sync/PlugIns/iCal/Calendar/UnreadStretches.h"
 
 namespace kt {
 
 namespace {
-
-char upper(char letter)
-{
-    return letter >= 'a' && letter <= 'z' ? static_cast<char>(letter - 'a' + 'A') : letter;
-}
-
-bool beginsWithoutCase(std::string_view line, std::string_view word)
-{
-    return line.size() >= word.size() &&
-           std::equal(word.begin(), word.end(), line.begin(),
-                      [](char wanted, char letter) { return wanted == upper(letter); });
-}
 
 /// A line that begins a component which is no part of the frame, in letters of any kind.
 bool beginsComponent(std::string_view line)
@@ -29,7 +19,7 @@ bool beginsComponent(std::string_view line)
     constexpr std::string_view kBegin = "BEGIN:";
     constexpr std::array<std::string_view, 4> kFrame{"VCALENDAR", "VTIMEZONE", "STANDARD",
                                                      "DAYLIGHT"};
-    return beginsWithoutCase(line, kBegin) &&
+    return beginsInAnyCase(line, kBegin) &&
            std::find(kFrame.begin(), kFrame.end(), line.substr(kBegin.size())) == kFrame.end();
 }
 
@@ -108,15 +98,16 @@ std::string ItemFileEdit::result() const
     return result;
 }
 
-std::string ItemFileEdit::resultOf(const std::vector<TextPlace>& places) const
+void ItemFileEdit::giveUpUnread(const std::vector<TextPlace>& known)
 {
-    std::string result(kItemFileHeader);
-    for (const TextPlace& place : places) {
-        const auto edit = _edits.find(place.offset);
-        result += edit == _edits.end() ? textAt(place) : std::string_view(edit->second.text);
-    }
-    result += _appended;
-    return result += kItemFileFooter;
+    if (!isReadableUTF8(_text) || !beginsCalendar(_text))
+        *this = ItemFileEdit(std::string(kItemFileHeader) + std::string(kItemFileFooter));
+    else if (!isWhole())
+        *this =
+            ItemFileEdit(_bytes + std::string(_text.ends_with(kItemLineEnd) ? "" : kItemLineEnd) +
+                         std::string(kItemFileFooter));
+    for (const TextPlace& stretch : unreadStretches(_text, known))
+        replace(stretch, "");
 }
 
 bool holdsMoreThanFrame(std::string_view fileText)

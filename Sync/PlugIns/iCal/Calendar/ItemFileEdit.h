@@ -29,9 +29,10 @@ public:
     void replace(const TextPlace& place, std::string component);
     /// Adds a component behind all others.
     void append(std::string_view component);
+    /// Takes out what stands of events and tasks outside of the known places, before anything is
+    /// put there. A file that does not open and close a calendar keeps what it can of one.
+    void giveUpUnread(const std::vector<TextPlace>& known);
     std::string result() const;
-    /// A new file of these components, or what was put in their places, and of what was added.
-    std::string resultOf(const std::vector<TextPlace>& places) const;
 
 private:
     struct Edit {

@@ -76,26 +76,6 @@ TEST_P(CarefulRewrite, AddsNewItemsBesideTheOthers)
     EXPECT_THAT(titles(load()), ElementsAre("Privat", "Eins", "Neu"));
 }
 
-TEST_P(CarefulRewrite, LeavesTextThatGaveNoRecordWhereItStands)
-{
-    const std::string journal = "BEGIN:VJOURNAL\r\nUID:j\r\nEND:VJOURNAL\r\n";
-    const std::string twin = event("9", "Eins", "X-ANDERS:1\r\n");
-    layOut({{"A", "Privat", {event("1", "Eins") + journal + twin, event("2", "Zwei")}}});
-    SyncRecordList records = load();
-    auto expected = store();
-    const std::string file = itemFile("A", 0);
-    SyncRecord& changed = records[positionOf(records, "Eins")];
-    changed = with(changed, "Location", "Kiel");
-    ASSERT_TRUE(save(without(records, "Zwei")));
-    expected[file] =
-        replaced(expected[file], event("1", "Eins"), event("1", "Eins", "LOCATION:Kiel\r\n"));
-    if (is104())
-        expected[file] = replaced(expected[file], event("2", "Zwei"), "");
-    else
-        expected.erase(itemFile("A", 1));
-    EXPECT_EQ(store(), expected);
-}
-
 TEST_P(CarefulRewrite, RemovesACopyWithTheEventThatItIsACopyOf)
 {
     layOut({{"A", "Privat", {event("1", "Eins"), event("1", "Eins"), event("2", "Zwei")}}});
@@ -139,46 +119,6 @@ TEST_P(CarefulRewrite, KeepsACopyWhileItsEventStaysAsItIs)
     EXPECT_THAT(differing(before, store()), ElementsAre(itemFile("A", 2)));
 }
 
-TEST_P(CarefulRewrite, LeavesAFileThatCannotBeReadAndWritesAroundIt)
-{
-    layOut({{"A", "Privat", {event("1", "Eins")}}});
-    const std::string broken = folderOf("A") + (is104() ? "" : "Events/") + "kaputt.ics";
-    home.write(broken, "BEGIN:VCALENDAR\r\n" + event("9", "Neun"));
-    SyncRecordList records = load();
-    const std::string calendar = records[0]->recordKey();
-    records.push_back(
-        record(kConduitTask, "kaputt", {{"Title", "Neu"}, {"ParentRecordKey", calendar}}));
-    const auto before = store();
-    ASSERT_TRUE(save(without(records, "Eins")));
-    EXPECT_EQ(store()[broken], before.at(broken));
-    EXPECT_THAT(titles(load()), ElementsAre("Privat", "Neu"));
-}
-
-TEST_P(CarefulRewrite, LeavesACalendarWhoseItemsEndedInAnExceptionAsItIs)
-{
-    layOut({{"A", "Privat", {event("1", "Eins", "RRULE:COUNT=2\r\nRRULE:COUNT=3\r\n")}},
-            {"B", "Arbeit", {event("2", "Zwei")}}});
-    const SyncRecordList records = load();
-    ASSERT_THAT(titles(records), ElementsAre("Arbeit", "Zwei"));
-    auto expected = store();
-    ASSERT_TRUE(save(without(records, "Zwei")));
-    if (is104())
-        expected[itemFile("B", 0)] = replaced(expected[itemFile("B", 0)], event("2", "Zwei"), "");
-    else
-        expected.erase(itemFile("B", 0));
-    EXPECT_EQ(store(), expected);
-}
-
-TEST_P(CarefulRewrite, LeavesACalendarThatAnotherOneOfItsTitleDisplaced)
-{
-    layOut({{"A", "Privat", {event("1", "Eins")}}, {"B", "Privat", {event("2", "Zwei")}}});
-    const SyncRecordList records = load();
-    ASSERT_THAT(titles(records), ElementsAre("Privat", "Zwei"));
-    const auto before = store();
-    ASSERT_TRUE(save(without(records, "Zwei")));
-    EXPECT_THAT(differing(before, store()), ElementsAre(itemFile("B", 0)));
-}
-
 TEST_P(CarefulRewrite, RemovesACalendarThatIsGoneWithItsFolder)
 {
     layOut({{"A", "Privat", {event("1", "Eins")}}, {"B", "Arbeit", {event("2", "Zwei")}}});
@@ -186,17 +126,6 @@ TEST_P(CarefulRewrite, RemovesACalendarThatIsGoneWithItsFolder)
     ASSERT_TRUE(save(without(without(records, "Eins"), "Privat")));
     EXPECT_FALSE(home.exists(folderOf("A")));
     EXPECT_THAT(titles(load()), ElementsAre("Arbeit", "Zwei"));
-}
-
-TEST_P(CarefulRewrite, KeepsTheFolderOfACalendarThatIsGoneForTheTextThatNobodyCouldRead)
-{
-    layOut({{"A", "Privat", {event("1", "Eins")}}});
-    const std::string broken = folderOf("A") + (is104() ? "" : "Events/") + "kaputt.ics";
-    home.write(broken, "BEGIN:VCALENDAR\r\n" + event("9", "Neun"));
-    load();
-    ASSERT_TRUE(save({}));
-    EXPECT_TRUE(home.exists(broken));
-    EXPECT_TRUE(home.exists(folderOf("A") + "Info.plist"));
 }
 
 TEST_P(CarefulRewrite, KeepsARenamedCalendarInItsFolderWithEveryItem)
@@ -331,36 +260,6 @@ TEST_P(CarefulRewrite, WritesNothingWhenAFileChangedSinceItWasLoaded)
     const auto before = store();
     EXPECT_FALSE(save(without(records, "Eins")));
     EXPECT_EQ(store(), before);
-}
-
-TEST_P(CarefulRewrite, PutsWhatTheHostHandsOutInThePlaceOfTextThatItGivesUp)
-{
-    layOut({{"A", "Privat", {event("1", "Eins")}}});
-    const std::string broken = folderOf("A") + (is104() ? "" : "Events/") + "kaputt.ics";
-    home.write(broken, "BEGIN:VCALENDAR\r\n" + event("9", "Neun"));
-    SyncRecordList records = load();
-    records.push_back(record(kConduitTask, std::string(40, 'a'),
-                             {{"Title", "Neun"}, {"ParentRecordKey", records[0]->recordKey()}}));
-    careful.givesUp = [&](const KTLoss& unread) { return unread.file == home.path(broken); };
-    ASSERT_TRUE(save(records));
-    EXPECT_FALSE(home.exists(broken));
-    EXPECT_THAT(titles(load()), ElementsAre("Privat", "Eins", "Neun"));
-}
-
-TEST_P(CarefulRewrite, WritesACalendarThatTheHostGivesUpInItsOwnFolder)
-{
-    layOut({{"A", "Privat", {event("1", "Eins")}}, {"B", "Arbeit", {event("2", "Zwei")}}});
-    const SyncRecordList records = load();
-    const std::string info = folderOf("A") + "Info.plist";
-    home.write(info, "kaputt");
-    ASSERT_THAT(titles(load()), ElementsAre("Arbeit", "Zwei"));
-    careful.givesUp = [&](const KTLoss& unread) { return unread.file == home.path(info); };
-    ASSERT_TRUE(save(records));
-    EXPECT_THAT(titles(load()), UnorderedElementsAre("Privat", "Eins", "Arbeit", "Zwei"));
-    EXPECT_FALSE(home.exists(folderOf(records[0]->recordKey())));
-    // What stood there went, or it would be a copy of what was written.
-    for (const LoadedCalendar& calendar : loaded.calendars)
-        EXPECT_LE(calendar.files.size(), 1U);
 }
 
 TEST_P(CarefulRewrite, SavesTheStoreInThePluginsFolderBeforeItIsTouched)
