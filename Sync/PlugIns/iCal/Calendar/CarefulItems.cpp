@@ -285,10 +285,17 @@ void CarefulItems::finish(StoreEdits& edits)
         if (!file.isChanged)
             continue;
         std::string text = file.edit.result();
-        if (_filing.commonFile != path && !holdsMoreThanFrame(text))
+        if (_filing.commonFile != path && !holdsMoreThanFrame(text)) {
             edits.remove(path, _title);
-        else
+            continue;
+        }
+        if (!file.edit.takesOut()) {
             edits.write(path, std::move(text), _title);
+            continue;
+        }
+        if (file.edit.puts())
+            edits.write(path, file.edit.resultBeforeTakingOut(), _title);
+        edits.takeOut(path, std::move(text), _title);
     }
     // iCal looks for the common file of every calendar.
     if (_stored == nullptr && _filing.commonFile && _newFiles.empty())

@@ -64,7 +64,29 @@ std::size_t ItemFileEdit::positionInFile(std::size_t offset) const
                         (kCutLineEnd.size() - kItemLineEnd.size());
 }
 
-std::string ItemFileEdit::result() const
+std::string ItemFileEdit::result() const { return resultOf(_edits); }
+
+std::string ItemFileEdit::resultBeforeTakingOut() const
+{
+    Edits puts = _edits;
+    std::erase_if(puts, [](const auto& entry) { return entry.second.text.empty(); });
+    return resultOf(puts);
+}
+
+bool ItemFileEdit::takesOut() const
+{
+    return std::any_of(_edits.begin(), _edits.end(),
+                       [](const auto& entry) { return entry.second.text.empty(); });
+}
+
+bool ItemFileEdit::puts() const
+{
+    return !_appended.empty() || std::any_of(_edits.begin(), _edits.end(), [](const auto& entry) {
+        return !entry.second.text.empty();
+    });
+}
+
+std::string ItemFileEdit::resultOf(const Edits& edits) const
 {
     std::string result;
     std::string appended = _appended;
@@ -76,7 +98,7 @@ std::string ItemFileEdit::result() const
     };
     std::size_t behindEdit = 0;
     std::string inner;
-    for (const auto& [offset, edit] : _edits) {
+    for (const auto& [offset, edit] : edits) {
         if (offset < behindEdit) {
             inner += edit.text;
             continue;
