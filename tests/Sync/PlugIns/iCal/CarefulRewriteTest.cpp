@@ -4,7 +4,6 @@ namespace kt::test {
 namespace {
 
 using ::testing::ElementsAre;
-using ::testing::HasSubstr;
 using ::testing::IsEmpty;
 using ::testing::Not;
 using ::testing::UnorderedElementsAre;
@@ -117,55 +116,6 @@ TEST_P(CarefulRewrite, KeepsACopyWhileItsEventStaysAsItIs)
     const auto before = store();
     ASSERT_TRUE(save(without(records, "Zwei")));
     EXPECT_THAT(differing(before, store()), ElementsAre(itemFile("A", 2)));
-}
-
-TEST_P(CarefulRewrite, RemovesACalendarThatIsGoneWithItsFolder)
-{
-    layOut({{"A", "Privat", {event("1", "Eins")}}, {"B", "Arbeit", {event("2", "Zwei")}}});
-    const SyncRecordList records = load();
-    ASSERT_TRUE(save(without(without(records, "Eins"), "Privat")));
-    EXPECT_FALSE(home.exists(folderOf("A")));
-    EXPECT_THAT(titles(load()), ElementsAre("Arbeit", "Zwei"));
-}
-
-TEST_P(CarefulRewrite, KeepsARenamedCalendarInItsFolderWithEveryItem)
-{
-    layOut({{"A", "Privat", {event("1", "Eins"), event("2", "Zwei")}}});
-    SyncRecordList records = load();
-    const std::string key(40, 'c');
-    for (SyncRecord& item : records) {
-        if (item->conduit() != kConduitCalendar)
-            item = with(item, "ParentRecordKey", key, item->recordKey().substr(1) + "0");
-    }
-    records[0] = with(records[0], "Title", "Neu", key);
-    if (is104())
-        records[0] = with(records[0], "ParentRecordKey", key);  // stands at the top
-    const auto before = store();
-    ASSERT_TRUE(save(records));
-    EXPECT_THAT(differing(before, store()), ElementsAre(folderOf("A") + "Info.plist"));
-    const auto info = dictionaryWithContentsOfFile(home.path(folderOf("A") + "Info.plist"));
-    EXPECT_EQ((*info)["Title"], Value("Neu"));
-    EXPECT_EQ((*info)["Unbekannt"], Value("bleibt"));
-    EXPECT_EQ((*info)["Key"], Value("A"));
-}
-
-TEST_P(CarefulRewrite, NeverPutsANewCalendarWhereSomethingStands)
-{
-    layOut({{"A", "Privat", {event("1", "Eins")}}});
-    home.write(folderOf("B") + "Info.plist", "kaputt");
-    SyncRecordList records = load();
-    const std::string key(40, 'd');
-    records.push_back(record(kConduitCalendar, key,
-                             {{"Type", "CalendarNode"},
-                              {"Title", "Neu"},
-                              {"Color", "#FF0000"},
-                              {"Notes", ""},
-                              {"SourceKey", "B"}}));
-    records.push_back(
-        record(kConduitEvent, std::string(40, 'e'), {{"Title", "Drei"}, {"ParentRecordKey", key}}));
-    ASSERT_TRUE(save(records));
-    EXPECT_EQ(home.read(folderOf("B") + "Info.plist"), "kaputt");
-    EXPECT_THAT(titles(load()), UnorderedElementsAre("Privat", "Eins", "Neu", "Drei"));
 }
 
 TEST_P(CarefulRewrite, KeepsASeriesAndItsOccurrencesInOneFileUnderOneUID)
