@@ -100,6 +100,10 @@ void Layout104::planIndex(KTSyncPluginHelper* pluginHelper, const CarefulStore& 
     const Dictionary merged = merge.merged(stored.value_or(Dictionary()), tree.nodeFile());
     if (merged != stored)
         edits.write(paths().nodeFile(), xmlPropertyList(merged), "");
+    for (const CarefulCalendar& calendar : store.calendars) {
+        if (merge.hasStayed(calendar.stored))
+            tellThatGroupStays(store, calendar);
+    }
 }
 
 }  // namespace kt

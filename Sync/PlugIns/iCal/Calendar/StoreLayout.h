@@ -18,6 +18,7 @@ class KTSyncCalendar;
 class KTSyncCalendarStore;
 class KTSyncEvent;
 class StoreEdits;
+struct CarefulCalendar;
 struct CarefulStore;
 struct ItemFiling;
 struct LoadedCalendar;

@@ -132,5 +132,49 @@ TEST_P(CarefulCalendars, KnowsARenamedGroupByItsMembers)
     EXPECT_EQ(store()[file], replaced(before, ">Zuhause<", ">Zu Hause<"));
 }
 
+/// They are one group to the reader, and only the last one's text is read.
+TEST_P(CarefulCalendars, LeavesTheMembersOfTwoGroupsOfOneTitleWhereTheyAre)
+{
+    const auto layOutGroups = [&] {
+        layOut({{"A", "Arbeit", {event("1", "Eins")}}, {"B", "Privat", {}}, {"C", "Verein", {}}},
+               {{"G", "Gruppe", {"A"}}, {"H", "Gruppe", {"B"}}});
+        return load();
+    };
+    SyncRecordList records = layOutGroups();
+    const auto before = store();
+    SyncRecord& changed = records[positionOf(records, "Eins")];
+    changed = with(changed, "Location", "Kiel");
+    ASSERT_TRUE(save(records));
+    EXPECT_THAT(differing(before, store()), ElementsAre(itemFile("A", 0)));
+
+    // Wherever else it is wanted.
+    records = layOutGroups();
+    SyncRecord& moved = records[positionOf(records, "Arbeit")];
+    moved = with(moved, "ParentRecordKey", moved->recordKey());
+    ASSERT_TRUE(save(records));
+    EXPECT_EQ(store(), before);
+    const auto losses = classes.lossesAsTold();
+    EXPECT_EQ(std::count_if(losses.begin(), losses.end(),
+                            [](const KTLoss& loss) {
+                                return loss.kind == KTLoss::Kind::curtailed &&
+                                       loss.calendar == "Arbeit";
+                            }),
+              1);
+
+    // Another one comes into the group that is read.
+    records = layOutGroups();
+    SyncRecord& third = records[positionOf(records, "Verein")];
+    third = with(third, "ParentRecordKey", records[positionOf(records, "Gruppe")]->recordKey());
+    ASSERT_TRUE(save(records));
+    if (is104()) {
+        const Array nodes = (*dictionaryWithContentsOfFile(home.path(kNodeFile)))["List"].array();
+        ASSERT_EQ(nodes.size(), 2U);
+        EXPECT_EQ(nodes[0].dictionary()["Subnodes"].array().size(), 1U);
+        EXPECT_EQ(nodes[1].dictionary()["Subnodes"].array().size(), 2U);
+    } else {
+        EXPECT_THAT(differing(before, store()), ElementsAre(groupFile("H")));
+    }
+}
+
 }  // namespace
 }  // namespace kt::test
