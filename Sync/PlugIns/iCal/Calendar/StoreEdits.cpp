@@ -22,6 +22,7 @@ void StoreEdits::takeOut(std::string path, std::string bytes, std::string calend
 
 void StoreEdits::remove(std::string path, std::string calendarTitle)
 {
+    _removed.insert(path);
     _removals.push_back({std::move(path), std::move(calendarTitle)});
 }
 

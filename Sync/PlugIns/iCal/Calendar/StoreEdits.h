@@ -21,6 +21,7 @@ public:
 
     bool empty() const { return _writes.empty() && _takings.empty() && _removals.empty(); }
     bool writes(const std::string& path) const { return _paths.contains(path); }
+    bool removes(const std::string& path) const { return _removed.contains(path); }
 
     /// Writes first, in the order in which they came, each file whole at every instant; then takes
     /// items out; then removes. Nothing is taken out or removed unless everything could be written:
@@ -48,7 +49,8 @@ private:
     std::vector<Write> _writes;
     std::vector<Write> _takings;
     std::vector<Removal> _removals;
-    std::unordered_set<std::string> _paths;  // of what is written
+    std::unordered_set<std::string> _paths;    // of what is written
+    std::unordered_set<std::string> _removed;  // paths
 };
 
 }  // namespace kt

@@ -74,15 +74,25 @@ TEST_P(CarefulUnread, LeavesACalendarThatAnotherOneOfItsTitleDisplaced)
     EXPECT_THAT(differing(before, store()), ElementsAre(itemFile("B", 0)));
 }
 
-TEST_P(CarefulUnread, KeepsTheFolderOfACalendarThatIsGoneForTheTextThatNobodyCouldRead)
+TEST_P(CarefulUnread, KeepsTheFolderOfACalendarThatIsGoneAsOneThatCannotBeRead)
 {
-    layOut({{"A", "Privat", {event("1", "Eins")}}});
+    layOut({{"A", "Privat", {event("1", "Eins")}}, {"B", "Arbeit", {}}});
     const std::string broken = folderOf("A") + (is104() ? "" : "Events/") + "kaputt.ics";
     home.write(broken, "BEGIN:VCALENDAR\r\n" + event("9", "Neun"));
-    load();
-    ASSERT_TRUE(save({}));
-    EXPECT_TRUE(home.exists(broken));
-    EXPECT_TRUE(home.exists(folderOf("A") + "Info.plist"));
+    const SyncRecordList records = load();
+    const auto before = store();
+    ASSERT_TRUE(save(without(without(records, "Eins"), "Privat")));
+    EXPECT_EQ(store()[broken], before.at(broken));
+    EXPECT_EQ(store()[kNodeFile], is104() ? before.at(kNodeFile) : "");
+
+    // Nothing comes back, and nobody forgets the text.
+    const SyncRecordList left = load();
+    EXPECT_THAT(titles(left), ElementsAre("Arbeit"));
+    ASSERT_EQ(loaded.unread.size(), 1U);
+    EXPECT_EQ(loaded.unread[0].file, home.path(folderOf("A") + "Info.plist"));
+    const auto settled = inodes();
+    ASSERT_TRUE(save(left));
+    EXPECT_THAT(differing(settled, inodes()), IsEmpty());
 }
 
 TEST_P(CarefulUnread, PutsWhatTheHostHandsOutInThePlaceOfTextThatItGivesUp)
