@@ -1,4 +1,6 @@
-#include <algorithm>
+#include <cstddef>
+#include <cstdint>
+#include <map>
 #include <utility>
 
 #include "Sync/Foundation/Digest.h"
@@ -159,17 +161,16 @@ void Loader::finishCalendar(KTSyncCalendar& calendar)
     if (loadedCalendar == nullptr)
         return;
     LoadedCalendar& kept = *std::exchange(loadedCalendar, nullptr);
-    const auto isOf = [](const TextPlace& place) {
-        return [&place](const LoadedItem& item) {
-            return item.place.file == place.file && item.place.offset == place.offset;
-        };
-    };
+    std::map<std::pair<std::uint32_t, std::size_t>, std::size_t> numbers;  // of items, by place
+    for (std::size_t number = 0; number < kept.items.size() && !sources.copies.empty(); ++number)
+        numbers.emplace(std::pair(kept.items[number].place.file, kept.items[number].place.offset),
+                        number);
     for (ItemSources::Copy& copy : sources.copies) {
-        const auto first =
-            std::find_if(kept.items.begin(), kept.items.end(), isOf(sources.events[copy.of]));
-        if (first == kept.items.end())
+        const TextPlace& first = sources.events[copy.of];
+        const auto number = numbers.find({first.file, first.offset});
+        if (number == numbers.end())
             continue;
-        copy.of = static_cast<std::size_t>(first - kept.items.begin());
+        copy.of = number->second;
         kept.copies.push_back(copy);
     }
     kept.files = std::move(sources.files);

@@ -1,6 +1,7 @@
 #include "Sync/PlugIns/iCal/Calendar/CalendarPlaces.h"
 
 #include <algorithm>
+#include <map>
 #include <unordered_map>
 #include <unordered_set>
 
@@ -24,6 +25,13 @@ std::string sourceKeyIn(const KTSyncRecord& record)
 {
     const Value& key = record.record()["SourceKey"];
     return key.isString() ? std::string(key.string()) : std::string();
+}
+
+std::string parentKeyIn(const KTSyncRecord& record)
+{
+    const Value& key = record.record()["ParentRecordKey"];
+    return key.isString() && key != Value(record.recordKey()) ? std::string(key.string())
+                                                              : std::string();
 }
 
 /// Calendars of the store that no other one has taken, by a key of theirs. Groups and calendars
@@ -54,6 +62,43 @@ private:
     std::unordered_map<std::string, const LoadedCalendar*> _byKey;
 };
 
+/// In which groups of the store the members of a group were.
+class GroupsOfMembers {
+public:
+    GroupsOfMembers(const LoadedStore& loaded, const std::vector<SyncRecord>& calendars,
+                    const std::vector<CalendarPlaces::Place>& places)
+    {
+        std::unordered_set<std::string> groups;
+        for (const LoadedCalendar& calendar : loaded.calendars) {
+            if (isGroup(*calendar.record))
+                groups.insert(calendar.recordKey);
+        }
+        for (std::size_t index = 0; index < calendars.size(); ++index) {
+            const LoadedCalendar* const stored = places[index].stored;
+            const auto& former =
+                stored == nullptr ? std::nullopt : stored->calendar->parentRecordKey();
+            if (former && groups.contains(*former))
+                _members[parentKeyIn(*calendars[index])][*former]++;
+        }
+    }
+
+    /// The key of the group that most of its members were in; empty when none was in one.
+    std::string formerKeyOf(const KTSyncRecord& group) const
+    {
+        const auto members = _members.find(group.recordKey());
+        if (!isGroup(group) || members == _members.end())
+            return "";
+        return std::max_element(members->second.begin(), members->second.end(),
+                                [](const auto& left, const auto& right) {
+                                    return left.second < right.second;
+                                })
+            ->first;
+    }
+
+private:
+    std::unordered_map<std::string, std::map<std::string, int>> _members;  // by group, by former
+};
+
 }  // namespace
 
 CalendarPlaces::CalendarPlaces(const LoadedStore& loaded, const StoreLayout& layout)
@@ -77,10 +122,13 @@ std::vector<CalendarPlaces::Place> CalendarPlaces::placesFor(
                 places[index].stored = found;
         }
     };
-    claim([](const LoadedCalendar& loaded) { return std::optional(loaded.recordKey); },
-          [](const KTSyncRecord& record) { return record.recordKey(); });
     claim([](const LoadedCalendar& loaded) { return loaded.calendar->ownSourceKey(); },
           sourceKeyIn);
+    claim([](const LoadedCalendar& loaded) { return std::optional(loaded.recordKey); },
+          [](const KTSyncRecord& record) { return record.recordKey(); });
+    const GroupsOfMembers groups(_loaded, calendars, places);
+    claim([](const LoadedCalendar& loaded) { return std::optional(loaded.recordKey); },
+          [&](const KTSyncRecord& record) { return groups.formerKeyOf(record); });
 
     std::unordered_set<std::string> taken;
     for (const LoadedCalendar* loaded : claimed)

@@ -12,7 +12,8 @@ namespace kt {
 class StoreLayout;
 
 /// Where the calendars of a rewrite stand. A calendar stays in the folder that the store has it in,
-/// found by its record key and, since that changes with the title, by its source key; a new one
+/// found by its source key, which is that folder, or else by its record key, which another calendar
+/// may take over with the title. A group that has neither is known by its members. A new calendar
 /// gets a folder that nothing stands in.
 class CalendarPlaces {
 public:

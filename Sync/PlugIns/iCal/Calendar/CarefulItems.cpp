@@ -106,15 +106,15 @@ void CarefulItems::keepOrChange(const SyncRecord& wanted, const ItemPair& pair)
     std::string writtenText;
     {
         const LossSilence silence;
-        writtenText = itemText(_pluginHelper, *stored.record, uid);
-        _stays[number] = writtenText == itemText(_pluginHelper, *wanted, uid);
+        writtenText = fullItemText(_pluginHelper, *stored.record, uid);
+        _stays[number] = writtenText == fullItemText(_pluginHelper, *wanted, uid);
     }
     if (_stays[number])
         return;
     const LossScope scope(_title, pathOf(stored.place));
-    const std::string wantedText = itemText(_pluginHelper, *wanted, uid);
+    const std::string wantedText = fullItemText(_pluginHelper, *wanted, uid);
     const LossSilence silence;
-    const std::string aim = itemText(_pluginHelper, *wanted, std::string(kAnyUID));
+    const std::string aim = fullItemText(_pluginHelper, *wanted, std::string(kAnyUID));
     const std::string_view storedText = open(pathOf(stored.place)).edit.textAt(stored.place);
     replace(stored.place,
             changedItemText({storedText, writtenText, wantedText, aim}, [&](std::string_view text) {
@@ -164,7 +164,7 @@ std::string CarefulItems::pathForNew(const std::string& key)
         return StorePaths::isItemKey(key) ? freePath(key) : "";
     // A common file that cannot be read stays as it is, and new items stand beside it.
     const std::string& common = *_filing.commonFile;
-    if (!_hashes.contains(common) || open(common).isGivenUp || open(common).edit.isWhole())
+    if (!_hashes.contains(common) || open(common).edit.isWhole())
         return common;
     const std::string name = lastPathComponent(common);
     return freePath(name.substr(0, name.size() - pathExtension(name).size() - 1));
@@ -257,31 +257,45 @@ void CarefulItems::giveUp(const KTLoss& unread)
     }
     for (const ItemSources::File& file : _stored->files) {
         if (unread.extent == KTLoss::Extent::calendar || file.path == unread.file)
-            open(file.path).isGivenUp = true;
+            giveUpUnreadIn(file.path);
     }
 }
 
-std::vector<TextPlace> CarefulItems::wantedPlacesIn(const std::string& path) const
+/// What was read stays, and what of the rest has a place of its own is asked for by itself.
+void CarefulItems::giveUpUnreadIn(const std::string& path)
 {
-    std::vector<TextPlace> places;
-    for (std::size_t number = 0; number < _stored->items.size(); ++number) {
-        if (_isWanted[number] && pathOf(_stored->items[number].place) == path)
-            places.push_back(_stored->items[number].place);
-    }
-    return places;
+    std::vector<TextPlace> known;
+    const auto addFrom = [&](const auto& list) {
+        for (const auto& each : list) {
+            if (pathOf(each.place) == path)
+                known.push_back(each.place);
+        }
+    };
+    addFrom(_stored->items);
+    addFrom(_stored->copies);
+    addFrom(_stored->unread);
+    OpenFile& file = open(path);
+    file.edit.giveUpUnread(known);
+    file.isChanged = true;
 }
 
 void CarefulItems::finish(StoreEdits& edits)
 {
     for (const auto& [path, file] : _open) {
-        if (!file.isChanged && !file.isGivenUp)
+        if (!file.isChanged)
             continue;
-        std::string text =
-            file.isGivenUp ? file.edit.resultOf(wantedPlacesIn(path)) : file.edit.result();
-        if (_filing.commonFile != path && !holdsMoreThanFrame(text))
+        std::string text = file.edit.result();
+        if (_filing.commonFile != path && !holdsMoreThanFrame(text)) {
             edits.remove(path, _title);
-        else
+            continue;
+        }
+        if (!file.edit.takesOut()) {
             edits.write(path, std::move(text), _title);
+            continue;
+        }
+        if (file.edit.puts())
+            edits.write(path, file.edit.resultBeforeTakingOut(), _title);
+        edits.takeOut(path, std::move(text), _title);
     }
     // iCal looks for the common file of every calendar.
     if (_stored == nullptr && _filing.commonFile && _newFiles.empty())

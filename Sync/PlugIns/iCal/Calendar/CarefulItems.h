@@ -48,11 +48,11 @@ private:
     struct OpenFile {
         ItemFileEdit edit;
         bool isChanged = false;
-        bool isGivenUp = false;  // nothing stays but what was read
     };
 
     void giveUp();
     void giveUp(const KTLoss& unread);
+    void giveUpUnreadIn(const std::string& path);
     void findHome(const SyncRecord& wanted, const LoadedItem& stored);
     void keepOrChange(const SyncRecord& wanted, const ItemPair& pair);
     void add(const SyncRecord& wanted);
@@ -65,7 +65,6 @@ private:
     const std::string& pathOf(const TextPlace& place) const;
     std::string pathForNew(const std::string& key);
     std::string freePath(const std::string& stem) const;
-    std::vector<TextPlace> wantedPlacesIn(const std::string& path) const;
     OpenFile& open(const std::string& path);
     std::string freeUID(const std::string& key);
     void replace(const TextPlace& place, std::string component);

@@ -1,7 +1,9 @@
 #include "Sync/PlugIns/iCal/Calendar/CarefulStore.h"
 
+#include <algorithm>
 #include <utility>
 
+#include "Sync/HostInterface/KTLossReport.h"
 #include "Sync/PlugIns/iCal/Calendar/CalendarPlaces.h"
 #include "Sync/PlugIns/iCal/Calendar/KTSyncCalendar.h"
 
@@ -28,6 +30,22 @@ CarefulStore carefulStore(KTSyncPluginHelper* pluginHelper, const StoreLayout& l
         store.calendars.push_back({std::move(calendar), std::move(handed[index].items), stored});
     }
     return store;
+}
+
+void tellThatGroupStays(const CarefulStore& store, const CarefulCalendar& calendar)
+{
+    const auto isSameGroup = [&](const CarefulCalendar& group) {
+        return group.stored != nullptr &&
+               group.calendar->recordKey() == calendar.calendar->parentRecordKey() &&
+               group.stored->recordKey == calendar.stored->calendar->parentRecordKey();
+    };
+    if (std::any_of(store.calendars.begin(), store.calendars.end(), isSameGroup))
+        return;
+    const LossScope scope(calendar.calendar->title().value_or(""),
+                          calendar.stored->calendar->storedFolder().value_or(""));
+    reportLoss(KTLoss::Kind::curtailed,
+               "Der Kalender bleibt in seiner Gruppe: sie kann nicht gelesen werden, weil eine "
+               "andere ebenso heißt");
 }
 
 }  // namespace kt

@@ -23,6 +23,10 @@ struct CarefulStore {
     const LoadedStore& loaded;
 };
 
+/// Tells, as a loss, of a calendar that was to leave a group which cannot be read, because another
+/// one has its title, and which therefore keeps its members.
+void tellThatGroupStays(const CarefulStore& store, const CarefulCalendar& calendar);
+
 /// A calendar or group as the host handed it out, and how iCal shows it.
 struct HandedCalendar {
     SyncRecord record;

@@ -2,12 +2,12 @@
 
 #include <algorithm>
 #include <array>
-#include <deque>
 #include <unordered_map>
 #include <unordered_set>
 #include <vector>
 
 #include "Sync/PlugIns/iCal/Calendar/ComponentText.h"
+#include "Sync/PlugIns/iCal/Calendar/StoodParts.h"
 
 namespace kt {
 
@@ -18,9 +18,29 @@ using Parts = ComponentText::PartList;
 
 /// What is carried over of a property that changed.
 enum class Carry {
-    all,        // also what the writer knew nothing of: exceptions in a second zone
+    all,        // also what the reader passed over: exceptions in a second zone
     unchanged,  // the lines of the values that stayed
+    nothing,
 };
+
+/// Of other names that the writer knows, all lines follow the record: a second status or due date
+/// would gainsay it.
+bool mayStandUnderSeveralKeys(std::string_view name)
+{
+    return name == "EXDATE" || name.starts_with("X-");
+}
+
+/// The key that came last, whose lines are all that the reader takes of such a name.
+std::string_view keyThatIsRead(const Parts& parts)
+{
+    std::unordered_set<std::string_view> seen;
+    std::string_view last;
+    for (const Part* part : parts) {
+        if (seen.insert(part->key).second)
+            last = part->key;
+    }
+    return last;
+}
 
 /// A property that says in other words what another one says, and goes when that one changes.
 struct Follower {
@@ -35,46 +55,6 @@ bool haveEqualTexts(const Parts& left, const Parts& right)
     return std::equal(left.begin(), left.end(), right.begin(), right.end(),
                       [](const Part* one, const Part* other) { return one->text == other->text; });
 }
-
-/// What stood under one name, for the lines that are wanted under it.
-class StoodParts {
-public:
-    StoodParts(const Parts& stored, const Parts& written)
-        : _areOneForOne(stored.size() == written.size())
-    {
-        for (const Part* part : stored) {
-            _stored.push_back(part);
-            _byValue[part->value].push_back(part);
-        }
-        for (std::size_t index = 0; index < written.size(); ++index)
-            _written[written[index]->text].push_back(index);
-    }
-
-    /// The text as it stood, if the writer makes the same of it as before; else the wanted one.
-    /// Inner components come one for one, in order; properties are known by their values.
-    std::string_view textFor(const Part& wanted)
-    {
-        const auto written = _written.find(wanted.text);
-        if (written == _written.end() || written->second.empty())
-            return wanted.text;
-        const std::size_t index = written->second.front();
-        written->second.pop_front();
-        if (wanted.isComponent())
-            return _areOneForOne ? _stored[index]->text : wanted.text;
-        const auto same = _byValue.find(wanted.value);
-        if (same == _byValue.end() || same->second.empty())
-            return wanted.text;
-        const Part* const part = same->second.front();
-        same->second.pop_front();
-        return part->text;
-    }
-
-private:
-    bool _areOneForOne;
-    std::vector<const Part*> _stored;
-    std::unordered_map<std::string_view, std::deque<const Part*>> _byValue;
-    std::unordered_map<std::string_view, std::deque<std::size_t>> _written;
-};
 
 /// Puts the component together from what stood and what is wanted.
 class Composition {
@@ -136,21 +116,30 @@ private:
     {
         if (!_done.insert(name).second)
             return;
-        if (_carry == Carry::all)
-            carryUnknown(name);
-        StoodParts stood(_stored.partsNamed(name), _written.partsNamed(name));
-        for (const Part* wanted : _wanted.partsNamed(name))
-            add(*wanted, stood.textFor(*wanted));
+        if (_carry == Carry::all && mayStandUnderSeveralKeys(name))
+            carryUnread(_stored.partsNamed(name));
+        const Parts& wanted = _wanted.partsNamed(name);
+        const StoodParts stood(_stored.partsNamed(name), _written.partsNamed(name), wanted);
+        for (std::size_t index = 0; index < wanted.size(); ++index)
+            addWanted(*wanted[index], stood.originOf(index));
     }
 
-    /// What the writer makes nothing of.
-    void carryUnknown(std::string_view name)
+    void addWanted(const Part& wanted, const StoodParts::Origin& origin)
     {
-        std::unordered_set<std::string_view> known;
-        for (const Part* part : _written.partsNamed(name))
-            known.insert(part->value);
-        for (const Part* part : _stored.partsNamed(name)) {
-            if (!part->isComponent() && !known.contains(part->value))
+        if (origin.stored == nullptr || (_carry == Carry::nothing && !wanted.isComponent()))
+            return add(wanted, wanted.text);
+        if (origin.isSame)
+            return add(wanted, origin.stored->text);
+        const ComponentText stored(origin.stored->text);
+        const ComponentText written(origin.written->text);
+        add(wanted, Composition(stored, written, ComponentText(wanted.text), _carry).text());
+    }
+
+    void carryUnread(const Parts& stored)
+    {
+        const std::string_view read = keyThatIsRead(stored);
+        for (const Part* part : stored) {
+            if (part->key != read)
                 add(*part, part->text);
         }
     }
@@ -175,7 +164,7 @@ std::string changedItemText(
     const ComponentText stored(item.stored);
     const ComponentText written(item.written);
     const ComponentText wanted(item.wanted);
-    for (const Carry carry : {Carry::all, Carry::unchanged}) {
+    for (const Carry carry : {Carry::all, Carry::unchanged, Carry::nothing}) {
         std::string text = Composition(stored, written, wanted, carry).text();
         const std::optional<std::string> read = asRead(text);
         if (read && (read == item.aim || read == wantedAsRead))

@@ -17,8 +17,10 @@ struct ChangedItem {
 
 /// The component to be written: of every property and inner component that the writer makes the
 /// same of as before, the text as it stood, with all its parameters; what the writer knows nothing
-/// of, as it stood; and the writer's own text where something changed. LAST-MODIFIED goes, since it
-/// tells of the text before.
+/// of, as it stood; and the writer's own text where something changed. A name that changed follows
+/// the record with all its lines, but for exceptions and special fields under keys that the reader
+/// passes over. An inner component that changed is put together in the same way. LAST-MODIFIED
+/// goes, since it tells of the text before.
 ///
 /// `asRead` gives what the writer would make of a component once it was read, nullopt where it
 /// cannot be read. Where carrying text over would change what is read, less is carried, in the end

@@ -34,7 +34,7 @@ ComponentText::Part propertyIn(std::string_view line)
 {
     const std::string_view content = withoutLineEnd(line);
     const std::string_view key = KTSyncCalendarTools::propertyKeyInLine(content);
-    ComponentText::Part part{KTSyncCalendarTools::propertyNameInKey(key), line};
+    ComponentText::Part part{KTSyncCalendarTools::propertyNameInKey(key), line, key};
     if (key.size() < content.size())
         part.value = content.substr(key.size() + 1);
     return part;

@@ -13,9 +13,10 @@ namespace kt {
 class ComponentText {
 public:
     struct Part {
-        std::string_view name;  // of the property, or "BEGIN:" and the name of the component
-        std::string_view text;  // physical lines, each with its CR LF
-        std::string value{};    // of a property, unfolded as the reader unfolds it
+        std::string_view name;   // of the property, or "BEGIN:" and the name of the component
+        std::string_view text;   // physical lines, each with its CR LF
+        std::string_view key{};  // of a property, as the reader takes it: of its first line
+        std::string value{};     // of a property, unfolded as the reader unfolds it
 
         bool isComponent() const { return name.starts_with("BEGIN:"); }
     };

@@ -5,23 +5,13 @@
 #include <utility>
 
 #include "Sync/Foundation/Text.h"
+#include "Sync/PlugIns/iCal/Calendar/AnyCase.h"
 #include "Sync/PlugIns/iCal/Calendar/ItemFile.h"
+#include "Sync/PlugIns/iCal/Calendar/UnreadStretches.h"
 
 namespace kt {
 
 namespace {
-
-char upper(char letter)
-{
-    return letter >= 'a' && letter <= 'z' ? static_cast<char>(letter - 'a' + 'A') : letter;
-}
-
-bool beginsWithoutCase(std::string_view line, std::string_view word)
-{
-    return line.size() >= word.size() &&
-           std::equal(word.begin(), word.end(), line.begin(),
-                      [](char wanted, char letter) { return wanted == upper(letter); });
-}
 
 /// A line that begins a component which is no part of the frame, in letters of any kind.
 bool beginsComponent(std::string_view line)
@@ -29,7 +19,7 @@ bool beginsComponent(std::string_view line)
     constexpr std::string_view kBegin = "BEGIN:";
     constexpr std::array<std::string_view, 4> kFrame{"VCALENDAR", "VTIMEZONE", "STANDARD",
                                                      "DAYLIGHT"};
-    return beginsWithoutCase(line, kBegin) &&
+    return beginsInAnyCase(line, kBegin) &&
            std::find(kFrame.begin(), kFrame.end(), line.substr(kBegin.size())) == kFrame.end();
 }
 
@@ -74,7 +64,29 @@ std::size_t ItemFileEdit::positionInFile(std::size_t offset) const
                         (kCutLineEnd.size() - kItemLineEnd.size());
 }
 
-std::string ItemFileEdit::result() const
+std::string ItemFileEdit::result() const { return resultOf(_edits); }
+
+std::string ItemFileEdit::resultBeforeTakingOut() const
+{
+    Edits puts = _edits;
+    std::erase_if(puts, [](const auto& entry) { return entry.second.text.empty(); });
+    return resultOf(puts);
+}
+
+bool ItemFileEdit::takesOut() const
+{
+    return std::any_of(_edits.begin(), _edits.end(),
+                       [](const auto& entry) { return entry.second.text.empty(); });
+}
+
+bool ItemFileEdit::puts() const
+{
+    return !_appended.empty() || std::any_of(_edits.begin(), _edits.end(), [](const auto& entry) {
+        return !entry.second.text.empty();
+    });
+}
+
+std::string ItemFileEdit::resultOf(const Edits& edits) const
 {
     std::string result;
     std::string appended = _appended;
@@ -86,7 +98,7 @@ std::string ItemFileEdit::result() const
     };
     std::size_t behindEdit = 0;
     std::string inner;
-    for (const auto& [offset, edit] : _edits) {
+    for (const auto& [offset, edit] : edits) {
         if (offset < behindEdit) {
             inner += edit.text;
             continue;
@@ -108,15 +120,16 @@ std::string ItemFileEdit::result() const
     return result;
 }
 
-std::string ItemFileEdit::resultOf(const std::vector<TextPlace>& places) const
+void ItemFileEdit::giveUpUnread(const std::vector<TextPlace>& known)
 {
-    std::string result(kItemFileHeader);
-    for (const TextPlace& place : places) {
-        const auto edit = _edits.find(place.offset);
-        result += edit == _edits.end() ? textAt(place) : std::string_view(edit->second.text);
-    }
-    result += _appended;
-    return result += kItemFileFooter;
+    if (!isReadableUTF8(_text) || !beginsCalendar(_text))
+        *this = ItemFileEdit(std::string(kItemFileHeader) + std::string(kItemFileFooter));
+    else if (!isWhole())
+        *this =
+            ItemFileEdit(_bytes + std::string(_text.ends_with(kItemLineEnd) ? "" : kItemLineEnd) +
+                         std::string(kItemFileFooter));
+    for (const TextPlace& stretch : unreadStretches(_text, known))
+        replace(stretch, "");
 }
 
 bool holdsMoreThanFrame(std::string_view fileText)

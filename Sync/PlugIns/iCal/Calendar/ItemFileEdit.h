@@ -29,9 +29,15 @@ public:
     void replace(const TextPlace& place, std::string component);
     /// Adds a component behind all others.
     void append(std::string_view component);
+    /// Takes out what stands of events and tasks outside of the known places, before anything is
+    /// put there. A file that does not open and close a calendar keeps what it can of one.
+    void giveUpUnread(const std::vector<TextPlace>& known);
     std::string result() const;
-    /// A new file of these components, or what was put in their places, and of what was added.
-    std::string resultOf(const std::vector<TextPlace>& places) const;
+    /// The same with all that is taken out still in its place.
+    std::string resultBeforeTakingOut() const;
+    bool takesOut() const;
+    /// Whether there is more to do than taking out.
+    bool puts() const;
 
 private:
     struct Edit {
@@ -39,13 +45,16 @@ private:
         std::string text;
     };
 
+    using Edits = std::map<std::size_t, Edit>;
+
+    std::string resultOf(const Edits& edits) const;
     /// Where in the file that byte of the text stands: line ends that were cut are longer there.
     std::size_t positionInFile(std::size_t offset) const;
 
     std::string _bytes;
     std::string _text;
     std::vector<std::size_t> _joins;  // where in the text a cut line end was put together
-    std::map<std::size_t, Edit> _edits;
+    Edits _edits;
     std::string _appended;
 };
 

@@ -7,6 +7,7 @@
 #include <string>
 #include <string_view>
 #include <unordered_map>
+#include <unordered_set>
 
 #include "Sync/Foundation/Text.h"
 #include "Sync/HostInterface/KTSyncEnhancedDate.h"
@@ -59,15 +60,27 @@ std::string contentText(const KTSyncRecord& record)
     return content.description();
 }
 
-/// The same without title and time.
-std::string restText(const KTSyncRecord& record)
+Dictionary restOf(const KTSyncRecord& record)
 {
     Dictionary content = record.record();
     for (const std::string_view key : kOthers)
         content.remove(key);
     for (const std::string_view key : kTitleAndTime)
         content.remove(key);
-    return content.description();
+    return content;
+}
+
+/// The same without title and time.
+std::string restText(const KTSyncRecord& record) { return restOf(record).description(); }
+
+/// Empty where it says nothing that most items do not say.
+std::string tellingRest(const KTSyncRecord& record)
+{
+    Dictionary rest = restOf(record);
+    rest.remove("TRANSP");
+    rest.remove("Completed");
+    rest.remove("RecurrenceId");
+    return rest.begin() == rest.end() ? std::string() : rest.description();
 }
 
 /// The host tells records of equal keys apart by numbers behind the key.
@@ -88,7 +101,17 @@ std::string occurrence(const KTSyncRecord& record)
     return record.conduit() + '\n' + dateText(record.record()["RecurrenceId"]) + '\n';
 }
 
+/// Empty for what is no occurrence of a series.
+std::string seriesOf(const KTSyncRecord& record)
+{
+    const Value& series = record.record()["RecurrenceParentRecordKey"];
+    return series.isString() && record.record().contains("RecurrenceId")
+               ? std::string(bareKey(series.string()))
+               : std::string();
+}
+
 std::string title(const KTSyncRecord& record) { return record.record()["Title"].description(); }
+std::string stamp(const KTSyncRecord& record) { return dateText(record.record()["DateStamp"]); }
 std::string start(const KTSyncRecord& record) { return dateText(record.record()["StartDate"]); }
 
 /// Pairs what is left on both sides step by step, from the surest feature to the least sure.
@@ -122,6 +145,7 @@ public:
         }
     }
 
+    /// An item whose feature is empty has none.
     void pair(const Feature& feature, Ways ways)
     {
         std::unordered_map<std::string, std::deque<std::size_t>> byFeature;
@@ -130,6 +154,7 @@ public:
             if (!_isTaken[index])
                 byFeature[feature(*_stored[index].record)].push_back(index);
         }
+        byFeature.erase(std::string());
         if (byFeature.empty())
             return;
         std::vector<std::pair<std::size_t, std::string>> left;
@@ -149,6 +174,29 @@ public:
             take(found->second.front(), index);
             found->second.pop_front();
         }
+    }
+
+    /// An occurrence has the date that it stands for, in a series whose key may have changed.
+    void pairOccurrences()
+    {
+        std::unordered_map<std::string, std::string> formerKeys;  // of series
+        for (std::size_t index = 0; index < _wanted.size(); ++index) {
+            if (_pairs[index].stored)
+                formerKeys.emplace(bareKey(_wanted[index]->recordKey()),
+                                   bareKey(_stored[*_pairs[index].stored].record->recordKey()));
+        }
+        std::unordered_set<const KTSyncRecord*> ofStore;
+        for (const LoadedItem& item : _stored)
+            ofStore.insert(item.record.get());
+        pair(
+            [&](const KTSyncRecord& record) {
+                const std::string series = seriesOf(record);
+                const auto former = formerKeys.find(series);
+                if (series.empty() || (!ofStore.contains(&record) && former == formerKeys.end()))
+                    return std::string();
+                return occurrence(record) + (ofStore.contains(&record) ? series : former->second);
+            },
+            Ways::one);
     }
 
     std::vector<ItemPair> takePairs() { return std::move(_pairs); }
@@ -185,26 +233,30 @@ std::vector<ItemPair> pairItems(const std::vector<LoadedItem>& stored,
     using Ways = Pairing::Ways;
     Pairing pairing(stored, wanted);
     pairing.pairEqual();
-    for (const auto& [feature, ways] : std::initializer_list<std::pair<Pairing::Feature, Ways>>{
-             {[](const Record& record) { return record.conduit() + contentText(record); },
-              Ways::any},
-             {[](const Record& record) {
-                  return occurrence(record) + std::string(bareKey(record.recordKey()));
-              },
-              Ways::any},
-             {[](const Record& record) {
-                  return occurrence(record) + start(record) + '\n' + title(record);
-              },
-              Ways::any},
-             {[](const Record& record) {
-                  return occurrence(record) + start(record) + '\n' + restText(record);
-              },
-              Ways::one},
-             {[](const Record& record) {
-                  return occurrence(record) + title(record) + '\n' + restText(record);
-              },
-              Ways::one}})
-        pairing.pair(feature, ways);
+    pairing.pair([](const Record& record) { return record.conduit() + contentText(record); },
+                 Ways::any);
+    pairing.pair(
+        [](const Record& record) {
+            return occurrence(record) + std::string(bareKey(record.recordKey()));
+        },
+        Ways::any);
+    pairing.pairOccurrences();
+    pairing.pair(
+        [](const Record& record) {
+            return occurrence(record) + start(record) + '\n' + title(record);
+        },
+        Ways::any);
+    for (const Pairing::Feature& feature : std::initializer_list<Pairing::Feature>{
+             [](const Record& record) { return start(record) + '\n' + restText(record); },
+             [](const Record& record) { return title(record) + '\n' + restText(record); }, stamp,
+             tellingRest, start, title})
+        pairing.pair(
+            [&](const Record& record) {
+                const std::string text = feature(record);
+                return text.empty() ? text : occurrence(record) + text;
+            },
+            Ways::one);
+    pairing.pairOccurrences();
     return pairing.takePairs();
 }
 

@@ -15,9 +15,10 @@ struct ItemPair {
 };
 
 /// Finds for each item that is to be written the stored item that it was, each at most once: by
-/// record key and content, where numbers behind a key mean nothing; by content; by key; and, since
-/// an edit changes keys, by title and start; last, where there is one way only, by all but title
-/// and time and one of these.
+/// record key and content, where numbers behind a key mean nothing; by content; by key; as the
+/// occurrence of that date of a series that was found; and, since an edit changes keys, by title
+/// and start. Last, where there is one way only, by all but title and time, with one of these; by
+/// the stamp of the moment when it was made; by all but title and time; by the start; by the title.
 std::vector<ItemPair> pairItems(const std::vector<LoadedItem>& stored,
                                 const std::vector<SyncRecord>& wanted);
 

@@ -23,7 +23,7 @@ struct ItemSources {
         std::string path;
         std::size_t hash = 0;  // of the text, to see whether it is still the same; 0 when unread
     };
-    /// The text of an event that is there already, under its UID and in all that a record holds.
+    /// The text of an event that is there already in all that a record holds, under whatever UID.
     struct Copy {
         TextPlace place;
         std::size_t of = 0;  // number of the event, later of the item

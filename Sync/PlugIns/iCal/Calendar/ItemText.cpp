@@ -11,6 +11,8 @@ namespace kt {
 
 namespace {
 
+constexpr std::string_view kBeginTask = "BEGIN:VTODO\r\n";
+
 template <class Item>
 std::string textOf(Item item, std::string_view uid)
 {
@@ -30,6 +32,22 @@ std::string textOfRecord(KTSyncPluginHelper* pluginHelper, std::string_view cond
     return textOf(KTSyncEvent::syncEventWithPluginHelper(pluginHelper, key, record), uid);
 }
 
+bool isCompletedAtNoKnownTime(const Dictionary& task)
+{
+    return !task.contains("CompletedDate") &&
+           guardedOr([&] { return task["Completed"].boolValue(); },
+                     [](const Exception&) { return false; });
+}
+
+std::string fullTextOfRecord(KTSyncPluginHelper* pluginHelper, std::string_view conduit,
+                             const std::string& key, const Dictionary& record, std::string_view uid)
+{
+    std::string text = textOfRecord(pluginHelper, conduit, key, record, uid);
+    if (text.starts_with(kBeginTask) && isCompletedAtNoKnownTime(record))
+        text.insert(kBeginTask.size(), "STATUS:COMPLETED\r\n");
+    return text;
+}
+
 /// The lines inside a component.
 LineList linesOf(const ComponentText& component)
 {
@@ -46,18 +64,25 @@ std::string itemText(KTSyncPluginHelper* pluginHelper, const KTSyncRecord& recor
     return textOfRecord(pluginHelper, record.conduit(), record.recordKey(), record.record(), uid);
 }
 
+std::string fullItemText(KTSyncPluginHelper* pluginHelper, const KTSyncRecord& record,
+                         const std::string& uid)
+{
+    return fullTextOfRecord(pluginHelper, record.conduit(), record.recordKey(), record.record(),
+                            uid);
+}
+
 std::optional<std::string> itemTextAsRead(KTSyncPluginHelper* pluginHelper,
                                           std::string_view component)
 {
     const auto read = [&]() -> std::optional<std::string> {
         const ComponentText text(component);
         LineList lines = linesOf(text);
-        if (text.begin() == "BEGIN:VTODO\r\n")
-            return textOfRecord(
+        if (text.begin() == kBeginTask)
+            return fullTextOfRecord(
                 pluginHelper, kConduitTask, "",
                 KTSyncTask::syncTaskWithPluginHelper(pluginHelper, Value(""), lines)->syncRecord(),
                 kAnyUID);
-        return textOfRecord(
+        return fullTextOfRecord(
             pluginHelper, kConduitEvent, "",
             KTSyncEvent::syncEventWithPluginHelper(pluginHelper, Value(""), lines)->syncRecord(),
             kAnyUID);

@@ -17,11 +17,16 @@ namespace kt {
 std::string itemText(KTSyncPluginHelper* pluginHelper, const KTSyncRecord& record,
                      const std::string& uid);
 
+/// All that the component of a record can tell, for comparing and for putting texts together: what
+/// the writer makes, and the status of a task that was completed nobody knows when, which the
+/// writer leaves out and the reader takes.
+std::string fullItemText(KTSyncPluginHelper* pluginHelper, const KTSyncRecord& record,
+                         const std::string& uid);
+
 /// What is written in place of a UID where texts are compared.
 inline constexpr std::string_view kAnyUID = "x";
 
-/// What the writer would make, under kAnyUID, of a component once it was read; nullopt where it
-/// cannot be read.
+/// The full text, under kAnyUID, of a component once it was read; nullopt where it cannot be read.
 std::optional<std::string> itemTextAsRead(KTSyncPluginHelper* pluginHelper,
                                           std::string_view component);
 

@@ -226,7 +226,7 @@ private:
             if (!_copies.isCopyOf(*events[known], *event))
                 refuse(asRead, event->uid(),
                        "Doppeltes Ereignis, das vom ersten abweicht, wird nicht übernommen");
-            else if (_sources != nullptr && event->uid() == events[known]->uid())
+            else if (_sources != nullptr)
                 _sources->copies.push_back({placeOf(asRead), known});
             return;
         }

@@ -2,6 +2,7 @@
 
 #include <map>
 #include <unordered_map>
+#include <unordered_set>
 #include <utility>
 
 #include "Sync/Foundation/FileManager.h"
@@ -93,13 +94,25 @@ void Layout104::planIndex(KTSyncPluginHelper* pluginHelper, const CarefulStore& 
         if (calendar.stored != nullptr)
             merge.addWanted(*recordKey, calendar.stored);
     }
-    for (const LoadedCalendar& loaded : store.loaded.calendars)
-        merge.addLoaded(loaded, calendarAsStored(pluginHelper, loaded)->iCalNode());
+    std::unordered_set<const LoadedCalendar*> wanted;
+    for (const CarefulCalendar& calendar : store.calendars)
+        wanted.insert(calendar.stored);
+    for (const LoadedCalendar& loaded : store.loaded.calendars) {
+        // Where the folder stays for its unread text the node stays, as that of any unread
+        // calendar.
+        const auto folder = loaded.calendar->storedFolder();
+        if (wanted.contains(&loaded) || !folder || edits.removes(*folder))
+            merge.addLoaded(loaded, calendarAsStored(pluginHelper, loaded)->iCalNode());
+    }
 
     const auto stored = dictionaryWithContentsOfFile(paths().nodeFile());
     const Dictionary merged = merge.merged(stored.value_or(Dictionary()), tree.nodeFile());
     if (merged != stored)
         edits.write(paths().nodeFile(), xmlPropertyList(merged), "");
+    for (const CarefulCalendar& calendar : store.calendars) {
+        if (merge.hasStayed(calendar.stored))
+            tellThatGroupStays(store, calendar);
+    }
 }
 
 }  // namespace kt

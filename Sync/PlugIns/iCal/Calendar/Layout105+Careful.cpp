@@ -1,6 +1,8 @@
 // What a rewrite that keeps texts makes of Info.plist files.
 
+#include <algorithm>
 #include <unordered_map>
+#include <unordered_set>
 #include <utility>
 
 #include "Sync/Additions/KTFileManagerAdditions.h"
@@ -28,24 +30,20 @@ public:
     void add(const KTSyncCalendar& calendar)
     {
         const auto key = calendar.sourceKey();
-        if (!key)
-            return;
         const auto& group = calendar.parentRecordKey();
-        if (group && group != calendar.recordKey())
+        if (key && group && group != calendar.recordKey())
             appendTo(_members[*group], *key);
-        appendTo(_all, *key);
     }
 
-    Array of(const std::string& groupKey) const
+    const Array& of(const std::string& groupKey) const
     {
+        static const Array none;
         const auto found = _members.find(groupKey);
-        return found == _members.end() ? Array() : found->second;
+        return found == _members.end() ? none : found->second;
     }
-    const Array& all() const { return _all; }
 
 private:
     Members _members;
-    Array _all;
 };
 
 bool isGroup(const KTSyncCalendar& calendar)
@@ -53,14 +51,38 @@ bool isGroup(const KTSyncCalendar& calendar)
     return calendar.calendarType() == kCalendarTypeGroup;
 }
 
+Dictionary infoOf(const LoadedCalendar& loaded)
+{
+    const std::string path = StorePaths::infoFile(loaded.calendar->storedFolder().value_or(""));
+    return dictionaryWithContentsOfFile(path).value_or(Dictionary());
+}
+
 /// What stands under the members' key counts as changed only when members came or went.
-void setMembers(const Dictionary& stored, const Array& before, const Array& known,
-                const Array& wanted, Dictionary& writtenInfo, Dictionary& wantedInfo)
+void setMembers(const Dictionary& stored, const Array& before, const Array& after,
+                Dictionary& writtenInfo, Dictionary& wantedInfo)
 {
     const Array& standing = stored[kMembersKey].isArray() ? stored[kMembersKey].array() : before;
-    const Array merged = mergedMembers(standing, known, wanted);
     writtenInfo.set(kMembersKey, standing);
-    wantedInfo.set(kMembersKey, merged);
+    wantedInfo.set(kMembersKey, mergedMembers(standing, before, after));
+}
+
+/// The source keys of calendars whose group does not list them: of two groups of one title only one
+/// is read, and stands for both. They stay in the other one.
+std::unordered_set<std::string> membersOfUnreadGroups(const LoadedStore& loaded,
+                                                      const MembersByGroup& members)
+{
+    std::unordered_set<std::string> keys;
+    for (const LoadedCalendar& group : loaded.calendars) {
+        if (!isGroup(*group.calendar))
+            continue;
+        const Value listed = infoOf(group)[kMembersKey];
+        for (const Value& member : members.of(group.recordKey)) {
+            if (listed.isArray() && std::find(listed.array().begin(), listed.array().end(),
+                                              member) == listed.array().end())
+                keys.emplace(member.string());
+        }
+    }
+    return keys;
 }
 
 }  // namespace
@@ -99,33 +121,51 @@ void Layout105::planDescriptions(KTSyncPluginHelper* pluginHelper, const Careful
     MembersByGroup before;
     for (const LoadedCalendar& loaded : store.loaded.calendars)
         before.add(*loaded.calendar);
+    const auto elsewhere = membersOfUnreadGroups(store.loaded, before);
     MembersByGroup after;
-    for (const CarefulCalendar& calendar : store.calendars)
-        after.add(*calendar.calendar);
-
     for (const CarefulCalendar& calendar : store.calendars) {
-        const KTSyncCalendar& model = *calendar.calendar;
-        const std::string title = model.title().value_or("");
-        Dictionary wanted = model.iCalNode();
-        const Array members = after.of(model.recordKey().value_or(""));
-        if (calendar.stored == nullptr) {
-            if (isGroup(model))
-                wanted.set(kMembersKey, members);
-            const std::string folder = folderForNew(model);
-            if (!folder.empty())
-                edits.write(StorePaths::infoFile(folder), xmlPropertyList(wanted), title);
-            continue;
-        }
-        const LoadedCalendar& loaded = *calendar.stored;
-        const std::string path = StorePaths::infoFile(loaded.calendar->storedFolder().value_or(""));
-        const Dictionary stored = dictionaryWithContentsOfFile(path).value_or(Dictionary());
-        Dictionary written = calendarAsStored(pluginHelper, loaded)->iCalNode();
-        if (isGroup(model))
-            setMembers(stored, before.of(loaded.recordKey), before.all(), members, written, wanted);
-        const Dictionary merged = mergedSettings(stored, written, wanted);
-        if (merged != stored)
-            edits.write(path, xmlPropertyList(merged), title);
+        if (calendar.stored != nullptr &&
+            elsewhere.contains(calendar.stored->calendar->sourceKey().value_or("")))
+            tellThatGroupStays(store, calendar);
+        else
+            after.add(*calendar.calendar);
     }
+    for (const CarefulCalendar& calendar : store.calendars) {
+        const std::string key = calendar.calendar->recordKey().value_or("");
+        if (calendar.stored == nullptr)
+            planNew(*calendar.calendar, after.of(key), edits);
+        else
+            planChanged(pluginHelper, calendar, before.of(calendar.stored->recordKey),
+                        after.of(key), edits);
+    }
+}
+
+void Layout105::planNew(const KTSyncCalendar& calendar, const Array& members,
+                        StoreEdits& edits) const
+{
+    Dictionary info = calendar.iCalNode();
+    if (isGroup(calendar))
+        info.set(kMembersKey, members);
+    const std::string folder = folderForNew(calendar);
+    if (!folder.empty())
+        edits.write(StorePaths::infoFile(folder), xmlPropertyList(info),
+                    calendar.title().value_or(""));
+}
+
+void Layout105::planChanged(KTSyncPluginHelper* pluginHelper, const CarefulCalendar& calendar,
+                            const Array& membersBefore, const Array& membersAfter,
+                            StoreEdits& edits)
+{
+    const LoadedCalendar& loaded = *calendar.stored;
+    const Dictionary stored = infoOf(loaded);
+    Dictionary written = calendarAsStored(pluginHelper, loaded)->iCalNode();
+    Dictionary wanted = calendar.calendar->iCalNode();
+    if (isGroup(*calendar.calendar))
+        setMembers(stored, membersBefore, membersAfter, written, wanted);
+    const Dictionary merged = mergedSettings(stored, written, wanted);
+    if (merged != stored)
+        edits.write(StorePaths::infoFile(loaded.calendar->storedFolder().value_or("")),
+                    xmlPropertyList(merged), calendar.calendar->title().value_or(""));
 }
 
 /// What iCal keeps of its calendars beside them is made anew from the files.

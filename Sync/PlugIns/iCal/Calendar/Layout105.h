@@ -39,6 +39,11 @@ protected:
 
 private:
     std::string folderForNew(const KTSyncCalendar& calendar) const;
+    /// Members are source keys.
+    void planNew(const KTSyncCalendar& calendar, const Array& members, StoreEdits& edits) const;
+    static void planChanged(KTSyncPluginHelper* pluginHelper, const CarefulCalendar& calendar,
+                            const Array& membersBefore, const Array& membersAfter,
+                            StoreEdits& edits);
 
     class ItemWriter;
     class Level;

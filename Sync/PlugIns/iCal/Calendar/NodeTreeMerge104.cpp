@@ -63,6 +63,29 @@ void NodeTreeMerge104::findNodes(const Array& nodes)
     }
 }
 
+void NodeTreeMerge104::findWanted(const Array& nodes)
+{
+    for (const Value& node : nodes) {
+        const auto known = _byLoaded.find(storedOf(node.dictionary()));
+        if (known != _byLoaded.end())
+            known->second->wanted = &node.dictionary();
+        findWanted(listIn(node.dictionary(), kMembersKey));
+    }
+}
+
+void NodeTreeMerge104::findNodesInUnknown(const Array& nodes, bool areInUnknown)
+{
+    for (const Value& node : nodes) {
+        if (!node.isDictionary())
+            continue;
+        Known* const known = knownNode(node);
+        if (known != nullptr)
+            known->isInUnknown = areInUnknown;
+        findNodesInUnknown(listIn(node.dictionary(), kMembersKey),
+                           areInUnknown || known == nullptr);
+    }
+}
+
 NodeTreeMerge104::Known* NodeTreeMerge104::knownNode(const Value& node)
 {
     const auto found = node.isDictionary() ? _byNode.find(&node.dictionary()) : _byNode.end();
@@ -75,6 +98,23 @@ const LoadedCalendar* NodeTreeMerge104::storedOf(const Dictionary& wantedNode) c
     return found == _storedOfWanted.end() ? nullptr : found->second;
 }
 
+const NodeTreeMerge104::Known* NodeTreeMerge104::knownOf(const Dictionary& wantedNode) const
+{
+    const auto known = _byLoaded.find(storedOf(wantedNode));
+    return known == _byLoaded.end() ? nullptr : known->second;
+}
+
+Array NodeTreeMerge104::withoutNodesInUnknown(const Array& wanted) const
+{
+    Array nodes;
+    for (const Value& node : wanted) {
+        const Known* const known = knownOf(node.dictionary());
+        if (known == nullptr || !known->isInUnknown)
+            nodes.push_back(node);
+    }
+    return nodes;
+}
+
 Dictionary NodeTreeMerge104::merged(const Dictionary& stored, const Dictionary& wanted)
 {
     findNodes(listIn(stored, "List"));
@@ -82,6 +122,8 @@ Dictionary NodeTreeMerge104::merged(const Dictionary& stored, const Dictionary& 
         if (known.node != nullptr)
             _byNode.emplace(known.node, &known);
     }
+    findNodesInUnknown(listIn(stored, "List"), false);
+    findWanted(listIn(wanted, "List"));
     Dictionary merged = stored;
     if (!stored.contains("Version"))
         merged.set("Version", wanted["Version"]);
@@ -89,10 +131,17 @@ Dictionary NodeTreeMerge104::merged(const Dictionary& stored, const Dictionary& 
     return merged;
 }
 
+bool NodeTreeMerge104::hasStayed(const LoadedCalendar* stored) const
+{
+    const auto known = _byLoaded.find(stored);
+    return known != _byLoaded.end() && known->second->isInUnknown;
+}
+
 /// The wanted nodes in their order, which is all that this layout knows of order. What nobody knows
 /// stays behind the node that it stood behind, as far as that stays here.
-Array NodeTreeMerge104::mergedList(const Array& stored, const Array& wanted)
+Array NodeTreeMerge104::mergedList(const Array& stored, const Array& allWanted)
 {
+    const Array wanted = withoutNodesInUnknown(allWanted);
     std::unordered_set<const LoadedCalendar*> stays;
     for (const Value& node : wanted)
         stays.insert(storedOf(node.dictionary()));
@@ -102,7 +151,7 @@ Array NodeTreeMerge104::mergedList(const Array& stored, const Array& wanted)
     for (const Value& node : stored) {
         const Known* const known = knownNode(node);
         if (known == nullptr)
-            unknownBehind[last].push_back(node);
+            unknownBehind[last].push_back(unknownNode(node));
         else if (stays.contains(known->loaded))
             last = known->loaded;
         else if (!_wanted.contains(known->loaded))
@@ -123,13 +172,13 @@ Array NodeTreeMerge104::mergedList(const Array& stored, const Array& wanted)
 
 Dictionary NodeTreeMerge104::mergedNode(const Dictionary& wanted)
 {
-    const auto known = _byLoaded.find(storedOf(wanted));
-    if (known == _byLoaded.end() || known->second->node == nullptr)
+    const Known* const known = knownOf(wanted);
+    if (known == nullptr || known->node == nullptr)
         return wanted;
-    const Dictionary& stored = *known->second->node;
+    const Dictionary& stored = *known->node;
     Dictionary settings = wanted;
     settings.remove(kMembersKey);
-    Dictionary merged = mergedSettings(stored, known->second->written, settings);
+    Dictionary merged = mergedSettings(stored, known->written, settings);
     merged.setIfPresent("Key", stored["Key"]);  // iCal's own
     if (!isGroupNode(wanted))
         return merged;
@@ -139,13 +188,31 @@ Dictionary NodeTreeMerge104::mergedNode(const Dictionary& wanted)
     return merged;
 }
 
+/// As it stands, but for calendars in it that changed or are gone.
+Value NodeTreeMerge104::unknownNode(const Value& node)
+{
+    if (!node.isDictionary() || !node.dictionary()[kMembersKey].isArray())
+        return node;
+    Array members;
+    for (const Value& member : listIn(node.dictionary(), kMembersKey)) {
+        const Known* const known = knownNode(member);
+        if (known == nullptr)
+            members.push_back(unknownNode(member));
+        else if (known->wanted != nullptr)
+            members.emplace_back(mergedNode(*known->wanted));
+    }
+    Dictionary kept = node.dictionary();
+    kept.set(kMembersKey, std::move(members));
+    return kept;
+}
+
 /// A group that is gone leaves what nobody could read of it to the list around it.
 void NodeTreeMerge104::keepUnknown(const Array& nodes, Array& into)
 {
     for (const Value& node : nodes) {
         const Known* const known = knownNode(node);
         if (known == nullptr)
-            into.push_back(node);
+            into.push_back(unknownNode(node));
         else if (!_wanted.contains(known->loaded))
             keepUnknown(listIn(*known->node, kMembersKey), into);
     }

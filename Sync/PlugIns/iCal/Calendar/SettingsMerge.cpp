@@ -30,15 +30,15 @@ Dictionary mergedSettings(const Dictionary& stored, const Dictionary& written,
     return merged;
 }
 
-Array mergedMembers(const Array& stored, const Array& known, const Array& wanted)
+Array mergedMembers(const Array& stored, const Array& before, const Array& after)
 {
     Array merged;
     for (const Value& member : stored) {
-        if (!holds(known, member) || holds(wanted, member))
+        if (!holds(before, member) || holds(after, member))
             merged.push_back(member);
     }
-    for (const Value& member : wanted) {
-        if (!holds(merged, member))
+    for (const Value& member : after) {
+        if (!holds(before, member) && !holds(merged, member))
             merged.push_back(member);
     }
     return merged;

@@ -11,8 +11,8 @@ namespace kt {
 Dictionary mergedSettings(const Dictionary& stored, const Dictionary& written,
                           const Dictionary& wanted);
 
-/// The members of a group as they stand, with what changed: members that nobody knows stay in their
-/// places, those that left go, new ones come last. `known` are all members that could have left.
-Array mergedMembers(const Array& stored, const Array& known, const Array& wanted);
+/// The members of a group as they stand, with what changed: those that were in it before and are
+/// not after go, new ones come last. All others stay in their places, known or not.
+Array mergedMembers(const Array& stored, const Array& before, const Array& after);
 
 }  // namespace kt

@@ -14,20 +14,30 @@ void StoreEdits::write(std::string path, std::string bytes, std::string calendar
     _writes.push_back({std::move(path), std::move(bytes), std::move(calendarTitle)});
 }
 
+void StoreEdits::takeOut(std::string path, std::string bytes, std::string calendarTitle)
+{
+    _paths.insert(path);
+    _takings.push_back({std::move(path), std::move(bytes), std::move(calendarTitle)});
+}
+
 void StoreEdits::remove(std::string path, std::string calendarTitle)
 {
+    _removed.insert(path);
     _removals.push_back({std::move(path), std::move(calendarTitle)});
 }
 
 bool StoreEdits::apply(KTSyncPluginHelper* pluginHelper) const
 {
+    return applyAll(_writes, pluginHelper) && applyAll(_takings, pluginHelper) &&
+           applyAll(_removals, pluginHelper);
+}
+
+template <class Edit>
+bool StoreEdits::applyAll(const std::vector<Edit>& edits, KTSyncPluginHelper* pluginHelper)
+{
     bool isDone = true;
-    for (const Write& write : _writes)
-        isDone = apply(write, pluginHelper) && isDone;
-    if (!isDone)
-        return false;
-    for (const Removal& removal : _removals)
-        isDone = apply(removal, pluginHelper) && isDone;
+    for (const Edit& edit : edits)
+        isDone = apply(edit, pluginHelper) && isDone;
     return isDone;
 }
 

@@ -120,7 +120,9 @@ private:
         }
     }
 
-    /// A folder with text that nobody could read stays, with that text.
+    /// A folder with text that nobody could read stays with that text, as a calendar that cannot be
+    /// read: with its description it would be read as a new one without items, and go to all other
+    /// devices.
     void planRemoval(const LoadedCalendar& loaded)
     {
         const auto folder = loaded.calendar->storedFolder();
@@ -132,6 +134,7 @@ private:
         CarefulItems(_pluginHelper, &loaded, _store.loaded.unread, _layout.filing(*folder), title,
                      [this] { saveOnce(); })
             .plan({}, _edits);
+        _edits.remove(StorePaths::infoFile(*folder), title);
     }
 
     bool holdsUnread(const std::string& folder) const

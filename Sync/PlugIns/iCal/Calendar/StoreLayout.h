@@ -18,6 +18,7 @@ class KTSyncCalendar;
 class KTSyncCalendarStore;
 class KTSyncEvent;
 class StoreEdits;
+struct CarefulCalendar;
 struct CarefulStore;
 struct ItemFiling;
 struct LoadedCalendar;
@@ -70,10 +71,13 @@ public:
                             const std::string& calendarFolder) const = 0;
 
     /// Gives the store this content and keeps every text of it that did not change, or that could
-    /// not be read. Nothing is touched before all is worked out and the store is backed up. False
-    /// when a file could not be written or removed, which is told as a loss; then nothing was
-    /// removed that may stand nowhere else. Throws Exception, logged, for a record that cannot be
-    /// taken, and when a file changed since it was loaded; then nothing has been written.
+    /// not be read. A calendar that is gone leaves such text in its folder, without a description
+    /// but where 10.4 lists it: to the reader it is a calendar that cannot be read, so that the
+    /// text goes on being told of, and no calendar comes back. Nothing is touched before all is
+    /// worked out and the store is backed up. False when a file could not be written or removed,
+    /// which is told as a loss; then nothing was removed that may stand nowhere else. Throws
+    /// Exception, logged, for a record that cannot be taken, and when a file changed since it was
+    /// loaded; then nothing has been written.
     bool writeCarefully(KTSyncPluginHelper* pluginHelper, const CarefulStore& store) const;
 
 protected:

@@ -144,5 +144,34 @@ TEST_P(CarefulFault, OfWritingRemovesNothingAndIsToldWithTheFile)
     EXPECT_THAT(unwritten, testing::Contains(home.path(itemFile("A", 1))));
 }
 
+/// In one file of all items, too, be there others that come into it at once.
+TEST_P(CarefulFault, OfWritingAnItemInItsNewCalendarLeavesItInTheOldOne)
+{
+    for (const bool isOldOneToGrow : {false, true}) {
+        begin();
+        SyncRecordList target = load();
+        const std::string from = target[positionOf(target, "Privat")]->recordKey();
+        const std::string to = target[positionOf(target, "Arbeit")]->recordKey();
+        SyncRecord& moved = target[positionOf(target, "Ändert sich")];
+        moved = with(moved, "ParentRecordKey", to, std::string(40, 'd'));
+        if (isOldOneToGrow)
+            target.push_back(record(kConduitTask, std::string(40, 'b'),
+                                    {{"Title", "Neu"}, {"ParentRecordKey", from}}));
+        failFileOperations([](const std::string& operation) {
+            return operation.starts_with("writeAtomically") &&
+                   operation.find("B.calendar") != std::string::npos;
+        });
+        EXPECT_FALSE(save(target));
+        failFileOperation(0);
+        EXPECT_THAT(store()[itemFile("A", 1)], testing::HasSubstr(changing));
+        EXPECT_THAT(titles(load()), testing::Contains("Ändert sich"));
+
+        EXPECT_TRUE(save(target));
+        const SyncRecordList records = load();
+        EXPECT_EQ(records[positionOf(records, "Ändert sich")]->record()["ParentRecordKey"],
+                  Value(to));
+    }
+}
+
 }  // namespace
 }  // namespace kt::test

@@ -14,6 +14,7 @@
 #include "Sync/Host/Engine/HostSyncRecord.h"
 #include "Sync/HostInterface/KTCarefulWriting.h"
 #include "Sync/HostInterface/KTIdentityReport.h"
+#include "Sync/PlugIns/iCal/Calendar/KTSyncCalendarTools.h"
 #include "Sync/PlugIns/iCal/ICalHelper.h"
 #include "tests/support/HostClassesScope.h"
 #include "tests/support/PlatformScope.h"
@@ -46,6 +47,12 @@ struct StoredCalendar {
     std::string key;
     std::string title;
     std::vector<std::string> files;  // components of each
+};
+
+struct StoredGroup {
+    std::string key;
+    std::string title;
+    std::vector<std::string> members;  // keys of calendars
 };
 
 /// A store of either layout in a temporary home, loaded and rewritten as a host with careful
@@ -101,21 +108,61 @@ protected:
                        : folderOf(key) + "Events/" + std::to_string(number) + ".ics";
     }
 
-    void layOut(const std::vector<StoredCalendar>& calendars)
+    void layOut(const std::vector<StoredCalendar>& calendars,
+                const std::vector<StoredGroup>& groups = {})
     {
-        Array nodes;
+        std::map<std::string, Value> nodes;
         for (const StoredCalendar& calendar : calendars) {
             layOut(calendar);
-            nodes.emplace_back(Dictionary{{"Key", "node-" + calendar.key},
-                                          {"SourceKey", calendar.key},
-                                          {"ThemeColor", "#0252D4"},
-                                          {"Type", "CALSourceNode"},
-                                          {"Selection", true},
-                                          {"Unbekannt", "bleibt"}});
+            nodes.emplace(calendar.key, Dictionary{{"Key", "node-" + calendar.key},
+                                                   {"SourceKey", calendar.key},
+                                                   {"ThemeColor", "#0252D4"},
+                                                   {"Type", "CALSourceNode"},
+                                                   {"Selection", true},
+                                                   {"Unbekannt", "bleibt"}});
+        }
+        Array list;
+        for (const StoredGroup& group : groups) {
+            Array members;
+            for (const std::string& key : group.members)
+                members.push_back(nodes.extract(key).mapped());
+            layOut(group);
+            list.emplace_back(Dictionary{{"Key", group.key},
+                                         {"Title", group.title},
+                                         {"ThemeColor", "#0252D4"},
+                                         {"Type", "CALNamedGroupNode"},
+                                         {"Unbekannt", "bleibt"},
+                                         {"Subnodes", std::move(members)}});
+        }
+        for (const StoredCalendar& calendar : calendars) {
+            if (nodes.contains(calendar.key))
+                list.push_back(nodes.extract(calendar.key).mapped());
         }
         if (is104())
             home.write(kNodeFile,
-                       xmlPropertyList(Dictionary{{"Version", 2}, {"List", std::move(nodes)}}));
+                       xmlPropertyList(Dictionary{{"Version", 2}, {"List", std::move(list)}}));
+    }
+
+    void layOut(const StoredGroup& group) const
+    {
+        Array members;
+        for (const std::string& key : group.members)
+            members.emplace_back(key);
+        if (!is104())
+            home.write(groupFile(group.key), xmlPropertyList(Dictionary{{"Key", group.key},
+                                                                        {"Title", group.title},
+                                                                        {"Color", "#0252D4"},
+                                                                        {"Notes", ""},
+                                                                        {"Order", 1},
+                                                                        {"Checked", true},
+                                                                        {"Expanded", true},
+                                                                        {"Unbekannt", "bleibt"},
+                                                                        {"Calendars", members}}));
+    }
+    /// Where the layout keeps a group.
+    std::string groupFile(const std::string& key) const
+    {
+        return is104() ? kNodeFile : kStore + key + ".group/Info.plist";
     }
 
     void layOut(const StoredCalendar& calendar) const
@@ -184,6 +231,10 @@ protected:
         fields.set(field, std::move(value));
         return record(original->conduit(), key.empty() ? original->recordKey() : key,
                       std::move(fields));
+    }
+    static Value date(const std::string& text)
+    {
+        return KTSyncCalendarTools::parseICalDate(text, "Europe/Berlin", nullptr);
     }
     static std::size_t positionOf(const SyncRecordList& records, const std::string& title)
     {

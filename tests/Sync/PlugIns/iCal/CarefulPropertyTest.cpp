@@ -10,6 +10,7 @@
 
 #include <rapidcheck/gtest.h>
 
+#include "Sync/PlugIns/iCal/Calendar/ItemFileEdit.h"
 #include "tests/Sync/PlugIns/iCal/CarefulFixture.h"
 
 namespace kt::test {
@@ -164,6 +165,23 @@ protected:
         return uids;
     }
 
+    /// Twins under other UIDs share the fate of the event that stands for them.
+    void addCopiesOf(std::set<std::string>& uids, const std::map<std::string, std::string>& files)
+    {
+        const std::set<std::string> edited = uids;
+        for (const LoadedCalendar& calendar : loaded.calendars) {
+            for (const ItemSources::Copy& copy : calendar.copies) {
+                const Value& uid = calendar.items[copy.of].uid;
+                if (!uid.isString() || !edited.contains(withoutColon(std::string(uid.string()))))
+                    continue;
+                const std::string path =
+                    calendar.files[copy.place.file].path.substr(home.path().size() + 1);
+                const ItemFileEdit file(files.at(path));
+                uids.insert(uidIn(std::string(file.textAt(copy.place))));
+            }
+        }
+    }
+
     void check()
     {
         const auto texts =
@@ -173,7 +191,8 @@ protected:
         identities.told.clear();
         SyncRecordList records = load();
         const auto before = store();
-        const std::set<std::string> uids = edit(records);
+        std::set<std::string> uids = edit(records);
+        addCopiesOf(uids, before);
         RC_ASSERT(save(records));
         const auto after = store();
         for (const auto& [path, text] : before) {

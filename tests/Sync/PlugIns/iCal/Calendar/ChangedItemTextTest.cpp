@@ -9,7 +9,7 @@ namespace {
 
 using testing::ElementsAre;
 
-std::string component(std::initializer_list<std::string_view> lines)
+std::string component(const std::vector<std::string_view>& lines)
 {
     std::string text = "BEGIN:VEVENT\r\n";
     for (const std::string_view line : lines)
@@ -67,6 +67,14 @@ std::string changed(const std::string& stored, const std::string& written,
     return changedItemText({stored, written, wanted, *read(wanted)}, read);
 }
 
+/// Whatever is read is what was wanted.
+std::string changedAnyhow(const std::string& stored, const std::string& written,
+                          const std::string& wanted)
+{
+    return changedItemText({stored, written, wanted, ""},
+                           [](std::string_view) { return std::optional<std::string>("same"); });
+}
+
 TEST(ChangedItemText, KeepsWhatTheWriterKnowsNothingOf)
 {
     EXPECT_EQ(changed(component({"CLASS:PRIVATE", "SUMMARY:a", "GEO;X=1:1;2"}),
@@ -88,6 +96,23 @@ TEST(ChangedItemText, KeepsTheLinesOfValuesThatStayedAmongSeveral)
                       component({"ATTENDEE:a", "ATTENDEE:b"}),
                       component({"ATTENDEE:b", "ATTENDEE:c"})),
               component({"ATTENDEE;ROLE=CHAIR:b", "ATTENDEE:c"}));
+}
+
+TEST(ChangedItemText, KeepsALineWhoseKeyIsCutWhereTheWriterCutsItToo)
+{
+    const std::string key = "ATTENDEE;ROLE=" + std::string(55, 'R') + ";CUTYPE";
+    EXPECT_EQ(changedAnyhow(component({key, " =INDIVIDUAL:a", "ATTENDEE:b"}),
+                            component({key, " :=INDIVIDUAL:a", "ATTENDEE:b"}),
+                            component({key, " :=INDIVIDUAL:a", "ATTENDEE:c"})),
+              component({key, " =INDIVIDUAL:a", "ATTENDEE:c"}));
+}
+
+TEST(ChangedItemText, TellsPropertiesOfOneValueApartByTheirOrder)
+{
+    EXPECT_EQ(changedAnyhow(component({"ATTENDEE;CN=A;X=1:a", "ATTENDEE;CN=B;X=2:a"}),
+                            component({"ATTENDEE;CN=A:a", "ATTENDEE;CN=B:a"}),
+                            component({"ATTENDEE;CN=C:a", "ATTENDEE;CN=B:a"})),
+              component({"ATTENDEE;CN=C:a", "ATTENDEE;CN=B;X=2:a"}));
 }
 
 TEST(ChangedItemText, WritesAPropertyAnewWhoseParametersChanged)
@@ -125,6 +150,30 @@ TEST(ChangedItemText, KeepsTheAlarmsThatStayedWithAllThatTheyHold)
               alarms("A;X=1:1", "B:2"));
 }
 
+TEST(ChangedItemText, KeepsTheOtherLinesOfAnAlarmThatChanged)
+{
+    const auto alarms = [](std::initializer_list<std::string_view> first,
+                           std::initializer_list<std::string_view> second) {
+        std::vector<std::string_view> lines{"BEGIN:VALARM"};
+        lines.insert(lines.end(), first);
+        lines.insert(lines.end(), {"END:VALARM", "BEGIN:VALARM"});
+        lines.insert(lines.end(), second);
+        lines.push_back("END:VALARM");
+        return component(lines);
+    };
+    EXPECT_EQ(changedAnyhow(alarms({"ACTION:A", "UID:a", "TRIGGER;X=1:1"},
+                                   {"ACTION:B", "UID:b", "TRIGGER:2"}),
+                            alarms({"ACTION:A", "TRIGGER:1"}, {"ACTION:B", "TRIGGER:2"}),
+                            alarms({"ACTION:B", "TRIGGER:3"}, {"ACTION:C", "TRIGGER:1"})),
+              alarms({"ACTION:B", "UID:b", "TRIGGER:3"}, {"ACTION:C", "UID:a", "TRIGGER;X=1:1"}));
+    // The first one went, so the second is the one that changed.
+    EXPECT_EQ(changedAnyhow(alarms({"ACTION:A", "UID:a", "TRIGGER:1"},
+                                   {"ACTION:B", "UID:b", "TRIGGER:2"}),
+                            alarms({"ACTION:A", "TRIGGER:1"}, {"ACTION:B", "TRIGGER:2"}),
+                            component({"BEGIN:VALARM", "ACTION:B", "TRIGGER:3", "END:VALARM"})),
+              component({"BEGIN:VALARM", "ACTION:B", "UID:b", "TRIGGER:3", "END:VALARM"}));
+}
+
 TEST(ChangedItemText, LetsLastModifiedGoAndPercentWithTheStatusThatItTellsOf)
 {
     EXPECT_EQ(changed(component({"LAST-MODIFIED:1", "PERCENT-COMPLETE:50", "SUMMARY:a"}),
@@ -135,16 +184,42 @@ TEST(ChangedItemText, LetsLastModifiedGoAndPercentWithTheStatusThatItTellsOf)
               component({"PERCENT-COMPLETE:50", "SUMMARY:b"}));
 }
 
-TEST(ChangedItemText, CarriesNoLineThatWouldChangeWhatIsRead)
+TEST(ChangedItemText, LetsEveryLineOfAChangedNameFollowTheRecord)
 {
-    // The second title would win over the new one behind it only if it stood last.
     EXPECT_EQ(changed(component({"SUMMARY;LANGUAGE=de:a", "SUMMARY;LANGUAGE=en:b"}),
                       component({"SUMMARY:b"}), component({"SUMMARY:c"})),
-              component({"SUMMARY;LANGUAGE=de:a", "SUMMARY:c"}));
-    // Places are all read, so an unknown one has to go.
+              component({"SUMMARY:c"}));
     EXPECT_EQ(changed(component({"LOCATION;X=1:Kiel", "LOCATION:Bonn"}),
                       component({"LOCATION:Bonn"}), component({"LOCATION:Ulm"})),
               component({"LOCATION:Ulm"}));
+    // The writer made nothing of the old status, and the new one would not be read beside it.
+    EXPECT_EQ(changed(component({"STATUS:NEEDS-ACTION", "SUMMARY:a"}), component({"SUMMARY:a"}),
+                      component({"STATUS:COMPLETED", "SUMMARY:a"})),
+              component({"STATUS:COMPLETED", "SUMMARY:a"}));
+}
+
+TEST(ChangedItemText, CarriesExceptionsOfAnotherZoneAndNoneThatTheRecordTellsOf)
+{
+    EXPECT_EQ(changed(component({"EXDATE;TZID=A:1", "EXDATE;TZID=B:2", "EXDATE;TZID=B:3"}),
+                      component({"EXDATE;TZID=B:2", "EXDATE;TZID=B:3"}),
+                      component({"EXDATE;TZID=B:3"})),
+              component({"EXDATE;TZID=A:1", "EXDATE;TZID=B:3"}));
+    EXPECT_EQ(changed(component({"EXDATE:1,2"}), component({"EXDATE;TZID=B:1", "EXDATE;TZID=B:2"}),
+                      component({"EXDATE;TZID=B:1"})),
+              component({"EXDATE;TZID=B:1"}));
+}
+
+TEST(ChangedItemText, GivesUpLinesOfChangedNamesBeforeAnythingElse)
+{
+    // Two keys of exceptions, of which one would not be read.
+    const auto reads = [](std::string_view text) {
+        const bool areMixed = text.find("EXDATE:1") != std::string_view::npos;
+        return std::optional<std::string>(areMixed ? "anders" : "gut");
+    };
+    EXPECT_EQ(changedItemText({component({"GEO:1", "EXDATE:1"}), component({"EXDATE;TZID=B:1"}),
+                               component({"EXDATE;TZID=B:1", "EXDATE;TZID=B:2"}), "gut"},
+                              reads),
+              component({"GEO:1", "EXDATE;TZID=B:1", "EXDATE;TZID=B:2"}));
 }
 
 TEST(ChangedItemText, IsTheWantedTextWhereNothingCanBeRead)

@@ -77,6 +77,50 @@ TEST(ItemFileEdit, IsWholeOnlyWhenTheCalendarOpensAndCloses)
     EXPECT_FALSE(ItemFileEdit("").isWhole());
 }
 
+constexpr std::string_view kJournal = "BEGIN:VJOURNAL\r\nUID:j\r\nEND:VJOURNAL\r\n";
+
+/// What stays of a file of which the first event was read.
+std::string givenUp(const std::string& text)
+{
+    ItemFileEdit edit(text);
+    edit.giveUpUnread({placeOf(kFirst, text)});
+    return edit.result();
+}
+
+TEST(ItemFileEdit, GivesUpItemsThatHaveNoPlaceAndNothingElse)
+{
+    EXPECT_EQ(givenUp(calendar({kZone, "BEGIN:VEVENT\r\nX:1\r\n", kFirst, kJournal})),
+              calendar({kZone, kFirst, kJournal}));
+    EXPECT_EQ(givenUp(calendar({kFirst, "END:VEVENT\r\n", kSecond, kJournal})),
+              calendar({kFirst, kJournal}));
+    EXPECT_EQ(givenUp(calendar({kFirst, "begin:vevent\nx:1\nend:vevent\n", kZone})),
+              calendar({kFirst, kZone}));
+    EXPECT_EQ(givenUp(calendar({kFirst}) + "Begleittext"), calendar({kFirst}));
+}
+
+TEST(ItemFileEdit, GivesUpAnItemWithoutItsEndAndKeepsWhatItRunsOver)
+{
+    constexpr std::string_view kAlarm = "BEGIN:VALARM\r\nEND:VALARM\r\n";
+    EXPECT_EQ(givenUp(
+                  calendar({kFirst, "BEGIN:VEVENT\r\nX:1\r\n", kAlarm, kJournal, kSecond, kZone})),
+              calendar({kFirst, kJournal, kZone}));
+}
+
+TEST(ItemFileEdit, GivesUpAFileWithoutAnEnvelopeAndKeepsWhatItCan)
+{
+    ItemFileEdit open("BEGIN:VCALENDAR\r\nX-A:b\r\n" + std::string(kZone) + std::string(kFirst) +
+                      "BEGIN:VEVENT\r\nUID");
+    open.giveUpUnread({});
+    EXPECT_EQ(open.result(),
+              "BEGIN:VCALENDAR\r\nX-A:b\r\n" + std::string(kZone) + "END:VCALENDAR\r\n");
+    ItemFileEdit other("kein Kalender");
+    other.giveUpUnread({});
+    other.append(kSecond);
+    EXPECT_TRUE(other.isWhole());
+    EXPECT_EQ(other.result().find("kein Kalender"), std::string::npos);
+    EXPECT_NE(other.result().find(kSecond), std::string::npos);
+}
+
 TEST(HoldsMoreThanFrame, IsTrueForAnythingButPropertiesAndTimeZones)
 {
     EXPECT_FALSE(holdsMoreThanFrame(calendar({})));

@@ -94,6 +94,22 @@ TEST_F(NodeTreeMerge, LeavesWhatNobodyKnowsOfAGroupThatIsGone)
               file({node("FREMD"), node("a")}));
 }
 
+TEST_F(NodeTreeMerge, LeavesCalendarsInAGroupThatNobodyKnowsAndNowhereElse)
+{
+    know("a", false);
+    know("b", false, false);
+    know("g", true);
+    know("c", false);
+    const Dictionary stored =
+        file({group("FREMD", {node("a"), node("b")}), group("g", {node("c")})});
+    Dictionary changed = written("a", false);
+    changed.set("Selection", true);
+    Dictionary kept = node("a");
+    kept.set("Selection", true);
+    EXPECT_EQ(merge.merged(stored, file({wantedGroup("g", {changed, written("c", false)})})),
+              file({group("FREMD", {kept}), group("g", {node("c")})}));
+}
+
 TEST_F(NodeTreeMerge, PutsANewNodeWhereItIsWanted)
 {
     know("a", false);
