@@ -14,6 +14,7 @@
 #include "Sync/HostInterface/KTLossReport.h"
 #include "Sync/HostInterface/StorePaths.h"
 #include "Sync/PlugIns/iCal/Calendar/DigestTable.h"
+#include "Sync/PlugIns/iCal/Calendar/EventCopies.h"
 #include "Sync/PlugIns/iCal/Calendar/ItemFile.h"
 #include "Sync/PlugIns/iCal/Calendar/KTSyncCalendar.h"
 #include "Sync/PlugIns/iCal/Calendar/KTSyncCalendarTools.h"
@@ -24,35 +25,6 @@
 namespace kt {
 
 namespace {
-
-/// What two copies of one event may differ in without anything being lost with the second.
-Dictionary withoutRevision(Dictionary record)
-{
-    for (std::string_view key :
-         {"Sequence", "DateStamp", "RecurrenceParentRecordKey", "RecurrenceExceptionDates"})
-        record.remove(key);
-    return record;
-}
-
-/// Tells whether events of one digest are copies. What an event is compared by is made once for all
-/// its copies: it may be large, and they may be many and small.
-class CopyCheck {
-public:
-    bool isCopyOf(const KTSyncEvent& first, const KTSyncEvent& second)
-    {
-        return guardedOr(
-            [&] {
-                auto known = _firsts.find(&first);
-                if (known == _firsts.end())
-                    known = _firsts.emplace(&first, withoutRevision(first.syncRecord())).first;
-                return known->second == withoutRevision(second.syncRecord());
-            },
-            [](const Exception&) { return false; });
-    }
-
-private:
-    std::unordered_map<const KTSyncEvent*, Dictionary> _firsts;
-};
 
 std::string digestOfFile(const std::string& path)
 {
@@ -223,7 +195,7 @@ private:
                          [&](std::uint32_t at) { return *events[at]->uniquenessDigest(); });
         if (known != position) {
             logMsg(_helper, "Doppeltes Ereignis:\n%@", asRead.description());
-            if (!_copies.isCopyOf(*events[known], *event))
+            if (!_copies.isCopyOf(*events[known], *event) || !hasTextOf(known, asRead))
                 refuse(asRead, event->uid(),
                        "Doppeltes Ereignis, das vom ersten abweicht, wird nicht übernommen");
             else if (_sources != nullptr)
@@ -235,6 +207,28 @@ private:
         events.push_back(std::move(event));
         if (_sources != nullptr)
             _sources->events.push_back(placeOf(asRead));
+    }
+
+    /// Whether a component holds nothing that the event of that number does not. Without places
+    /// nothing is kept, and the records decide.
+    bool hasTextOf(std::uint32_t event, const AsRead& asRead)
+    {
+        if (_sources == nullptr)
+            return true;
+        const TextPlace& first = _sources->events[event];
+        const TextPlace own = placeOf(asRead);
+        return haveSameLines(textOfFile(first.file).substr(first.offset, first.length),
+                             _text.substr(own.offset, own.length));
+    }
+
+    std::string_view textOfFile(std::uint32_t file)
+    {
+        if (file + 1 == _sources->files.size())
+            return _text;
+        if (_otherFile != file)
+            _otherText = itemFileText(_sources->files[file].path).value_or("");
+        _otherFile = file;
+        return _otherText;
     }
 
     /// The series of this file by their UIDs, asked for only where there are occurrences.
@@ -280,7 +274,9 @@ private:
     KTFileLogger* _logger;
     const Value _parentKey;  // one text for all items
     DigestTable _known;      // where the events stand, by what makes them unique
-    CopyCheck _copies;
+    EventCopies _copies;
+    std::optional<std::uint32_t> _otherFile;  // the last one that a copy's first stood in ...
+    std::string _otherText;                   // ... and its text
     std::size_t _firstEventOfFile = 0;
     std::vector<KTSyncEvent*> _occurrences;  // of this file, detached; the calendar owns them
     std::string _path;                       // of this file

@@ -109,6 +109,20 @@ TEST_P(CarefulRewrite, TakesATwinOfAnotherUIDForACopyOfItsEvent)
     EXPECT_THAT(titles(load()), ElementsAre("Privat", "Neu", "Zwei"));
 }
 
+TEST_P(CarefulRewrite, LeavesATextAloneThatOnlyItsUnreadLinesTellFromItsEvent)
+{
+    for (const char* line : {"COMMENT:nur hier\r\n", "CATEGORIES:a\r\n", "X-FREMD;X-P=1:b\r\n"}) {
+        layOut({{"A", "Privat", {event("1", "Eins"), event("1", "Eins", line)}}});
+        SyncRecordList records = load();
+        ASSERT_EQ(loaded.unread.size(), 1U) << line;
+        SyncRecord& changed = records[positionOf(records, "Eins")];
+        changed = with(changed, "Location", "Kiel");
+        ASSERT_TRUE(save(records));
+        EXPECT_THAT(store()[itemFile("A", 1)], ::testing::HasSubstr(event("1", "Eins", line)));
+        ASSERT_TRUE(save(without(load(), "Eins")));
+    }
+}
+
 TEST_P(CarefulRewrite, KeepsACopyWhileItsEventStaysAsItIs)
 {
     layOut({{"A", "Privat", {event("1", "Eins"), event("1", "Eins"), event("2", "Zwei")}}});
