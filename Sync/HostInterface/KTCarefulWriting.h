@@ -3,6 +3,7 @@
 #include <string_view>
 
 #include "Sync/HostInterface/KTLossReport.h"
+#include "Sync/HostInterface/KTSyncRecord.h"
 
 namespace kt {
 
@@ -16,6 +17,10 @@ public:
     /// Whether text that could not be read is to go, because the host has handed out what it last
     /// held. Asked for every such text, with what was told of it as a loss; the reason is empty.
     virtual bool isGivenUp(const KTLoss& unread) const = 0;
+
+    /// The record of this run's load that a record of getLocalState is, whatever of it was edited
+    /// since; null for one that the store does not have, and where the host cannot tell.
+    virtual const KTSyncRecord* storedRecordOf(const KTSyncRecord& handed) const = 0;
 };
 
 }  // namespace kt

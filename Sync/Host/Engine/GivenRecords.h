@@ -29,6 +29,13 @@ public:
                                                                      : nullptr;
     }
 
+    /// Null when nothing was given for it, whatever its content.
+    SyncRecord find(const RecordId& agreedId) const
+    {
+        const auto found = _records.find(agreedId);
+        return found == _records.end() ? nullptr : found->second.record;
+    }
+
 private:
     struct Given {
         SyncRecord record;

@@ -18,6 +18,23 @@ bool HostCarefulWriting::isGivenUp(const KTLoss& unread) const
     return unread.kind == KTLoss::Kind::unread && _givenUp.count(nameOf(unread)) != 0;
 }
 
+const KTSyncRecord* HostCarefulWriting::storedRecordOf(const KTSyncRecord& handed) const
+{
+    const auto found = _stored.find(&handed);
+    return found == _stored.end() ? nullptr : found->second.second.get();
+}
+
+void HostCarefulWriting::noteStored(const SyncRecord& handed, const SyncRecord& stored)
+{
+    _stored.insert_or_assign(handed.get(), std::make_pair(handed, stored));
+}
+
+void HostCarefulWriting::clear()
+{
+    _givenUp.clear();
+    _stored.clear();
+}
+
 void HostCarefulWriting::giveUp(const std::vector<KTLoss>& texts)
 {
     _givenUp.clear();

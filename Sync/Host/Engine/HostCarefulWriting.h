@@ -1,24 +1,32 @@
 #pragma once
 
 #include <string>
+#include <unordered_map>
 #include <unordered_set>
+#include <utility>
 #include <vector>
 
 #include "Sync/HostInterface/KTCarefulWriting.h"
 
 namespace kt {
 
-/// Asks the plug-in to keep the store's texts, and says which of the unread ones are to go.
+/// Asks the plug-in to keep the store's texts, and says which of the unread ones are to go and
+/// whose text is whose.
 class HostCarefulWriting : public KTCarefulWriting {
 public:
     bool isGivenUp(const KTLoss& unread) const override;
+    const KTSyncRecord* storedRecordOf(const KTSyncRecord& handed) const override;
 
     /// The texts whose records are handed out in this run, in place of those before.
     void giveUp(const std::vector<KTLoss>& texts);
-    void clear() { _givenUp.clear(); }
+    /// Notes which record of the load one is that is handed out.
+    void noteStored(const SyncRecord& handed, const SyncRecord& stored);
+    void clear();
 
 private:
     std::unordered_set<std::string> _givenUp;  // what tells one text from another
+    // By the handed record, which is held so that no other one can come to stand in its place.
+    std::unordered_map<const KTSyncRecord*, std::pair<SyncRecord, SyncRecord>> _stored;
 };
 
 }  // namespace kt

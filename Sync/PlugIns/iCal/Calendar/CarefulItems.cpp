@@ -21,6 +21,14 @@ std::string seriesKey(const KTSyncRecord& record)
     return series.isString() ? std::string(series.string()) : record.recordKey();
 }
 
+/// What somebody wrote since the file was loaded would be lost. Throws Exception.
+void checkUnchanged(const ItemFileEdit& file, const std::string& path, std::size_t hashWhenLoaded)
+{
+    if (hashWhenLoaded != 0 && file.hash() != hashWhenLoaded)
+        throw Exception(NSGenericException,
+                        stringWithFormat("'%@' hat sich seit dem Laden geändert", path));
+}
+
 std::string fileText(const std::string& components)
 {
     return std::string(kItemFileHeader) + components + std::string(kItemFileFooter);
@@ -29,14 +37,12 @@ std::string fileText(const std::string& components)
 }  // namespace
 
 CarefulItems::CarefulItems(KTSyncPluginHelper* pluginHelper, const LoadedCalendar* stored,
-                           const std::vector<KTLoss>& unread, ItemFiling filing, std::string title,
-                           std::function<void()> saveStore)
+                           const CarefulRewriting& rewriting, ItemFiling filing, std::string title)
     : _pluginHelper(pluginHelper),
       _stored(stored),
-      _unread(unread),
+      _rewriting(rewriting),
       _filing(std::move(filing)),
-      _title(std::move(title)),
-      _saveStore(std::move(saveStore))
+      _title(std::move(title))
 {
     if (_stored == nullptr)
         return;
@@ -53,7 +59,7 @@ void CarefulItems::plan(const std::vector<SyncRecord>& wanted, StoreEdits& edits
     giveUp();
     static const std::vector<LoadedItem> none;
     const auto& stored = _stored == nullptr ? none : _stored->items;
-    const std::vector<ItemPair> pairs = pairItems(stored, wanted);
+    const std::vector<ItemPair> pairs = pairItems(stored, wanted, knownItems(wanted));
     for (std::size_t index = 0; index < wanted.size(); ++index) {
         if (pairs[index].stored)
             findHome(wanted[index], stored[*pairs[index].stored]);
@@ -68,6 +74,24 @@ void CarefulItems::plan(const std::vector<SyncRecord>& wanted, StoreEdits& edits
     }
     removeUnwanted();
     finish(edits);
+}
+
+std::vector<std::optional<std::size_t>> CarefulItems::knownItems(
+    const std::vector<SyncRecord>& wanted) const
+{
+    std::vector<std::optional<std::size_t>> known(wanted.size());
+    for (std::size_t index = 0; index < wanted.size(); ++index) {
+        const auto item = _rewriting.items.itemOf(*wanted[index]);
+        if (item && item->calendar == _stored)
+            known[index] = item->number;
+    }
+    return known;
+}
+
+std::optional<StoredItems::Item> CarefulItems::movedItem(const SyncRecord& wanted) const
+{
+    const auto item = _rewriting.items.itemOf(*wanted);
+    return item && item->calendar != _stored ? item : std::nullopt;
 }
 
 /// The UID as it stands; an item without one keeps none, so any does for comparing.
@@ -101,40 +125,63 @@ void CarefulItems::keepOrChange(const SyncRecord& wanted, const ItemPair& pair)
     if (pair.hasEqualRecord)
         return;
 
-    _saveStore();
+    _rewriting.saveStore();
     const std::string uid = uidOf(stored, wanted);
-    std::string writtenText;
     {
         const LossSilence silence;
-        writtenText = fullItemText(_pluginHelper, *stored.record, uid);
-        _stays[number] = writtenText == fullItemText(_pluginHelper, *wanted, uid);
+        _stays[number] = fullItemText(_pluginHelper, *stored.record, uid) ==
+                         fullItemText(_pluginHelper, *wanted, uid);
     }
     if (_stays[number])
         return;
     const LossScope scope(_title, pathOf(stored.place));
+    const std::string_view storedText = open(pathOf(stored.place)).edit.textAt(stored.place);
+    replace(stored.place, changedText(storedText, stored.record, wanted, uid));
+}
+
+/// What the record changes in a text that gave another one.
+std::string CarefulItems::changedText(std::string_view storedText, const SyncRecord& stored,
+                                      const SyncRecord& wanted, const std::string& uid) const
+{
     const std::string wantedText = fullItemText(_pluginHelper, *wanted, uid);
     const LossSilence silence;
+    const std::string writtenText = fullItemText(_pluginHelper, *stored, uid);
     const std::string aim = fullItemText(_pluginHelper, *wanted, std::string(kAnyUID));
-    const std::string_view storedText = open(pathOf(stored.place)).edit.textAt(stored.place);
-    replace(stored.place,
-            changedItemText({storedText, writtenText, wantedText, aim}, [&](std::string_view text) {
-                return itemTextAsRead(_pluginHelper, text);
-            }));
+    return changedItemText({storedText, writtenText, wantedText, aim}, [&](std::string_view text) {
+        return itemTextAsRead(_pluginHelper, text);
+    });
 }
 
 void CarefulItems::add(const SyncRecord& wanted)
 {
     const std::string series = seriesKey(*wanted);
     Home& home = _homes.try_emplace(series, Home{"", ""}).first->second;
+    const auto moved = movedItem(wanted);
     if (home.uid.empty())
-        home.uid = freeUID(series);
+        home.uid = freeUID(moved ? uidOf(moved->item(), wanted) : series);
     if (home.path.empty())
         home.path = pathForNew(series);
     if (home.path.empty())
         return refuse(wanted);
-    _saveStore();
+    _rewriting.saveStore();
     const LossScope scope(_title, home.path);
-    append(home.path, itemText(_pluginHelper, *wanted, home.uid));
+    append(home.path, textOfNew(wanted, home.uid));
+}
+
+/// One that was in another calendar takes along what no record holds of it.
+std::string CarefulItems::textOfNew(const SyncRecord& wanted, const std::string& uid)
+{
+    const auto moved = movedItem(wanted);
+    if (!moved)
+        return itemText(_pluginHelper, *wanted, uid);
+    const ItemFileEdit file(
+        FileManager::defaultManager().contentsAtPath(moved->path()).value_or(""));
+    checkUnchanged(file, moved->path(), moved->calendar->files[moved->item().place.file].hash);
+    const LossSilence silence;
+    const std::string ownUID = uidOf(moved->item(), wanted);
+    const std::string text =
+        changedText(file.textAt(moved->item().place), moved->item().record, wanted, ownUID);
+    return ownUID == uid ? text : itemText(_pluginHelper, *wanted, uid);
 }
 
 /// An item that was edited keeps the UID that its first key has become.
@@ -188,11 +235,8 @@ CarefulItems::OpenFile& CarefulItems::open(const std::string& path)
         return known->second;
     auto bytes = FileManager::defaultManager().contentsAtPath(path);
     OpenFile file{ItemFileEdit(std::move(bytes).value_or(""))};
-    const auto hash = _hashes.find(path);
-    // What somebody wrote since would be lost.
-    if (hash != _hashes.end() && hash->second != 0 && file.edit.hash() != hash->second)
-        throw Exception(NSGenericException,
-                        stringWithFormat("'%@' hat sich seit dem Laden geändert", path));
+    if (const auto hash = _hashes.find(path); hash != _hashes.end())
+        checkUnchanged(file.edit, path, hash->second);
     return _open.emplace(path, std::move(file)).first->second;
 }
 
@@ -242,7 +286,7 @@ void CarefulItems::giveUp()
     const auto* const careful = hostClass<KTCarefulWriting>();
     if (careful == nullptr || _stored == nullptr)
         return;
-    for (const KTLoss& unread : _unread) {
+    for (const KTLoss& unread : _rewriting.unread) {
         if (isOfThisCalendar(unread) && careful->isGivenUp(unread))
             giveUp(unread);
     }

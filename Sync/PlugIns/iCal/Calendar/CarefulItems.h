@@ -14,6 +14,7 @@
 #include "Sync/PlugIns/iCal/Calendar/ItemPairing.h"
 #include "Sync/PlugIns/iCal/Calendar/LoadedStore.h"
 #include "Sync/PlugIns/iCal/Calendar/StoreEdits.h"
+#include "Sync/PlugIns/iCal/Calendar/StoredItems.h"
 
 namespace kt {
 
@@ -23,17 +24,24 @@ struct ItemFiling {
     std::optional<std::string> commonFile;  // path of the file for all; nullopt: a file an item
 };
 
+/// What a rewrite knows of the whole store. Nothing is owned.
+struct CarefulRewriting {
+    const std::vector<KTLoss>& unread;
+    const StoredItems& items;
+    std::function<void()> saveStore;  // called before anything is touched
+};
+
 /// What a rewrite that keeps texts makes of the item files of one calendar. An item that the writer
 /// would write as before keeps its text where it stands; one that changed is written anew in its
-/// place, under its UID; a new one gets a file of its own or stands last in the common one, beside
+/// place, under its UID; one that comes from another calendar brings its text along; a new one gets
+/// a file of its own or stands last in the common one, beside
 /// its series; what could not be read stays, unless the host gives it up.
 class CarefulItems {
 public:
-    /// `stored` is the calendar as it was loaded, null for one that the store lacks; `saveStore` is
-    /// called before anything is touched. All outlives the object.
+    /// `stored` is the calendar as it was loaded, null for one that the store lacks. All outlives
+    /// the object.
     CarefulItems(KTSyncPluginHelper* pluginHelper, const LoadedCalendar* stored,
-                 const std::vector<KTLoss>& unread, ItemFiling filing, std::string title,
-                 std::function<void()> saveStore);
+                 const CarefulRewriting& rewriting, ItemFiling filing, std::string title);
 
     /// Adds what is to be done. Reads files, touches none but attachments. Throws Exception,
     /// logged, for a record that cannot be taken, and for a file that changed since it was loaded.
@@ -55,7 +63,12 @@ private:
     void giveUpUnreadIn(const std::string& path);
     void findHome(const SyncRecord& wanted, const LoadedItem& stored);
     void keepOrChange(const SyncRecord& wanted, const ItemPair& pair);
+    std::vector<std::optional<std::size_t>> knownItems(const std::vector<SyncRecord>& wanted) const;
     void add(const SyncRecord& wanted);
+    std::string textOfNew(const SyncRecord& wanted, const std::string& uid);
+    std::string changedText(std::string_view storedText, const SyncRecord& stored,
+                            const SyncRecord& wanted, const std::string& uid) const;
+    std::optional<StoredItems::Item> movedItem(const SyncRecord& wanted) const;
     void refuse(const SyncRecord& wanted) const;
     void removeUnwanted();
     void finish(StoreEdits& edits);
@@ -72,10 +85,9 @@ private:
 
     KTSyncPluginHelper* _pluginHelper;
     const LoadedCalendar* _stored;
-    const std::vector<KTLoss>& _unread;
+    const CarefulRewriting& _rewriting;
     ItemFiling _filing;
     std::string _title;
-    std::function<void()> _saveStore;
     std::unordered_map<std::string, std::size_t> _hashes;  // of the files as they were loaded
     std::unordered_set<std::string> _uids;                 // of stored items
     std::vector<bool> _stays;                              // stored items whose text stays

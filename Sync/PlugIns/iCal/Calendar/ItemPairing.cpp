@@ -127,6 +127,14 @@ public:
           _isTaken(stored.size())
     {}
 
+    void pairKnown(const std::vector<std::optional<std::size_t>>& known)
+    {
+        for (std::size_t index = 0; index < known.size(); ++index) {
+            if (known[index] && !_isTaken[*known[index]])
+                take(*known[index], index);
+        }
+    }
+
     /// Most items, at once: one stored item of that key, one wanted, of equal content.
     void pairEqual()
     {
@@ -136,7 +144,7 @@ public:
             byKey[_stored[index].record->recordKey()].push_back(index);
         for (std::size_t index = 0; index < _wanted.size(); ++index) {
             const auto found = byKey.find(bareKey(_wanted[index]->recordKey()));
-            if (found == byKey.end() || found->second.size() > kFew)
+            if (_pairs[index].stored || found == byKey.end() || found->second.size() > kFew)
                 continue;
             const auto same = std::find_if(found->second.begin(), found->second.end(),
                                            [&](std::size_t at) { return areEqual(at, index); });
@@ -146,13 +154,15 @@ public:
     }
 
     /// An item whose feature is empty has none.
-    void pair(const Feature& feature, Ways ways)
+    void pair(const Feature& feature, Ways ways) { pair(feature, feature, ways); }
+
+    void pair(const Feature& ofStored, const Feature& ofWanted, Ways ways)
     {
         std::unordered_map<std::string, std::deque<std::size_t>> byFeature;
         std::unordered_map<std::string, std::size_t> wantedCount;
         for (std::size_t index = 0; index < _stored.size(); ++index) {
             if (!_isTaken[index])
-                byFeature[feature(*_stored[index].record)].push_back(index);
+                byFeature[ofStored(*_stored[index].record)].push_back(index);
         }
         byFeature.erase(std::string());
         if (byFeature.empty())
@@ -161,7 +171,7 @@ public:
         for (std::size_t index = 0; index < _wanted.size(); ++index) {
             if (_pairs[index].stored)
                 continue;
-            left.emplace_back(index, feature(*_wanted[index]));
+            left.emplace_back(index, ofWanted(*_wanted[index]));
             ++wantedCount[left.back().second];
         }
         for (const auto& [index, text] : left) {
@@ -179,22 +189,28 @@ public:
     /// An occurrence has the date that it stands for, in a series whose key may have changed.
     void pairOccurrences()
     {
-        std::unordered_map<std::string, std::string> formerKeys;  // of series
+        std::unordered_set<std::string> wantedSeries;  // of occurrences that are left
         for (std::size_t index = 0; index < _wanted.size(); ++index) {
-            if (_pairs[index].stored)
-                formerKeys.emplace(bareKey(_wanted[index]->recordKey()),
+            if (!_pairs[index].stored)
+                wantedSeries.insert(seriesOf(*_wanted[index]));
+        }
+        wantedSeries.erase(std::string());
+        std::unordered_map<std::string, std::string> formerKeys;
+        for (std::size_t index = 0; index < _wanted.size() && !wantedSeries.empty(); ++index) {
+            const std::string key(bareKey(_wanted[index]->recordKey()));
+            if (_pairs[index].stored && wantedSeries.contains(key))
+                formerKeys.emplace(key,
                                    bareKey(_stored[*_pairs[index].stored].record->recordKey()));
         }
-        std::unordered_set<const KTSyncRecord*> ofStore;
-        for (const LoadedItem& item : _stored)
-            ofStore.insert(item.record.get());
         pair(
-            [&](const KTSyncRecord& record) {
+            [](const KTSyncRecord& record) {
                 const std::string series = seriesOf(record);
-                const auto former = formerKeys.find(series);
-                if (series.empty() || (!ofStore.contains(&record) && former == formerKeys.end()))
-                    return std::string();
-                return occurrence(record) + (ofStore.contains(&record) ? series : former->second);
+                return series.empty() ? series : occurrence(record) + series;
+            },
+            [&](const KTSyncRecord& record) {
+                const auto former = formerKeys.find(seriesOf(record));
+                return former == formerKeys.end() ? std::string()
+                                                  : occurrence(record) + former->second;
             },
             Ways::one);
     }
@@ -227,11 +243,13 @@ private:
 }  // namespace
 
 std::vector<ItemPair> pairItems(const std::vector<LoadedItem>& stored,
-                                const std::vector<SyncRecord>& wanted)
+                                const std::vector<SyncRecord>& wanted,
+                                const std::vector<std::optional<std::size_t>>& known)
 {
     using Record = KTSyncRecord;
     using Ways = Pairing::Ways;
     Pairing pairing(stored, wanted);
+    pairing.pairKnown(known);
     pairing.pairEqual();
     pairing.pair([](const Record& record) { return record.conduit() + contentText(record); },
                  Ways::any);
@@ -249,7 +267,7 @@ std::vector<ItemPair> pairItems(const std::vector<LoadedItem>& stored,
     for (const Pairing::Feature& feature : std::initializer_list<Pairing::Feature>{
              [](const Record& record) { return start(record) + '\n' + restText(record); },
              [](const Record& record) { return title(record) + '\n' + restText(record); }, stamp,
-             tellingRest, start, title})
+             tellingRest})
         pairing.pair(
             [&](const Record& record) {
                 const std::string text = feature(record);

@@ -14,12 +14,14 @@ struct ItemPair {
     bool hasEqualRecord = false;        // in all that the writer writes
 };
 
-/// Finds for each item that is to be written the stored item that it was, each at most once: by
+/// Finds for each item that is to be written the stored item that it was, each at most once: the
+/// one that is `known` (numbers of stored items, in the order of `wanted`, or none at all); by
 /// record key and content, where numbers behind a key mean nothing; by content; by key; as the
 /// occurrence of that date of a series that was found; and, since an edit changes keys, by title
 /// and start. Last, where there is one way only, by all but title and time, with one of these; by
-/// the stamp of the moment when it was made; by all but title and time; by the start; by the title.
+/// the stamp of the moment when it was made; by all but title and time.
 std::vector<ItemPair> pairItems(const std::vector<LoadedItem>& stored,
-                                const std::vector<SyncRecord>& wanted);
+                                const std::vector<SyncRecord>& wanted,
+                                const std::vector<std::optional<std::size_t>>& known = {});
 
 }  // namespace kt

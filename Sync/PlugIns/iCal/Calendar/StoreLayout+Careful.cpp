@@ -37,7 +37,9 @@ public:
                    const CarefulStore& store)
         : _layout(layout),
           _pluginHelper(pluginHelper),
-          _store(store)
+          _store(store),
+          _items(store.loaded),
+          _rewriting{store.loaded.unread, _items, [this] { saveOnce(); }}
     {}
 
     bool run()
@@ -91,8 +93,7 @@ private:
                               "Der Kalender kann nicht gelesen werden, deshalb bleibt auch "
                               "Neues ungeschrieben");
         }
-        CarefulItems(_pluginHelper, calendar.stored, _store.loaded.unread, _layout.filing(*folder),
-                     title, [this] { saveOnce(); })
+        CarefulItems(_pluginHelper, calendar.stored, _rewriting, _layout.filing(*folder), title)
             .plan(calendar.items, _edits);
         if (calendar.stored == nullptr)
             clear(_layout.itemsFolder(*folder), title);
@@ -131,8 +132,7 @@ private:
         const std::string title = titleOf(*loaded.calendar);
         if (!holdsUnread(*folder))
             return _edits.remove(*folder, title);
-        CarefulItems(_pluginHelper, &loaded, _store.loaded.unread, _layout.filing(*folder), title,
-                     [this] { saveOnce(); })
+        CarefulItems(_pluginHelper, &loaded, _rewriting, _layout.filing(*folder), title)
             .plan({}, _edits);
         _edits.remove(StorePaths::infoFile(*folder), title);
     }
@@ -157,6 +157,8 @@ private:
     const StoreLayout& _layout;
     KTSyncPluginHelper* _pluginHelper;
     const CarefulStore& _store;
+    const StoredItems _items;
+    const CarefulRewriting _rewriting;
     StoreEdits _edits;
     bool _isSaved = false;
 };

@@ -28,7 +28,14 @@ class CarefulWriting : public KTCarefulWriting {
 public:
     bool isGivenUp(const KTLoss& unread) const override { return givesUp && givesUp(unread); }
 
+    const KTSyncRecord* storedRecordOf(const KTSyncRecord& handed) const override
+    {
+        const auto found = stored.find(&handed);
+        return found == stored.end() ? nullptr : found->second;
+    }
+
     std::function<bool(const KTLoss&)> givesUp;
+    std::map<const KTSyncRecord*, const KTSyncRecord*> stored;  // by what is handed out
 };
 
 class Identities : public KTIdentityReport {

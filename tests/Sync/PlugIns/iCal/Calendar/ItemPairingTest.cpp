@@ -113,15 +113,19 @@ TEST_F(PairingOfEvents, KnowsAnItemByTheMomentWhenItWasMade)
                 ElementsAre(1, 0));
 }
 
-TEST_F(PairingOfEvents, KnowsAnItemByItsStartOrTitleWhereThatIsClear)
+TEST_F(PairingOfEvents, TakesWhatSharesOnlyStartOrTitleForAnotherUnlessThatIsKnown)
 {
     const SyncRecord stored = event(kKey, {{"Title", "a"}, {"StartDate", day(1)}, {"URL", "u"}});
     EXPECT_THAT(pairs({stored},
                       {event(kOther, {{"Title", "b"}, {"StartDate", day(1)}, {"URL", "v"}})}),
-                ElementsAre(0));
+                ElementsAre(-1));
     EXPECT_THAT(pairs({stored},
                       {event(kOther, {{"Title", "a"}, {"StartDate", day(2)}, {"URL", "v"}})}),
-                ElementsAre(0));
+                ElementsAre(-1));
+    const auto known = pairItems({{stored, Value("u")}}, {event(kOther, {{"Title", "b"}})},
+                                 {std::optional<std::size_t>(0)});
+    EXPECT_EQ(known[0].stored, 0U);
+    EXPECT_FALSE(known[0].hasEqualRecord);
     EXPECT_THAT(pairs({stored}, {event(kOther, {{"Title", "b"}, {"StartDate", day(1)}}),
                                  event(kKey, {{"Title", "c"}, {"StartDate", day(1)}})}),
                 ElementsAre(-1, 0));
