@@ -115,6 +115,23 @@ void Comparison::overwriteWithServer()
         if (!waits && (isGone || _remote.isMissingOnServer(agreed.id)))
             remove(agreed).comesDown = true;
     }
+    for (const LocalRecord& local : _local.all()) {
+        if (!local.isLeftOver && _knowledge.agreedRow(local.agreedId) == nullptr &&
+            _outcomes.count(local.agreedId) == 0)
+            dropLocal(local);
+    }
+}
+
+// What only this store has goes with it, which the user is to be told.
+void Comparison::dropLocal(const LocalRecord& local)
+{
+    Outcome outcome;
+    outcome.id = local.agreedId;
+    outcome.kind = Outcome::Kind::remove;
+    outcome.record = _local.underAgreedKeys(local);
+    outcome.parentKey = parentOf(outcome.record);
+    outcome.comesDown = true;
+    _outcomes.insert_or_assign(local.agreedId, std::move(outcome));
 }
 
 void Comparison::compareAgreed(const AgreedRow& agreed)
@@ -159,7 +176,8 @@ Comparison::LocalWish Comparison::wishFor(const AgreedRow& agreed, const LocalRe
     if (wish.units.empty())
         return wish;
     if (_rules.isHealing)
-        return wishWhileHealing(agreed, *local, std::move(wish.units));
+        return _rules.isPutBack ? wishWithoutSeen(agreed, *local)
+                                : wishWhileHealing(agreed, *local, std::move(wish.units));
     wish.kind = LocalWish::Kind::changed;
     wish.record = _local.underAgreedKeys(*local);
     return wish;

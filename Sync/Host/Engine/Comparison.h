@@ -44,6 +44,8 @@ struct ComparisonRules {
     /// A rewrite was not settled: the store may hold what was seen before it, what is agreed, or
     /// half of each.
     bool isHealing = false;
+    /// ... and was put back from a backup since: what is older there is nobody's edit.
+    bool isPutBack = false;
     /// The user wants the server's state; what this device changed does not count.
     bool serverWins = false;
     /// What is missing in the store because its text cannot be read, or could not so far: it was
@@ -78,6 +80,7 @@ private:
     void compareAgreed(const AgreedRow& agreed);
     void compareNew(const RecordId& id, const LocalRecord* local, const RemoteChange* remote);
     void overwriteWithServer();
+    void dropLocal(const LocalRecord& local);
 
     LocalWish wishFor(const AgreedRow& agreed, const LocalRecord* local);
     LocalWish wishWhileHealing(const AgreedRow& agreed, const LocalRecord& local,

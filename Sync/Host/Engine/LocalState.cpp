@@ -23,6 +23,7 @@ constexpr const char* kAnchorAfterSettling = "anchor after settling";
 constexpr const char* kOwed = "owed";
 constexpr const char* kMark = "mark";
 constexpr const char* kSystemVersion = "system version";
+constexpr const char* kPutBack = "put back";
 constexpr const char* kLoadInVain = "load in vain";
 constexpr const char* kUnreadTextsChanged = "unread texts changed";
 
@@ -124,6 +125,7 @@ StateFacts LocalState::facts()
     facts.systemVersion = static_cast<int>(_database->number(kSystemVersion));
     facts.unreadTextsChanged = _database->number(kUnreadTextsChanged);
     facts.loadInVain = _database->fact(kLoadInVain).value_or("");
+    facts.isPutBack = _database->number(kPutBack) != 0;
     return facts;
 }
 
@@ -137,6 +139,7 @@ void LocalState::setFacts(const StateFacts& facts)
     _database->setFact(kMark, facts.mark);
     _database->setNumber(kSystemVersion, facts.systemVersion);
     _database->setNumber(kUnreadTextsChanged, facts.unreadTextsChanged);
+    _database->setNumber(kPutBack, facts.isPutBack ? 1 : 0);
     _database->setFact(kLoadInVain,
                        facts.loadInVain.empty() ? std::nullopt : std::optional(facts.loadInVain));
 }

@@ -96,6 +96,7 @@ struct StateFacts {
     std::int64_t unreadTextsChanged =
         0;  // how often settled runs have found other unread texts than the one before
     std::string loadInVain{};  // digest of what the last run compared, if that left all as it was
+    bool isPutBack = false;    // beside a mark: the store was put back from a backup since
 
     friend bool operator==(const StateFacts&, const StateFacts&) = default;
 };

@@ -10,12 +10,15 @@ namespace kt {
 struct MassDeletionFacts {
     std::size_t deletions = 0;  // that go up to the server
     std::size_t recordsOfAccount = 0;
-    bool isStoreEmpty = false;   // it gives no record at all
-    bool wasStoreEmpty = false;  // nothing was seen in it before
+    bool isStoreEmpty = false;         // it gives no record at all
+    bool wasStoreEmpty = false;        // nothing was seen in it before
+    std::size_t deletionsInStore = 0;  // where it is overwritten with what the server has
+    std::size_t recordsOfStore = 0;
 };
 
-/// One German line when the session would delete more than half of the account's records and more
-/// than ten, or when a store that held something is empty; nullopt when it may go on.
+/// One German line, which says what the user can do, when the session would delete more than half
+/// of the account's records and more than ten, or as much of a store that is overwritten, or when a
+/// store that held something is empty; nullopt when it may go on.
 std::optional<std::string> massDeletionReason(const MassDeletionFacts& facts);
 
 }  // namespace kt

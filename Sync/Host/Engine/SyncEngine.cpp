@@ -95,6 +95,18 @@ std::optional<std::string> SyncEngine::markedBackup()
     return guarded([&] { return _state.facts().mark; }, std::optional<std::string>());
 }
 
+void SyncEngine::noteStorePutBack()
+{
+    guarded(
+        [&] {
+            StateFacts facts = _state.facts();
+            facts.isPutBack = facts.mark.has_value();
+            _state.setFacts(facts);
+            return true;
+        },
+        false);
+}
+
 int SyncEngine::systemVersion()
 {
     return guarded([&] { return _state.facts().systemVersion; }, 0);
@@ -188,8 +200,11 @@ std::optional<SyncRecordMap> SyncEngine::getLocalState()
             const Knowledge knowledge(_state);
             std::optional<SyncRecordMap> map(std::in_place);
             for (HandedRecord& handed : handedState(_state, knowledge, _run->given)) {
-                std::string key = handed.id.key;
-                map->emplace_back(std::move(key), recordToHandOut(handed));
+                SyncRecord record = recordToHandOut(handed);
+                const SyncRecord stored = handed.isKept ? nullptr : _run->given.find(handed.id);
+                if (stored && stored != record)
+                    _reports.carefulWriting.noteStored(record, stored);
+                map->emplace_back(std::move(handed.id.key), std::move(record));
             }
             _run->given = {};
             return map;

@@ -61,6 +61,9 @@ public:
     /// host whose plug-in cannot load the store puts that backup back and runs once more.
     std::optional<std::string> markedBackup();
 
+    /// Notes that the store was put back from a backup, so that what is older in it is no edit.
+    void noteStorePutBack();
+
     /// Whose layout the store had at the last run, as the options said; 0 before the first.
     int systemVersion();
 

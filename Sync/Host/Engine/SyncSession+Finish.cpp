@@ -80,9 +80,17 @@ std::vector<const Outcome*> SyncSession::effectiveOutcomes() const
 std::optional<std::string> SyncSession::reasonAgainst(
     const std::vector<const Outcome*>& effective) const
 {
-    if (_setting.options.allowMassDelete || _setting.options.fromServer)
+    if (_setting.options.allowMassDelete)
         return std::nullopt;
     MassDeletionFacts facts;
+    if (overwritesStore()) {
+        facts.deletionsInStore = static_cast<std::size_t>(
+            std::count_if(effective.begin(), effective.end(), [](const Outcome* outcome) {
+                return isDeletion(*outcome) && outcome->comesDown;
+            }));
+        facts.recordsOfStore = _localRecords.size();
+        return massDeletionReason(facts);
+    }
     facts.deletions = static_cast<std::size_t>(
         std::count_if(effective.begin(), effective.end(), [](const Outcome* outcome) {
             return isDeletion(*outcome) && outcome->goesUp;

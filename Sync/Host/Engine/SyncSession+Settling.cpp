@@ -56,6 +56,7 @@ bool SyncSession::finishSettling()
     StateFacts facts = _knowledge->facts();
     writeUnreadTexts(facts);
     facts.mark = std::nullopt;
+    facts.isPutBack = false;
     facts.anchor = facts.anchorAfterSettling;
     facts.anchorAfterSettling = 0;
     _setting.state.setFacts(facts);

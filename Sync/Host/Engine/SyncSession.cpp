@@ -56,6 +56,11 @@ StartResult SyncSession::start(int mode)
     _knowledge.emplace(_setting.state);
     _texts.emplace(_setting.reports.losses.losses(), _places, *_knowledge);
     _facts = gatherFacts(mode);
+    if (_facts.wantsServer && _facts.serverHoldsNothing && !isSettling())
+        return refuse(
+            StartResult::noSession,
+            "Der Server enthält nichts, womit dieser Kalenderspeicher überschrieben werden "
+            "könnte; es wurde nichts geändert. Bitte die Adresse des Servers prüfen.");
     _result = startResult(_facts);
     _isHeld = isHeldByLosses(_facts);
     if (_isHeld)
@@ -156,9 +161,9 @@ SyncResult SyncSession::diff(const SyncRecordList& local,
     rules.hasBase = _hasBase;
     rules.isMissingUnread = isMissingUnread();
     rules.isHealing = _facts.hasMark;
+    rules.isPutBack = _knowledge->facts().isPutBack;
     rules.unread = &_unread;
-    rules.serverWins =
-        _result == StartResult::overwrittenLater || _result == StartResult::overwrittenAtFirst;
+    rules.serverWins = overwritesStore();
     Comparison comparison(*_knowledge, _remote, *_local, _setting.state, *_server, rules);
     _outcomes = comparison.outcomes();
     _deletionsNotMade = comparison.deletionsNotMade();

@@ -121,6 +121,11 @@ private:
     }
     StoreReading reading() const { return {_places, *_texts}; }
     bool isDryRun() const { return _setting.options.dryRun; }
+    bool overwritesStore() const
+    {
+        return _result == StartResult::overwrittenLater ||
+               _result == StartResult::overwrittenAtFirst;
+    }
 
     SessionSetting _setting;
     std::unique_ptr<SyncServerSession> _server;

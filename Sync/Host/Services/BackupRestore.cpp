@@ -27,6 +27,7 @@ public:
         // One that stands names the last backup that surely holds what was there before a rewrite.
         if (!facts.mark)
             facts.mark = backup;
+        facts.isPutBack = true;
         set(facts);
     }
     ~RestoreMark()

@@ -124,6 +124,7 @@ std::optional<std::string> SyncRun::reasonAgainstLayout()
 void SyncRun::putBack(const std::string& backup, SyncRunResult& result)
 {
     _host.logMsg(stringWithFormat("Die Sicherungskopie \"%@\" wird zurückgeholt", backup));
+    _engine.noteStorePutBack();
     _backups.restore(backup, storeFiles());
     _storeBefore.clear();
     result.wasRestored = true;

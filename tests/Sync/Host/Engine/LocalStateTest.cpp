@@ -52,6 +52,7 @@ TEST_F(LocalStates, KeepFacts)
     facts.systemVersion = 4;
     facts.unreadTextsChanged = 3;
     facts.loadInVain = "digest";
+    facts.isPutBack = true;
     {
         LocalState state(path());
         EXPECT_EQ(state.facts(), StateFacts{});

@@ -88,6 +88,58 @@ TEST_F(SyncEngineRules, Rule5_OnlyTheUserOverwritesTheStore)
     expectEqualHomes();
 }
 
+TEST_F(SyncEngineRules, Rule5_AServerThatHoldsNothingOverwritesNoStore)
+{
+    givenTwoHomes();
+    auto& a = home("a");
+    auto& c = home("c");
+    c.store.calendars = {calendar("Anderes", {task("nur hier")})};
+    Wishes wishes;
+    wishes.fromServer = true;
+    for (SimulatedHome* each : {&a, &c}) {
+        each->serverUrl = "sqlite:" + folder.path("vertippt.db");
+        const auto before = contents(*each);
+        for (const bool isDry : {true, false}) {
+            wishes.dryRun = isDry;
+            const SyncRunSummary summary = each->sync(wishes);
+            EXPECT_EQ(summary.startResult, 0);
+            EXPECT_FALSE(summary.finished);
+            EXPECT_THAT(summary.reasons,
+                        ElementsAre(testing::HasSubstr("Der Server enthält nichts")));
+        }
+        EXPECT_EQ(contents(*each), before);
+        EXPECT_EQ(each->store.rewrites(), 0);
+    }
+}
+
+TEST_F(SyncEngineRules, Rule17_OverwritingTheStoreCountsWhatItWouldLose)
+{
+    givenTwoHomes();
+    auto& c = home("c");
+    c.store.calendars = {calendar("Anderes")};
+    for (int number = 0; number < 12; ++number)
+        c.store.calendars.front().items.push_back(task("nur hier " + std::to_string(number)));
+    Wishes wishes;
+    wishes.fromServer = true;
+    wishes.dryRun = true;
+    EXPECT_FALSE(c.sync(wishes).finished);
+    wishes.dryRun = false;
+    const SyncRunSummary refused = c.sync(wishes);
+    EXPECT_FALSE(refused.finished);
+    EXPECT_THAT(refused.reasons, ElementsAre(testing::HasSubstr("13 von 13 Datensätzen dieses")));
+    EXPECT_EQ(c.store.calendar("Anderes")->items.size(), 12U);
+    wishes.allowMassDelete = true;
+    wishes.dryRun = true;
+    const SyncRunSummary listed = c.sync(wishes);
+    EXPECT_EQ(listed.deletedHere, 13U);
+    EXPECT_EQ(listed.deletedOnServer, 0U);
+    wishes.dryRun = false;
+    EXPECT_TRUE(c.sync(wishes).settled);
+    EXPECT_EQ(c.store.calendar("Anderes"), nullptr);
+    expectRest();
+    expectEqualHomes();
+}
+
 TEST_F(SyncEngineRules, Rule6_GroupsCalendarsAndItemsComeInThisOrderAndTombstonesLast)
 {
     givenTwoHomes();
