@@ -168,44 +168,66 @@ Comparison::LocalWish Comparison::wishFor(const AgreedRow& agreed, const LocalRe
             wish.kind = LocalWish::Kind::deleted;
         return wish;
     }
+    const bool isHealing = _rules.isHealing && !_rules.isPutBack;
     if (local->seen == nullptr)
-        return wishWithoutSeen(agreed, *local);
+        return isHealing && _knowledge.pushedRow(agreed.id) != nullptr
+                   ? wishWhileHealing(agreed, *local)
+                   : wishWithoutSeen(agreed, *local);
     if (local->seen->hash == local->hash)
         return wish;
     wish.units = changesSinceSeen(*local);
     if (wish.units.empty())
         return wish;
     if (_rules.isHealing)
-        return _rules.isPutBack ? wishWithoutSeen(agreed, *local)
-                                : wishWhileHealing(agreed, *local, std::move(wish.units));
+        return isHealing ? wishWhileHealing(agreed, *local) : wishWithoutSeen(agreed, *local);
     wish.kind = LocalWish::Kind::changed;
     wish.record = _local.underAgreedKeys(*local);
     return wish;
 }
 
-// While a rewrite is not settled, what differs from what was seen may be what the rewrite wrote.
-// But it wrote nothing into a unit that is agreed just as it was seen: that was the user.
+// While a rewrite is not settled, what differs from what the store gave before it may be what the
+// rewrite wrote. But it wrote nothing into a unit that is agreed just as it was: that was the user.
 Comparison::LocalWish Comparison::wishWhileHealing(const AgreedRow& agreed,
-                                                   const LocalRecord& local,
-                                                   std::vector<std::string> changed)
+                                                   const LocalRecord& local)
 {
-    const Dictionary base = _state.agreedRecord(agreed.id);
-    const std::vector<std::string> rewritten =
-        changedUnits(_knowledge.underAgreedKeys(_state.seenRecord(*local.seen)), base);
+    const Dictionary target = _state.agreedRecord(agreed.id);
+    const auto [base, timezone] = beforeRewrite(agreed, local, target);
+    const Dictionary own = _local.underAgreedKeys(local);
+    std::vector<std::string> changed =
+        changedUnits({base, timezone}, {own, Platform::shared().localTimeZoneName()});
+    if (changed.empty())
+        return {};
+    const std::vector<std::string> rewritten = changedUnits(base, target);
     std::erase_if(changed, [&](const std::string& unit) {
         return std::find(rewritten.begin(), rewritten.end(), unit) != rewritten.end();
     });
     LocalWish wish = wishWithoutSeen(agreed, local);
     if (changed.empty())
         return wish;
-    const Dictionary own = _local.underAgreedKeys(local);
-    Dictionary record = wish.kind == LocalWish::Kind::changed ? std::move(wish.record) : base;
+    Dictionary record = wish.kind == LocalWish::Kind::changed ? std::move(wish.record) : target;
     for (const std::string& unit : changed)
         takeUnit(record, own, unit);
-    wish.units = changedUnits(base, record);
+    wish.units = changedUnits(target, record);
     wish.kind = wish.units.empty() ? LocalWish::Kind::none : LocalWish::Kind::changed;
     wish.record = std::move(record);
     return wish;
+}
+
+// What the session before the rewrite was given, where it had anything to do with that; else what
+// was seen. Under agreed keys, with the machine's zone of that time.
+std::pair<Dictionary, std::string> Comparison::beforeRewrite(const AgreedRow& agreed,
+                                                             const LocalRecord& local,
+                                                             const Dictionary& target)
+{
+    if (const PushedRow* row = _knowledge.pushedRow(agreed.id)) {
+        if (auto given = _state.pushedRecord(*row))
+            return {_knowledge.underAgreedKeys(std::move(*given)), row->seen.timezone};
+        if (row->hash == agreed.hash)
+            return {target, row->seen.timezone};
+    }
+    if (local.seen == nullptr)
+        return {};
+    return {_knowledge.underAgreedKeys(_state.seenRecord(*local.seen)), local.seen->timezone};
 }
 
 Comparison::LocalWish Comparison::wishWithoutSeen(const AgreedRow& agreed, const LocalRecord& local)

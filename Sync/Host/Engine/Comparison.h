@@ -4,6 +4,7 @@
 #include <optional>
 #include <string>
 #include <unordered_set>
+#include <utility>
 #include <vector>
 
 #include "Sync/Foundation/Dictionary.h"
@@ -83,8 +84,10 @@ private:
     void dropLocal(const LocalRecord& local);
 
     LocalWish wishFor(const AgreedRow& agreed, const LocalRecord* local);
-    LocalWish wishWhileHealing(const AgreedRow& agreed, const LocalRecord& local,
-                               std::vector<std::string> changed);
+    LocalWish wishWhileHealing(const AgreedRow& agreed, const LocalRecord& local);
+    std::pair<Dictionary, std::string> beforeRewrite(const AgreedRow& agreed,
+                                                     const LocalRecord& local,
+                                                     const Dictionary& target);
     LocalWish wishWithoutSeen(const AgreedRow& agreed, const LocalRecord& local);
     bool isLeftBehind(const LocalRecord& local);
     std::vector<std::string> changesSinceSeen(const LocalRecord& local);

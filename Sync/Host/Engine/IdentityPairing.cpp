@@ -161,6 +161,27 @@ void pairByIdentity(std::vector<LocalRecord>& records, const Knowledge& knowledg
     RowPairing(records, knowledge, isRowTaken).run();
 }
 
+void nameByUnsettledSession(std::vector<LocalRecord>& records, const Knowledge& knowledge)
+{
+    const std::vector<PushedRow>& rows = knowledge.pushed();
+    if (rows.empty())
+        return;
+    UniquePairs pairs;
+    for (std::size_t index = 0; index < records.size(); ++index) {
+        const LocalRecord& local = records[index];
+        if (local.seen == nullptr && local.agreedId.key.empty())
+            pairs.addLeft(identityOf(local.record->conduit(), local.place), index);
+    }
+    for (std::size_t index = 0; index < rows.size(); ++index) {
+        const SeenRow& row = rows[index].seen;
+        if (knowledge.seenOfAgreed({row.local.conduit, *row.agreedKey}) == nullptr)
+            pairs.addRight(identityOf(row.local.conduit, row.place), index);
+    }
+    pairs.forEach([&](std::size_t record, std::size_t row) {
+        records[record].agreedId = {rows[row].seen.local.conduit, *rows[row].seen.agreedKey};
+    });
+}
+
 std::vector<std::optional<std::string>> keysByIdentity(const SyncRecordList& records,
                                                        const StorePlaces& places,
                                                        const std::vector<HandedRecord>& handed,

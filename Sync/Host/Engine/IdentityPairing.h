@@ -21,6 +21,10 @@ bool haveSameIdentity(std::string_view conduit, const StorePlace& left, const St
 void pairByIdentity(std::vector<LocalRecord>& records, const Knowledge& knowledge,
                     std::vector<bool>& isRowTaken);
 
+/// Names records that were never seen, but given in the session whose rewrite is not settled, by
+/// what they were agreed as there.
+void nameByUnsettledSession(std::vector<LocalRecord>& records, const Knowledge& knowledge);
+
 /// For each record of a store after a rewrite the agreed key of the handed record that it must be,
 /// or nullopt: one that stands where that was seen before, or under the UID that is the key of one
 /// that this store never had.

@@ -41,8 +41,13 @@ Knowledge::Knowledge(LocalState& state)
       _kept(state.keptRows()),
       _untaken(state.untakenRows()),
       _unread(state.unreadRows()),
-      _unreadTexts(state.unreadTexts())
+      _unreadTexts(state.unreadTexts()),
+      _pushed(state.pushedRows())
 {
+    for (std::size_t index = 0; index < _pushed.size(); ++index) {
+        const SeenRow& row = _pushed[index].seen;
+        _pushedIndex.emplace(RecordIdView{row.local.conduit, *row.agreedKey}, index);
+    }
     for (std::size_t index = 0; index < _untaken.size(); ++index)
         _untakenIndex.emplace(_untaken[index].id, index);
     for (std::size_t index = 0; index < _unread.size(); ++index) {
@@ -107,6 +112,11 @@ const AgreedRow* Knowledge::agreedRow(const RecordId& id) const
 const UntakenRow* Knowledge::untakenRow(const RecordId& id) const
 {
     return rowAt(_untaken, _untakenIndex, id);
+}
+
+const PushedRow* Knowledge::pushedRow(const RecordId& agreedId) const
+{
+    return rowAt(_pushed, _pushedIndex, agreedId);
 }
 
 const UnreadRow* Knowledge::unreadRow(UnreadRow::Whose whose, const RecordId& id) const

@@ -32,6 +32,10 @@ public:
     /// The row that says what the store gave for an agreed record; null when it was never seen.
     const SeenRow* seenOfAgreed(const RecordId& agreedId) const;
 
+    /// What the store gave for a record in a session that is not over; null when there is none.
+    const PushedRow* pushedRow(const RecordId& agreedId) const;
+    const std::vector<PushedRow>& pushed() const { return _pushed; }
+
     /// Null when the record was not unread at the end of the last run.
     const UnreadRow* unreadRow(UnreadRow::Whose whose, const RecordId& id) const;
 
@@ -70,6 +74,8 @@ private:
     std::vector<UntakenRow> _untaken;
     std::vector<UnreadRow> _unread;
     std::vector<UnreadTextRow> _unreadTexts;
+    std::vector<PushedRow> _pushed;
+    RowIndex _pushedIndex;
     RowIndex _untakenIndex;
     RowIndex _unreadAgreedIndex;
     RowIndex _unreadKeptIndex;

@@ -142,8 +142,11 @@ class UidsOfRewrite {
 public:
     UidsOfRewrite(const std::vector<HandedRecord>& handed, const Knowledge& knowledge)
     {
-        for (const HandedRecord& record : handed)
+        for (const HandedRecord& record : handed) {
             _uids.insert(record.id.key);
+            if (!record.isKept && knowledge.seenOfAgreed(record.id) == nullptr)
+                _new.insert(record.id);
+        }
         for (const SeenRow& row : knowledge.seen())
             _uids.insert(row.place.uid);
     }
@@ -155,8 +158,19 @@ public:
         return uid.empty() || _uids.count(uid) != 0 || (bareKey && _uids.count(*bareKey) != 0);
     }
 
+    void leaveOut(const RecordId& named) { _new.erase(named); }
+
+    // The key of the record that a UID was made of; each is given once.
+    std::optional<std::string> takeKeyOf(const LocalRecord& local)
+    {
+        const bool isMade = local.place.recurrence.empty() &&
+                            _new.erase({local.record->conduit(), local.place.uid}) != 0;
+        return isMade ? std::optional(local.place.uid) : std::nullopt;
+    }
+
 private:
     std::unordered_set<std::string> _uids;
+    std::unordered_set<RecordId, RecordIdHash> _new;  // that the store did not have before
 };
 
 }  // namespace
@@ -220,6 +234,7 @@ LocalRecords::LocalRecords(std::vector<LocalRecord> loaded, const Knowledge& kno
     if (knowledge.facts().mark) {
         for (const Groups::Group& group : groups.all)
             keepWhatEqualsItsSeen(group.records, group.rows, context);
+        nameByUnsettledSession(_records, knowledge);
         claimed = nameWhatWasHandedOut(state);
         for (Groups::Group& group : groups.all)
             std::erase_if(group.rows, [&](const SeenRow* row) {
@@ -271,19 +286,26 @@ void takeRow(LocalRecord& record, const SeenRow& row)
 LocalRecords::Claims LocalRecords::nameWhatWasHandedOut(LocalState& state)
 {
     const std::vector<HandedRecord> handed = handedState(state, _knowledge);
-    const UidsOfRewrite uids(handed, _knowledge);
+    UidsOfRewrite uids(handed, _knowledge);
+    for (const LocalRecord& local : _records)
+        uids.leaveOut(local.agreedId);
     SyncRecordList records;
     std::vector<std::optional<std::string>> names;
     for (const LocalRecord& local : _records) {
         const bool mayBeHanded = !local.isLeftOver && uids.mayBe(local);
         records.push_back(mayBeHanded ? local.record : nullptr);
         const std::string& key = local.agreedId.key;
-        names.push_back(key.empty() ? std::nullopt : std::optional(key));
+        if (!key.empty())
+            names.emplace_back(key);
+        else
+            names.push_back(mayBeHanded ? uids.takeKeyOf(local) : std::nullopt);
     }
     names = pairWithHanded(records, handed, std::move(names), Looks::sayNothing);
     Claims claimed;
     for (std::size_t index = 0; index < _records.size(); ++index) {
         LocalRecord& local = _records[index];
+        if (local.seen == nullptr && !local.agreedId.key.empty())
+            claimed.insert(local.agreedId);
         if (!records[index] || !names[index] || !local.agreedId.key.empty())
             continue;
         local.agreedId = {local.record->conduit(), *names[index]};

@@ -1,20 +1,15 @@
 #include "Sync/Host/Engine/LocalState.h"
 
-#include <chrono>
 #include <filesystem>
 #include <system_error>
 #include <utility>
 
-#include "Sync/Host/Engine/LocalStateFormat.h"
+#include "Sync/Host/Engine/LocalStateDatabase.h"
 #include "Sync/Host/Engine/RecordCoding.h"
-#include "Sync/Host/Server/SqliteDatabase.h"
 
 namespace kt {
 
 namespace {
-
-// Another run of the same device is told to the user at once rather than waited for.
-constexpr std::chrono::milliseconds kWait{200};
 
 constexpr const char* kDevice = "device";
 constexpr const char* kServer = "server";
@@ -34,55 +29,7 @@ void makeFolderOf(const std::string& path)
     std::filesystem::create_directories(std::filesystem::path(path).parent_path(), error);
 }
 
-SqliteAccess sqliteAccess(StateAccess access)
-{
-    return access == StateAccess::readOnly ? SqliteAccess::readOnly : SqliteAccess::readWrite;
-}
-
 }  // namespace
-
-struct LocalState::Database {
-    Database(const std::string& filePath, StateAccess stateAccess)
-        : file(filePath, localStateFormat(), sqliteAccess(stateAccess), kWait),
-          path(filePath),
-          access(stateAccess)
-    {}
-
-    std::optional<std::string> fact(const std::string& name)
-    {
-        std::optional<std::string> value;
-        file.each(
-            "SELECT value FROM facts WHERE name = ?",
-            [&](auto& row) { value = textOrNull(row, 0); }, name);
-        return value;
-    }
-
-    void setFact(const std::string& name, const std::optional<std::string>& value)
-    {
-        if (fact(name) == value)
-            return;
-        if (value)
-            file.run("INSERT OR REPLACE INTO facts (name, value) VALUES (?, ?)", name, *value);
-        else
-            file.run("DELETE FROM facts WHERE name = ?", name);
-    }
-
-    std::int64_t number(const std::string& name)
-    {
-        const auto value = fact(name);
-        return value ? Value(*value).longLongValue() : 0;
-    }
-
-    void setNumber(const std::string& name, std::int64_t number)
-    {
-        setFact(name, number == 0 ? std::nullopt : std::optional(std::to_string(number)));
-    }
-
-    SqliteDatabase file;
-    std::string path;
-    StateAccess access;
-    std::string deviceId;
-};
 
 LocalState::LocalState(std::string path, StateAccess access)
 {
@@ -284,87 +231,11 @@ void LocalState::removeKept(const RecordId& id)
     _database->file.run("DELETE FROM kept WHERE conduit = ? AND key = ?", id.conduit, id.key);
 }
 
-std::vector<UntakenRow> LocalState::untakenRows()
-{
-    std::vector<UntakenRow> rows;
-    _database->file.each(
-        "SELECT conduit, key, parent_key, revision, offers, refused FROM untaken ORDER BY conduit, "
-        "key",
-        [&](auto& row) {
-            rows.push_back({{row.getColumn(0).getString(), row.getColumn(1).getString()},
-                            textOrNull(row, 2),
-                            row.getColumn(3).getInt64(),
-                            row.getColumn(4).getInt(),
-                            row.getColumn(5).getInt() != 0});
-        });
-    return rows;
-}
-
-void LocalState::setUntaken(const UntakenRow& row)
-{
-    _database->file.run(
-        "INSERT OR REPLACE INTO untaken (conduit, key, parent_key, revision, offers, refused)"
-        " VALUES (?, ?, ?, ?, ?, ?)",
-        row.id.conduit, row.id.key, row.parentKey, row.revision,
-        static_cast<std::int64_t>(row.offers), static_cast<std::int64_t>(row.refused ? 1 : 0));
-}
-
-void LocalState::removeUntaken(const RecordId& id)
-{
-    _database->file.run("DELETE FROM untaken WHERE conduit = ? AND key = ?", id.conduit, id.key);
-}
-
-std::vector<UnreadRow> LocalState::unreadRows()
-{
-    std::vector<UnreadRow> rows;
-    _database->file.each(
-        "SELECT whose, conduit, key, since FROM unread ORDER BY whose, conduit, key",
-        [&](auto& row) {
-            rows.push_back({static_cast<UnreadRow::Whose>(row.getColumn(0).getInt()),
-                            {row.getColumn(1).getString(), row.getColumn(2).getString()},
-                            row.getColumn(3).getInt64()});
-        });
-    return rows;
-}
-
-void LocalState::setUnread(const UnreadRow& row)
-{
-    _database->file.run(
-        "INSERT OR REPLACE INTO unread (whose, conduit, key, since) VALUES (?, ?, ?, ?)",
-        static_cast<std::int64_t>(row.whose), row.id.conduit, row.id.key, row.since);
-}
-
-void LocalState::removeUnread(const UnreadRow& row)
-{
-    _database->file.run("DELETE FROM unread WHERE whose = ? AND conduit = ? AND key = ?",
-                        static_cast<std::int64_t>(row.whose), row.id.conduit, row.id.key);
-}
-
-std::vector<UnreadTextRow> LocalState::unreadTexts()
-{
-    std::vector<UnreadTextRow> rows;
-    _database->file.each("SELECT name, since FROM unread_text ORDER BY name", [&](auto& row) {
-        rows.push_back({row.getColumn(0).getString(), row.getColumn(1).getInt64()});
-    });
-    return rows;
-}
-
-void LocalState::setUnreadText(const UnreadTextRow& row)
-{
-    _database->file.run("INSERT OR REPLACE INTO unread_text (name, since) VALUES (?, ?)", row.name,
-                        row.since);
-}
-
-void LocalState::removeUnreadText(const std::string& name)
-{
-    _database->file.run("DELETE FROM unread_text WHERE name = ?", name);
-}
-
 void LocalState::clear()
 {
     for (const char* statement :
          {"DELETE FROM agreed", "DELETE FROM seen", "DELETE FROM kept", "DELETE FROM untaken",
-          "DELETE FROM unread", "DELETE FROM unread_text",
+          "DELETE FROM unread", "DELETE FROM unread_text", "DELETE FROM pushed",
           "DELETE FROM facts WHERE name <> 'device'"})
         _database->file.run(statement);
 }

@@ -83,6 +83,13 @@ struct UntakenRow {
     bool refused = false;  // no store could take it
 };
 
+/// What this device's store gave in a session that is not over: it was about to push the record
+/// when the state was last written, or its rewrite is not settled.
+struct PushedRow {
+    std::string hash;  // of what the session made of it
+    SeenRow seen{};    // what the store gave; `seen.agreedKey` and the conduit name the record
+};
+
 /// Small facts that stand beside the records.
 struct StateFacts {
     std::string serverIdentity;  // empty before the first meeting
@@ -158,6 +165,12 @@ public:
     std::vector<UnreadTextRow> unreadTexts();  // by name
     void setUnreadText(const UnreadTextRow& row);
     void removeUnreadText(const std::string& name);
+
+    std::vector<PushedRow> pushedRows();  // by conduit and key
+    /// What the store gave for it; nullopt where that is what the session made of it.
+    std::optional<Dictionary> pushedRecord(const PushedRow& row);
+    void setPushed(const PushedRow& row, const std::optional<Dictionary>& record);
+    void clearPushed();
 
     /// Forgets everything but the device id.
     void clear();

@@ -66,10 +66,25 @@ CREATE TABLE unread_text (
 ) WITHOUT ROWID;
 )";
 
-// What tells the occurrences of a series apart, which share its UID.
+// What tells the occurrences of a series apart, which share its UID; and what is about to be
+// pushed.
 constexpr std::string_view kIdentity = R"(
 ALTER TABLE seen ADD COLUMN recurrence TEXT NOT NULL DEFAULT '';
 ALTER TABLE kept ADD COLUMN recurrence TEXT NOT NULL DEFAULT '';
+CREATE TABLE pushed (
+    conduit TEXT NOT NULL,
+    key TEXT NOT NULL,
+    hash TEXT NOT NULL,
+    local_key TEXT NOT NULL,
+    local_parent_key TEXT,
+    local_hash TEXT NOT NULL,
+    timezone TEXT NOT NULL,
+    uid TEXT NOT NULL,
+    file TEXT NOT NULL,
+    recurrence TEXT NOT NULL,
+    record BLOB,
+    PRIMARY KEY (conduit, key)
+) WITHOUT ROWID;
 )";
 
 constexpr std::string_view kSteps[] = {kSchema, kUnreadTexts, kIdentity};

@@ -117,6 +117,7 @@ bool SyncSession::takeEffect()
     tellOfTexts();
     if (isDryRun())
         return true;
+    notePush(effective);
     const std::int64_t head = writeToServer(effective);
     writeAgreed(effective, head);
     writeUntaken(effective);
@@ -124,6 +125,8 @@ bool SyncSession::takeEffect()
     writeUnread();
     writeSeen(effective);
     writeFacts(effective, head);
+    if (!isRewriteExpected(_result))
+        _setting.state.clearPushed();
     // The server first: what it has and this device does not know of comes back as equal to what
     // the device has. The other way round the device would take for exchanged what nobody else ever
     // got.

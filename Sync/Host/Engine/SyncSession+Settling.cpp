@@ -55,6 +55,7 @@ bool SyncSession::finishSettling()
     writeKept();
     StateFacts facts = _knowledge->facts();
     writeUnreadTexts(facts);
+    _setting.state.clearPushed();
     facts.mark = std::nullopt;
     facts.isPutBack = false;
     facts.anchor = facts.anchorAfterSettling;

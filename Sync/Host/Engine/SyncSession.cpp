@@ -53,6 +53,7 @@ StartResult SyncSession::start(int mode)
     if (opened.status != OpenStatus::opened)
         return refuse(StartResult::noSession, opened.reason);
     _server = std::move(opened.session);
+    takeUnansweredPush();
     _knowledge.emplace(_setting.state);
     _texts.emplace(_setting.reports.losses.losses(), _places, *_knowledge);
     _facts = gatherFacts(mode);

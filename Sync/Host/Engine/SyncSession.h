@@ -83,6 +83,11 @@ private:
     SyncRecord resultRecord(const Outcome& outcome) const;
     SyncResult stagedResult(int diffMode);
 
+    void takeUnansweredPush();
+    void takeAsAgreed(const PushedRow& pushed, const ServerRecord& record,
+                      const std::unordered_map<RecordId, SeenRow, RecordIdHash>& before);
+    void notePush(const std::vector<const Outcome*>& effective);
+
     bool takeEffect();
     bool finishSettling();
     void leaveOutWhatWasUnread(const SettlingCheck& check,

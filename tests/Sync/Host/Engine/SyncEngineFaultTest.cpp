@@ -103,6 +103,44 @@ TEST_F(SyncEngineFaults, AfterAnyFailedAccessTheNextRunsConverge)
     EXPECT_GT(access, 50);
 }
 
+// Above all where the server took what the state was never told of.
+TEST_F(SyncEngineFaults, Rule22_AfterAnyFailedAccessLaterEditsAreEditsOfWhatWasPushed)
+{
+    givenChangesOnBothSides();
+    const Moment before = remembered();
+    int access = 0;
+    for (bool hasFailed = true; hasFailed; ++access) {
+        goBackTo(before);
+        auto& a = home("a");
+        FailingSqlite::failAt(access);
+        try {
+            a.sync();
+        } catch (const Exception& exception) {
+            EXPECT_THAT(exception.reason(), HasSubstr("Der lokale Sync-Stand"));
+        }
+        hasFailed = FailingSqlite::hasFailed();
+        FailingSqlite::failAt(-1);
+        a.store.item("Privat", "neu bei a")->fields.set("Title", "neu bei a, später");
+        a.store.item("Privat", "Zahnarzt")->fields.set("Notes", "Karte und Brille");
+        a.store.touch();
+        syncUntilRest();
+        expectEqualHomes();
+        for (const auto& each : homes) {
+            EXPECT_EQ(each->store.count("neu bei a"), 0);
+            EXPECT_EQ(each->store.count("neu bei a, später"), 1);
+            ASSERT_EQ(each->store.count("Zahnarzt"), 1);
+            const Dictionary& fields = each->store.item("Privat", "Zahnarzt")->fields;
+            EXPECT_EQ(fields["Notes"], Value("Karte und Brille"));
+            EXPECT_EQ(fields["Location"], Value("Praxis"));
+        }
+        if (HasFailure()) {
+            ADD_FAILURE() << "after failed access " << access;
+            return;
+        }
+    }
+    EXPECT_GT(access, 50);
+}
+
 TEST_F(SyncEngineFaults, AFailureIsSaidAndNeverThrown)
 {
     givenChangesOnBothSides();
