@@ -9,8 +9,10 @@
 #include "Sync/Host/Command/Commands.h"
 #include "Sync/Host/Command/Look.h"
 #include "Sync/Host/Command/Output.h"
+#include "Sync/Host/Engine/LastingKeys.h"
 #include "Sync/Host/Publishing/HostSyncConnection.h"
 #include "Sync/Host/Publishing/PublishingOptions.h"
+#include "Sync/Host/Services/HostClasses.h"
 #include "Sync/Host/Services/PluginPreferences.h"
 
 namespace kt {
@@ -43,7 +45,8 @@ void failWith(const KTSyncError& error)
 
 std::shared_ptr<KTSyncConnection> connectionFor(Workplace& workplace)
 {
-    return HostSyncConnectionClass(workplace.place().serverURL)
+    return HostSyncConnectionClass(workplace.place().serverURL,
+                                   keysByState(workplace.suite().localStatePath()))
         .initForPlugin(nullptr, "icalsync", &workplace.fileLogger());
 }
 
@@ -104,7 +107,9 @@ ExitCode publishCommand(const CommandLine& line, const Place& place)
         failWith(error);
     remember(workplace.preferences(), line.calendarKey, true, options);
 
-    const std::string address = place.site.url() + pathOfCalendar(line.calendarKey);
+    const std::string address =
+        place.site.url() +
+        pathOfCalendar(lastingCalendarKey(workplace.suite().localStatePath(), line.calendarKey));
     printResult(line.json ? jsonText({{"key", line.calendarKey},
                                       {"title", title},
                                       {"published", true},

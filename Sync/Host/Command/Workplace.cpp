@@ -26,7 +26,7 @@ Workplace::Workplace(const Place& place, const CommandLine& line, Access access)
       _statusLine(STDERR_FILENO, detailFor(line)),
       _log(_suite.logPath(), _statusLine),
       _fileLogger(_suite.fileLogPath(), _statusLine),
-      _classes(place.serverURL)
+      _classes(place.serverURL, keysByState(_suite.localStatePath()))
 {
     if (!FileManager::defaultManager().isDirectory(_place.home))
         throw Exception(NSGenericException,

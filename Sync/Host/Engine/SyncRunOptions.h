@@ -4,6 +4,7 @@
 #include <functional>
 #include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "Sync/HostInterface/KTLossReport.h"
@@ -71,6 +72,8 @@ struct SyncRunSummary {
     std::vector<std::string> unproved;  // title and calendar of what did not come back from the
                                         // store, and was not told as unwritten either
     std::vector<StagedRecord> staged;   // of a dry run, by conduit and key
+    // Keys that the plug-in computed of a calendar at the last run and computes of it now.
+    std::vector<std::pair<std::string, std::string>> renamedCalendars;
     std::vector<std::string>
         reasons;  // German lines: why the session was not opened or not finished
 };

@@ -230,8 +230,19 @@ void SyncSession::writeSeen(const std::vector<const Outcome*>& effective)
                            local.isLeftOver ? std::nullopt : std::optional(local.agreedId.key),
                            local.seen});
     }
+    noteRenamed(targets);
     moveSeen(_setting.state, *_knowledge, targets, remainder,
              Platform::shared().localTimeZoneName());
+}
+
+void SyncSession::noteRenamed(const std::vector<SeenTarget>& targets)
+{
+    for (const SeenTarget& target : targets) {
+        if (target.row != nullptr && target.record->conduit() == kConduitCalendar &&
+            target.row->local.key != target.record->recordKey())
+            _setting.summary.renamedCalendars.emplace_back(target.row->local.key,
+                                                           target.record->recordKey());
+    }
 }
 
 void SyncSession::writeFacts(const std::vector<const Outcome*>& effective, std::int64_t head)

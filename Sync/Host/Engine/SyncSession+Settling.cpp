@@ -117,6 +117,7 @@ void SyncSession::makeSeen(const std::vector<std::optional<std::string>>& agreed
         if (isRowUnread(*row))
             remainder.untouched.insert(row);
     }
+    noteRenamed(targets);
     moveSeen(_setting.state, *_knowledge, targets, remainder,
              Platform::shared().localTimeZoneName());
 }

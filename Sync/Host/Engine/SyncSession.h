@@ -17,6 +17,7 @@
 #include "Sync/Host/Engine/Knowledge.h"
 #include "Sync/Host/Engine/LocalRecords.h"
 #include "Sync/Host/Engine/RemoteChanges.h"
+#include "Sync/Host/Engine/SeenUpdate.h"
 #include "Sync/Host/Engine/StartResult.h"
 #include "Sync/Host/Engine/SyncRunOptions.h"
 #include "Sync/Host/Engine/UnreadRecords.h"
@@ -106,6 +107,7 @@ private:
     void writeUnreadTexts(StateFacts& facts);
     void tellOfTexts();
     void writeSeen(const std::vector<const Outcome*>& effective);
+    void noteRenamed(const std::vector<SeenTarget>& targets);
     void writeFacts(const std::vector<const Outcome*>& effective, std::int64_t head);
     bool isAllQuiet(const std::vector<const Outcome*>& effective) const;
     bool doesStoreLag(const std::vector<const Outcome*>& effective) const;

@@ -27,11 +27,17 @@ void check(std::string_view mode, const std::string& key)
 }  // namespace
 
 HostSyncConnection::HostSyncConnection(std::unique_ptr<SyncServer> server, std::string account,
-                                       KTFileLogger* fileLogger)
+                                       KTFileLogger* fileLogger, KeyOnServer keyOnServer)
     : _server(std::move(server)),
       _account(std::move(account)),
-      _fileLogger(fileLogger)
+      _fileLogger(fileLogger),
+      _keyOnServer(std::move(keyOnServer))
 {}
+
+RecordId HostSyncConnection::idOnServer(const std::string& conduit, const std::string& key) const
+{
+    return {conduit, _keyOnServer ? _keyOnServer(key) : key};
+}
 
 template <class Body>
 bool HostSyncConnection::inSession(ServerAccess access, KTSyncError& error, Body&& body)
@@ -66,10 +72,7 @@ bool HostSyncConnection::activatePublicSharingForMainConduit(
 {
     return inSession(ServerAccess::readWrite, error, [&](SyncServerSession& session) {
         check(mode, mainRecordKey);
-        session.share({{mainConduit, mainRecordKey},
-                       mode,
-                       options,
-                       randomIdentifier(),
+        session.share({idOnServer(mainConduit, mainRecordKey), mode, options, randomIdentifier(),
                        iso8601(Platform::shared().now())});
     });
 }
@@ -80,7 +83,7 @@ bool HostSyncConnection::deactivatePublicSharingForMainConduit(const std::string
                                                                KTSyncError& error)
 {
     return inSession(ServerAccess::readWrite, error, [&](SyncServerSession& session) {
-        session.unshare({mainConduit, mainRecordKey});
+        session.unshare(idOnServer(mainConduit, mainRecordKey));
     });
 }
 
@@ -92,14 +95,16 @@ bool HostSyncConnection::listPublicSharings(std::vector<Dictionary>& sharings,
     sharings.clear();
     return inSession(ServerAccess::readOnly, error, [&](SyncServerSession& session) {
         for (const Sharing& sharing : session.sharings()) {
-            if (sharing.id == RecordId{mainConduit, mainRecordKey})
+            if (sharing.id == idOnServer(mainConduit, mainRecordKey))
                 sharings.push_back({{"public", "YES"}, {"publicOptions", sharing.options}});
         }
     });
 }
 
-HostSyncConnectionClass::HostSyncConnectionClass(std::string serverURL, std::string account)
+HostSyncConnectionClass::HostSyncConnectionClass(std::string serverURL, KeyOnServer keyOnServer,
+                                                 std::string account)
     : _serverURL(std::move(serverURL)),
+      _keyOnServer(std::move(keyOnServer)),
       _account(std::move(account))
 {}
 
@@ -108,7 +113,7 @@ std::shared_ptr<KTSyncConnection> HostSyncConnectionClass::initForPlugin(
 {
     return std::make_shared<HostSyncConnection>(_serverURL.empty() ? nullptr
                                                                    : syncServerWithURL(_serverURL),
-                                                _account, fileLogger);
+                                                _account, fileLogger, _keyOnServer);
 }
 
 }  // namespace kt

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <functional>
 #include <memory>
 #include <string>
 
@@ -8,6 +9,10 @@
 
 namespace kt {
 
+/// The key that a calendar has on the server, for the one that the plug-in has for it; may be
+/// empty, when both are the same. May throw Exception.
+using KeyOnServer = std::function<std::string(const std::string&)>;
+
 /// The publishing service of this host: what is public stands on the server, beside the records
 /// of the account, and the public site reads it there. Each call is one session; failures are told
 /// as one German line and change nothing.
@@ -15,7 +20,7 @@ class HostSyncConnection : public KTSyncConnection {
 public:
     /// The logger may be null; it outlives the connection.
     HostSyncConnection(std::unique_ptr<SyncServer> server, std::string account,
-                       KTFileLogger* fileLogger);
+                       KTFileLogger* fileLogger, KeyOnServer keyOnServer = {});
 
     /// The only mode is "RO". Which sub-conduits are public, the options say.
     bool activatePublicSharingForMainConduit(const std::string& mainConduit,
@@ -36,17 +41,20 @@ public:
 private:
     template <class Body>
     bool inSession(ServerAccess access, KTSyncError& error, Body&& body);
+    RecordId idOnServer(const std::string& conduit, const std::string& key) const;
 
     std::unique_ptr<SyncServer> _server;
     std::string _account;
     KTFileLogger* _fileLogger;
+    KeyOnServer _keyOnServer;
 };
 
 /// The class object: knows the server that its connections speak to.
 class HostSyncConnectionClass : public KTSyncConnectionClass {
 public:
     /// For an empty address there is no server, and every call of a connection fails.
-    explicit HostSyncConnectionClass(std::string serverURL, std::string account = "default");
+    explicit HostSyncConnectionClass(std::string serverURL, KeyOnServer keyOnServer = {},
+                                     std::string account = "default");
 
     std::shared_ptr<KTSyncConnection> initForPlugin(KTSyncPluginProtocol* plugin,
                                                     const std::string& name,
@@ -54,6 +62,7 @@ public:
 
 private:
     std::string _serverURL;
+    KeyOnServer _keyOnServer;
     std::string _account;
 };
 

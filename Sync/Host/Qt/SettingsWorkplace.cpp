@@ -25,7 +25,7 @@ SettingsWorkplace::SettingsWorkplace(const Place& place)
       _statusLine(STDERR_FILENO, StatusLine::Detail::warnings),
       _log(_suite.logPath(), _statusLine),
       _fileLogger(_suite.fileLogPath(), _statusLine),
-      _classes(place.serverURL)
+      _classes(place.serverURL, keysByState(_suite.localStatePath()))
 {
     if (!FileManager::defaultManager().isDirectory(_place.home))
         throw Exception(NSGenericException,

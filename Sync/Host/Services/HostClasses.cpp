@@ -1,6 +1,15 @@
 #include "Sync/Host/Services/HostClasses.h"
 
+#include "Sync/Host/Engine/LastingKeys.h"
+
 namespace kt {
+
+KeyOnServer keysByState(std::string statePath)
+{
+    return [path = std::move(statePath)](const std::string& key) {
+        return lastingCalendarKey(path, key);
+    };
+}
 
 KTClassTable HostClasses::table()
 {

@@ -11,11 +11,16 @@
 
 namespace kt {
 
+/// Finds the lasting keys of calendars in that state file (lastingCalendarKey).
+KeyOnServer keysByState(std::string statePath);
+
 /// The class objects that a plug-in of this host finds by name.
 class HostClasses {
 public:
     /// Publishing goes to the server of that address; without one it fails.
-    explicit HostClasses(std::string serverURL = {}) : _syncConnectionClass(std::move(serverURL)) {}
+    explicit HostClasses(std::string serverURL = {}, KeyOnServer keyOnServer = {})
+        : _syncConnectionClass(std::move(serverURL), std::move(keyOnServer))
+    {}
 
     /// Points at the class objects, which live as long as this does.
     KTClassTable table();

@@ -1,10 +1,12 @@
 #include "Sync/Host/Services/SyncRun.h"
 
+#include <algorithm>
 #include <utility>
 
 #include "Sync/Foundation/Exception.h"
 #include "Sync/Foundation/Format.h"
 #include "Sync/Host/Services/HomeLayout.h"
+#include "Sync/Host/Services/PluginPreferences.h"
 #include "Sync/Host/Services/StoreFingerprint.h"
 
 namespace kt {
@@ -167,6 +169,32 @@ void SyncRun::synchronize(const SyncRunOptions& options, SyncRunResult& result)
         result.reasons.push_back(result.course.refusal);
     if (result.summary.needsSettling)
         settle(options, fingerprint, result);
+    movePublished(result.summary.renamedCalendars);
+}
+
+/// The plug-in remembers what is public by keys that change with the titles.
+void SyncRun::movePublished(const std::vector<std::pair<std::string, std::string>>& renamed)
+{
+    const std::string name(kPublishedCalendarsPreference);
+    const Value before = _host.objectPreferenceForKey(name, Value());
+    if (renamed.empty() || !before.isDictionary())
+        return;
+    Dictionary after = before.dictionary();
+    for (const auto& [oldKey, newKey] : renamed)
+        after.remove(newKey);
+    for (const auto& [oldKey, newKey] : renamed) {
+        if (const Value* options = before.dictionary().find(oldKey))
+            after.set(newKey, *options);
+    }
+    for (const auto& [oldKey, newKey] : renamed) {
+        const bool isAnothersNow =
+            std::any_of(renamed.begin(), renamed.end(),
+                        [&, &key = oldKey](const auto& each) { return each.second == key; });
+        if (!isAnothersNow)
+            after.remove(oldKey);
+    }
+    if (after != before.dictionary())
+        _host.updatePreferenceWithObject(name, after);
 }
 
 void SyncRun::settle(SyncRunOptions options, const std::string& notedFingerprint,
@@ -187,6 +215,7 @@ void SyncRun::settle(SyncRunOptions options, const std::string& notedFingerprint
     result.summary.settled = settling.settled;
     result.summary.settlement = settling.settlement;
     result.summary.unproved = settling.unproved;
+    result.summary.renamedCalendars = settling.renamedCalendars;
     if (settling.settled)
         return;
     result.reasons.push_back(lineForSettlement(settling));

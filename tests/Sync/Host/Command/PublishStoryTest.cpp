@@ -88,6 +88,22 @@ TEST_F(PublishStory, GroupsAndUnknownKeysAreRefused)
                 HasSubstr("Es gibt keinen Kalender mit dem Schlüssel \"0123\"."));
 }
 
+TEST_F(PublishStory, ARenamedCalendarStaysPublicUnderItsAddressAndCanBeTakenBack)
+{
+    home.run({"publish", key});
+    home.addCalendar("PRIVAT", "Familie");
+    ASSERT_EQ(home.sync().exitCode, 0);
+    const std::string newKey = home.calendarKey("Familie");
+    ASSERT_NE(newKey, key);
+    EXPECT_EQ(server.sharings(), std::vector<std::string>{key});
+    EXPECT_TRUE(isShownAsPublished());
+    EXPECT_THAT(home.run({"publish", newKey}).out, EndsWith("/vl/calendar/" + key + "\n"));
+    EXPECT_EQ(server.sharings(), std::vector<std::string>{key});
+    EXPECT_EQ(home.run({"unpublish", newKey}).exitCode, 0);
+    EXPECT_TRUE(server.sharings().empty());
+    EXPECT_FALSE(isShownAsPublished());
+}
+
 TEST_F(PublishStory, ADeletedCalendarIsNoLongerPublic)
 {
     home.addCalendar("ZWEITER", "Zweiter");
