@@ -24,7 +24,8 @@ struct Outcome {
 
     RecordId id;  // agreed key
     Kind kind = Kind::take;
-    Dictionary record;  // a removed record's last content
+    Dictionary record;   // a removed record's last content
+    std::string hash{};  // contentHash of it, once the comparison is over and if it is taken
     std::optional<std::string>
         parentKey;                    // agreed key of the item's calendar, of the calendar's group
     bool isNew = false;               // was not agreed before

@@ -3,6 +3,7 @@
 #include <functional>
 #include <string_view>
 #include <unordered_map>
+#include <unordered_set>
 #include <utility>
 
 namespace kt {
@@ -188,14 +189,18 @@ std::vector<std::optional<std::string>> keysByIdentity(const SyncRecordList& rec
                                                        const Knowledge& knowledge)
 {
     std::vector<std::optional<std::string>> keys(records.size());
+    // What came back as it is agreed needs no search.
+    std::unordered_set<const KTSyncRecord*> given;
+    for (const HandedRecord& record : handed)
+        given.insert(record.given.get());
     UniquePairs pairs;
     for (std::size_t index = 0; index < records.size(); ++index) {
-        if (records[index])
+        if (records[index] && given.count(records[index].get()) == 0)
             pairs.addLeft(identityOf(records[index]->conduit(), places.of(*records[index])), index);
     }
     for (std::size_t index = 0; index < handed.size(); ++index) {
         const HandedRecord& record = handed[index];
-        if (record.isKept)
+        if (record.isKept || record.given)
             continue;
         const SeenRow* seen = knowledge.seenOfAgreed(record.id);
         const StorePlace place = seen != nullptr ? seen->place : StorePlace{record.id.key, "", ""};

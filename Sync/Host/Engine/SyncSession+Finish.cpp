@@ -146,7 +146,7 @@ std::int64_t SyncSession::writeToServer(const std::vector<const Outcome*>& effec
         write.parentKey = outcome->parentKey;
         write.isDeletion = isDeletion(*outcome);
         if (!write.isDeletion) {
-            write.hash = contentHash(outcome->record);
+            write.hash = outcome->hash;
             write.content = encodedRecord(outcome->record);
         }
         writes.push_back(std::move(write));
@@ -170,7 +170,7 @@ void SyncSession::writeAgreed(const std::vector<const Outcome*>& effective, std:
         row.id = outcome->id;
         row.parentKey = outcome->parentKey;
         row.revision = outcome->goesUp ? revision : outcome->serverRevision;
-        row.hash = contentHash(outcome->record);
+        row.hash = outcome->hash;
         state.setAgreed(row, outcome->record);
     }
 }

@@ -72,7 +72,7 @@ void SyncSession::notePush(const std::vector<const Outcome*>& effective)
         if (!isAsked || outcome->kind != Outcome::Kind::take || local == nullptr)
             continue;
         PushedRow row;
-        row.hash = contentHash(outcome->record);
+        row.hash = outcome->hash;
         row.seen.local = {local->record->conduit(), local->record->recordKey()};
         row.seen.agreedKey = outcome->id.key;
         row.seen.localParentKey = local->record->recordParentKey();

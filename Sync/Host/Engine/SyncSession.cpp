@@ -7,6 +7,7 @@
 #include "Sync/Foundation/Platform.h"
 #include "Sync/Host/Engine/HostSyncRecord.h"
 #include "Sync/Host/Engine/LoadDigest.h"
+#include "Sync/Host/Engine/RecordCoding.h"
 
 namespace kt {
 
@@ -167,6 +168,10 @@ SyncResult SyncSession::diff(const SyncRecordList& local,
     rules.serverWins = overwritesStore();
     Comparison comparison(*_knowledge, _remote, *_local, _setting.state, *_server, rules);
     _outcomes = comparison.outcomes();
+    for (auto& [id, outcome] : _outcomes) {
+        if (outcome.kind == Outcome::Kind::take)
+            outcome.hash = contentHash(outcome.record);
+    }
     _deletionsNotMade = comparison.deletionsNotMade();
     return stagedResult(diffMode);
 }
