@@ -19,7 +19,8 @@ public:
     virtual bool isGivenUp(const KTLoss& unread) const = 0;
 
     /// The record of this run's load that a record of getLocalState is, whatever of it was edited
-    /// since; null for one that the store does not have, and where the host cannot tell.
+    /// since; the record itself for one that the store does not have; null where the host cannot
+    /// tell.
     virtual const KTSyncRecord* storedRecordOf(const KTSyncRecord& handed) const = 0;
 };
 

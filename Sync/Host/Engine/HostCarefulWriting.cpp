@@ -21,7 +21,9 @@ bool HostCarefulWriting::isGivenUp(const KTLoss& unread) const
 const KTSyncRecord* HostCarefulWriting::storedRecordOf(const KTSyncRecord& handed) const
 {
     const auto found = _stored.find(&handed);
-    return found == _stored.end() ? nullptr : found->second.second.get();
+    if (found != _stored.end())
+        return found->second.second.get();
+    return _areAllKnown ? &handed : nullptr;
 }
 
 void HostCarefulWriting::noteStored(const SyncRecord& handed, const SyncRecord& stored)
@@ -33,6 +35,7 @@ void HostCarefulWriting::clear()
 {
     _givenUp.clear();
     _stored.clear();
+    _areAllKnown = false;
 }
 
 void HostCarefulWriting::giveUp(const std::vector<KTLoss>& texts)

@@ -21,12 +21,15 @@ public:
     void giveUp(const std::vector<KTLoss>& texts);
     /// Notes which record of the load one is that is handed out.
     void noteStored(const SyncRecord& handed, const SyncRecord& stored);
+    /// From now on what was not noted is no record of the load but itself.
+    void noteAllKnown() { _areAllKnown = true; }
     void clear();
 
 private:
     std::unordered_set<std::string> _givenUp;  // what tells one text from another
     // By the handed record, which is held so that no other one can come to stand in its place.
     std::unordered_map<const KTSyncRecord*, std::pair<SyncRecord, SyncRecord>> _stored;
+    bool _areAllKnown = false;
 };
 
 }  // namespace kt

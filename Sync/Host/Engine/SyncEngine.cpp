@@ -207,6 +207,7 @@ std::optional<SyncRecordMap> SyncEngine::getLocalState()
                 map->emplace_back(std::move(handed.id.key), std::move(record));
             }
             _run->given = {};
+            _reports.carefulWriting.noteAllKnown();
             return map;
         },
         std::optional<SyncRecordMap>());

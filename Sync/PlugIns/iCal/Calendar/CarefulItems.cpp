@@ -59,7 +59,11 @@ void CarefulItems::plan(const std::vector<SyncRecord>& wanted, StoreEdits& edits
     giveUp();
     static const std::vector<LoadedItem> none;
     const auto& stored = _stored == nullptr ? none : _stored->items;
-    const std::vector<ItemPair> pairs = pairItems(stored, wanted, knownItems(wanted));
+    const bool areKnown = std::any_of(wanted.begin(), wanted.end(), [](const SyncRecord& record) {
+        return StoredItems::isKnown(*record);
+    });
+    const std::vector<ItemPair> pairs = pairItems(stored, wanted, knownItems(wanted),
+                                                  areKnown ? Unknown::isNew : Unknown::isSearched);
     for (std::size_t index = 0; index < wanted.size(); ++index) {
         if (pairs[index].stored)
             findHome(wanted[index], stored[*pairs[index].stored]);

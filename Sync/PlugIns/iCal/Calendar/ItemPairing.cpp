@@ -244,13 +244,16 @@ private:
 
 std::vector<ItemPair> pairItems(const std::vector<LoadedItem>& stored,
                                 const std::vector<SyncRecord>& wanted,
-                                const std::vector<std::optional<std::size_t>>& known)
+                                const std::vector<std::optional<std::size_t>>& known,
+                                Unknown unknown)
 {
     using Record = KTSyncRecord;
     using Ways = Pairing::Ways;
     Pairing pairing(stored, wanted);
     pairing.pairKnown(known);
     pairing.pairEqual();
+    if (unknown == Unknown::isNew)
+        return pairing.takePairs();
     pairing.pair([](const Record& record) { return record.conduit() + contentText(record); },
                  Ways::any);
     pairing.pair(

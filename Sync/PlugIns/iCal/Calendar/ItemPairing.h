@@ -14,6 +14,10 @@ struct ItemPair {
     bool hasEqualRecord = false;        // in all that the writer writes
 };
 
+/// What becomes of an item that is not known: it is new, but for one of equal key and content, or
+/// may be any item that nobody else is.
+enum class Unknown { isNew, isSearched };
+
 /// Finds for each item that is to be written the stored item that it was, each at most once: the
 /// one that is `known` (numbers of stored items, in the order of `wanted`, or none at all); by
 /// record key and content, where numbers behind a key mean nothing; by content; by key; as the
@@ -22,6 +26,7 @@ struct ItemPair {
 /// the stamp of the moment when it was made; by all but title and time.
 std::vector<ItemPair> pairItems(const std::vector<LoadedItem>& stored,
                                 const std::vector<SyncRecord>& wanted,
-                                const std::vector<std::optional<std::size_t>>& known = {});
+                                const std::vector<std::optional<std::size_t>>& known = {},
+                                Unknown unknown = Unknown::isSearched);
 
 }  // namespace kt

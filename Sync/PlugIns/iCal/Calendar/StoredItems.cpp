@@ -12,6 +12,12 @@ StoredItems::StoredItems(const LoadedStore& store)
     }
 }
 
+bool StoredItems::isKnown(const KTSyncRecord& handed)
+{
+    const auto* const careful = hostClass<KTCarefulWriting>();
+    return careful != nullptr && careful->storedRecordOf(handed) != nullptr;
+}
+
 std::optional<StoredItems::Item> StoredItems::itemOf(const KTSyncRecord& handed) const
 {
     const auto* const careful = hostClass<KTCarefulWriting>();

@@ -24,6 +24,8 @@ public:
     /// The store is not owned and outlives this.
     explicit StoredItems(const LoadedStore& store);
 
+    /// Whether the host can tell of that record which it is, be it a new one.
+    static bool isKnown(const KTSyncRecord& handed);
     /// Nullopt for a new one, and where nobody can tell.
     std::optional<Item> itemOf(const KTSyncRecord& handed) const;
 

@@ -69,6 +69,21 @@ TEST_P(CarefulIdentity, TellsTwoApartThatHaveSwappedTheirTitles)
                 HasSubstr("UID:2\r\nSUMMARY:Eins\r\nCATEGORIES:zweite\r\n"));
 }
 
+TEST_P(CarefulIdentity, ANewItemTakesNoTextOfOneThatIsGone)
+{
+    layOut({{"A", "Privat", {task("1", "Eins", "CATEGORIES:erste\r\n"), task("2", "Zwei")}}});
+    SyncRecordList records = load();
+    SyncRecord& gone = records[positionOf(records, "Eins")];
+    Dictionary fields = gone->record();
+    fields.set("Title", "Drei");
+    gone = record(gone->conduit(), std::string(40, 'c'), fields);
+    careful.stored[gone.get()] = gone.get();
+    ASSERT_TRUE(save(records));
+    for (const auto& [path, text] : store())
+        EXPECT_THAT(text, Not(HasSubstr("CATEGORIES:erste"))) << path;
+    EXPECT_THAT(titles(load()), ::testing::UnorderedElementsAre("Privat", "Zwei", "Drei"));
+}
+
 TEST_P(CarefulIdentity, AnItemThatMovesBringsItsTextAlong)
 {
     layOut({{"A", "Privat", {event("1", "Eins", "CATEGORIES:alt\r\n"), event("2", "Zwei")}},
