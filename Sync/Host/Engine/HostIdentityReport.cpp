@@ -7,10 +7,8 @@ void HostIdentityReport::reportIdentity(const SyncRecord& record, const KTStoreI
     if (!record || !_isListening)
         return;
     _identities.insert_or_assign(record.get(), std::make_pair(record, identity));
-    if (record->conduit() != kConduitCalendar)
-        return;
-    _calendars.insert(record->recordKey());
-    _calendarsByFolder.insert_or_assign(identity.file, record->recordKey());
+    if (record->conduit() == kConduitCalendar)
+        _calendars.insert(record->recordKey());
 }
 
 const KTStoreIdentity* HostIdentityReport::identityOf(const KTSyncRecord& record) const
@@ -30,7 +28,6 @@ void HostIdentityReport::end()
     _isListening = false;
     _identities.clear();
     _calendars.clear();
-    _calendarsByFolder.clear();
 }
 
 StorePlaces::StorePlaces(const HostIdentityReport& report, std::string home)
@@ -47,17 +44,6 @@ StorePlace StorePlaces::of(const KTSyncRecord& record) const
     if (identity == nullptr)
         return {};
     return {identity->uid, relative(identity->file), identity->recurrenceId};
-}
-
-const std::string* StorePlaces::calendarIn(const std::string& folder) const
-{
-    if (folder.empty())
-        return nullptr;
-    for (const std::string& path : {_home + folder, folder}) {
-        if (const std::string* key = _report.calendarIn(path))
-            return key;
-    }
-    return nullptr;
 }
 
 std::string StorePlaces::relative(std::string_view path) const

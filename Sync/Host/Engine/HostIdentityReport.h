@@ -26,12 +26,6 @@ public:
     {
         return _calendars.count(recordKey) != 0;
     }
-    /// The key of the calendar that stands in that folder; null when none was told of.
-    const std::string* calendarIn(const std::string& folder) const
-    {
-        const auto found = _calendarsByFolder.find(folder);
-        return found == _calendarsByFolder.end() ? nullptr : &found->second;
-    }
     /// Forgets what was told before.
     void begin();
     /// Lets go of the records; they must not outlive the plug-in that made them.
@@ -40,7 +34,6 @@ public:
 private:
     std::unordered_map<const KTSyncRecord*, std::pair<SyncRecord, KTStoreIdentity>> _identities;
     std::unordered_set<std::string> _calendars;
-    std::unordered_map<std::string, std::string> _calendarsByFolder;
     bool _isListening = false;
 };
 
@@ -54,9 +47,6 @@ public:
     /// Empty for a record that nothing was told of.
     StorePlace of(const KTSyncRecord& record) const;
     std::string relative(std::string_view path) const;
-    /// The key of the calendar that stands in that folder now, as the state remembers folders; null
-    /// when none does.
-    const std::string* calendarIn(const std::string& folder) const;
     const HostIdentityReport& report() const { return _report; }
 
 private:

@@ -2,6 +2,7 @@
 
 #include <utility>
 
+#include "Sync/Host/Engine/RecordFields.h"
 #include "Sync/HostInterface/KTSyncRecord.h"
 
 namespace kt {
@@ -22,15 +23,6 @@ const Row* rowAt(const std::vector<Row>& rows,
 {
     const auto found = index.find(id);
     return found == index.end() ? nullptr : &rows[found->second];
-}
-
-void replaceKey(Dictionary& record, std::string_view field,
-                const std::unordered_map<std::string, std::string>& keys)
-{
-    const Value& key = record[field];
-    const auto found = key.isString() ? keys.find(std::string(key.string())) : keys.end();
-    if (found != keys.end())
-        record.set(field, found->second);
 }
 
 }  // namespace

@@ -121,17 +121,6 @@ private:
     const UnreadTexts& _texts;
 };
 
-void replaceKey(Dictionary& record, std::string_view field,
-                const std::unordered_map<std::string, std::string>& keys)
-{
-    const Value& key = record[field];
-    if (!key.isString())
-        return;
-    const auto found = keys.find(std::string(key.string()));
-    if (found != keys.end() && found->second != key.string())
-        record.set(field, found->second);
-}
-
 }  // namespace
 
 namespace {

@@ -194,6 +194,17 @@ void takeUnit(Dictionary& target, const Dictionary& source, std::string_view uni
     }
 }
 
+void replaceKey(Dictionary& record, std::string_view field,
+                const std::unordered_map<std::string, std::string>& keys)
+{
+    const Value& key = record[field];
+    if (!key.isString())
+        return;
+    const auto found = keys.find(std::string(key.string()));
+    if (found != keys.end() && found->second != key.string())
+        record.set(field, found->second);
+}
+
 void takePassiveFields(Dictionary& target, const Dictionary& source)
 {
     for (const auto& [field, value] : source) {

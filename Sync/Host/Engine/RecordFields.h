@@ -3,6 +3,7 @@
 #include <span>
 #include <string>
 #include <string_view>
+#include <unordered_map>
 #include <vector>
 
 #include "Sync/Foundation/Dictionary.h"
@@ -54,6 +55,9 @@ std::vector<std::string> changedUnits(const Dictionary& before, const Dictionary
 bool hasUnit(const Dictionary& record, std::string_view unit);
 /// Makes the unit in `target` what it is in `source`.
 void takeUnit(Dictionary& target, const Dictionary& source, std::string_view unit);
+/// Puts what `keys` has for the key of another record in its place, if that is there.
+void replaceKey(Dictionary& record, std::string_view field,
+                const std::unordered_map<std::string, std::string>& keys);
 /// Makes the passive fields in `target` what they are in `source`, as far as `source` has them.
 void takePassiveFields(Dictionary& target, const Dictionary& source);
 

@@ -23,7 +23,8 @@ enum class Unknown { isNew, isSearched };
 /// record key and content, where numbers behind a key mean nothing; by content; by key; as the
 /// occurrence of that date of a series that was found; and, since an edit changes keys, by title
 /// and start. Last, where there is one way only, by all but title and time, with one of these; by
-/// the stamp of the moment when it was made; by all but title and time.
+/// the stamp of the moment when it was made; by all but title and time. Where what is not known is
+/// new, the search ends with key and content.
 std::vector<ItemPair> pairItems(const std::vector<LoadedItem>& stored,
                                 const std::vector<SyncRecord>& wanted,
                                 const std::vector<std::optional<std::size_t>>& known = {},
