@@ -88,7 +88,8 @@ CREATE TABLE pushed (
 )";
 
 constexpr std::string_view kSteps[] = {kSchema, kUnreadTexts, kIdentity};
-constexpr SqliteFormat kFormat{"Der lokale Sync-Stand", 0x4B544C53 /* KTLS */, kSteps};
+constexpr SqliteFormat kFormat{"Der lokale Sync-Stand", 0x4B544C53 /* KTLS */, kSteps,
+                               SqliteOverflow::inFile};
 
 }  // namespace
 

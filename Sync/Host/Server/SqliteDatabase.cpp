@@ -18,6 +18,8 @@ SqliteDatabase::SqliteDatabase(const std::string& path, const SqliteFormat& form
 {
     guarded([&] {
         open(path, access, wait);
+        if (format.overflow == SqliteOverflow::inMemory)
+            _connection->exec("PRAGMA cache_spill = OFF");
         checkFormat(format);
         makeTables(format, access);
     });
@@ -43,9 +45,6 @@ void SqliteDatabase::open(const std::string& path, SqliteAccess access,
         (isReadOnly ? SQLite::OPEN_READONLY : SQLite::OPEN_READWRITE | SQLite::OPEN_CREATE);
     _connection = std::make_unique<SQLite::Database>(error ? path : name, flags,
                                                      static_cast<int>(wait.count()));
-    // What does not fit into the cache would be written before the end of a transaction, and keep
-    // every reader out until then.
-    _connection->exec("PRAGMA cache_spill = OFF");
 }
 
 std::int64_t SqliteDatabase::number(const char* query)

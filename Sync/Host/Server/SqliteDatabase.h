@@ -15,6 +15,12 @@
 
 namespace kt {
 
+/// Where a transaction keeps what does not fit into the cache.
+enum class SqliteOverflow {
+    inMemory,  // whoever reads the file is kept out only while it is committed
+    inFile,    // of the device alone: memory stays small
+};
+
 /// What a database file has to be.
 struct SqliteFormat {
     std::string_view name;  // in German messages: "Der Sync-Stand"
@@ -22,6 +28,7 @@ struct SqliteFormat {
         applicationId;  // in the file's header, tells our two kinds of file from anyone else's
     std::span<const std::string_view> steps;  // the statements that lead from each version of the
                                               // tables to the next, from none on
+    SqliteOverflow overflow = SqliteOverflow::inMemory;
 
     std::int32_t version() const { return static_cast<std::int32_t>(steps.size()); }
 };
