@@ -175,16 +175,13 @@ public:
 
     std::int64_t write(std::span<const ServerWrite> changes) override
     {
-        const std::int64_t head = headRevision();
         if (changes.empty())
-            return head;
-        _database->run(
-            "INSERT INTO accounts (name, enabled, revision) VALUES (?, 1, ?)"
-            " ON CONFLICT (name) DO UPDATE SET revision = excluded.revision",
-            _account, head + 1);
+            return headRevision();
+        if (!_revision)
+            beginRevision();
         for (const ServerWrite& change : changes)
-            writeOne(change, head + 1);
-        return head + 1;
+            writeOne(change, *_revision);
+        return *_revision;
     }
 
     void commit() override { _database->commit(); }
@@ -196,6 +193,16 @@ private:
         _database->each(
             query, [&](auto& row) { number = row.getColumn(0).getInt64(); }, _account);
         return number;
+    }
+
+    void beginRevision()
+    {
+        const std::int64_t revision = headRevision() + 1;
+        _database->run(
+            "INSERT INTO accounts (name, enabled, revision) VALUES (?, 1, ?)"
+            " ON CONFLICT (name) DO UPDATE SET revision = excluded.revision",
+            _account, revision);
+        _revision = revision;
     }
 
     void writeOne(const ServerWrite& change, std::int64_t revision)
@@ -218,6 +225,7 @@ private:
 
     std::unique_ptr<SqliteDatabase> _database;
     std::string _account;
+    std::optional<std::int64_t> _revision;  // of what this session writes
 };
 
 bool isAccountOff(SqliteDatabase& database, const std::string& account)

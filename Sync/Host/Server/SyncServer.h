@@ -76,9 +76,10 @@ public:
     virtual std::vector<ServerRecord> records(std::span<const RecordId> ids) = 0;
     /// The live records of that parent, by conduit and key.
     virtual std::vector<ServerRecord> recordsOfParent(std::string_view parentKey) = 0;
-    /// Writes all changes under one new revision and returns it; without changes the head stays as
-    /// it is and is returned. Deleting what the server does not know writes nothing for it. What is
-    /// deleted is no longer shared, whatever comes under its key later.
+    /// Writes all changes under a new revision, one for the whole session however often it writes,
+    /// and returns it; without changes the head stays as it is and is returned. Deleting what the
+    /// server does not know writes nothing for it. What is deleted is no longer shared, whatever
+    /// comes under its key later.
     virtual std::int64_t write(std::span<const ServerWrite> changes) = 0;
     // Sharing. It is no change of records: the head revision stays as it is.
 

@@ -125,6 +125,19 @@ TEST_P(SyncServerContract, RaisesTheRevisionWithEverySessionThatWrites)
     EXPECT_EQ(open()->headRevision(), 2);
 }
 
+TEST_P(SyncServerContract, GivesASessionOneRevisionHoweverOftenItWrites)
+{
+    write({written(kEvent, "a")});
+    auto session = open();
+    EXPECT_EQ(session->write(std::vector{written(kEvent, "b")}), 2);
+    EXPECT_EQ(session->write(std::vector<ServerWrite>{}), 2);
+    EXPECT_EQ(session->write(std::vector{written(kTask, "c")}), 2);
+    session->commit();
+    session.reset();
+    EXPECT_EQ(open()->headRevision(), 2);
+    EXPECT_THAT(open()->changesSince(1), SizeIs(2));
+}
+
 TEST_P(SyncServerContract, PullsOnlyWhatIsNewer)
 {
     write({written(kEvent, "a"), written(kTask, "b")});
