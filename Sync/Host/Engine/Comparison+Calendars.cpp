@@ -48,7 +48,7 @@ void Comparison::bringBack(const std::string& calendarKey)
             _deletionsNotMade.push_back(id);
             return;
         }
-        Dictionary last = std::move(outcome.record);
+        RecordContent last = std::move(outcome.record);
         take(id, std::move(last)).goesUp = true;
         _outcomes.at(id).comesDown = _local.recordAgreedAs(id) == nullptr;
         return;

@@ -56,7 +56,7 @@ std::map<RecordId, Outcome> Comparison::outcomes()
     return std::move(_outcomes);
 }
 
-Outcome& Comparison::take(const RecordId& id, Dictionary record)
+Outcome& Comparison::take(const RecordId& id, RecordContent record)
 {
     Outcome outcome;
     outcome.id = id;
@@ -70,7 +70,7 @@ Outcome& Comparison::take(const RecordId& id, Dictionary record)
 // The server has a record under that name that this version cannot take, and it stays there as it
 // is. What this device has goes nowhere, but a rewrite must not cost it either: it is kept as what
 // nobody has agreed to, and meets the server's record once that can be taken.
-Outcome& Comparison::takeHereOnly(const RecordId& id, Dictionary record)
+Outcome& Comparison::takeHereOnly(const RecordId& id, RecordContent record)
 {
     Outcome& outcome = take(id, std::move(record));
     outcome.isLocalChange = true;
@@ -87,7 +87,7 @@ Outcome& Comparison::remove(const AgreedRow& agreed)
     return _outcomes.insert_or_assign(agreed.id, std::move(outcome)).first->second;
 }
 
-void Comparison::takeMerged(const RecordId& id, Dictionary merged, const RemoteChange& remote)
+void Comparison::takeMerged(const RecordId& id, RecordContent merged, const RemoteChange& remote)
 {
     Outcome& outcome = take(id, std::move(merged));
     outcome.goesUp = contentHash(outcome.record) != remote.server.hash;
@@ -332,7 +332,7 @@ void Comparison::compareNew(const RecordId& id, const LocalRecord* local,
         _outcomes.at(id).comesDown = true;
         return;
     }
-    Dictionary own = _local.underAgreedKeys(*local);
+    RecordContent own = _local.contentUnderAgreedKeys(*local);
     if (isRefused) {
         takeHereOnly(id, std::move(own));
         return;

@@ -10,6 +10,7 @@
 #include "Sync/Foundation/Dictionary.h"
 #include "Sync/Host/Engine/Knowledge.h"
 #include "Sync/Host/Engine/LocalRecords.h"
+#include "Sync/Host/Engine/RecordContent.h"
 #include "Sync/Host/Engine/RemoteChanges.h"
 #include "Sync/Host/Engine/UnreadRecords.h"
 
@@ -24,8 +25,8 @@ struct Outcome {
 
     RecordId id;  // agreed key
     Kind kind = Kind::take;
-    Dictionary record;   // a removed record's last content
-    std::string hash{};  // contentHash of it, once the comparison is over and if it is taken
+    RecordContent record;  // a removed record's last content
+    std::string hash{};    // contentHash of it, once the comparison is over and if it is taken
     std::optional<std::string>
         parentKey;                    // agreed key of the item's calendar, of the calendar's group
     bool isNew = false;               // was not agreed before
@@ -100,10 +101,10 @@ private:
     void meetsNothing(const AgreedRow& agreed, const LocalWish& wish);
     void meetsRefused(const AgreedRow& agreed, const LocalWish& wish);
 
-    Outcome& take(const RecordId& id, Dictionary record);
-    Outcome& takeHereOnly(const RecordId& id, Dictionary record);
+    Outcome& take(const RecordId& id, RecordContent record);
+    Outcome& takeHereOnly(const RecordId& id, RecordContent record);
     Outcome& remove(const AgreedRow& agreed);
-    void takeMerged(const RecordId& id, Dictionary merged, const RemoteChange& remote);
+    void takeMerged(const RecordId& id, RecordContent merged, const RemoteChange& remote);
 
     /// A calendar's place among others is no edit that would beat a deletion: it also changes when
     /// another one is moved.

@@ -20,7 +20,7 @@ bool hasTexts(const Dictionary& record, std::initializer_list<std::string_view> 
 
 }  // namespace
 
-HostSyncRecord::HostSyncRecord(int recordType, Dictionary record, std::string key,
+HostSyncRecord::HostSyncRecord(int recordType, RecordContent record, std::string key,
                                std::optional<std::string> parentKey, std::string conduit)
     : _recordType(recordType),
       _record(std::move(record)),
@@ -31,7 +31,7 @@ HostSyncRecord::HostSyncRecord(int recordType, Dictionary record, std::string ke
 
 std::string HostSyncRecord::description() const
 {
-    return _conduit + ' ' + _key + ' ' + _record.description();
+    return _conduit + ' ' + _key + ' ' + record().description();
 }
 
 bool isGroup(const Dictionary& calendar)

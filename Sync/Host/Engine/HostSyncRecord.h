@@ -3,14 +3,15 @@
 #include <optional>
 #include <string>
 
+#include "Sync/Host/Engine/RecordContent.h"
 #include "Sync/HostInterface/KTSyncRecord.h"
 
 namespace kt {
 
-/// A record as the host keeps and hands it out. The dictionary is taken over, not copied.
+/// A record as the host keeps and hands it out.
 class HostSyncRecord : public KTSyncRecord {
 public:
-    HostSyncRecord(int recordType, Dictionary record, std::string key,
+    HostSyncRecord(int recordType, RecordContent record, std::string key,
                    std::optional<std::string> parentKey, std::string conduit);
 
     const Dictionary& record() const override { return _record; }
@@ -23,7 +24,7 @@ public:
 
 private:
     int _recordType;
-    Dictionary _record;
+    RecordContent _record;
     std::string _key;
     std::optional<std::string> _parentKey;
     std::string _conduit;

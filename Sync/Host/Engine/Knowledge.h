@@ -31,6 +31,11 @@ public:
     const UntakenRow* untakenRow(const RecordId& id) const;
     /// The row that says what the store gave for an agreed record; null when it was never seen.
     const SeenRow* seenOfAgreed(const RecordId& agreedId) const;
+    /// Its number among the rows.
+    std::size_t numberOf(const SeenRow& row) const
+    {
+        return static_cast<std::size_t>(&row - seen().data());
+    }
 
     /// What the store gave for a record in a session that is not over; null when there is none.
     const PushedRow* pushedRow(const RecordId& agreedId) const;

@@ -234,7 +234,7 @@ LocalRecords::LocalRecords(std::vector<LocalRecord> loaded, const Knowledge& kno
         tellEqualKeysApart(group.records, group.rows, context);
     for (const LocalRecord& local : _records) {
         if (local.seen != nullptr)
-            _rowsTaken[numberOf(*local.seen)] = true;
+            _rowsTaken[_knowledge.numberOf(*local.seen)] = true;
     }
     indexAgreedKeys();
 }
@@ -251,16 +251,12 @@ void LocalRecords::takeWhatIsKnown(Groups& groups)
         if (!row.agreedKey || !haveSameIdentity(row.local.conduit, local.place, row.place))
             continue;
         takeRow(local, row);
-        _rowsTaken[numberOf(row)] = true;
+        _rowsTaken[_knowledge.numberOf(row)] = true;
     }
     pairByIdentity(_records, _knowledge, _rowsTaken);
     for (Groups::Group& group : groups.all)
-        std::erase_if(group.rows, [&](const SeenRow* row) { return _rowsTaken[numberOf(*row)]; });
-}
-
-std::size_t LocalRecords::numberOf(const SeenRow& row) const
-{
-    return static_cast<std::size_t>(&row - _knowledge.seen().data());
+        std::erase_if(group.rows,
+                      [&](const SeenRow* row) { return _rowsTaken[_knowledge.numberOf(*row)]; });
 }
 
 void takeRow(LocalRecord& record, const SeenRow& row)
@@ -343,6 +339,14 @@ Dictionary LocalRecords::underAgreedKeys(const LocalRecord& local) const
     replaceKey(record, "ParentRecordKey", _agreedCalendarKeys);
     replaceKey(record, "RecurrenceParentRecordKey", _agreedEventKeys);
     return record;
+}
+
+RecordContent LocalRecords::contentUnderAgreedKeys(const LocalRecord& local) const
+{
+    const Dictionary& record = local.record->record();
+    const bool isSame = otherKey(record, "ParentRecordKey", _agreedCalendarKeys) == nullptr &&
+                        otherKey(record, "RecurrenceParentRecordKey", _agreedEventKeys) == nullptr;
+    return isSame ? RecordContent(local.record) : RecordContent(underAgreedKeys(local));
 }
 
 const std::string& LocalRecords::localCalendarKey(const std::string& agreedKey) const

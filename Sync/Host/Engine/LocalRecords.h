@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "Sync/Host/Engine/Knowledge.h"
+#include "Sync/Host/Engine/RecordContent.h"
 #include "Sync/Host/Engine/RemoteChanges.h"
 #include "Sync/Host/Engine/UnreadTexts.h"
 #include "Sync/HostInterface/KTSyncRecord.h"
@@ -67,10 +68,12 @@ public:
     const LocalRecord* recordAgreedAs(const RecordId& id) const;
 
     /// Whether one of the store's records is what that row was.
-    bool isRowTaken(const SeenRow& row) const { return _rowsTaken[numberOf(row)]; }
+    bool isRowTaken(const SeenRow& row) const { return _rowsTaken[_knowledge.numberOf(row)]; }
 
     /// The record's dictionary with the agreed keys of other records in place of local ones.
     Dictionary underAgreedKeys(const LocalRecord& record) const;
+    /// The same, shared with the record where that needs no other keys.
+    RecordContent contentUnderAgreedKeys(const LocalRecord& record) const;
     /// A calendar's key as the plug-in knows it.
     const std::string& localCalendarKey(const std::string& agreedKey) const;
     /// Whether the store gave a calendar of that key.
@@ -81,7 +84,6 @@ private:
     struct Groups;
 
     void takeWhatIsKnown(Groups& groups);
-    std::size_t numberOf(const SeenRow& row) const;
     Claims nameWhatWasHandedOut(LocalState& state);
     void indexAgreedKeys();
 

@@ -94,6 +94,7 @@ void LocalState::setFacts(const StateFacts& facts)
 std::vector<AgreedRow> LocalState::agreedRows()
 {
     std::vector<AgreedRow> rows;
+    rows.reserve(_database->count("SELECT count(*) FROM agreed"));
     _database->file.each(
         "SELECT conduit, key, parent_key, revision, hash FROM agreed ORDER BY conduit, key",
         [&](auto& row) {
@@ -139,6 +140,7 @@ void LocalState::removeAgreed(const RecordId& id)
 std::vector<SeenRow> LocalState::seenRows()
 {
     std::vector<SeenRow> rows;
+    rows.reserve(_database->count("SELECT count(*) FROM seen"));
     _database->file.each(
         "SELECT id, conduit, local_key, agreed_key, local_parent_key, hash, timezone, uid, file, "
         "recurrence FROM seen ORDER BY id",

@@ -57,6 +57,15 @@ struct LocalState::Database {
         setFact(name, number == 0 ? std::nullopt : std::optional(std::to_string(number)));
     }
 
+    /// Of a query that gives one number of rows.
+    std::size_t count(const char* query)
+    {
+        std::size_t rows = 0;
+        file.each(query,
+                  [&](auto& row) { rows = static_cast<std::size_t>(row.getColumn(0).getInt64()); });
+        return rows;
+    }
+
     SqliteDatabase file;
     std::string path;
     StateAccess access;

@@ -194,15 +194,21 @@ void takeUnit(Dictionary& target, const Dictionary& source, std::string_view uni
     }
 }
 
-void replaceKey(Dictionary& record, std::string_view field,
-                const std::unordered_map<std::string, std::string>& keys)
+const std::string* otherKey(const Dictionary& record, std::string_view field,
+                            const std::unordered_map<std::string, std::string>& keys)
 {
     const Value& key = record[field];
     if (!key.isString())
-        return;
+        return nullptr;
     const auto found = keys.find(std::string(key.string()));
-    if (found != keys.end() && found->second != key.string())
-        record.set(field, found->second);
+    return found != keys.end() && found->second != key.string() ? &found->second : nullptr;
+}
+
+void replaceKey(Dictionary& record, std::string_view field,
+                const std::unordered_map<std::string, std::string>& keys)
+{
+    if (const std::string* other = otherKey(record, field, keys))
+        record.set(field, *other);
 }
 
 void takePassiveFields(Dictionary& target, const Dictionary& source)

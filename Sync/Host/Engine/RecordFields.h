@@ -55,7 +55,11 @@ std::vector<std::string> changedUnits(const Dictionary& before, const Dictionary
 bool hasUnit(const Dictionary& record, std::string_view unit);
 /// Makes the unit in `target` what it is in `source`.
 void takeUnit(Dictionary& target, const Dictionary& source, std::string_view unit);
-/// Puts what `keys` has for the key of another record in its place, if that is there.
+/// What `keys` has in place of the key of another record that the field holds; null when it is
+/// that key, and when nothing is there.
+const std::string* otherKey(const Dictionary& record, std::string_view field,
+                            const std::unordered_map<std::string, std::string>& keys);
+/// Puts it in its place, if there is one.
 void replaceKey(Dictionary& record, std::string_view field,
                 const std::unordered_map<std::string, std::string>& keys);
 /// Makes the passive fields in `target` what they are in `source`, as far as `source` has them.

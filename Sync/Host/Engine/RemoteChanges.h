@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "Sync/Host/Engine/Knowledge.h"
+#include "Sync/Host/Engine/RecordContent.h"
 #include "Sync/Host/Server/SyncServer.h"
 #include "Sync/HostInterface/KTSyncRecord.h"
 
@@ -17,7 +18,7 @@ namespace kt {
 /// Something that the server has otherwise than agreed.
 struct RemoteChange {
     ServerRecord server;
-    Dictionary record;       // decoded; a tombstone's last record
+    RecordContent record{};  // decoded; a tombstone's last record
     bool isRefused = false;  // no store could take it; stays on the server
     bool isOffered = false;  // given to the plug-in by pullRecords
     bool isTaken = false;    // came back from the plug-in for the comparison

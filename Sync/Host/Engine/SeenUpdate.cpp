@@ -18,40 +18,50 @@ bool saysTheSame(const SeenRow& left, const SeenRow& right)
            left.timezone == right.timezone && left.place == right.place;
 }
 
-SeenRow rowFor(const SeenTarget& target, std::string_view timezone)
+SeenRow rowFor(const SeenTarget& target, std::string_view ownTimezone)
 {
     SeenRow row;
-    row.local = {target.record->conduit(), target.record->recordKey()};
+    row.local = {target.record.conduit(), target.record.recordKey()};
     row.agreedKey = target.agreedKey;
-    row.localParentKey = target.record->recordParentKey();
+    row.localParentKey = target.record.recordParentKey();
     row.hash = target.hash;
-    row.timezone = timezone;
+    row.timezone = ownTimezone;
     row.place = target.place;
     return row;
 }
 
 }  // namespace
 
-void moveSeen(LocalState& state, const Knowledge& knowledge, const std::vector<SeenTarget>& targets,
-              const SeenRemainder& remainder, std::string_view timezone)
+SeenUpdate::SeenUpdate(LocalState& state, const Knowledge& knowledge, std::string ownTimezone)
+    : _state(state),
+      _knowledge(knowledge),
+      _timezone(std::move(ownTimezone)),
+      _isTaken(knowledge.seen().size())
+{}
+
+void SeenUpdate::take(const SeenTarget& target)
 {
-    std::unordered_set<const SeenRow*> replaced = remainder.untouched;
-    for (const SeenTarget& target : targets) {
-        SeenRow row = rowFor(target, timezone);
-        if (target.row == nullptr) {
-            state.addSeen(row, target.record->record());
-            continue;
-        }
-        replaced.insert(target.row);
-        row.row = target.row->row;
-        if (!saysTheSame(row, *target.row))
-            state.setSeen(row, target.record->record());
+    SeenRow row = rowFor(target, _timezone);
+    if (target.row == nullptr) {
+        _state.addSeen(row, target.record.record());
+        return;
     }
-    for (const SeenRow& row : knowledge.seen()) {
-        const bool stays = replaced.count(&row) != 0 || remainder.isMissingUnread ||
+    _isTaken[_knowledge.numberOf(*target.row)] = true;
+    row.row = target.row->row;
+    if (!saysTheSame(row, *target.row))
+        _state.setSeen(row, target.record.record());
+    if (row.local.conduit == kConduitCalendar && row.local.key != target.row->local.key)
+        _renamed.emplace_back(target.row->local.key, row.local.key);
+}
+
+void SeenUpdate::finish(const SeenRemainder& remainder)
+{
+    for (const SeenRow& row : _knowledge.seen()) {
+        const bool stays = _isTaken[_knowledge.numberOf(row)] || remainder.isMissingUnread ||
+                           remainder.untouched.count(&row) != 0 ||
                            isOfKeptCalendar(row, remainder.keptCalendars);
         if (!stays)
-            state.removeSeen(row);
+            _state.removeSeen(row);
     }
 }
 

@@ -31,10 +31,10 @@ public:
           _agreedKeys(std::move(known))
     {
         pairWhatIsGiven();
-        std::unordered_set<RecordId, RecordIdHash> paired;
+        std::unordered_set<RecordIdView, RecordIdHash> paired;
         for (std::size_t index = 0; index < local.size(); ++index) {
             if (local[index] && _agreedKeys[index])
-                paired.insert({local[index]->conduit(), *_agreedKeys[index]});
+                paired.emplace(local[index]->conduit(), *_agreedKeys[index]);
             else if (local[index])
                 _localLeft.push_back(index);
         }

@@ -20,7 +20,8 @@ SyncRecord recordToHandOut(HandedRecord& handed)
         given->recordParentKey() == handed.parentKey)
         return given;
     return std::make_shared<HostSyncRecord>(kRecordTypeRecord,
-                                            given ? given->record() : std::move(handed.record),
+                                            given ? RecordContent(given)
+                                                  : RecordContent(std::move(handed.record)),
                                             handed.id.key, handed.parentKey, handed.id.conduit);
 }
 

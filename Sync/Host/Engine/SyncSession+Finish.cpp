@@ -137,10 +137,15 @@ bool SyncSession::takeEffect()
 
 std::int64_t SyncSession::writeToServer(const std::vector<const Outcome*>& effective)
 {
+    constexpr std::size_t kBatch = 256;  // encoded at one time
     std::vector<ServerWrite> writes;
     for (const Outcome* outcome : effective) {
         if (!outcome->goesUp)
             continue;
+        if (writes.size() == kBatch) {
+            _server->write(writes);
+            writes.clear();
+        }
         ServerWrite write;
         write.id = outcome->id;
         write.parentKey = outcome->parentKey;
@@ -179,7 +184,7 @@ void SyncSession::writeAgreed(const std::vector<const Outcome*>& effective, std:
 // leaves the anchor where it is, so all of it comes again anyway.
 void SyncSession::writeUntaken(const std::vector<const Outcome*>& effective)
 {
-    std::unordered_set<RecordId, RecordIdHash> settled;
+    std::unordered_set<RecordIdView, RecordIdHash> settled;  // outlived by the outcomes
     for (const Outcome* outcome : effective) {
         // What this version cannot take is not taken, whatever this device did to its own.
         const RemoteChange* remote = _remote.change(outcome->id);
@@ -213,10 +218,10 @@ void SyncSession::writeSeen(const std::vector<const Outcome*>& effective)
 {
     if (isRewriteExpected(_result) || _isAsBefore)
         return;
-    std::unordered_set<RecordId, RecordIdHash> settled;
+    std::unordered_set<RecordIdView, RecordIdHash> settled;  // outlived by the outcomes
     for (const Outcome* outcome : effective)
         settled.insert(outcome->id);
-    std::vector<SeenTarget> targets;
+    SeenUpdate update(_setting.state, *_knowledge, Platform::shared().localTimeZoneName());
     SeenRemainder remainder{_keptCalendars, isMissingUnread(), _unread.rows};
     for (const LocalRecord& local : _local->all()) {
         // A change that did not go up has to be found again.
@@ -226,23 +231,12 @@ void SyncSession::writeSeen(const std::vector<const Outcome*>& effective)
             remainder.untouched.insert(local.seen);
             continue;
         }
-        targets.push_back({local.record, local.hash, local.place,
-                           local.isLeftOver ? std::nullopt : std::optional(local.agreedId.key),
-                           local.seen});
+        update.take({*local.record, local.hash, local.place,
+                     local.isLeftOver ? std::nullopt : std::optional(local.agreedId.key),
+                     local.seen});
     }
-    noteRenamed(targets);
-    moveSeen(_setting.state, *_knowledge, targets, remainder,
-             Platform::shared().localTimeZoneName());
-}
-
-void SyncSession::noteRenamed(const std::vector<SeenTarget>& targets)
-{
-    for (const SeenTarget& target : targets) {
-        if (target.row != nullptr && target.record->conduit() == kConduitCalendar &&
-            target.row->local.key != target.record->recordKey())
-            _setting.summary.renamedCalendars.emplace_back(target.row->local.key,
-                                                           target.record->recordKey());
-    }
+    update.finish(remainder);
+    _setting.summary.renamedCalendars = update.renamed();
 }
 
 void SyncSession::writeFacts(const std::vector<const Outcome*>& effective, std::int64_t head)

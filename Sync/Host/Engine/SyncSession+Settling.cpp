@@ -1,6 +1,6 @@
 #include <algorithm>
-#include <map>
 #include <set>
+#include <unordered_map>
 #include <utility>
 
 #include "Sync/Foundation/Platform.h"
@@ -13,6 +13,70 @@
 #include "Sync/Host/Engine/SyncSession.h"
 
 namespace kt {
+
+namespace {
+
+// The rows of what was seen, each to be taken by the one record that is what it was.
+class SeenRows {
+public:
+    explicit SeenRows(const Knowledge& knowledge)
+        : _knowledge(knowledge),
+          _isTaken(knowledge.seen().size())
+    {
+        for (const SeenRow& row : knowledge.seen()) {
+            if (!row.agreedKey)
+                _nobodys.emplace(row.local, &row);
+        }
+    }
+
+    // Null when no row is left that says so.
+    const SeenRow* take(const KTSyncRecord& record, const std::optional<std::string>& agreedKey)
+    {
+        const RecordId local{record.conduit(), record.recordKey()};
+        const SeenRow* row =
+            agreedKey ? _knowledge.seenOfAgreed({local.conduit, *agreedKey}) : nobodysRow(local);
+        if (row == nullptr || row->local != local || _isTaken[_knowledge.numberOf(*row)])
+            return nullptr;
+        _isTaken[_knowledge.numberOf(*row)] = true;
+        return row;
+    }
+
+    std::vector<const SeenRow*> rest() const
+    {
+        std::vector<const SeenRow*> rows;
+        for (const SeenRow& row : _knowledge.seen()) {
+            if (!_isTaken[_knowledge.numberOf(row)])
+                rows.push_back(&row);
+        }
+        return rows;
+    }
+
+private:
+    const SeenRow* nobodysRow(const RecordId& local) const
+    {
+        const auto found = _nobodys.find(local);
+        return found == _nobodys.end() ? nullptr : found->second;
+    }
+
+    const Knowledge& _knowledge;
+    std::vector<bool> _isTaken;
+    std::unordered_map<RecordIdView, const SeenRow*, RecordIdHash> _nobodys;  // the first of each
+};
+
+// What most records of a settled store are agreed under.
+GivenRecords givenUnderOwnKeys(const SyncRecordList& records,
+                               const std::vector<std::string>& hashes)
+{
+    GivenRecords given;
+    given.reserve(records.size());
+    for (std::size_t index = 0; index < records.size(); ++index) {
+        if (const SyncRecord& record = records[index])
+            given.add({record->conduit(), record->recordKey()}, record, hashes[index]);
+    }
+    return given;
+}
+
+}  // namespace
 
 // The store's records after the rewrite become what was seen, if nobody touched the store since and
 // all that was handed out is there.
@@ -27,24 +91,10 @@ bool SyncSession::finishSettling()
         return true;
     }
     std::vector<std::string> hashes;
-    GivenRecords given;
     hashes.reserve(_localRecords.size());
-    given.reserve(_localRecords.size());
-    for (const SyncRecord& record : _localRecords) {
+    for (const SyncRecord& record : _localRecords)
         hashes.push_back(record ? contentHash(record->record()) : "");
-        if (record)
-            given.add({record->conduit(), record->recordKey()}, record, hashes.back());
-    }
-    const std::vector<HandedRecord> handed = handedState(_setting.state, *_knowledge, given);
-    const auto agreedKeys =
-        pairWithHanded(_localRecords, handed,
-                       keysByIdentity(_localRecords, _places, handed, *_knowledge), Looks::count);
-    leaveOutWhatWasUnread(check, agreedKeys);
-    const SyncRecordList none;
-    summary.unproved = faultsOfRewrite(handed,
-                                       {_localRecords, agreedKeys,
-                                        _keptRecords ? *_keptRecords : none, _keptNames, _places},
-                                       check.losses);
+    const auto agreedKeys = proveRewrite(hashes);
     if (!summary.unproved.empty() || !lossesOfKind(check.losses, KTLoss::Kind::unwritten).empty()) {
         summary.settlement = Settlement::unproved;
         return true;
@@ -65,6 +115,26 @@ bool SyncSession::finishSettling()
     summary.settlement = Settlement::settled;
     summary.settled = true;
     return true;
+}
+
+// Compares what was handed out with what came back, and says what each record is agreed as.
+std::vector<std::optional<std::string>> SyncSession::proveRewrite(
+    const std::vector<std::string>& hashes)
+{
+    const SettlingCheck& check = *_setting.options.settling;
+    const std::vector<HandedRecord> handed =
+        handedState(_setting.state, *_knowledge, givenUnderOwnKeys(_localRecords, hashes));
+    auto agreedKeys =
+        pairWithHanded(_localRecords, handed,
+                       keysByIdentity(_localRecords, _places, handed, *_knowledge), Looks::count);
+    leaveOutWhatWasUnread(check, agreedKeys);
+    const SyncRecordList none;
+    _setting.summary.unproved =
+        faultsOfRewrite(handed,
+                        {_localRecords, agreedKeys, _keptRecords ? *_keptRecords : none, _keptNames,
+                         _places},
+                        check.losses);
+    return agreedKeys;
 }
 
 // What stood unread beside the rewrite and can be read after it, as the second of two events that
@@ -99,27 +169,22 @@ void SyncSession::leaveOutWhatWasUnread(const SettlingCheck& check,
 void SyncSession::makeSeen(const std::vector<std::optional<std::string>>& agreedKeys,
                            const std::vector<std::string>& hashes)
 {
-    std::map<std::pair<RecordId, std::optional<std::string>>, const SeenRow*> rows;
-    for (const SeenRow& row : _knowledge->seen())
-        rows.emplace(std::make_pair(row.local, row.agreedKey), &row);
-    std::vector<SeenTarget> targets;
+    SeenRows rows(*_knowledge);
+    SeenUpdate update(_setting.state, *_knowledge, Platform::shared().localTimeZoneName());
     for (std::size_t index = 0; index < _localRecords.size(); ++index) {
         const SyncRecord& record = _localRecords[index];
         if (!record)
             continue;
-        const auto row =
-            rows.extract({{record->conduit(), record->recordKey()}, agreedKeys[index]});
-        targets.push_back({record, hashes[index], _places.of(*record), agreedKeys[index],
-                           row.empty() ? nullptr : row.mapped()});
+        update.take({*record, hashes[index], _places.of(*record), agreedKeys[index],
+                     rows.take(*record, agreedKeys[index])});
     }
     SeenRemainder remainder{_keptCalendars, false, {}};
-    for (const auto& [id, row] : rows) {
+    for (const SeenRow* row : rows.rest()) {
         if (isRowUnread(*row))
             remainder.untouched.insert(row);
     }
-    noteRenamed(targets);
-    moveSeen(_setting.state, *_knowledge, targets, remainder,
-             Platform::shared().localTimeZoneName());
+    update.finish(remainder);
+    _setting.summary.renamedCalendars = update.renamed();
 }
 
 // Of what a rewrite brought and is nobody's nothing else is remembered.

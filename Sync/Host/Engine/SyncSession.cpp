@@ -205,6 +205,11 @@ SyncRecord SyncSession::resultRecord(const Outcome& outcome) const
     if (parent)
         parent = _local->localCalendarKey(*parent);
     const bool isRemoval = outcome.kind == Outcome::Kind::remove;
+    const LocalRecord* local = isRemoval ? nullptr : _local->recordAgreedAs(outcome.id);
+    // What the store gave goes back as it is, which most of a first upload is.
+    if (local != nullptr && &local->record->record() == &outcome.record.dictionary() &&
+        local->record->recordKey() == outcome.id.key && local->record->recordParentKey() == parent)
+        return local->record;
     return std::make_shared<HostSyncRecord>(isRemoval ? kRecordTypeTombstone : kRecordTypeRecord,
                                             outcome.record,
                                             isCalendar ? _local->localCalendarKey(outcome.id.key)

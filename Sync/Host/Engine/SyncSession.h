@@ -91,6 +91,7 @@ private:
 
     bool takeEffect();
     bool finishSettling();
+    std::vector<std::optional<std::string>> proveRewrite(const std::vector<std::string>& hashes);
     void leaveOutWhatWasUnread(const SettlingCheck& check,
                                const std::vector<std::optional<std::string>>& agreedKeys);
     void makeSeen(const std::vector<std::optional<std::string>>& agreedKeys,
@@ -107,7 +108,6 @@ private:
     void writeUnreadTexts(StateFacts& facts);
     void tellOfTexts();
     void writeSeen(const std::vector<const Outcome*>& effective);
-    void noteRenamed(const std::vector<SeenTarget>& targets);
     void writeFacts(const std::vector<const Outcome*>& effective, std::int64_t head);
     bool isAllQuiet(const std::vector<const Outcome*>& effective) const;
     bool doesStoreLag(const std::vector<const Outcome*>& effective) const;

@@ -131,6 +131,8 @@ bool ICalSyncPlugin::SyncRun::run()
     const int startResult = _host.startSync(chooseMode());
     if (endsAtOnce(startResult))
         return false;
+    if (leavesStoreAlone(startResult))
+        _loaded = {};  // only a rewrite compares with it
     if (overwritesStore(startResult))
         _host.setStatusMsg("Die lokalen Kalender werden überschrieben");
     else
