@@ -158,7 +158,8 @@ bool BackupArchiveWriter::addContent(int file, const Item& item, std::size_t siz
     }
     const bool isWhole = size == 0;
     // The member was announced with its size.
-    std::fill(_buffer.begin(), _buffer.end(), '\0');
+    if (!isWhole)
+        std::fill(_buffer.begin(), _buffer.end(), '\0');
     for (; size > 0; size -= std::min(size, _buffer.size()))
         writeBytes(std::string_view(_buffer).substr(0, std::min(size, _buffer.size())));
     return isWhole;

@@ -1,6 +1,5 @@
 #include "Sync/PlugIns/iCal/Calendar/FolderMirror.h"
 
-#include <algorithm>
 #include <optional>
 #include <utility>
 #include <vector>
@@ -80,16 +79,38 @@ private:
     void mirrorFolder(const std::string& source, const std::string& destination)
     {
         makeWritable(destination);
-        const auto names = _files.listDirectory(source);
-        const auto copied = _files.listDirectory(destination);
-        if (!names || !copied)
-            return note(!names);  // what cannot be listed is not copied
-        std::vector<std::string> all;
-        std::set_union(names->begin(), names->end(), copied->begin(), copied->end(),
-                       std::back_inserter(all));
-        for (const std::string& name : all)
-            _pending.emplace_back(stringByAppendingPathComponent(source, name),
-                                  stringByAppendingPathComponent(destination, name));
+        const auto entries = entriesOf(source);
+        const auto copies = entriesOf(destination);
+        if (!entries || !copies)
+            return note(!entries);  // what cannot be listed is not copied
+        auto entry = entries->begin();
+        auto copy = copies->begin();
+        while (entry != entries->end() || copy != copies->end()) {
+            const bool isThere =
+                copy == copies->end() || (entry != entries->end() && entry->name <= copy->name);
+            const bool isCopied =
+                entry == entries->end() || (copy != copies->end() && copy->name <= entry->name);
+            // Most of a store, and nothing more is asked of it.
+            const bool isEqual = isThere && isCopied && areEqualFiles(entry->status, copy->status);
+            if (!isEqual)
+                add(source, destination, isThere ? entry->name : copy->name);
+            entry += isThere ? 1 : 0;
+            copy += isCopied ? 1 : 0;
+        }
+    }
+
+    std::optional<std::vector<DirectoryEntry>> entriesOf(const std::string& folder) const
+    {
+        auto entries = _files.directoryEntriesAtPath(folder);
+        if (entries.empty() && !_files.listDirectory(folder))
+            return std::nullopt;
+        return entries;
+    }
+
+    void add(const std::string& source, const std::string& destination, const std::string& name)
+    {
+        _pending.emplace_back(stringByAppendingPathComponent(source, name),
+                              stringByAppendingPathComponent(destination, name));
     }
 
     /// The store's folder may have been read-only when it was copied; its copy must not stay so.
