@@ -18,7 +18,7 @@ namespace {
 
 bool isNamed(const LocalRecord& record)
 {
-    return record.seen != nullptr || !record.agreedId.key.empty();
+    return record.seen != nullptr || record.isLeftOver || !record.agreedId.key.empty();
 }
 
 bool isDetachedOccurrence(const LocalRecord& record)

@@ -147,6 +147,36 @@ private:
     Keys _calendarsNow;  // by the key they had when they were seen
 };
 
+Keys agreedCalendars(const std::vector<LocalRecord>& records)
+{
+    Keys keys;
+    for (const LocalRecord& local : records) {
+        if (local.record->conduit() == kConduitCalendar && !local.agreedId.key.empty())
+            keys.emplace(local.record->recordKey(), local.agreedId.key);
+    }
+    return keys;
+}
+
+// As it was seen, in a calendar that it has left as the server and this device agree.
+bool isInFormerPlace(const LocalRecord& local, const Keys& calendars, const Knowledge& knowledge)
+{
+    if (local.seen == nullptr || local.isLeftOver || local.seen->hash != local.hash)
+        return false;
+    const AgreedRow* agreed = knowledge.agreedRow(local.agreedId);
+    const auto calendar = calendars.find(local.record->recordParentKey().value_or(""));
+    return agreed != nullptr && agreed->parentKey && calendar != calendars.end() &&
+           calendar->second != *agreed->parentKey;
+}
+
+// A rewrite gives what had no UID one that is made of its key.
+StorePlace placeInRewrite(const LocalRecord& local)
+{
+    StorePlace place = local.place;
+    if (place.uid.empty() && place.recurrence.empty())
+        place.uid = local.agreedId.key;
+    return place;
+}
+
 }  // namespace
 
 bool haveSameIdentity(std::string_view conduit, const StorePlace& left, const StorePlace& right)
@@ -160,6 +190,29 @@ void pairByIdentity(std::vector<LocalRecord>& records, const Knowledge& knowledg
                     std::vector<bool>& isRowTaken)
 {
     RowPairing(records, knowledge, isRowTaken).run();
+}
+
+void leaveFormerPlaces(std::vector<LocalRecord>& records, const Knowledge& knowledge)
+{
+    const Keys calendars = agreedCalendars(records);
+    UniquePairs pairs;
+    for (std::size_t index = 0; index < records.size(); ++index) {
+        const LocalRecord& local = records[index];
+        const std::string& conduit = local.record->conduit();
+        if (conduit == kConduitCalendar)
+            continue;
+        if (local.seen == nullptr && local.agreedId.key.empty())
+            pairs.addLeft(identityOf(conduit, local.place), index);
+        else if (isInFormerPlace(local, calendars, knowledge))
+            pairs.addRight(identityOf(conduit, placeInRewrite(local)), index);
+    }
+    pairs.forEach([&](std::size_t arrival, std::size_t former) {
+        LocalRecord& left = records[former];
+        takeRow(records[arrival], *left.seen);
+        left.seen = nullptr;
+        left.agreedId.key.clear();
+        left.isLeftOver = true;
+    });
 }
 
 void nameByUnsettledSession(std::vector<LocalRecord>& records, const Knowledge& knowledge)

@@ -21,6 +21,11 @@ bool haveSameIdentity(std::string_view conduit, const StorePlace& left, const St
 void pairByIdentity(std::vector<LocalRecord>& records, const Knowledge& knowledge,
                     std::vector<bool>& isRowTaken);
 
+/// While a rewrite is not settled an item that it moved may stand in both places. The one in its
+/// former calendar that is as it was seen is what had not been removed yet: the other one gets the
+/// row, and that one belongs to no record.
+void leaveFormerPlaces(std::vector<LocalRecord>& records, const Knowledge& knowledge);
+
 /// Names records that were never seen, but given in the session whose rewrite is not settled, by
 /// what they were agreed as there.
 void nameByUnsettledSession(std::vector<LocalRecord>& records, const Knowledge& knowledge);

@@ -223,6 +223,7 @@ LocalRecords::LocalRecords(std::vector<LocalRecord> loaded, const Knowledge& kno
     if (knowledge.facts().mark) {
         for (const Groups::Group& group : groups.all)
             keepWhatEqualsItsSeen(group.records, group.rows, context);
+        leaveFormerPlaces(_records, knowledge);
         nameByUnsettledSession(_records, knowledge);
         claimed = nameWhatWasHandedOut(state);
         for (Groups::Group& group : groups.all)

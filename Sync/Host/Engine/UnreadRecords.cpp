@@ -17,15 +17,15 @@ std::int64_t sinceOf(const Knowledge& knowledge, const UnreadTexts& texts, Whose
     return row == nullptr ? texts.now() : row->since;
 }
 
-// Where it is not known where a calendar stood, its key says what its folder is called.
+// Where it is not known where a calendar stood, its key says what its folder is called: a group has
+// only that of its record.
 template <class Content>
 void nameFolder(KnownRecord& record, Content&& content)
 {
     if (!record.isCalendar || !record.place.file.empty())
         return;
     const Value sourceKey = content()["SourceKey"];
-    if (sourceKey.isString())
-        record.sourceKey = sourceKey.string();
+    record.sourceKey = sourceKey.isString() ? std::string(sourceKey.string()) : record.calendar;
 }
 
 // Candidates, with what is to be done about each.
@@ -80,7 +80,9 @@ Missing missingRecords(const UnreadTexts& texts, const Knowledge& knowledge,
 }
 
 // While a rewrite is not settled, a calendar that cannot be read may be one that was half made. All
-// of it was known when the rewrite began, so it is written over. Items are whole or not there.
+// of it was known when the rewrite began, so it is written over. Items are whole or not there. A
+// text of which nothing is known but its folder may be anything that is missing, but what the
+// folder is named after comes first.
 std::vector<std::size_t> calendarsOfBrokenRewrite(const UnreadTexts& texts,
                                                   const std::vector<KnownRecord>& missing,
                                                   const std::vector<bool>& wasUnread)
@@ -93,8 +95,8 @@ std::vector<std::size_t> calendarsOfBrokenRewrite(const UnreadTexts& texts,
         bool claimsUnread = false;
         for (std::size_t index = 0; index < missing.size(); ++index) {
             const UnreadClaim claim = texts.claim(text, missing[index]);
-            claimsUnread = claimsUnread || (wasUnread[index] && claim != UnreadClaim::none);
-            claimsNew = claimsNew || (!wasUnread[index] && claim == UnreadClaim::certain);
+            if (claim == UnreadClaim::certain)
+                (wasUnread[index] ? claimsUnread : claimsNew) = true;
         }
         if (claimsNew && !claimsUnread)
             result.push_back(text);

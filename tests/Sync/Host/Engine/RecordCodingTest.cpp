@@ -50,6 +50,21 @@ TEST(RecordCoding, KeepsTextThatAPropertyListCannotHold)
     EXPECT_EQ(roundTrip(record), record);
 }
 
+TEST(RecordCoding, StoresAsBytesOnlyTextThatAPropertyListCannotHold)
+{
+    // The last character before the surrogates, the first half of a pair, and the last one.
+    const Dictionary record{{"plain", "Café 🎄 \xED\x9F\xBF."},
+                            {"half", "\xED\xA0\x80"},
+                            {"halfAtTheEnd", "halb \xED\xBF\xBF"}};
+    const auto stored = propertyListWithData(encodedRecord(record));
+    ASSERT_TRUE(stored.has_value());
+    const Dictionary& fields = stored->dictionary();
+    EXPECT_EQ(fields["plain"], record["plain"]);
+    EXPECT_TRUE(fields["half"].isDictionary());
+    EXPECT_TRUE(fields["halfAtTheEnd"].isDictionary());
+    EXPECT_EQ(roundTrip(record), record);
+}
+
 TEST(RecordCoding, KeepsDictionariesThatLookLikeItsOwnMarks)
 {
     const Dictionary record{{"AppleSpecialFields", Dictionary{{"KTSyncEnhancedDate", "x"},

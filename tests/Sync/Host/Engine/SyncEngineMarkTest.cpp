@@ -113,6 +113,25 @@ TEST_F(SyncEngineRules, Rule19_AnEditOfWhatTheRewriteHadNothingForStands)
     expectRest();
 }
 
+TEST_F(SyncEngineRules, Rule19_AnEditOfWhatTheRewriteHadNothingForKeepsWhatOnlyTheOldStoreHas)
+{
+    givenTwoHomes();
+    auto& b = home("b");
+    fields(home("a"), "Privat", "Zahnarzt").set("Location", "Praxis");
+    syncUntilRest();
+    fields(home("a"), "Privat", "Zahnarzt").remove("Location");
+    home("a").sync();
+    b.sync(broken(Break::killAfterFinish));
+    fields(b, "Privat", "Zahnarzt").set("URL", "http://example.invalid");
+    b.store.touch();
+    syncUntilRest();
+    for (const char* name : {"a", "b"}) {
+        EXPECT_EQ(fields(home(name), "Privat", "Zahnarzt")["Location"], Value("Praxis")) << name;
+        EXPECT_EQ(fields(home(name), "Privat", "Zahnarzt")["URL"], Value("http://example.invalid"));
+    }
+    expectRest();
+}
+
 // A rewrite that brought several records of one key, or records under keys of their own, and whose
 // end nobody has seen.
 class UnsettledRewrite : public SyncEngineRules, public testing::WithParamInterface<Layout> {

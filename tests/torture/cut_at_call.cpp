@@ -1,0 +1,96 @@
+// Runs a program and cuts it off at one of its system calls that change something on disk.
+//
+//   cut_at_call [--list FILE] [--kill N | --fail N ERROR] -- PROGRAM ARGUMENT...
+//
+// --kill   SIGKILL in place of the N-th call, counted from 1
+// --fail   the N-th call and all later ones are not made and answer with EIO or ENOSPC
+// --list   a line for each call: its name and path
+//
+// The calls are seen by the kernel (seccomp, then ptrace), not by functions put before those of the
+// C library: SQLite's, libarchive's and the C++ library's own count like all others, and so does
+// whatever a later version of them calls. Ends with the program's code, 128 and the number of the
+// signal that ended it, or 125 when programs cannot be watched here.
+#include <cerrno>
+#include <cstdlib>
+#include <cstring>
+#include <fstream>
+#include <iostream>
+#include <string_view>
+
+#include "tests/torture/Tracee.h"
+
+namespace kt::torture {
+namespace {
+
+constexpr int kUsage = 2;
+constexpr int kCannotWatch = 125;
+
+struct Wishes {
+    long number = 0;
+    Verdict verdict;
+    std::ofstream list;
+    char** command = nullptr;
+};
+
+bool takeError(Wishes& wishes, std::string_view name)
+{
+    wishes.verdict = {Verdict::Kind::fail, name == "EIO" ? EIO : name == "ENOSPC" ? ENOSPC : 0};
+    return wishes.verdict.error != 0;
+}
+
+/// False for what is no right command line.
+bool read(Wishes& wishes, char** argument)
+{
+    for (; *argument != nullptr; ++argument) {
+        const std::string_view option = *argument;
+        if (option == "--") {
+            wishes.command = argument + 1;
+            return *wishes.command != nullptr;
+        }
+        if (argument[1] == nullptr)
+            return false;
+        const char* value = *++argument;
+        if (option == "--list")
+            wishes.list.open(value);
+        else if (option == "--kill" || option == "--fail")
+            wishes.number = std::strtol(value, nullptr, 10);
+        else
+            return false;
+        if (option == "--kill")
+            wishes.verdict = {Verdict::Kind::kill, 0};
+        else if (option == "--fail" && (*++argument == nullptr || !takeError(wishes, *argument)))
+            return false;
+    }
+    return false;
+}
+
+int run(Wishes& wishes)
+{
+    const bool isLast = wishes.verdict.kind == Verdict::Kind::kill;
+    long count = 0;
+    const std::optional<int> code = runWatched(wishes.command, [&](const Call& call) {
+        ++count;
+        if (wishes.list.is_open())
+            wishes.list << describe(call) << '\n';
+        const bool isMeant = isLast ? count == wishes.number : count >= wishes.number;
+        return wishes.number > 0 && isMeant ? wishes.verdict : Verdict{};
+    });
+    return code.value_or(kCannotWatch);
+}
+
+}  // namespace
+}  // namespace kt::torture
+
+int main(int, char** arguments)
+{
+    using namespace kt::torture;
+    Wishes wishes;
+    if (!read(wishes, arguments + 1)) {
+        std::cerr << "cut_at_call [--list FILE] [--kill N | --fail N EIO|ENOSPC] -- PROGRAM "
+                     "ARGUMENT...\n";
+        return kUsage;
+    }
+    if (wishes.verdict.kind == Verdict::Kind::fail && !canFailCalls())
+        return kCannotWatch;
+    return run(wishes);
+}
