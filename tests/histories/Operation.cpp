@@ -1,0 +1,99 @@
+#include "tests/histories/Operation.h"
+
+#include <utility>
+
+namespace kt::test {
+
+namespace {
+
+constexpr int kMostDevices = 5;
+constexpr int kMostOperations = 80;
+constexpr int kNumbers = 64;  // from which which and what are taken
+
+struct Row {
+    Do what;
+    const char* name;
+    std::size_t weight;
+};
+
+constexpr Row kRows[] = {
+    {Do::addItem, "addItem", 22},
+    {Do::edit, "edit", 22},
+    {Do::move, "move", 3},
+    {Do::remove, "remove", 6},
+    {Do::addCalendar, "addCalendar", 4},
+    {Do::removeCalendar, "removeCalendar", 1},
+    {Do::rename, "rename", 2},
+    {Do::recolor, "recolor", 1},
+    {Do::reorder, "reorder", 1},
+    {Do::toggle, "toggle", 0},
+    {Do::damage, "damage", 0},
+    {Do::mend, "mend", 0},
+    {Do::copyStore, "copyStore", 0},
+    {Do::putStoreBack, "putStoreBack", 0},
+    {Do::restoreBackup, "restoreBackup", 0},
+    {Do::copyState, "copyState", 0},
+    {Do::putStateBack, "putStateBack", 0},
+    {Do::copyServer, "copyServer", 0},
+    {Do::putServerBack, "putServerBack", 0},
+    {Do::sync, "sync", 30},
+    {Do::syncOffline, "syncOffline", 1},
+    {Do::syncFully, "syncFully", 1},
+    {Do::syncAcceptingLosses, "syncAcceptingLosses", 0},
+    {Do::syncFailing, "syncFailing", 0},
+    {Do::syncWithoutRoom, "syncWithoutRoom", 0},
+    {Do::syncKilled, "syncKilled", 0},
+    {Do::syncCancelled, "syncCancelled", 0},
+};
+
+/// Each as often in the list as its weight says.
+rc::Gen<Do> anything()
+{
+    std::vector<Do> all;
+    for (const Row& row : kRows)
+        all.insert(all.end(), row.weight, row.what);
+    return rc::gen::elementOf(std::move(all));
+}
+
+rc::Gen<Operation> operations()
+{
+    return rc::gen::build<Operation>(rc::gen::set(&Operation::what, anything()),
+                                     rc::gen::set(&Operation::device,
+                                                  rc::gen::inRange(0, kMostDevices)),
+                                     rc::gen::set(&Operation::first, rc::gen::inRange(0, kNumbers)),
+                                     rc::gen::set(&Operation::second,
+                                                  rc::gen::inRange(0, kNumbers)));
+}
+
+}  // namespace
+
+std::string description(const Operation& operation)
+{
+    std::string name;
+    for (const Row& row : kRows)
+        if (row.what == operation.what)
+            name = row.name;
+    return "{Do::" + name + ", " + std::to_string(operation.device) + ", " +
+           std::to_string(operation.first) + ", " + std::to_string(operation.second) + "}";
+}
+
+std::string description(const History& history)
+{
+    std::string text = "{" + std::to_string(history.devices) + ",\n {";
+    for (const Operation& operation : history.operations)
+        text += description(operation) + ",\n  ";
+    return text + "}}";
+}
+
+rc::Gen<History> histories()
+{
+    return rc::gen::build<History>(
+        rc::gen::set(&History::devices,
+                     rc::gen::resize(rc::kNominalSize, rc::gen::inRange(2, kMostDevices + 1))),
+        rc::gen::set(&History::operations,
+                     rc::gen::resize(kMostOperations,
+                                     rc::gen::container<std::vector<Operation>>(
+                                         rc::gen::resize(rc::kNominalSize, operations())))));
+}
+
+}  // namespace kt::test

@@ -1,0 +1,74 @@
+#pragma once
+
+#include <map>
+#include <memory>
+#include <optional>
+#include <set>
+#include <string>
+#include <vector>
+
+#include "tests/histories/Device.h"
+#include "tests/histories/Operation.h"
+#include "tests/support/TemporaryFolder.h"
+
+namespace kt::test {
+
+/// Several devices, their server and the people who use them: does what a history says, and keeps
+/// the ledger of what was made and deleted. The same history always ends in the same world.
+class World {
+public:
+    explicit World(int devices);
+
+    void perform(const Operation& operation);
+    /// Lets everything be mended and switched on, and everybody sync until nothing moves. False
+    /// when something still moves after many rounds.
+    bool comeToRest();
+    /// One run of everybody, without faults.
+    void syncAll();
+
+    const std::vector<std::unique_ptr<Device>>& devices() const { return _devices; }
+    /// Of each item that somebody made, whether it may be gone: somebody deleted it, or what it
+    /// stood in.
+    const std::map<int, bool>& ledger() const { return _mayBeGone; }
+    /// What happened, a line each.
+    const std::string& story() const { return _story; }
+    std::string runsThatFailed() const { return _failedRuns; }
+    /// The server's revision.
+    std::int64_t head() const;
+
+    /// The token that an item carries through all edits; 0 for none.
+    static int tokenOf(const ItemText& item);
+
+private:
+    using Calendars = std::vector<StoreHand::Calendar>;
+
+    void tell(const std::string& line) { _story += line + "\n"; }
+    Date now() const { return _now; }
+    std::string stamp() const;
+    std::string serverURL() const { return "sqlite:" + _folder.path("server.sqlite"); }
+
+    void addItem(Device& device, int which, int what);
+    void edit(Device& device, int which, int what);
+    void move(Device& device, int which, int where);
+    void remove(Device& device, int which);
+    void addCalendar(Device& device, int what);
+    void removeCalendar(Device& device, int which);
+    void changeCalendar(Device& device, const Operation& operation);
+    void toggle(Device& device, int which);
+    void sync(Device& device, const Operation& operation);
+    void run(Device& device, const std::string& url, const SyncRunWishes& wishes,
+             const Fault& fault);
+    void note(Device& device, const Device::Run& run);
+    bool switchAllOn(Device& device);
+
+    TemporaryFolder _folder;
+    Date _now;
+    std::vector<std::unique_ptr<Device>> _devices;
+    std::map<int, bool> _mayBeGone;
+    int _lastToken = 0;
+    int _lastTitle = 0;
+    std::string _story;
+    std::string _failedRuns;  // of the last round
+};
+
+}  // namespace kt::test
