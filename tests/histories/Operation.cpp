@@ -1,5 +1,6 @@
 #include "tests/histories/Operation.h"
 
+#include <regex>
 #include <utility>
 
 namespace kt::test {
@@ -26,7 +27,7 @@ constexpr Row kRows[] = {
     {Do::rename, "rename", 2},
     {Do::recolor, "recolor", 1},
     {Do::reorder, "reorder", 1},
-    {Do::toggle, "toggle", 0},
+    {Do::toggle, "toggle", 5},
     {Do::damage, "damage", 0},
     {Do::mend, "mend", 0},
     {Do::copyStore, "copyStore", 0},
@@ -40,10 +41,10 @@ constexpr Row kRows[] = {
     {Do::syncOffline, "syncOffline", 1},
     {Do::syncFully, "syncFully", 1},
     {Do::syncAcceptingLosses, "syncAcceptingLosses", 0},
-    {Do::syncFailing, "syncFailing", 0},
-    {Do::syncWithoutRoom, "syncWithoutRoom", 0},
-    {Do::syncKilled, "syncKilled", 0},
-    {Do::syncCancelled, "syncCancelled", 0},
+    {Do::syncFailing, "syncFailing", 2},
+    {Do::syncWithoutRoom, "syncWithoutRoom", 2},
+    {Do::syncKilled, "syncKilled", 4},
+    {Do::syncCancelled, "syncCancelled", 1},
 };
 
 /// Each as often in the list as its weight says.
@@ -83,6 +84,22 @@ std::string description(const History& history)
     for (const Operation& operation : history.operations)
         text += description(operation) + ",\n  ";
     return text + "}}";
+}
+
+History historyInText(const std::string& text)
+{
+    History history;
+    const std::regex devices("^\\{([0-9]+)");
+    const std::regex operation("\\{Do::(\\w+), ([0-9]+), ([0-9]+), ([0-9]+)\\}");
+    std::smatch found;
+    if (std::regex_search(text, found, devices))
+        history.devices = std::stoi(found[1]);
+    for (std::sregex_iterator each(text.begin(), text.end(), operation), end; each != end; ++each)
+        for (const Row& row : kRows)
+            if ((*each)[1] == row.name)
+                history.operations.push_back({row.what, std::stoi((*each)[2]),
+                                              std::stoi((*each)[3]), std::stoi((*each)[4])});
+    return history;
 }
 
 rc::Gen<History> histories()

@@ -58,6 +58,9 @@ struct History {
 /// As it is written in a test, a line an operation.
 std::string description(const History& history);
 
+/// The same text read again; what it does not know it passes over.
+History historyInText(const std::string& text);
+
 /// Histories that shrink by leaving operations out, and by smaller numbers.
 rc::Gen<History> histories();
 
