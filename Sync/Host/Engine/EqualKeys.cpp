@@ -18,7 +18,7 @@ namespace {
 
 bool isNamed(const LocalRecord& record)
 {
-    return record.seen != nullptr || !record.agreedId.key.empty();
+    return record.seen != nullptr || !record.agreedId.key.empty() || record.isLeftOver;
 }
 
 bool isDetachedOccurrence(const LocalRecord& record)

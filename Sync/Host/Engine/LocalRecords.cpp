@@ -221,6 +221,7 @@ LocalRecords::LocalRecords(std::vector<LocalRecord> loaded, const Knowledge& kno
     Claims claimed;
     const Context context(knowledge, remote, state, base, claimed, texts);
     if (knowledge.facts().mark) {
+        leaveOutWhatARewriteMoved();
         for (const Groups::Group& group : groups.all)
             keepWhatEqualsItsSeen(group.records, group.rows, context);
         nameByUnsettledSession(_records, knowledge);
@@ -256,6 +257,42 @@ void LocalRecords::takeWhatIsKnown(Groups& groups)
     pairByIdentity(_records, _knowledge, _rowsTaken);
     for (Groups::Group& group : groups.all)
         std::erase_if(group.rows, [&](const SeenRow* row) { return _rowsTaken[numberOf(*row)]; });
+}
+
+// A rewrite that was cut short leaves an item that it moves where it was and where it belongs. The
+// first is what nobody wants any more, unless it was edited since.
+void LocalRecords::leaveOutWhatARewriteMoved()
+{
+    std::unordered_map<std::string, LocalRecord*> old;  // by UID
+    for (LocalRecord& local : _records) {
+        const bool isAsSeen = local.seen != nullptr && local.seen->agreedKey &&
+                              local.hash == local.seen->hash && !local.place.uid.empty();
+        if (isAsSeen && local.record->conduit() != kConduitCalendar)
+            old.emplace(local.place.uid + '\n' + local.place.recurrence, &local);
+    }
+    for (LocalRecord& local : _records) {
+        const auto found = old.find(local.place.uid + '\n' + local.place.recurrence);
+        if (local.seen != nullptr || !local.agreedId.key.empty() || found == old.end())
+            continue;
+        LocalRecord& left = *found->second;
+        const AgreedRow* agreed = left.isLeftOver ? nullptr : _knowledge.agreedRow(left.agreedId);
+        if (agreed == nullptr || agreed->parentKey != agreedCalendarOf(local) ||
+            agreed->parentKey == agreedCalendarOf(left))
+            continue;
+        takeRow(local, *left.seen);
+        left.seen = nullptr;
+        left.agreedId = {};
+        left.isLeftOver = true;
+    }
+}
+
+std::string LocalRecords::agreedCalendarOf(const LocalRecord& item) const
+{
+    const std::string key = item.record->recordParentKey().value_or("");
+    for (const LocalRecord& local : _records)
+        if (local.record->conduit() == kConduitCalendar && local.record->recordKey() == key)
+            return local.agreedId.key.empty() ? key : local.agreedId.key;
+    return key;
 }
 
 std::size_t LocalRecords::numberOf(const SeenRow& row) const

@@ -81,6 +81,8 @@ private:
     struct Groups;
 
     void takeWhatIsKnown(Groups& groups);
+    void leaveOutWhatARewriteMoved();
+    std::string agreedCalendarOf(const LocalRecord& item) const;
     std::size_t numberOf(const SeenRow& row) const;
     Claims nameWhatWasHandedOut(LocalState& state);
     void indexAgreedKeys();
