@@ -155,6 +155,13 @@ void Device::setOn(const std::string& title, bool isOn)
     preferences.set(kSyncedCalendarsPreference, switches);
 }
 
+void Device::askForFullSync()
+{
+    const OnDevice platform(_home, _disk, _clock);
+    Preferences(SuiteFolder(_home).preferencesPath(), Preferences::Storage::file)
+        .set(kFullSyncPreference, true);
+}
+
 bool Device::isMarked() const { return LocalState(_statePath).facts().mark.has_value(); }
 
 Device::StoreCopy Device::copyOfStore() const

@@ -46,6 +46,7 @@ public:
     bool isOn(const std::string& title);
     /// As a click in the list of calendars does it.
     void setOn(const std::string& title, bool isOn);
+    void askForFullSync();
     /// Whether the end of a rewrite is not settled yet.
     bool isMarked() const;
 

@@ -119,4 +119,10 @@ std::string editItem(ItemText& item, int what, const std::string& stamp)
     return told;
 }
 
+int tokenOf(const ItemText& item)
+{
+    const std::string notes = item.value("DESCRIPTION").value_or("");
+    return notes.starts_with('#') ? std::atoi(notes.c_str() + 1) : 0;
+}
+
 }  // namespace kt::test

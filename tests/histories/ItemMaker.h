@@ -13,4 +13,7 @@ ItemText makeItem(int token, int what, const std::string& stamp);
 /// The item with one thing changed, which is told.
 std::string editItem(ItemText& item, int what, const std::string& stamp);
 
+/// The token of an item's notes; 0 for none.
+int tokenOf(const ItemText& item);
+
 }  // namespace kt::test

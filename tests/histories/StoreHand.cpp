@@ -244,11 +244,21 @@ std::vector<StoreHand::Place> StoreHand::items() const
 {
     std::vector<Place> places;
     for (const Calendar& calendar : calendars())
-        for (const std::string& file : itemFiles(calendar)) {
-            std::size_t index = 0;
-            for (ItemText& item : itemsIn(file).items)
-                places.push_back({file, index++, calendar.key, std::move(item)});
+        for (Place& place : itemsBelow(calendar.folder)) {
+            place.calendar = calendar.key;
+            places.push_back(std::move(place));
         }
+    return places;
+}
+
+std::vector<StoreHand::Place> StoreHand::itemsBelow(const std::string& folder) const
+{
+    std::vector<Place> places;
+    for (const std::string& file : itemFiles({"", "", folder})) {
+        std::size_t index = 0;
+        for (ItemText& item : itemsIn(file).items)
+            places.push_back({file, index++, "", std::move(item)});
+    }
     return places;
 }
 

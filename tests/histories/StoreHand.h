@@ -49,6 +49,8 @@ public:
 
     /// The items of all calendars, those that cannot be read by the plug-in included.
     std::vector<Place> items() const;
+    /// Those of a calendar's folder, whether or not that is a calendar at present.
+    std::vector<Place> itemsBelow(const std::string& folder) const;
     void add(const Calendar& calendar, const std::string& name, const ItemText& item) const;
     void replace(const Place& place, const ItemText& item) const;
     void remove(const Place& place) const;

@@ -4,6 +4,7 @@
 #include <set>
 
 #include "Sync/Foundation/Digest.h"
+#include "tests/histories/ItemMaker.h"
 #include "tests/histories/World.h"
 
 namespace kt::test {
@@ -90,7 +91,7 @@ std::string missingOrDoubled(Device& device, const std::map<int, bool>& ledger)
 {
     std::map<int, int> counts;
     for (const auto& place : device.hand().items())
-        ++counts[World::tokenOf(place.item)];
+        ++counts[tokenOf(place.item)];
     std::string text;
     for (const auto& [token, mayBeGone] : ledger) {
         const int count = counts[token];
@@ -142,7 +143,7 @@ Verdict play(const History& history)
         world.perform(operation);
     Verdict verdict;
     verdict.fault = whatIsWrong(world);
-    verdict.story = world.story();
+    verdict.story = world.story() + world.recordsOnServer();
     std::string bytes;
     for (const auto& device : world.devices())
         for (const auto& [path, line] : device->disk().description("/"))

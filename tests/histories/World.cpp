@@ -13,6 +13,7 @@ namespace kt::test {
 namespace {
 
 constexpr int kMostRounds = 8;
+constexpr const char* kCopy = ".copy";
 
 Date startOfTime()
 {
@@ -44,6 +45,9 @@ World::World(int devices) : _folder(folderForDatabases()), _now(startOfTime())
         _devices.push_back(std::make_unique<Device>(name, number % 2 == 0 ? 5 : 4,
                                                     _folder.path(name + ".sqlite"),
                                                     [this] { return _now; }));
+        Device& device = *_devices.back();
+        _accounts.emplace(&device,
+                          Account{Damages(device.hand(), device.disk()), false, {}, false, false});
     }
     addCalendar(*_devices.front(), 0);
 }
@@ -62,10 +66,15 @@ std::string World::stamp() const
     return text;
 }
 
-int World::tokenOf(const ItemText& item)
+std::string World::recordsOnServer() const
 {
-    const std::string notes = item.value("DESCRIPTION").value_or("");
-    return notes.starts_with('#') ? std::atoi(notes.c_str() + 1) : 0;
+    const auto server = syncServerWithURL(serverURL());
+    const auto opened = server->openSession("default", "looking", ServerAccess::readOnly);
+    std::string text;
+    for (const ServerDigest& digest : opened.session->digests())
+        text += "server: " + digest.id.conduit + " " + digest.id.key + " in " +
+                digest.parentKey.value_or("nothing") + (digest.isTombstone ? " deleted\n" : "\n");
+    return text;
 }
 
 std::int64_t World::head() const
@@ -99,6 +108,21 @@ void World::perform(const Operation& operation)
         return changeCalendar(device, operation);
     case Do::toggle:
         return toggle(device, operation.first);
+    case Do::breakItem:
+    case Do::breakFile:
+    case Do::breakCalendar:
+        return damage(device, operation);
+    case Do::mend:
+        return mendAll(device);
+    case Do::copyStore:
+    case Do::copyState:
+    case Do::copyServer:
+        return copy(device, operation.what);
+    case Do::putStoreBack:
+    case Do::restoreBackup:
+    case Do::putStateBack:
+    case Do::putServerBack:
+        return putBack(device, operation);
     default:
         return sync(device, operation);
     }
@@ -122,7 +146,7 @@ void World::edit(Device& device, int which, int what)
 {
     auto items = device.hand().items();
     const auto* place = pick(items, which);
-    if (place == nullptr)
+    if (place == nullptr || accountOf(device).damages.isBroken(place->item))
         return;
     ItemText item = place->item;
     const std::string told = editItem(item, what, stamp());
@@ -136,7 +160,10 @@ void World::move(Device& device, int which, int where)
     Calendars calendars = device.hand().calendars();
     const auto* place = pick(items, which);
     const auto* target = pick(calendars, where);
-    if (place == nullptr || target->key == place->calendar)
+    // Open: what is moved into a calendar that is switched off here is deleted elsewhere, and comes
+    // back a second time when that is switched on.
+    if (place == nullptr || target->key == place->calendar || !device.isOn(target->title) ||
+        accountOf(device).damages.isBroken(place->item))
         return;
     const std::string name = place->item.value("UID").value_or("UID-" + stamp());
     device.hand().remove(*place);
@@ -148,7 +175,7 @@ void World::remove(Device& device, int which)
 {
     auto items = device.hand().items();
     const auto* place = pick(items, which);
-    if (place == nullptr)
+    if (place == nullptr || accountOf(device).damages.isBroken(place->item))
         return;
     _mayBeGone[tokenOf(place->item)] = true;
     device.hand().remove(*place);
@@ -172,7 +199,10 @@ void World::removeCalendar(Device& device, int which)
 {
     Calendars calendars = device.hand().calendars();
     const auto* calendar = pick(calendars, which);
-    if (calendar == nullptr)
+    // Open: a switched-off calendar that is deleted here, and comes back since somebody moved an
+    // item into it, comes back switched off; switched on, the item stands there twice.
+    if (calendar == nullptr || !device.isOn(calendar->title) ||
+        accountOf(device).damages.isBelow(calendar->folder))
         return;
     tell("  calendar " + calendar->title);
     for (const auto& place : device.hand().items()) {
@@ -205,7 +235,9 @@ void World::toggle(Device& device, int which)
 {
     Calendars calendars = device.hand().calendars();
     const auto* calendar = pick(calendars, which);
-    if (calendar == nullptr)
+    // Open: a calendar that is switched off while a rewrite that renames it, or moves an item out
+    // of it, is not settled keeps what it was before, and all of that stands there twice.
+    if (calendar == nullptr || device.isMarked())
         return;
     const bool isOn = device.isOn(calendar->title);
     device.setOn(calendar->title, !isOn);
@@ -217,6 +249,11 @@ void World::sync(Device& device, const Operation& operation)
     SyncRunWishes wishes;
     wishes.allowMassDelete = true;
     wishes.acceptLosses = operation.what == Do::syncAcceptingLosses;
+    // What could not be read and never was on the server is given up by that.
+    if (wishes.acceptLosses)
+        mayBeGone(accountOf(device).damages.tokens());
+    if (operation.what == Do::syncFully)
+        device.askForFullSync();
     Fault fault{Fault::Kind::none, operation.first + 1};
     if (operation.what == Do::syncFailing)
         fault.kind = Fault::Kind::fails;
@@ -231,6 +268,96 @@ void World::sync(Device& device, const Operation& operation)
     run(device, url, wishes, fault);
 }
 
+/// A text stays unread until somebody mends it. Without a common past it cannot be known that a
+/// record of the server is the same, and while a rewrite is not settled a calendar that cannot be
+/// read is taken for half made.
+void World::damage(Device& device, const Operation& operation)
+{
+    Account& account = accountOf(device);
+    auto items = device.hand().items();
+    Calendars calendars = device.hand().calendars();
+    const auto* place = pick(items, operation.first);
+    const auto* calendar = pick(calendars, operation.first);
+    if (place == nullptr || !account.hasBase)
+        return;
+    std::string told;
+    if (operation.what == Do::breakItem)
+        told = account.damages.breakItem(*place);
+    else if (!device.isMarked())
+        told = account.damages.breakFile(
+            operation.what == Do::breakFile ? place->file : StorePaths::infoFile(calendar->folder));
+    tell("  " + told);
+}
+
+void World::mendAll(Device& device) { accountOf(device).damages.mendAll(); }
+
+std::set<int> World::tokensIn(Device& device)
+{
+    std::set<int> tokens = accountOf(device).damages.tokens();
+    for (const auto& place : device.hand().items())
+        tokens.insert(tokenOf(place.item));
+    return tokens;
+}
+
+void World::mayBeGone(const std::set<int>& tokens)
+{
+    for (const int token : tokens)
+        _mayBeGone[token] = true;
+}
+
+void World::copy(Device& device, Do what)
+{
+    Account& account = accountOf(device);
+    if (what == Do::copyStore) {
+        account.store.emplace(
+            Account::Store{device.copyOfStore(), tokensIn(device), account.damages});
+        return;
+    }
+    const std::string path = what == Do::copyServer ? serverPath() : device.statePath();
+    if (!std::filesystem::exists(path))
+        return;
+    std::filesystem::copy_file(path, path + kCopy,
+                               std::filesystem::copy_options::overwrite_existing);
+    if (what == Do::copyState) {
+        account.hasState = true;
+        account.stateHasBase = account.hasBase;
+    }
+}
+
+void World::putBack(Device& device, const Operation& operation)
+{
+    if (operation.what == Do::putStoreBack)
+        return putStoreBack(device);
+    if (operation.what == Do::restoreBackup) {
+        std::vector<std::string> names = device.backups().names();
+        if (const std::string* name = pick(names, operation.first))
+            device.restoreBackup(*name);
+        return;
+    }
+    const std::string path =
+        operation.what == Do::putServerBack ? serverPath() : device.statePath();
+    if (!std::filesystem::exists(path + kCopy))
+        return;
+    std::filesystem::copy_file(path + kCopy, path,
+                               std::filesystem::copy_options::overwrite_existing);
+    if (operation.what == Do::putStateBack)
+        accountOf(device).hasBase = accountOf(device).stateHasBase;
+}
+
+/// By hand, behind the host's back: what is newer than the copy is deleted by that.
+void World::putStoreBack(Device& device)
+{
+    Account& account = accountOf(device);
+    if (!account.store)
+        return;
+    std::set<int> gone = tokensIn(device);
+    for (const int token : account.store->tokens)
+        gone.erase(token);
+    mayBeGone(gone);
+    device.putStoreBack(account.store->copy);
+    account.damages = account.store->damages;
+}
+
 void World::run(Device& device, const std::string& url, const SyncRunWishes& wishes,
                 const Fault& fault)
 {
@@ -240,6 +367,7 @@ void World::run(Device& device, const std::string& url, const SyncRunWishes& wis
 
 void World::note(Device& device, const Device::Run& run)
 {
+    accountOf(device).hasBase = accountOf(device).hasBase || run.result.isCompleted;
     std::string line = "  " + device.name() + ": ";
     if (run.isKilled)
         line += "killed ";
@@ -289,6 +417,8 @@ void World::syncAll()
 bool World::comeToRest()
 {
     tell("all come to rest");
+    for (const auto& device : _devices)
+        mendAll(*device);
     for (int round = 0; round < kMostRounds; ++round) {
         const std::int64_t before = head();
         std::vector<std::map<std::string, std::string>> disks;

@@ -7,6 +7,7 @@
 #include <string>
 #include <vector>
 
+#include "tests/histories/Damages.h"
 #include "tests/histories/Device.h"
 #include "tests/histories/Operation.h"
 #include "tests/support/TemporaryFolder.h"
@@ -33,19 +34,32 @@ public:
     /// What happened, a line each.
     const std::string& story() const { return _story; }
     std::string runsThatFailed() const { return _failedRuns; }
+    /// What the server holds, a line each.
+    std::string recordsOnServer() const;
     /// The server's revision.
     std::int64_t head() const;
-
-    /// The token that an item carries through all edits; 0 for none.
-    static int tokenOf(const ItemText& item);
 
 private:
     using Calendars = std::vector<StoreHand::Calendar>;
 
+    /// What is known of a device beside itself.
+    struct Account {
+        Damages damages;
+        bool hasBase = false;  // a run of it was completed
+        struct Store {
+            Device::StoreCopy copy;
+            std::set<int> tokens;
+            Damages damages;
+        };
+        std::optional<Store> store;  // an older copy
+        bool hasState = false;       // an older copy of its state stands beside it
+        bool stateHasBase = false;
+    };
+
     void tell(const std::string& line) { _story += line + "\n"; }
     Date now() const { return _now; }
     std::string stamp() const;
-    std::string serverURL() const { return "sqlite:" + _folder.path("server.sqlite"); }
+    std::string serverURL() const { return "sqlite:" + serverPath(); }
 
     void addItem(Device& device, int which, int what);
     void edit(Device& device, int which, int what);
@@ -55,6 +69,15 @@ private:
     void removeCalendar(Device& device, int which);
     void changeCalendar(Device& device, const Operation& operation);
     void toggle(Device& device, int which);
+    void damage(Device& device, const Operation& operation);
+    void mendAll(Device& device);
+    void copy(Device& device, Do what);
+    void putBack(Device& device, const Operation& operation);
+    void putStoreBack(Device& device);
+    void mayBeGone(const std::set<int>& tokens);
+    std::set<int> tokensIn(Device& device);
+    Account& accountOf(Device& device) { return _accounts.at(&device); }
+    std::string serverPath() const { return _folder.path("server.sqlite"); }
     void sync(Device& device, const Operation& operation);
     void run(Device& device, const std::string& url, const SyncRunWishes& wishes,
              const Fault& fault);
@@ -64,6 +87,7 @@ private:
     TemporaryFolder _folder;
     Date _now;
     std::vector<std::unique_ptr<Device>> _devices;
+    std::map<const Device*, Account> _accounts;
     std::map<int, bool> _mayBeGone;
     int _lastToken = 0;
     int _lastTitle = 0;
