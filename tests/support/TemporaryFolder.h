@@ -16,9 +16,10 @@ namespace kt::test {
 /// operations are relative to it.
 class TemporaryFolder {
 public:
-    TemporaryFolder()
+    TemporaryFolder() : TemporaryFolder(std::filesystem::temp_directory_path()) {}
+    explicit TemporaryFolder(const std::filesystem::path& parent)
     {
-        std::string pattern = (std::filesystem::temp_directory_path() / "kt-test-XXXXXX").string();
+        std::string pattern = (parent / "kt-test-XXXXXX").string();
         if (mkdtemp(pattern.data()) == nullptr)
             throw std::runtime_error("no temporary folder");
         _path = std::filesystem::canonical(pattern).string();

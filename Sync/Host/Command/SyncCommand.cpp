@@ -12,6 +12,7 @@
 #include "Sync/Host/Server/SyncServer.h"
 #include "Sync/Host/Services/HomeLayout.h"
 #include "Sync/Host/Services/PluginPreferences.h"
+#include "Sync/Host/Services/StoreBackups.h"
 #include "Sync/Host/Services/SuiteFolder.h"
 
 namespace kt {

@@ -33,6 +33,16 @@ bool isKnownByIdentity(const LocalRecord& record)
            haveSameIdentity(record.record->conduit(), record.place, record.seen->place);
 }
 
+// An item keeps its UID through every edit. One that came when another one went is no edit of that:
+// whoever edits that elsewhere would have it in the place of this one. Its key is the UID that a
+// rewrite without regard to the old texts gives it.
+bool isAnotherItem(const LocalRecord& record, const SeenRow& row)
+{
+    return record.record->conduit() != kConduitCalendar && !record.place.uid.empty() &&
+           !row.place.uid.empty() && record.place.uid != row.place.uid &&
+           record.place.uid != row.agreedKey;
+}
+
 // One conduit and key, while its records are being named.
 class Group {
 public:
@@ -60,7 +70,7 @@ public:
     void name()
     {
         if (_unnamed.size() == 1 && _rows.size() == 1 && _rows.front()->agreedKey &&
-            mayBe(*_unnamed.front(), *_rows.front())) {
+            mayBeEdited(*_unnamed.front(), *_rows.front())) {
             take(*_unnamed.front(), *_rows.front());
             return;
         }
@@ -109,6 +119,11 @@ private:
         // Calendars, and items without one, are known by where they stand.
         return place.uid == row.place.uid &&
                (!place.uid.empty() || (!place.file.empty() && place.file == row.place.file));
+    }
+
+    bool mayBeEdited(const LocalRecord& record, const SeenRow& row) const
+    {
+        return mayBe(record, row) && !isAnotherItem(record, row);
     }
 
     // Pairs records and rows that share a feature with nobody else.
@@ -195,7 +210,7 @@ private:
         std::deque<const SeenRow*> left(_rows.begin(), _rows.end());
         for (LocalRecord* record : _unnamed) {
             const auto row = std::find_if(left.begin(), left.end(), [&](const SeenRow* each) {
-                return mayBe(*record, *each);
+                return mayBeEdited(*record, *each);
             });
             if (row == left.end()) {
                 rest.push_back(record);
@@ -205,6 +220,15 @@ private:
             left.erase(row);
         }
         _unnamed = std::move(rest);
+        _rows.assign(left.begin(), left.end());
+    }
+
+    std::unordered_map<std::string, const SeenRow*> rowsThatAreLeft() const
+    {
+        std::unordered_map<std::string, const SeenRow*> rows;
+        for (const SeenRow* row : _rows)
+            rows.emplace(row->agreedKey.value_or(""), row);
+        return rows;
     }
 
     void takeNamesOfEqualContent()
@@ -238,10 +262,16 @@ private:
 
     void takeNamesThatAreLeft()
     {
+        const auto left = rowsThatAreLeft();
+        const auto isOfAnotherItem = [&](const std::string& key, const LocalRecord& record) {
+            const auto row = left.find(key);
+            return row != left.end() && isAnotherItem(record, *row->second);
+        };
         int number = 1;
         for (LocalRecord* record : _unnamed) {
             std::string key = numberedKey(_id.key, number);
-            while (_taken.count(key) != 0 || !_context.mayTake({_id.conduit, key}, *record))
+            while (_taken.count(key) != 0 || isOfAnotherItem(key, *record) ||
+                   !_context.mayTake({_id.conduit, key}, *record))
                 key = numberedKey(_id.key, ++number);
             takeName(*record, std::move(key));
             ++number;
@@ -313,6 +343,7 @@ void tellEqualKeysApart(const std::vector<LocalRecord*>& records,
     // Nearly always a key is one record's, and was.
     const bool isSimple = records.size() == 1 && rows.size() == 1 && !isNamed(*records.front()) &&
                           rows.front()->agreedKey &&
+                          !isAnotherItem(*records.front(), *rows.front()) &&
                           context.unreadClaim(*rows.front()) == UnreadClaim::none;
     if (isSimple)
         takeRow(*records.front(), *rows.front());

@@ -169,6 +169,38 @@ private:
     std::unordered_set<std::string> _taken;
 };
 
+std::string identityOf(std::string_view conduit, const StorePlace& place)
+{
+    if (place.uid.empty() || conduit == kConduitCalendar)
+        return "";
+    return std::string(conduit) + '\n' + place.uid + '\n' + place.recurrence;
+}
+
+// An item keeps its UID through an edit that gives it another key. Without that the old one would
+// stand beside it while a rewrite is not settled.
+void knowByIdentity(const SyncRecordList& records, const Knowledge& knowledge,
+                    const StorePlaces& places, KeptNames& names)
+{
+    std::unordered_map<std::string, int> sharers;
+    for (std::size_t index = 0; index < records.size(); ++index) {
+        if (records[index])
+            ++sharers[identityOf(records[index]->conduit(), places.of(*records[index]))];
+    }
+    std::unordered_map<std::string, std::vector<const KeptRow*>> rows;
+    for (const KeptRow& row : knowledge.kept())
+        rows[identityOf(row.id.conduit, row.place)].push_back(&row);
+    for (std::size_t index = 0; index < records.size(); ++index) {
+        if (!records[index] || names.known.count(names.ids[index]) != 0)
+            continue;
+        const std::string identity =
+            identityOf(records[index]->conduit(), places.of(*records[index]));
+        const auto found = rows.find(identity);
+        if (!identity.empty() && sharers[identity] == 1 && found != rows.end() &&
+            found->second.size() == 1)
+            names.known.insert(found->second.front()->id);
+    }
+}
+
 }  // namespace
 
 KeptNames keptNames(const SyncRecordList& records, LocalState& state, const Knowledge& knowledge,
@@ -200,6 +232,8 @@ KeptNames keptNames(const SyncRecordList& records, LocalState& state, const Know
     names.ids.resize(records.size());
     for (const RecordId& id : order)
         groups.at(id).name(names, missing);
+    if (!knowledge.kept().empty())
+        knowByIdentity(records, knowledge, reading.places, names);
     return names;
 }
 

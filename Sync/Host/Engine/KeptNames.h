@@ -12,7 +12,8 @@ namespace kt {
 /// Which kept record each record of a switched-off calendar is.
 struct KeptNames {
     std::vector<RecordId> ids;  // what each record is kept under, in the order of the records
-    RecordIdSet known;          // those of them that were kept before
+    RecordIdSet
+        known;  // what was kept before and is among them, under another name if it was edited
 };
 
 /// What becomes of kept records that none of the store's equals.

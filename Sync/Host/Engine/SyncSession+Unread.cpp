@@ -220,7 +220,7 @@ void SyncSession::writeKept()
         const bool isMissed = isMissingUnread() || _unreadKept.returning.count(row.id) != 0;
         // Where the store is rewritten a calendar that is switched on has got it back.
         const bool isNowhereElse = !isActive || !isRewriteExpected(_result);
-        if (_keptAndRead.count(row.id) != 0)
+        if (_keptAndRead.count(row.id) != 0 || _keptNames.known.count(row.id) != 0)
             continue;
         if (isUnreadKept(row) || (isMissed && isNowhereElse))
             stays.insert(row.id);

@@ -10,6 +10,7 @@
 
 #include "Sync/Host/Services/BackupFacts.h"
 #include "Sync/Host/Services/BackupName.h"
+#include "Sync/Host/Services/RunBackups.h"
 #include "Sync/Host/Services/UnpackedBackup.h"
 
 namespace kt {
@@ -17,26 +18,15 @@ namespace kt {
 /// The dated backups of the store: the last ten, and the very first for good. Each is one archive,
 /// `NAME.tar.zst`, with its facts beside it in a hidden file; older versions made folders, which
 /// are read as well. A name is that of BackupName, without the extension.
-class StoreBackups {
+class StoreBackups : public RunBackups {
 public:
     /// The folder is made with the first backup.
     explicit StoreBackups(std::string folder);
 
-    struct Copy {
-        std::string name;
-        std::vector<std::string> unreadable;  // paths that could not be saved
-        bool isNew = true;                    // false: the last backup holds exactly this store
-        std::string fingerprint{};            // of the store as it was found (fingerprintOfFiles)
-    };
-
-    /// Saves files and folders, whole, unless the last backup holds them as they are: then nothing
-    /// is written. Nullopt when none of them holds anything. Throws Exception NSGenericException,
-    /// with a line for the user, when no backup could be made; nothing of it is then left behind.
-    std::optional<Copy> make(const std::vector<std::string>& paths) const;
-
-    /// Removes what is older than the last ten, but neither the first nor the one named. Writes
-    /// nothing where there is nothing to remove.
-    void prune(const std::optional<std::string>& kept) const;
+    using Copy = BackupCopy;
+    std::optional<Copy> make(const std::vector<std::string>& paths) const override;
+    /// The last ten are kept.
+    void prune(const std::optional<std::string>& kept) const override;
 
     /// Oldest first.
     std::vector<BackupName> all() const;
@@ -60,9 +50,8 @@ public:
                                            const std::vector<std::string>& paths,
                                            const Picks& picks = {}) const;
 
-    /// Unpacks a backup and puts it in the place of what stands at the paths, whole or not at all.
-    /// Throws as unpack does.
-    void restore(const std::string& name, const std::vector<std::string>& paths) const;
+    /// Unpacks a backup and puts it in place. Throws as unpack does.
+    void restore(const std::string& name, const std::vector<std::string>& paths) const override;
 
 private:
     std::string pathOf(const BackupName& name) const;

@@ -38,7 +38,7 @@ std::string lineForSettlement(const SyncRunSummary& settling)
 }  // namespace
 
 SyncRun::SyncRun(ReferenceHost& host, KTSyncPluginProtocol& plugin, SyncEngine& engine,
-                 const StoreBackups& backups, std::string home)
+                 const RunBackups& backups, std::string home)
     : _host(host),
       _plugin(plugin),
       _engine(engine),

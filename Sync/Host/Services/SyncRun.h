@@ -7,7 +7,7 @@
 
 #include "Sync/Host/Engine/SyncEngine.h"
 #include "Sync/Host/Services/ReferenceHost.h"
-#include "Sync/Host/Services/StoreBackups.h"
+#include "Sync/Host/Services/RunBackups.h"
 #include "Sync/HostInterface/KTSyncPluginProtocol.h"
 
 namespace kt {
@@ -34,7 +34,7 @@ class SyncRun {
 public:
     /// Nothing is owned; all outlives the run.
     SyncRun(ReferenceHost& host, KTSyncPluginProtocol& plugin, SyncEngine& engine,
-            const StoreBackups& backups, std::string home);
+            const RunBackups& backups, std::string home);
 
     /// Never throws for what a store or a server does; the reasons say what went wrong.
     SyncRunResult run(const SyncRunWishes& wishes);
@@ -58,7 +58,7 @@ private:
     ReferenceHost& _host;
     KTSyncPluginProtocol& _plugin;
     SyncEngine& _engine;
-    const StoreBackups& _backups;
+    const RunBackups& _backups;
     std::string _home;
     std::string _storeBefore;  // fingerprint of the store before the run; empty when not taken
 };

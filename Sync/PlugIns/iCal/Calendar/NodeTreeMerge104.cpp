@@ -73,6 +73,21 @@ void NodeTreeMerge104::findWanted(const Array& nodes)
     }
 }
 
+void NodeTreeMerge104::findNewFolders(const Array& wanted)
+{
+    for (const Value& node : wanted) {
+        const Dictionary& dictionary = node.dictionary();
+        if (!isGroupNode(dictionary) && knownOf(dictionary) == nullptr)
+            _newFolders.insert(keyOfNode(dictionary));
+        findNewFolders(listIn(dictionary, kMembersKey));
+    }
+}
+
+bool NodeTreeMerge104::isReplaced(const Dictionary& unknownNode) const
+{
+    return !isGroupNode(unknownNode) && _newFolders.contains(keyOfNode(unknownNode));
+}
+
 void NodeTreeMerge104::findNodesInUnknown(const Array& nodes, bool areInUnknown)
 {
     for (const Value& node : nodes) {
@@ -124,6 +139,7 @@ Dictionary NodeTreeMerge104::merged(const Dictionary& stored, const Dictionary& 
     }
     findNodesInUnknown(listIn(stored, "List"), false);
     findWanted(listIn(wanted, "List"));
+    findNewFolders(listIn(wanted, "List"));
     Dictionary merged = stored;
     if (!stored.contains("Version"))
         merged.set("Version", wanted["Version"]);
@@ -151,7 +167,7 @@ Array NodeTreeMerge104::mergedList(const Array& stored, const Array& allWanted)
     for (const Value& node : stored) {
         const Known* const known = knownNode(node);
         if (known == nullptr)
-            unknownBehind[last].push_back(unknownNode(node));
+            keepUnknownNode(node, unknownBehind[last]);
         else if (stays.contains(known->loaded))
             last = known->loaded;
         else if (!_wanted.contains(known->loaded))
@@ -197,7 +213,7 @@ Value NodeTreeMerge104::unknownNode(const Value& node)
     for (const Value& member : listIn(node.dictionary(), kMembersKey)) {
         const Known* const known = knownNode(member);
         if (known == nullptr)
-            members.push_back(unknownNode(member));
+            keepUnknownNode(member, members);
         else if (known->wanted != nullptr)
             members.emplace_back(mergedNode(*known->wanted));
     }
@@ -206,13 +222,19 @@ Value NodeTreeMerge104::unknownNode(const Value& node)
     return kept;
 }
 
+void NodeTreeMerge104::keepUnknownNode(const Value& node, Array& into)
+{
+    if (!node.isDictionary() || !isReplaced(node.dictionary()))
+        into.push_back(unknownNode(node));
+}
+
 /// A group that is gone leaves what nobody could read of it to the list around it.
 void NodeTreeMerge104::keepUnknown(const Array& nodes, Array& into)
 {
     for (const Value& node : nodes) {
         const Known* const known = knownNode(node);
         if (known == nullptr)
-            into.push_back(unknownNode(node));
+            keepUnknownNode(node, into);
         else if (!_wanted.contains(known->loaded))
             keepUnknown(listIn(*known->node, kMembersKey), into);
     }

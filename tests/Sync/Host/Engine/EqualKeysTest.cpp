@@ -162,6 +162,23 @@ TEST_F(Rule2, ALoneRecordIsTheOneThatWasSeen)
     EXPECT_THAT(names(), ElementsAre("K-2"));
 }
 
+// Else an edit of the first one elsewhere would bring that back in the place of the second.
+TEST_F(Rule2, AnItemThatCameWhenAnotherOneWentIsNoEditOfThat)
+{
+    seen("K", kFirst, {.uid = "eins"});
+    given(kSecond, {.uid = "zwei"});
+    EXPECT_THAT(names(), ElementsAre("K-2"));
+}
+
+TEST_F(Rule2, AnItemThatCameAmongOthersWhenOneWentIsNoEditOfThat)
+{
+    seen("K", kFirst, {.uid = "eins"});
+    seen("K-2", kSecond, {.uid = "zwei"});
+    given(kSecond, {.uid = "zwei"});
+    given(kThird, {.uid = "drei"});
+    EXPECT_THAT(names(), ElementsAre("K-2", "K-3"));
+}
+
 TEST_F(Rule2, WhatOnlyChangedByItselfKeepsItsNumber)
 {
     seen("K", kFirst);

@@ -24,6 +24,63 @@ TEST_F(SyncEngineRules, Rule19_ATaskEditedBeforeItsRewriteWasSettledIsNotDoubled
     expectRest();
 }
 
+TEST_F(SyncEngineRules, Rule19_AnItemThatTheCutRewriteOnlyMovedHalfwayIsNotDoubled)
+{
+    givenTwoHomes();
+    auto& a = home("a");
+    auto& b = home("b");
+    const auto move = [](SimulatedHome& in) {
+        in.store.calendar("Arbeit")->items.push_back(*in.store.item("Privat", "Zahnarzt"));
+        in.store.touch();
+    };
+    move(a);
+    removeItem(a, "Privat", "Zahnarzt");
+    a.sync();
+    b.sync(broken(Break::killAfterFinish));
+    move(b);
+    EXPECT_EQ(b.sync().sent, 0U);
+    syncUntilRest();
+    for (const char* name : {"a", "b"}) {
+        EXPECT_EQ(home(name).store.count("Zahnarzt"), 1) << name;
+        EXPECT_NE(home(name).store.item("Arbeit", "Zahnarzt"), nullptr) << name;
+    }
+    expectRest();
+}
+
+TEST_F(SyncEngineRules, Rule19_AKeptItemThatWasGivenAnotherTitleIsNotDoubled)
+{
+    givenTwoHomes();
+    auto& a = home("a");
+    a.switchOff("Arbeit");
+    a.store.calendar("Arbeit")->items.push_back(task("Blumen"));
+    a.sync(broken(Break::killAfterFinish));
+    fields(a, "Arbeit", "Blumen").set("Title", "Tulpen");
+    a.store.touch();
+    a.sync();
+    EXPECT_EQ(a.store.count("Blumen"), 0);
+    a.switchOn("Arbeit");
+    syncUntilRest();
+    EXPECT_EQ(home("b").store.count("Tulpen"), 1);
+    EXPECT_EQ(home("b").store.count("Blumen"), 0);
+    expectRest();
+}
+
+TEST_F(SyncEngineRules, Rule19_AKeptItemThatWasGivenAnotherTitleIsNotDoubledWhenSwitchedOn)
+{
+    givenTwoHomes();
+    auto& a = home("a");
+    a.switchOff("Arbeit");
+    a.store.calendar("Arbeit")->items.push_back(task("Blumen"));
+    a.sync(broken(Break::killAfterFinish));
+    fields(a, "Arbeit", "Blumen").set("Title", "Tulpen");
+    a.store.touch();
+    a.switchOn("Arbeit");
+    syncUntilRest();
+    EXPECT_EQ(home("b").store.count("Tulpen"), 1);
+    EXPECT_EQ(home("b").store.count("Blumen"), 0);
+    expectRest();
+}
+
 TEST_F(SyncEngineRules, Rule19_WhatEqualsItsSeenIsWhatTheOldStoreLeftBehind)
 {
     givenTwoHomes();

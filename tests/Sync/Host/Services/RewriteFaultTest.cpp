@@ -8,6 +8,7 @@
 #include "Sync/Foundation/Digest.h"
 #include "Sync/Host/Services/PluginLoader.h"
 #include "Sync/Host/Services/PluginPreferences.h"
+#include "Sync/Host/Services/StoreBackups.h"
 #include "Sync/Host/Services/SyncRun.h"
 #include "Sync/HostInterface/KTCarefulWriting.h"
 #include "tests/support/FailingFileManager.h"

@@ -7,6 +7,7 @@
 #include <gtest/gtest.h>
 
 #include "Sync/Host/Server/SyncServer.h"
+#include "Sync/Host/Services/StoreBackups.h"
 #include "Sync/Host/Services/SyncRun.h"
 #include "tests/support/HostKit.h"
 

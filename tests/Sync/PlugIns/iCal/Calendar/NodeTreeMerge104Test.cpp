@@ -76,6 +76,15 @@ TEST_F(NodeTreeMerge, PutsNodesInTheWantedOrderAndWhatNobodyKnowsBehindThoseItSt
               file({node("b"), node("a"), node("FREMD")}));
 }
 
+// As a rewrite leaves it that could write the node but not the calendar's description.
+TEST_F(NodeTreeMerge, ReplacesTheNodeWithoutACalendarOfANewCalendarsFolder)
+{
+    know("a", false);
+    EXPECT_EQ(merge.merged(file({node("HALB"), node("a"), group("FREMD", {node("HALB")})}),
+                           file({written("a", false), written("HALB", false)})),
+              file({node("a"), group("FREMD", {}), written("HALB", false)}));
+}
+
 TEST_F(NodeTreeMerge, MovesANodeIntoAGroupWithAllThatItHolds)
 {
     know("a", false);

@@ -1,0 +1,128 @@
+#include "tests/histories/ItemMaker.h"
+
+#include <cstdlib>
+
+namespace kt::test {
+
+namespace {
+
+std::string twoDigits(int number) { return (number < 10 ? "0" : "") + std::to_string(number); }
+
+std::string day(int number) { return "200801" + twoDigits(1 + number % 28); }
+
+void setTimes(ItemText& item, int what)
+{
+    const std::string hour = twoDigits(8 + what % 10);
+    if (what % 5 == 4) {
+        item.set("DTSTART", "DTSTART;VALUE=DATE:" + day(what));
+        item.set("DTEND", "DTEND;VALUE=DATE:" + day(what + 1));
+    } else {
+        item.set("DTSTART", "DTSTART;TZID=Europe/Berlin:" + day(what) + "T" + hour + "0000");
+        item.set("DTEND", "DTEND;TZID=Europe/Berlin:" + day(what) + "T" + hour + "4500");
+    }
+}
+
+void addAlarm(ItemText& item, int minutes)
+{
+    item.append({"BEGIN:VALARM", "ACTION:DISPLAY", "DESCRIPTION:Event reminder",
+                 "TRIGGER:-PT" + std::to_string(minutes + 1) + "M", "END:VALARM"});
+}
+
+std::string editEvent(ItemText& item, int what, const std::string& value)
+{
+    switch (what % 4) {
+    case 0:
+        setTimes(item, what);
+        return "time";
+    case 1:
+        item.set("RRULE", "RRULE:FREQ=WEEKLY;COUNT=" + std::to_string(2 + what % 7));
+        return "rule";
+    case 2:
+        if (item.has("RRULE"))
+            item.remove("RRULE");
+        else
+            addAlarm(item, what);
+        return "rule or alarm";
+    default:
+        item.set("LOCATION", "LOCATION:" + value);
+        return "location";
+    }
+}
+
+std::string editTask(ItemText& item, int what, const std::string& value)
+{
+    switch (what % 3) {
+    case 0:
+        item.set("DUE", "DUE;TZID=Europe/Berlin:" + day(what) + "T180000");
+        return "due";
+    case 1:
+        item.set("PRIORITY", "PRIORITY:" + std::to_string(1 + what % 9));
+        return "priority";
+    default:
+        item.set("URL", "URL;VALUE=URI:http://example.invalid/" + value);
+        return "address";
+    }
+}
+
+/// Long enough to be folded, with letters of several bytes.
+std::string someText(const std::string& stamp, int what)
+{
+    std::string text = "Wert " + stamp + " " + std::to_string(what);
+    if (what % 3 == 0)
+        text += " Größenverhältnisse \\, und vieles mehr\\; bis zum Zeilenende und darüber hinaus";
+    return text;
+}
+
+}  // namespace
+
+ItemText makeItem(int token, int what, const std::string& stamp)
+{
+    const bool isTask = what % 3 == 0;
+    const std::string name = isTask ? "VTODO" : "VEVENT";
+    const std::string number = std::to_string(token);
+    ItemText item("BEGIN:" + name + "\r\nEND:" + name + "\r\n");
+    item.append({"SEQUENCE:1", "UID:UID-" + number});
+    if (!isTask)
+        setTimes(item, what % 4 == 1 ? 1 : what + token);
+    const bool hasCommonTitle = what % 4 == 1 || (isTask && what % 2 == 0);
+    const std::string common = isTask ? "Einkaufen" : "Zahnarzt";
+    item.append({"DTSTAMP:" + stamp, "SUMMARY:" + (hasCommonTitle ? common : "Titel " + number),
+                 "DESCRIPTION:#" + number + "#"});
+    if (what % 7 == 3 && !isTask)
+        item.append({"RRULE:FREQ=DAILY;COUNT=5"});
+    if (what % 11 == 5)
+        addAlarm(item, what);
+    return item;
+}
+
+std::string editItem(ItemText& item, int what, const std::string& stamp)
+{
+    const std::string notes = item.value("DESCRIPTION").value_or("");
+    const std::string token = notes.substr(0, notes.find('#', 1) + 1);
+    const std::string value = someText(stamp, what);
+    std::string told;
+    if (what % 6 == 0) {
+        item.set("SUMMARY", "SUMMARY:" + value);
+        told = "title";
+    } else if (what % 6 == 1) {
+        item.set("DESCRIPTION", "DESCRIPTION:" + token + " " + value);
+        told = "notes";
+    } else {
+        told = item.isEvent() ? editEvent(item, what / 6, value) : editTask(item, what / 6, stamp);
+    }
+    item.set("DTSTAMP", "DTSTAMP:" + stamp);
+    if (what % 2 == 0) {
+        const int sequence = std::atoi(item.value("SEQUENCE").value_or("0").c_str());
+        item.set("SEQUENCE", "SEQUENCE:" + std::to_string(sequence + 1));
+        told += " and sequence";
+    }
+    return told;
+}
+
+int tokenOf(const ItemText& item)
+{
+    const std::string notes = item.value("DESCRIPTION").value_or("");
+    return notes.starts_with('#') ? std::atoi(notes.c_str() + 1) : 0;
+}
+
+}  // namespace kt::test

@@ -1,0 +1,19 @@
+#pragma once
+
+#include <string>
+
+#include "tests/histories/ItemText.h"
+
+namespace kt::test {
+
+/// A new item, its kind, title and time taken from the number: some are alike in all that a record
+/// key is made of. Its notes begin with the token, `#17#`.
+ItemText makeItem(int token, int what, const std::string& stamp);
+
+/// The item with one thing changed, which is told.
+std::string editItem(ItemText& item, int what, const std::string& stamp);
+
+/// The token of an item's notes; 0 for none.
+int tokenOf(const ItemText& item);
+
+}  // namespace kt::test

@@ -1,0 +1,155 @@
+#include "tests/histories/Verdict.h"
+
+#include <map>
+#include <set>
+
+#include "Sync/Foundation/Digest.h"
+#include "tests/histories/ItemMaker.h"
+#include "tests/histories/World.h"
+
+namespace kt::test {
+
+namespace {
+
+using Fields = std::map<std::string, std::string>;
+
+/// What a record is known by on every device: an item's token, a calendar's title.
+std::string nameOf(const KTSyncRecord& record)
+{
+    const Value& notes = record.record()["Notes"];
+    if (record.conduit() == kConduitCalendar || !notes.isString())
+        return record.conduit() + " " + record.record()["Title"].description();
+    const std::string text(notes.string());
+    return record.conduit() + " " + text.substr(0, text.find('#', 1) + 1);
+}
+
+bool isOfLayout(const std::string& conduit, const std::string& field)
+{
+    static const std::set<std::string> ofCalendars{"SourceKey", "Order", "Notes"};
+    return field == "ParentRecordKey" || field == "Timezone" ||
+           (conduit == kConduitCalendar && ofCalendars.count(field) != 0);
+}
+
+std::map<std::string, Fields> fieldsOf(const Device& device)
+{
+    std::map<std::string, std::string> titles;
+    for (const SyncRecord& record : device.records())
+        if (record->conduit() == kConduitCalendar)
+            titles[record->recordKey()] = record->record()["Title"].description();
+    std::map<std::string, Fields> all;
+    for (const SyncRecord& record : device.records()) {
+        Fields& fields = all[nameOf(*record)];
+        if (record->conduit() != kConduitCalendar)
+            fields["calendar"] = titles[record->recordParentKey().value_or("")];
+        for (const auto& [field, value] : record->record())
+            if (!isOfLayout(record->conduit(), field))
+                fields[field] = value.description();
+    }
+    return all;
+}
+
+std::string difference(const Fields& one, const Fields& other)
+{
+    std::string text;
+    std::set<std::string> names;
+    for (const auto& fields : {one, other})
+        for (const auto& [name, value] : fields)
+            names.insert(name);
+    for (const std::string& name : names) {
+        const auto here = one.find(name);
+        const auto there = other.find(name);
+        const std::string first = here == one.end() ? "(none)" : here->second;
+        const std::string second = there == other.end() ? "(none)" : there->second;
+        if (first != second)
+            text += " " + name + ": " + first + " | " + second;
+    }
+    return text;
+}
+
+std::string unequalRecords(const Device& one, const Device& other)
+{
+    const auto first = fieldsOf(one);
+    const auto second = fieldsOf(other);
+    std::set<std::string> names;
+    for (const auto& records : {first, second})
+        for (const auto& [name, fields] : records)
+            names.insert(name);
+    std::string text;
+    for (const std::string& name : names) {
+        const auto here = first.find(name);
+        const auto there = second.find(name);
+        const std::string unlike =
+            difference(here == first.end() ? Fields{{"there", "no"}} : here->second,
+                       there == second.end() ? Fields{{"there", "no"}} : there->second);
+        if (!unlike.empty())
+            text += name + " on " + one.name() + " | " + other.name() + ":" + unlike + "\n";
+    }
+    return text;
+}
+
+std::string missingOrDoubled(Device& device, const std::map<int, bool>& ledger)
+{
+    std::map<int, int> counts;
+    for (const auto& place : device.hand().items())
+        ++counts[tokenOf(place.item)];
+    std::string text;
+    for (const auto& [token, mayBeGone] : ledger) {
+        const int count = counts[token];
+        if ((count == 0 && !mayBeGone) || count > 1)
+            text += "#" + std::to_string(token) + " stands " + std::to_string(count) +
+                    " times on " + device.name() + "\n";
+    }
+    return text;
+}
+
+std::string whatMovesWhenIdle(World& world)
+{
+    std::string text;
+    std::vector<std::map<std::string, std::string>> before;
+    for (const auto& device : world.devices())
+        before.push_back(device->disk().description("/"));
+    const std::int64_t head = world.head();
+    world.syncAll();
+    for (std::size_t index = 0; index < before.size(); ++index)
+        for (const auto& [path, line] : world.devices()[index]->disk().description("/"))
+            if (before[index][path] != line)
+                text +=
+                    "an idle run moves " + path + " on " + world.devices()[index]->name() + "\n";
+    if (world.head() != head)
+        text += "an idle run writes to the server\n";
+    return text;
+}
+
+std::string whatIsWrong(World& world)
+{
+    if (!world.comeToRest())
+        return "does not come to rest\n" + world.runsThatFailed();
+    std::string text = whatMovesWhenIdle(world);
+    if (!world.runsThatFailed().empty())
+        text += "a run fails at the end:\n" + world.runsThatFailed();
+    for (const auto& device : world.devices())
+        text += missingOrDoubled(*device, world.ledger());
+    for (std::size_t index = 1; index < world.devices().size(); ++index)
+        text += unequalRecords(*world.devices().front(), *world.devices()[index]);
+    return text;
+}
+
+}  // namespace
+
+Verdict play(const History& history)
+{
+    World world(history.devices);
+    for (const Operation& operation : history.operations)
+        world.perform(operation);
+    Verdict verdict;
+    verdict.fault = whatIsWrong(world);
+    verdict.story = world.story() + world.recordsOnServer();
+    std::string bytes;
+    for (const auto& device : world.devices())
+        for (const auto& [path, line] : device->disk().description("/"))
+            bytes += path + " " + line + "\n";
+    verdict.digest = sha256DigestHex(bytes);
+    return verdict;
+}
+
+}  // namespace kt::test
