@@ -29,10 +29,13 @@ public:
         std::string fingerprint{};            // of the store as it was found (fingerprintOfFiles)
     };
 
+    /// Called after each block that is read; what it throws ends the backup.
+    using Pause = std::function<void()>;
+
     /// Saves files and folders, whole, unless the last backup holds them as they are: then nothing
     /// is written. Nullopt when none of them holds anything. Throws Exception NSGenericException,
     /// with a line for the user, when no backup could be made; nothing of it is then left behind.
-    std::optional<Copy> make(const std::vector<std::string>& paths) const;
+    std::optional<Copy> make(const std::vector<std::string>& paths, const Pause& pause = {}) const;
 
     /// Removes what is older than the last ten, but neither the first nor the one named. Writes
     /// nothing where there is nothing to remove.
@@ -71,7 +74,8 @@ private:
     std::optional<BackupName> known(const std::string& name) const;
     /// The last backup, if it was made of exactly this.
     std::optional<Copy> lastOne(const std::string& fingerprint) const;
-    Copy makeArchive(const std::vector<std::string>& paths, const std::string& fingerprint) const;
+    Copy makeArchive(const std::vector<std::string>& paths, const std::string& fingerprint,
+                     const Pause& pause) const;
     void remove(const BackupName& name) const;
     void removeLeftovers() const;
 
