@@ -58,20 +58,29 @@ bool SyncSession::isOfKeptCalendar(const RecordId& id,
     };
     if (id.conduit == kConduitCalendar)
         return isKept(id.key);
+    if (parentKey && isKept(*parentKey))
+        return true;
+    // What left a switched-off calendar for one that takes part does so itself.
+    if (_local->recordAgreedAs(id) != nullptr)
+        return false;
     const AgreedRow* agreed = _knowledge->agreedRow(id);
-    return (parentKey && isKept(*parentKey)) ||
-           (agreed != nullptr && agreed->parentKey && isKept(*agreed->parentKey));
+    return agreed != nullptr && agreed->parentKey && isKept(*agreed->parentKey);
 }
 
 // What the plug-in handed back takes effect, but for what concerns a switched-off calendar. It
 // cannot tell a calendar that was deleted from one that is switched off, so it thins out the
-// deletions of both; those of calendars that are not kept stand.
-std::vector<const Outcome*> SyncSession::effectiveOutcomes() const
+// deletions of both; those of calendars that are not kept stand. So does what moved into one.
+std::vector<const Outcome*> SyncSession::effectiveOutcomes()
 {
     std::vector<const Outcome*> effective;
     for (const auto& [record, outcome] : _staged) {
-        const bool stands = _handedBack.count(record.get()) != 0 || isDeletion(*outcome);
-        if (stands && !isOfKeptCalendar(outcome->id, outcome->parentKey))
+        const bool isHandedBack = _handedBack.count(record.get()) != 0;
+        if (_movedIds.count(outcome->id) != 0)
+            effective.push_back(outcome);
+        else if (lacksWitness(*outcome))
+            _deletionsNotMade.push_back(outcome->id);
+        else if ((isHandedBack || isDeletion(*outcome)) &&
+                 !isOfKeptCalendar(outcome->id, outcome->parentKey))
             effective.push_back(outcome);
     }
     return effective;
@@ -115,6 +124,7 @@ bool SyncSession::takeEffect()
     }
     count(effective);
     tellOfTexts();
+    tellOfGoneCalendars(effective);
     if (isDryRun())
         return true;
     notePush(effective);
@@ -124,6 +134,7 @@ bool SyncSession::takeEffect()
     writeKept();
     writeUnread();
     writeSeen(effective);
+    writeSeenOfMoved();
     writeFacts(effective, head);
     if (!isRewriteExpected(_result))
         _setting.state.clearPushed();
