@@ -127,6 +127,7 @@ bool SyncSession::takeEffect()
     tellOfGoneCalendars(effective);
     if (isDryRun())
         return true;
+    tellOfConflicts(effective);
     notePush(effective);
     const std::int64_t head = writeToServer(effective);
     writeAgreed(effective, head);
@@ -316,6 +317,18 @@ bool SyncSession::hasUntakenOfCalendarSwitchedOn() const
             id.conduit == kConduitCalendar ? id.key : *change.server.parentKey);
         return _knowledge->keptCalendars().count(calendar) != 0 && _local->hasCalendar(calendar);
     });
+}
+
+// What gives way is nowhere else from here on. Where there is no outcome the store alone gives way.
+void SyncSession::tellOfConflicts(const std::vector<const Outcome*>& effective)
+{
+    RecordIdSet settled;
+    for (const Outcome* outcome : effective)
+        settled.insert(outcome->id);
+    for (const OverwrittenText& text : _overwritten) {
+        if (settled.count(text.id) != 0 || _outcomes.count(text.id) == 0)
+            _setting.log(lineForOverwritten(text));
+    }
 }
 
 void SyncSession::count(const std::vector<const Outcome*>& effective)

@@ -175,6 +175,7 @@ SyncResult SyncSession::diff(const SyncRecordList& local,
             outcome.hash = contentHash(outcome.record);
     }
     _deletionsNotMade = comparison.deletionsNotMade();
+    _overwritten = comparison.overwritten();
     return stagedResult(diffMode);
 }
 

@@ -115,6 +115,7 @@ private:
     void writeUnread();
     void writeUnreadTexts(StateFacts& facts);
     void tellOfTexts();
+    void tellOfConflicts(const std::vector<const Outcome*>& effective);
     void writeSeen(const std::vector<const Outcome*>& effective);
     void noteRenamed(const std::vector<SeenTarget>& targets);
     void writeFacts(const std::vector<const Outcome*>& effective, std::int64_t head);
@@ -156,6 +157,7 @@ private:
     std::optional<LocalRecords> _local;
     std::map<RecordId, Outcome> _outcomes;
     std::vector<RecordId> _deletionsNotMade;
+    std::vector<OverwrittenText> _overwritten;
     std::vector<MovedRecord> _moved;  // into calendars that do not take part
     RecordIdSet _movedIds;            // those of them that the others are told of
 
