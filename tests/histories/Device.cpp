@@ -8,6 +8,7 @@
 #include "Sync/Host/Engine/LocalState.h"
 #include "Sync/Host/Services/HostClasses.h"
 #include "Sync/Host/Services/PluginPreferences.h"
+#include "Sync/Host/Services/StopWish.h"
 #include "Sync/Host/Services/SuiteFolder.h"
 #include "Sync/PlugIns/iCal/ICalSyncPlugin.h"
 #include "tests/histories/SteppedHost.h"
@@ -59,7 +60,7 @@ public:
     Session(Device& device, const std::string& serverURL, const Fault& fault)
         : _device(device),
           _suite(device._home),
-          _steps(fault, [this] { _plugin.cancelSync(); }),
+          _steps(fault, [this] { _stop.wish(); }),
           _state(device._statePath),
           _server(syncServerWithURL(serverURL), _steps)
     {
@@ -74,8 +75,8 @@ public:
         try {
             if (!_plugin.isEnabled())
                 _plugin.enable();
-            run.result =
-                SyncRun(_host, _plugin, _engine, _device._backups, _device._home).run(wishes);
+            run.result = SyncRun(_host, _plugin, _engine, _device._backups, _device._home, _stop)
+                             .run(wishes);
             _device._records = _host.loaded();
         } catch (const Killed&) {
             run.isKilled = true;
@@ -87,6 +88,7 @@ public:
 private:
     Device& _device;
     SuiteFolder _suite;
+    StopWish _stop;
     Steps _steps;
     LocalState _state;
     SteppedServer _server;

@@ -14,7 +14,8 @@ constexpr const char* kFolder = "/backups";
 
 }  // namespace
 
-std::optional<BackupCopy> MemoryBackups::make(const std::vector<std::string>& paths) const
+std::optional<BackupCopy> MemoryBackups::make(const std::vector<std::string>& paths,
+                                              const Pause&) const
 {
     const bool holdsSomething = std::any_of(paths.begin(), paths.end(), [&](const auto& path) {
         return _disk.fileExistsAtPath(path);

@@ -13,7 +13,8 @@ class MemoryBackups : public RunBackups {
 public:
     explicit MemoryBackups(MemoryFileManager& disk) : _disk(disk) {}
 
-    std::optional<BackupCopy> make(const std::vector<std::string>& paths) const override;
+    std::optional<BackupCopy> make(const std::vector<std::string>& paths,
+                                   const Pause& pause) const override;
     void prune(const std::optional<std::string>& kept) const override;
     void restore(const std::string& name, const std::vector<std::string>& paths) const override;
 

@@ -1,64 +1,20 @@
 #include "tests/support/SyncKit.h"
 
 #include <algorithm>
-#include <csignal>
-#include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <sstream>
 
 #include <SQLiteCpp/SQLiteCpp.h>
-#include <fcntl.h>
-#include <grp.h>
 #include <sys/stat.h>
-#include <sys/wait.h>
-#include <unistd.h>
+
+#include "tests/support/RunningProgram.h"
 
 namespace kt::test {
 
 namespace fs = std::filesystem;
 
 namespace {
-
-constexpr uid_t kNobody = 65534;
-
-std::vector<std::string> environment()
-{
-    std::vector<std::string> variables{"PATH=/usr/local/bin:/usr/bin:/bin", "TZ=Europe/Berlin",
-                                       "HOME=/nonexistent"};
-    for (const char* name : {"ASAN_OPTIONS", "UBSAN_OPTIONS", "TSAN_OPTIONS", "LSAN_OPTIONS"})
-        if (const char* value = std::getenv(name))
-            variables.push_back(std::string(name) + "=" + value);
-    return variables;
-}
-
-std::vector<char*> pointers(std::vector<std::string>& texts)
-{
-    std::vector<char*> list;
-    for (std::string& text : texts)
-        list.push_back(text.data());
-    list.push_back(nullptr);
-    return list;
-}
-
-void redirect(int descriptor, const std::string& path)
-{
-    const int file = ::open(path.c_str(), O_RDWR | O_CREAT, 0600);
-    ::dup2(file, descriptor);
-    ::close(file);
-}
-
-[[noreturn]] void becomeProgram(char* const* arguments, char* const* variables,
-                                const TemporaryFolder& streams, RunAs runAs)
-{
-    redirect(STDOUT_FILENO, streams.path("out"));
-    redirect(STDERR_FILENO, streams.path("err"));
-    if (runAs == RunAs::nobody &&
-        (::setgroups(0, nullptr) != 0 || ::setgid(kNobody) != 0 || ::setuid(kNobody) != 0))
-        ::_exit(126);
-    ::execve(arguments[0], arguments, variables);
-    ::_exit(127);
-}
 
 /// Everything of a file that a change of it would change.
 std::string stateOf(const fs::path& path)
@@ -100,20 +56,7 @@ nlohmann::ordered_json ProgramResult::json() const
 ProgramResult runProgram(const std::string& name, const std::vector<std::string>& arguments,
                          RunAs runAs)
 {
-    const TemporaryFolder streams;
-    std::vector<std::string> words{std::string(KT_PROGRAM_DIR) + "/" + name};
-    words.insert(words.end(), arguments.begin(), arguments.end());
-    std::vector<std::string> variables = environment();
-    const std::vector<char*> wordPointers = pointers(words);
-    const std::vector<char*> variablePointers = pointers(variables);
-
-    const pid_t child = ::fork();
-    if (child == 0)
-        becomeProgram(wordPointers.data(), variablePointers.data(), streams, runAs);
-    int status = 0;
-    ::waitpid(child, &status, 0);
-    return {WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status),
-            streams.read("out").value_or(""), streams.read("err").value_or("")};
+    return RunningProgram(name, arguments, runAs).end();
 }
 
 std::map<std::string, std::string> StoryServer::records() const

@@ -19,6 +19,10 @@ namespace kt {
 
 namespace {
 
+constexpr std::string_view kPatience =
+    "Die Synchronisierung hört auf, sobald nichts halb getan ist; das braucht noch einen Moment. "
+    "Ein weiteres Strg-C beendet das Programm auf der Stelle.";
+
 /// A held run did only half of what was asked for, and a rewrite that is not settled may have, so
 /// whoever started it has to look.
 ExitCode exitCodeFor(const SyncRunResult& result)
@@ -94,6 +98,9 @@ ExitCode syncCommand(const CommandLine& line, const Place& place)
     LocalState state(workplace.suite().localStatePath(),
                      isDry ? StateAccess::readOnly : StateAccess::readWrite);
     const auto server = syncServerWithURL(place.serverURL);
+    // Until the report is out: whoever stops a run wants to read how it ended.
+    StopWish stop;
+    const CancelOnSignal cancel(stop, workplace.statusLine().loneLine(kPatience));
     ReferenceHost* hostForLog = nullptr;
     SyncEngine engine(state, *server, workplace.reports(),
                       [&](std::string_view message) { hostForLog->logMsg(message); });
@@ -111,10 +118,7 @@ ExitCode syncCommand(const CommandLine& line, const Place& place)
         workplace.preferences().set(kFullSyncPreference, true);
 
     const StoreBackups backups(workplace.suite().backupsPath());
-    {
-        const CancelOnSignal cancel(**plugin);
-        report.result = SyncRun(host, **plugin, engine, backups, place.home).run(line.wishes);
-    }
+    report.result = SyncRun(host, **plugin, engine, backups, place.home, stop).run(line.wishes);
     describeStaged(report, **plugin);
     finish(report, line, workplace);
     return exitCodeFor(report.result);

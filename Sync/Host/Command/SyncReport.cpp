@@ -139,7 +139,8 @@ std::string textForReport(const SyncReport& report)
     text += listed("Nicht angekommen:", result.summary.unproved);
     text += sentenceForKnownLosses(result.summary);
     text += advice(result.summary);
-    std::vector<std::string> hints = result.reasons;
+    std::vector<std::string> hints = result.summary.notices;
+    hints.insert(hints.end(), result.reasons.begin(), result.reasons.end());
     std::erase(hints, statusOfRun(report));
     text += listed("Hinweise:", hints);
     return text;
@@ -170,6 +171,7 @@ Json jsonForReport(const SyncReport& report)
                  {"newlyUnread", jsonForLosses(summary.newlyUnread)},
                  {"overwritten", jsonForLosses(summary.overwritten)},
                  {"unproved", summary.unproved},
+                 {"notices", summary.notices},
                  {"reasons", result.reasons}};
     if (report.wishes.dryRun) {
         json["goingUp"] = report.goingUp;

@@ -28,6 +28,12 @@ std::unordered_set<std::string> Comparison::calendarsWithLiveChanges() const
         if (id.conduit != kConduitCalendar && isLive && remote.server.parentKey)
             calendars.insert(*remote.server.parentKey);
     }
+    // It stays there with the others, as long as nothing can be said of where it is here.
+    for (const RecordId& id : _rules.unread->moved) {
+        const AgreedRow* agreed = _knowledge.agreedRow(id);
+        if (agreed != nullptr && agreed->parentKey)
+            calendars.insert(*agreed->parentKey);
+    }
     return calendars;
 }
 

@@ -35,6 +35,7 @@ std::map<RecordId, Outcome> Comparison::outcomes()
 {
     _outcomes.clear();
     _deletionsNotMade.clear();
+    _overwritten.clear();
     if (_rules.serverWins) {
         overwriteWithServer();
         return std::move(_outcomes);
@@ -92,6 +93,12 @@ void Comparison::takeMerged(const RecordId& id, RecordContent merged, const Remo
     Outcome& outcome = take(id, std::move(merged));
     outcome.goesUp = contentHash(outcome.record) != remote.server.hash;
     outcome.serverRevision = remote.server.revision;
+}
+
+void Comparison::noteOverwritten(const RecordId& id, const SettledConflict& conflict)
+{
+    for (OverwrittenText& text : overwrittenTexts(id, conflict))
+        _overwritten.push_back(std::move(text));
 }
 
 // The user asked for it: the store becomes what the server has, as far as the plug-in lets it
@@ -207,6 +214,7 @@ Comparison::LocalWish Comparison::wishWhileHealing(const AgreedRow& agreed,
     Dictionary record = wish.kind == LocalWish::Kind::changed ? std::move(wish.record) : target;
     for (const std::string& unit : changed)
         takeUnit(record, own, unit);
+    noteOverwritten(agreed.id, {&base, own, target, record});
     wish.units = changedUnits(target, record);
     wish.kind = wish.units.empty() ? LocalWish::Kind::none : LocalWish::Kind::changed;
     wish.record = std::move(record);
@@ -294,13 +302,18 @@ void Comparison::meetsRecord(const AgreedRow& agreed, const LocalWish& wish,
         return;
     }
     const Dictionary base = _state.agreedRecord(agreed.id);
-    if (!_rules.hasBase || agreed.revision == 0)
-        takeMerged(agreed.id, mergedWithoutBase(withWish(base, wish), remote.record), remote);
-    else if (wish.kind == LocalWish::Kind::changed)
+    if (!_rules.hasBase || agreed.revision == 0) {
+        const Dictionary own = withWish(base, wish);
+        takeMerged(agreed.id, mergedWithoutBase(own, remote.record), remote);
+        noteOverwritten(agreed.id, {nullptr, own, remote.record, _outcomes.at(agreed.id).record});
+    } else if (wish.kind == LocalWish::Kind::changed) {
         takeMerged(agreed.id, mergedOntoAgreed(base, {wish.record, wish.units}, remote.record),
                    remote);
-    else
+        noteOverwritten(agreed.id, {&base, withWish(base, wish), remote.record,
+                                    _outcomes.at(agreed.id).record});
+    } else {
         takeMerged(agreed.id, remote.record, remote);
+    }
     Outcome& outcome = _outcomes.at(agreed.id);
     outcome.comesDown = true;
     outcome.isLocalChange = wish.kind == LocalWish::Kind::changed;
@@ -340,6 +353,7 @@ void Comparison::compareNew(const RecordId& id, const LocalRecord* local,
     if (isOnServer) {
         const std::string ownHash = contentHash(own);
         takeMerged(id, mergedWithoutBase(own, remote->record), *remote);
+        noteOverwritten(id, {nullptr, own, remote->record, _outcomes.at(id).record});
         _outcomes.at(id).comesDown = contentHash(_outcomes.at(id).record) != ownHash;
     } else {
         take(id, std::move(own)).goesUp = true;

@@ -10,6 +10,7 @@
 #include "Sync/Foundation/Dictionary.h"
 #include "Sync/Host/Engine/Knowledge.h"
 #include "Sync/Host/Engine/LocalRecords.h"
+#include "Sync/Host/Engine/OverwrittenText.h"
 #include "Sync/Host/Engine/RecordContent.h"
 #include "Sync/Host/Engine/RemoteChanges.h"
 #include "Sync/Host/Engine/UnreadRecords.h"
@@ -71,6 +72,10 @@ public:
     /// them: the store has to get them back. Known once there are outcomes.
     const std::vector<RecordId>& deletionsNotMade() const { return _deletionsNotMade; }
 
+    /// What somebody wrote and what gives way to another's text if the outcomes stand. Known once
+    /// there are outcomes.
+    const std::vector<OverwrittenText>& overwritten() const { return _overwritten; }
+
 private:
     /// What this device did to a record.
     struct LocalWish {
@@ -105,6 +110,7 @@ private:
     Outcome& takeHereOnly(const RecordId& id, RecordContent record);
     Outcome& remove(const AgreedRow& agreed);
     void takeMerged(const RecordId& id, RecordContent merged, const RemoteChange& remote);
+    void noteOverwritten(const RecordId& id, const SettledConflict& conflict);
 
     /// A calendar's place among others is no edit that would beat a deletion: it also changes when
     /// another one is moved.
@@ -127,6 +133,7 @@ private:
     ComparisonRules _rules;
     std::map<RecordId, Outcome> _outcomes;
     std::vector<RecordId> _deletionsNotMade;
+    std::vector<OverwrittenText> _overwritten;
 };
 
 }  // namespace kt

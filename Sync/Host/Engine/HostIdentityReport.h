@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <string>
 #include <string_view>
 #include <unordered_map>
@@ -19,6 +20,14 @@ public:
 
     /// Null for a record that nothing was told of.
     const KTStoreIdentity* identityOf(const KTSyncRecord& record) const;
+    /// Everything that was told of, in no order.
+    template <class Function>
+    void forEach(const Function& function) const
+    {
+        for (const auto& [pointer, told] : _identities)
+            function(told.first);
+    }
+    std::size_t size() const { return _identities.size(); }
     /// Whether anything was told, so that a record that was not is not in the store.
     bool empty() const { return _identities.empty(); }
     /// Whether a calendar of that key was among the records told of.

@@ -12,19 +12,6 @@ namespace {
 
 using Keys = std::unordered_map<std::string, std::string>;
 
-// Empty where nothing is known.
-std::string identityOf(std::string_view conduit, const StorePlace& place)
-{
-    if (conduit == kConduitCalendar)
-        return place.file.empty() ? "" : "folder\n" + place.file;
-    if (place.uid.empty())
-        return "";
-    std::string identity(conduit);
-    for (const std::string* part : {&place.uid, &place.recurrence})
-        identity += '\n' + *part;
-    return identity;
-}
-
 std::string identityWithin(std::string_view conduit, const StorePlace& place,
                            std::string_view calendar)
 {
@@ -178,6 +165,18 @@ StorePlace placeInRewrite(const LocalRecord& local)
 }
 
 }  // namespace
+
+std::string identityOf(std::string_view conduit, const StorePlace& place)
+{
+    if (conduit == kConduitCalendar)
+        return place.file.empty() ? "" : "folder\n" + place.file;
+    if (place.uid.empty())
+        return "";
+    std::string identity(conduit);
+    for (const std::string* part : {&place.uid, &place.recurrence})
+        identity += '\n' + *part;
+    return identity;
+}
 
 bool haveSameIdentity(std::string_view conduit, const StorePlace& left, const StorePlace& right)
 {

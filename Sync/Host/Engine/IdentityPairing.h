@@ -13,6 +13,9 @@ namespace kt {
 // and, of a detached occurrence, which one it is. It counts where it stands once on both sides; an
 // item is looked for in its own calendar first.
 
+/// The same for every record that is known to be the same one; empty where there is no identity.
+std::string identityOf(std::string_view conduit, const StorePlace& place);
+
 /// Whether a record and a row are known to be the same one. False where either has no identity.
 bool haveSameIdentity(std::string_view conduit, const StorePlace& left, const StorePlace& right);
 

@@ -6,6 +6,7 @@
 #include <utility>
 
 #include "Sync/Host/Engine/EqualKeys.h"
+#include "Sync/Host/Engine/IdentityPairing.h"
 #include "Sync/Host/Engine/RecordCoding.h"
 
 namespace kt {
@@ -169,11 +170,10 @@ private:
     std::unordered_set<std::string> _taken;
 };
 
-std::string identityOf(std::string_view conduit, const StorePlace& place)
+// Calendars go by their keys here.
+std::string itemIdentity(std::string_view conduit, const StorePlace& place)
 {
-    if (place.uid.empty() || conduit == kConduitCalendar)
-        return "";
-    return std::string(conduit) + '\n' + place.uid + '\n' + place.recurrence;
+    return conduit == kConduitCalendar ? std::string() : identityOf(conduit, place);
 }
 
 // An item keeps its UID through an edit that gives it another key. Without that the old one would
@@ -184,16 +184,16 @@ void knowByIdentity(const SyncRecordList& records, const Knowledge& knowledge,
     std::unordered_map<std::string, int> sharers;
     for (std::size_t index = 0; index < records.size(); ++index) {
         if (records[index])
-            ++sharers[identityOf(records[index]->conduit(), places.of(*records[index]))];
+            ++sharers[itemIdentity(records[index]->conduit(), places.of(*records[index]))];
     }
     std::unordered_map<std::string, std::vector<const KeptRow*>> rows;
     for (const KeptRow& row : knowledge.kept())
-        rows[identityOf(row.id.conduit, row.place)].push_back(&row);
+        rows[itemIdentity(row.id.conduit, row.place)].push_back(&row);
     for (std::size_t index = 0; index < records.size(); ++index) {
         if (!records[index] || names.known.count(names.ids[index]) != 0)
             continue;
         const std::string identity =
-            identityOf(records[index]->conduit(), places.of(*records[index]));
+            itemIdentity(records[index]->conduit(), places.of(*records[index]));
         const auto found = rows.find(identity);
         if (!identity.empty() && sharers[identity] == 1 && found != rows.end() &&
             found->second.size() == 1)

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <iterator>
 
+#include "Sync/Host/Engine/IdentityPairing.h"
 #include "Sync/Host/Engine/RecordCoding.h"
 
 namespace kt {
@@ -15,6 +16,59 @@ const std::string* calendarOf(const SyncRecord& record)
         return &record->recordKey();
     return record->recordParentKey() ? &*record->recordParentKey() : nullptr;
 }
+
+// The rows of what a switched-off calendar holds, by what the store knows the items by.
+class SeenOfKept {
+public:
+    SeenOfKept(LocalState& state, const Knowledge& knowledge) : _state(state), _knowledge(knowledge)
+    {}
+
+    // A writer that gives items another UID gives it to those that do not take part, too.
+    void follow(const KeptRow& before, const KeptRow& now)
+    {
+        const std::string former = identityOf(before.id.conduit, before.place);
+        if (before.id.conduit == kConduitCalendar || former.empty() ||
+            former == identityOf(now.id.conduit, now.place))
+            return;
+        const auto found = rows().find(former);
+        if (found == rows().end() || found->second == nullptr || !isOf(now, *found->second))
+            return;
+        SeenRow row = *found->second;
+        row.place = now.place;
+        _state.setSeen(row, _state.seenRecord(row));
+    }
+
+private:
+    using Rows = std::unordered_map<std::string, const SeenRow*>;  // null: several
+
+    bool isOf(const KeptRow& kept, const SeenRow& row) const
+    {
+        const UnreadRow* unread =
+            _knowledge.unreadRow(UnreadRow::Whose::agreed, {row.local.conduit, *row.agreedKey});
+        return row.localParentKey == kept.parentKey ||
+               (unread != nullptr && unread->whose == UnreadRow::Whose::moved);
+    }
+
+    const Rows& rows()
+    {
+        if (_rows)
+            return *_rows;
+        _rows.emplace();
+        for (const SeenRow& row : _knowledge.seen()) {
+            const auto identity = row.agreedKey && row.local.conduit != kConduitCalendar
+                                      ? identityOf(row.local.conduit, row.place)
+                                      : "";
+            const auto [place, isNew] = _rows->emplace(identity, &row);
+            if (!isNew || identity.empty())
+                place->second = nullptr;
+        }
+        return *_rows;
+    }
+
+    LocalState& _state;
+    const Knowledge& _knowledge;
+    std::optional<Rows> _rows;
+};
 
 }  // namespace
 
@@ -52,6 +106,7 @@ void replaceKept(LocalState& state, const Knowledge& knowledge, const SyncRecord
     for (const KeptRow& row : knowledge.kept())
         former.emplace(row.id, &row);
     RecordIdSet kept;
+    SeenOfKept seen(state, knowledge);
     for (std::size_t index = 0; index < records.size(); ++index) {
         const SyncRecord& record = records[index];
         if (!record)
@@ -66,6 +121,8 @@ void replaceKept(LocalState& state, const Knowledge& knowledge, const SyncRecord
                                 found->second->place == row.place;
         if (!isAsBefore)
             state.setKept(row, record->record());
+        if (found != former.end())
+            seen.follow(*found->second, row);
     }
     for (const KeptRow& row : knowledge.kept()) {
         if (kept.count(row.id) == 0 && stays.count(row.id) == 0)

@@ -129,6 +129,11 @@ Dictionary Knowledge::underAgreedKeys(Dictionary seenRecord) const
     return seenRecord;
 }
 
+const std::string& Knowledge::agreedCalendarKey(const std::string& localKey) const
+{
+    return mapped(allSeen().agreedCalendarKeys, localKey);
+}
+
 const std::string& Knowledge::localCalendarKey(const std::string& agreedKey) const
 {
     return mapped(allSeen().localCalendarKeys, agreedKey);

@@ -41,7 +41,8 @@ public:
     const PushedRow* pushedRow(const RecordId& agreedId) const;
     const std::vector<PushedRow>& pushed() const { return _pushed; }
 
-    /// Null when the record was not unread at the end of the last run.
+    /// Null when the record was not unread at the end of the last run. What moved out of sight
+    /// counts as an agreed one.
     const UnreadRow* unreadRow(UnreadRow::Whose whose, const RecordId& id) const;
 
     /// Local keys of the calendars that were switched off in the last run.
@@ -50,6 +51,8 @@ public:
     /// A calendar's key as the plug-in computes it, for the key it is agreed under. A calendar that
     /// was never seen has one key.
     const std::string& localCalendarKey(const std::string& agreedKey) const;
+    /// The other way round.
+    const std::string& agreedCalendarKey(const std::string& localKey) const;
     /// A record as it was seen, with the agreed keys of other records in place of local ones.
     Dictionary underAgreedKeys(Dictionary seenRecord) const;
 

@@ -338,6 +338,9 @@ Dictionary LocalRecords::underAgreedKeys(const LocalRecord& local) const
 {
     Dictionary record = local.record->record();
     replaceKey(record, "ParentRecordKey", _agreedCalendarKeys);
+    const auto& parent = local.record->recordParentKey();
+    if (parent && !hasCalendar(*parent) && record["ParentRecordKey"] == Value(*parent))
+        record.set("ParentRecordKey", _knowledge.agreedCalendarKey(*parent));
     replaceKey(record, "RecurrenceParentRecordKey", _agreedEventKeys);
     return record;
 }

@@ -62,6 +62,7 @@ struct UnreadRow {
     enum class Whose {
         agreed = 0,  // under the key it is agreed under
         kept = 1,    // of a switched-off calendar, under the key it is kept under
+        moved = 2,   // agreed, and now in a switched-off calendar that the server does not know
     };
     Whose whose = Whose::agreed;
     RecordId id;

@@ -59,15 +59,17 @@ struct SyncRunSummary {
     std::size_t received = 0;  // records added or changed here
     std::size_t deletedOnServer = 0;
     std::size_t deletedHere = 0;
-    std::size_t refused = 0;          // records of the server that no store could take
-    bool held = false;                // unsafe texts kept everything from coming down
-    std::vector<KTLoss> losses;       // all that the plug-in told in this run
-    std::size_t remarksLeftOut = 0;   // further remarks that were told
-    std::vector<KTLoss> newlyUnread;  // unread texts that were not there at the last settled run
-    std::vector<KTLoss> overwritten;  // unread texts that what is known was written over
-    bool rewriteExpected = false;     // the session ended so that the plug-in rewrites the store
-    bool needsSettling = false;       // ... and doSync said YES: a settling run is due
-    bool settled = false;             // this was a settling run and it counted
+    std::size_t refused = 0;           // records of the server that no store could take
+    bool held = false;                 // unsafe texts kept everything from coming down
+    std::vector<KTLoss> losses;        // all that the plug-in told in this run
+    std::size_t remarksLeftOut = 0;    // further remarks that were told
+    std::vector<KTLoss> newlyUnread;   // unread texts that were not there at the last settled run
+    std::vector<KTLoss> overwritten;   // unread texts that what is known was written over
+    std::vector<std::string> notices;  // German lines of what the user has to know of a run that
+                                       // did what was asked
+    bool rewriteExpected = false;      // the session ended so that the plug-in rewrites the store
+    bool needsSettling = false;        // ... and doSync said YES: a settling run is due
+    bool settled = false;              // this was a settling run and it counted
     Settlement settlement = Settlement::notReached;  // of a settling run
     std::vector<std::string> unproved;  // title and calendar of what did not come back from the
                                         // store, and was not told as unwritten either

@@ -58,20 +58,29 @@ bool SyncSession::isOfKeptCalendar(const RecordId& id,
     };
     if (id.conduit == kConduitCalendar)
         return isKept(id.key);
+    if (parentKey && isKept(*parentKey))
+        return true;
+    // What left a switched-off calendar for one that takes part does so itself.
+    if (_local->recordAgreedAs(id) != nullptr)
+        return false;
     const AgreedRow* agreed = _knowledge->agreedRow(id);
-    return (parentKey && isKept(*parentKey)) ||
-           (agreed != nullptr && agreed->parentKey && isKept(*agreed->parentKey));
+    return agreed != nullptr && agreed->parentKey && isKept(*agreed->parentKey);
 }
 
 // What the plug-in handed back takes effect, but for what concerns a switched-off calendar. It
 // cannot tell a calendar that was deleted from one that is switched off, so it thins out the
-// deletions of both; those of calendars that are not kept stand.
-std::vector<const Outcome*> SyncSession::effectiveOutcomes() const
+// deletions of both; those of calendars that are not kept stand. So does what moved into one.
+std::vector<const Outcome*> SyncSession::effectiveOutcomes()
 {
     std::vector<const Outcome*> effective;
     for (const auto& [record, outcome] : _staged) {
-        const bool stands = _handedBack.count(record.get()) != 0 || isDeletion(*outcome);
-        if (stands && !isOfKeptCalendar(outcome->id, outcome->parentKey))
+        const bool isHandedBack = _handedBack.count(record.get()) != 0;
+        if (_movedIds.count(outcome->id) != 0)
+            effective.push_back(outcome);
+        else if (lacksWitness(*outcome))
+            _deletionsNotMade.push_back(outcome->id);
+        else if ((isHandedBack || isDeletion(*outcome)) &&
+                 !isOfKeptCalendar(outcome->id, outcome->parentKey))
             effective.push_back(outcome);
     }
     return effective;
@@ -115,8 +124,10 @@ bool SyncSession::takeEffect()
     }
     count(effective);
     tellOfTexts();
+    tellOfGoneCalendars(effective);
     if (isDryRun())
         return true;
+    tellOfConflicts(effective);
     notePush(effective);
     const std::int64_t head = writeToServer(effective);
     writeAgreed(effective, head);
@@ -124,6 +135,7 @@ bool SyncSession::takeEffect()
     writeKept();
     writeUnread();
     writeSeen(effective);
+    writeSeenOfMoved();
     writeFacts(effective, head);
     if (!isRewriteExpected(_result))
         _setting.state.clearPushed();
@@ -299,6 +311,18 @@ bool SyncSession::hasUntakenOfCalendarSwitchedOn() const
             id.conduit == kConduitCalendar ? id.key : *change.server.parentKey);
         return _knowledge->keptCalendars().count(calendar) != 0 && _local->hasCalendar(calendar);
     });
+}
+
+// What gives way is nowhere else from here on. Where there is no outcome the store alone gives way.
+void SyncSession::tellOfConflicts(const std::vector<const Outcome*>& effective)
+{
+    RecordIdSet settled;
+    for (const Outcome* outcome : effective)
+        settled.insert(outcome->id);
+    for (const OverwrittenText& text : _overwritten) {
+        if (settled.count(text.id) != 0 || _outcomes.count(text.id) == 0)
+            _setting.log(lineForOverwritten(text));
+    }
 }
 
 void SyncSession::count(const std::vector<const Outcome*>& effective)

@@ -239,13 +239,16 @@ bool SyncSession::isUnreadKept(const KeptRow& row) const
 // What comes back and is not written in this run stays known as unread until it is.
 void SyncSession::writeUnread()
 {
-    if (_isHeld)
+    if (_isHeld) {
+        for (const RecordId& id : _unread.moved)
+            _setting.state.setUnread({Whose::moved, id, _texts->now()});
         return;
+    }
     const bool isRewritten = isRewriteExpected(_result);
     std::set<std::pair<Whose, RecordId>> unread;
     const auto add = [&](Whose whose, const UnreadRecords& records) {
         for (const RecordId& id : records.unread)
-            unread.emplace(whose, id);
+            unread.emplace(records.moved.count(id) != 0 ? Whose::moved : whose, id);
         if (isRewritten)
             return;
         for (const RecordId& id : records.returning)

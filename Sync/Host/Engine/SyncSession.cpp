@@ -146,7 +146,8 @@ SyncResult SyncSession::diff(const SyncRecordList& local,
     if (isSettling())
         return SyncResult(3);
     _localRecords = withKeptRecordsThatComeBack(_localRecords);
-    std::vector<LocalRecord> loaded = loadedRecords(_localRecords, _places);
+    std::vector<LocalRecord> loaded =
+        loadedRecords(withRecordsThatMoved(_localRecords, local), _places);
     if (isComparedInVain(loaded))
         return SyncResult(3);
     // Before anything of this server was ever taken, what is new on both sides is no addition to
@@ -158,6 +159,7 @@ SyncResult SyncSession::diff(const SyncRecordList& local,
     // A held run writes nothing into the store and takes nothing missing for deleted anyway.
     if (!_isHeld)
         _unread = unreadRecords(*_texts, *_knowledge, *_local, unreadRules(), _setting.state);
+    decideMoved();
     noteTaken(remote.value_or(SyncRecordList{}));
     ComparisonRules rules;
     rules.hasBase = _hasBase;
@@ -173,6 +175,7 @@ SyncResult SyncSession::diff(const SyncRecordList& local,
             outcome.hash = contentHash(outcome.record);
     }
     _deletionsNotMade = comparison.deletionsNotMade();
+    _overwritten = comparison.overwritten();
     return stagedResult(diffMode);
 }
 

@@ -16,6 +16,7 @@
 #include "Sync/Host/Engine/KeptRecords.h"
 #include "Sync/Host/Engine/Knowledge.h"
 #include "Sync/Host/Engine/LocalRecords.h"
+#include "Sync/Host/Engine/MovedRecords.h"
 #include "Sync/Host/Engine/RemoteChanges.h"
 #include "Sync/Host/Engine/SeenUpdate.h"
 #include "Sync/Host/Engine/StartResult.h"
@@ -76,6 +77,14 @@ private:
     bool isFolderUnread(const RecordId& id, const RemoteChange& change) const;
     SyncRecordList withGroupsThatAreUnread(const SyncRecordList& records);
     SyncRecordList withKeptRecordsThatComeBack(const SyncRecordList& records);
+    SyncRecordList withRecordsThatMoved(const SyncRecordList& records, const SyncRecordList& given);
+    bool isKnownElsewhere(const std::string& localCalendarKey) const;
+    void decideMoved();
+    void putAside(const RecordId& id, const SeenRow* row);
+    void writeSeenOfMoved();
+    bool wasSwitchedOffAndIsGone(const std::string& agreedCalendarKey) const;
+    bool lacksWitness(const Outcome& outcome) const;
+    void tellOfGoneCalendars(const std::vector<const Outcome*>& effective);
     void decideKept();
     void keepWhatIsMissed(const std::unordered_set<std::string>& switchedOff);
     SyncRecord keptAsLocal(const KeptRow& row);
@@ -96,7 +105,7 @@ private:
                                const std::vector<std::optional<std::string>>& agreedKeys);
     void makeSeen(const std::vector<std::optional<std::string>>& agreedKeys,
                   const std::vector<std::string>& hashes);
-    std::vector<const Outcome*> effectiveOutcomes() const;
+    std::vector<const Outcome*> effectiveOutcomes();
     std::unordered_set<std::string> keptCalendars() const;
     bool isOfKeptCalendar(const RecordId& id, const std::optional<std::string>& parentKey) const;
     std::optional<std::string> reasonAgainst(const std::vector<const Outcome*>& effective) const;
@@ -107,6 +116,7 @@ private:
     void writeUnread();
     void writeUnreadTexts(StateFacts& facts);
     void tellOfTexts();
+    void tellOfConflicts(const std::vector<const Outcome*>& effective);
     void writeSeen(const std::vector<const Outcome*>& effective);
     void writeFacts(const std::vector<const Outcome*>& effective, std::int64_t head);
     bool isAllQuiet(const std::vector<const Outcome*>& effective) const;
@@ -147,6 +157,9 @@ private:
     std::optional<LocalRecords> _local;
     std::map<RecordId, Outcome> _outcomes;
     std::vector<RecordId> _deletionsNotMade;
+    std::vector<OverwrittenText> _overwritten;
+    std::vector<MovedRecord> _moved;  // into calendars that do not take part
+    RecordIdSet _movedIds;            // those of them that the others are told of
 
     StartFacts _facts;
     StartResult _result = StartResult::noSession;

@@ -233,7 +233,8 @@ bool isUnreadNoMore(const UnreadTexts& texts, const Knowledge& knowledge, LocalS
 {
     return std::any_of(knowledge.unread().begin(), knowledge.unread().end(),
                        [&](const UnreadRow& row) {
-                           return !isUnreadNow(texts, knowledge, row, state);
+                           return row.whose != Whose::moved &&
+                                  !isUnreadNow(texts, knowledge, row, state);
                        });
 }
 

@@ -20,6 +20,7 @@ struct UnreadRules {
 /// What is missing in a load because of its unread texts.
 struct UnreadRecords {
     RecordIdSet unread;     // neither deleted nor written; changes of the server wait
+    RecordIdSet moved;      // of `unread`: now in a switched-off calendar
     RecordIdSet returning;  // not deleted either, and to be written: the text is gone or given up
     std::unordered_set<const SeenRow*> rows;  // of both; they stay
     std::vector<bool> givenUp;                // texts that make way, in their order

@@ -39,7 +39,7 @@ public:
     void start(const QString& program, const QStringList& arguments, const QStringList& options);
     bool isRunning() const { return _process.state() != QProcess::NotRunning; }
     /// Asks the run to stop where nothing is half done; it ends, later, with its own outcome. Asks
-    /// once only: a second signal would end the program wherever it is.
+    /// once only: more signals would end the program wherever it is.
     void cancel();
     /// Whether the run at hand was asked to stop.
     bool isCancelled() const { return _isCancelled; }

@@ -46,9 +46,11 @@ bool begin(archive* archive, int file)
 
 }  // namespace
 
-BackupArchiveWriter::BackupArchiveWriter(std::string path, std::string shownPath)
+BackupArchiveWriter::BackupArchiveWriter(std::string path, std::string shownPath,
+                                         std::function<void()> pause)
     : _path(std::move(path)),
       _shownPath(std::move(shownPath)),
+      _pause(pause ? std::move(pause) : [] {}),
       _file(Platform::shared().isWriteGuarded()
                 ? -1
                 : ::open(_path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0600)),
@@ -89,6 +91,7 @@ void BackupArchiveWriter::add(const std::string& path, const std::string& name)
 
 void BackupArchiveWriter::addItem(const Item& item, std::vector<Item>& pending)
 {
+    _pause();
     struct stat status {};
     if (::lstat(item.path.c_str(), &status) != 0) {
         if (errno != ENOENT)
@@ -155,6 +158,7 @@ bool BackupArchiveWriter::addContent(int file, const Item& item, std::size_t siz
         if (isCounted)
             _census.add(item.name, bytes);
         size -= bytes.size();
+        _pause();
     }
     const bool isWhole = size == 0;
     // The member was announced with its size.

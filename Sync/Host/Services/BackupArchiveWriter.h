@@ -1,5 +1,6 @@
 #pragma once
 
+#include <functional>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -21,8 +22,9 @@ namespace kt {
 /// NSGenericException, with a line for the user. A file that was not finished is removed.
 class BackupArchiveWriter {
 public:
-    /// Begins the file, which must not exist; `shownPath` is what failures name. Throws.
-    BackupArchiveWriter(std::string path, std::string shownPath);
+    /// Begins the file, which must not exist; `shownPath` is what failures name. `pause` is called
+    /// before each member and after each block; it may throw, which is passed on. Throws.
+    BackupArchiveWriter(std::string path, std::string shownPath, std::function<void()> pause = {});
     ~BackupArchiveWriter();
     BackupArchiveWriter(const BackupArchiveWriter&) = delete;
     BackupArchiveWriter& operator=(const BackupArchiveWriter&) = delete;
@@ -54,6 +56,7 @@ private:
 
     std::string _path;
     std::string _shownPath;
+    std::function<void()> _pause;
     FileDescriptor _file;
     ArchivePointer _archive;
     std::optional<SHA256Stream> _digest{std::in_place};  // until it is known

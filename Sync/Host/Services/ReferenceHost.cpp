@@ -18,9 +18,10 @@ ReferenceHost::ReferenceHost(HostServices services, SyncEngine& engine)
       _engine(engine)
 {}
 
-void ReferenceHost::beginRun(StoreFingerprint store, std::string before)
+void ReferenceHost::beginRun(StoreFingerprint store, std::string before, const StopWish* stop)
 {
     _course = {};
+    _stop = stop;
     _store = std::move(store);
     _storeWhenRead = std::move(before);
 }
@@ -69,6 +70,8 @@ bool ReferenceHost::resetLocalState() { return _engine.resetLocalState(); }
 
 bool ReferenceHost::isBinaryRunning(std::string_view name)
 {
+    if (_stop != nullptr)
+        _stop->repeat();
     const bool isRunning = PluginHost::isBinaryRunning(name);
     _course.foundProgramRunning = _course.foundProgramRunning || isRunning;
     return isRunning;

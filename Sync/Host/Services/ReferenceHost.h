@@ -5,6 +5,7 @@
 
 #include "Sync/Host/Engine/SyncEngine.h"
 #include "Sync/Host/Services/PluginHost.h"
+#include "Sync/Host/Services/StopWish.h"
 
 namespace kt {
 
@@ -39,8 +40,11 @@ public:
     };
     /// With a fingerprint a store that somebody else wrote into since it was read is not rewritten:
     /// getLocalState then answers nullopt, which ends the run before the plug-in writes anything.
-    /// `before` is the fingerprint of the store before the run; empty where it was not taken.
-    void beginRun(StoreFingerprint store = {}, std::string before = {});
+    /// `before` is the fingerprint of the store before the run; empty where it was not taken. A
+    /// wish to stop is repeated when the plug-in asks what runs, which it does first of all; it is
+    /// not owned and outlives the run.
+    void beginRun(StoreFingerprint store = {}, std::string before = {},
+                  const StopWish* stop = nullptr);
     const Course& course() const { return _course; }
 
 private:
@@ -48,6 +52,7 @@ private:
     Course _course;
     StoreFingerprint _store;
     std::string _storeWhenRead;
+    const StopWish* _stop = nullptr;
 };
 
 }  // namespace kt

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <functional>
 #include <optional>
 #include <string>
 #include <vector>
@@ -18,12 +19,16 @@ struct BackupCopy {
 /// there is no disk.
 class RunBackups {
 public:
+    /// Called after each block that is read; what it throws ends the backup.
+    using Pause = std::function<void()>;
+
     virtual ~RunBackups() = default;
 
     /// Saves files and folders, whole, unless the last backup holds them as they are: then nothing
     /// is written. Nullopt when none of them holds anything. Throws Exception NSGenericException,
     /// with a line for the user, when no backup could be made; nothing of it is then left behind.
-    virtual std::optional<BackupCopy> make(const std::vector<std::string>& paths) const = 0;
+    virtual std::optional<BackupCopy> make(const std::vector<std::string>& paths,
+                                           const Pause& pause) const = 0;
 
     /// Removes what is older than the last ones that are kept, but neither the first nor the one
     /// named. Writes nothing where there is nothing to remove.

@@ -51,11 +51,15 @@ std::string onOneLine(std::string_view text)
     return line;
 }
 
-void writeEvent(int descriptor, const nlohmann::json& event)
+std::string textOfEvent(const nlohmann::json& event)
 {
     constexpr int kOnOneLine = -1;
-    writeFully(descriptor,
-               event.dump(kOnOneLine, ' ', false, nlohmann::json::error_handler_t::replace) + "\n");
+    return event.dump(kOnOneLine, ' ', false, nlohmann::json::error_handler_t::replace) + "\n";
+}
+
+void writeEvent(int descriptor, const nlohmann::json& event)
+{
+    writeFully(descriptor, textOfEvent(event));
 }
 
 }  // namespace
@@ -111,6 +115,13 @@ void StatusLine::warn(std::string_view line)
 {
     const std::lock_guard lock(_mutex);
     write(line);
+}
+
+std::string StatusLine::loneLine(std::string_view line) const
+{
+    if (_detail == Detail::events)
+        return textOfEvent({{"log", line}});
+    return std::string(_isTerminal ? kEraseLine : "") + std::string(line) + "\n";
 }
 
 void StatusLine::setStatus(std::string_view status)

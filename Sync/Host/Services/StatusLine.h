@@ -30,6 +30,10 @@ public:
     /// A line that is shown whatever the detail.
     void warn(std::string_view line);
 
+    /// What a line of the log looks like when it is written past this object, as a signal handler
+    /// has to: with its line break, and on a terminal with what takes the status out of its way.
+    std::string loneLine(std::string_view line) const;
+
     /// Replaces the status; a line break becomes a comma. A step belongs to the status it came
     /// with.
     void setStatus(std::string_view status);

@@ -117,14 +117,15 @@ std::optional<BackupName> StoreBackups::known(const std::string& name) const
     return found == backups.end() ? std::nullopt : std::optional(*found);
 }
 
-std::optional<StoreBackups::Copy> StoreBackups::make(const std::vector<std::string>& paths) const
+std::optional<StoreBackups::Copy> StoreBackups::make(const std::vector<std::string>& paths,
+                                                     const Pause& pause) const
 {
     if (std::none_of(paths.begin(), paths.end(), holdsSomething))
         return std::nullopt;
     // Before anything is read: what changes meanwhile makes the next run save it again.
     const std::string fingerprint = fingerprintOfFiles(paths);
     auto last = lastOne(fingerprint);
-    Copy copy = last ? *std::move(last) : makeArchive(paths, fingerprint);
+    Copy copy = last ? *std::move(last) : makeArchive(paths, fingerprint, pause);
     copy.fingerprint = fingerprint;
     return copy;
 }
@@ -145,7 +146,8 @@ std::optional<StoreBackups::Copy> StoreBackups::lastOne(const std::string& finge
 }
 
 StoreBackups::Copy StoreBackups::makeArchive(const std::vector<std::string>& paths,
-                                             const std::string& fingerprint) const
+                                             const std::string& fingerprint,
+                                             const Pause& pause) const
 {
     FileManager& files = FileManager::defaultManager();
     const std::vector<BackupName> earlier = all();
@@ -156,7 +158,7 @@ StoreBackups::Copy StoreBackups::makeArchive(const std::vector<std::string>& pat
     createPath(_folder);
     files.removeFileAtPath(unfinished);  // of a run that was killed
 
-    BackupArchiveWriter writer(unfinished, pathOf(name));
+    BackupArchiveWriter writer(unfinished, pathOf(name), pause);
     for (const std::string& path : paths)
         if (holdsSomething(path))
             writer.add(realPath(path), lastPathComponent(path));

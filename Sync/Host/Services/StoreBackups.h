@@ -24,7 +24,8 @@ public:
     explicit StoreBackups(std::string folder);
 
     using Copy = BackupCopy;
-    std::optional<Copy> make(const std::vector<std::string>& paths) const override;
+    std::optional<Copy> make(const std::vector<std::string>& paths,
+                             const Pause& pause = {}) const override;
     /// The last ten are kept.
     void prune(const std::optional<std::string>& kept) const override;
 
@@ -60,7 +61,8 @@ private:
     std::optional<BackupName> known(const std::string& name) const;
     /// The last backup, if it was made of exactly this.
     std::optional<Copy> lastOne(const std::string& fingerprint) const;
-    Copy makeArchive(const std::vector<std::string>& paths, const std::string& fingerprint) const;
+    Copy makeArchive(const std::vector<std::string>& paths, const std::string& fingerprint,
+                     const Pause& pause) const;
     void remove(const BackupName& name) const;
     void removeLeftovers() const;
 

@@ -38,12 +38,13 @@ std::string lineForSettlement(const SyncRunSummary& settling)
 }  // namespace
 
 SyncRun::SyncRun(ReferenceHost& host, KTSyncPluginProtocol& plugin, SyncEngine& engine,
-                 const RunBackups& backups, std::string home)
+                 const RunBackups& backups, std::string home, StopWish& stop)
     : _host(host),
       _plugin(plugin),
       _engine(engine),
       _backups(backups),
-      _home(std::move(home))
+      _home(std::move(home)),
+      _stop(stop)
 {}
 
 SyncRunResult SyncRun::run(const SyncRunWishes& wishes)
@@ -77,7 +78,9 @@ void SyncRun::runOnStore(const SyncRunWishes& wishes, SyncRunResult& result)
         return refuse(stringWithFormat("%@ ist noch aktiv", _plugin.binaryToWatchDisplayName()),
                       result);
 
+    _stop.check();
     const std::string made = wishes.dryRun ? "" : backUp(wishes);
+    _stop.check();
     if (obstacle) {
         _host.logMsg(obstacle->reason);
         putBack(*marked, result);
@@ -139,7 +142,7 @@ std::vector<std::string> SyncRun::storeFiles()
 
 std::string SyncRun::backUp(const SyncRunWishes& wishes)
 {
-    const auto copy = _backups.make(storeFiles());
+    const auto copy = _backups.make(storeFiles(), [this] { _stop.check(); });
     if (!copy)
         return "";
     _storeBefore = copy->fingerprint;
@@ -155,9 +158,13 @@ std::string SyncRun::backUp(const SyncRunWishes& wishes)
 
 void SyncRun::synchronize(const SyncRunOptions& options, SyncRunResult& result)
 {
-    _host.beginRun([files = storeFiles()] { return fingerprintOfFiles(files); }, _storeBefore);
+    _host.beginRun([files = storeFiles()] { return fingerprintOfFiles(files); }, _storeBefore,
+                   &_stop);
     _engine.beginRun(options);
-    result.isCompleted = _plugin.doSync();
+    {
+        const StopWish::Listener listener(_stop, _plugin);
+        result.isCompleted = _plugin.doSync();
+    }
     // At once: whatever changes the store from here on must be noticed.
     const std::string fingerprint =
         _host.course().hasTakenState ? fingerprintOfFiles(storeFiles()) : "";
@@ -226,13 +233,12 @@ void SyncRun::settle(SyncRunOptions options, const std::string& notedFingerprint
 }
 
 /// It ended before there was a session, and neither because of a running program nor because
-/// somebody cancelled: an old backup over a store that can be read would cost what was edited
-/// since.
+/// somebody wished it to stop: an old backup over a store that can be read would cost what was
+/// edited since.
 bool SyncRun::couldNotLoad(const SyncRunResult& result) const
 {
-    constexpr std::string_view kCancelledStatus = "Die Synchronisierung wurde abgebrochen!";
     return !result.isCompleted && !result.course.hasStarted && !result.course.foundProgramRunning &&
-           result.status != kCancelledStatus;
+           !_stop.isThere();
 }
 
 }  // namespace kt

@@ -8,6 +8,7 @@
 #include "Sync/Host/Engine/SyncEngine.h"
 #include "Sync/Host/Services/ReferenceHost.h"
 #include "Sync/Host/Services/RunBackups.h"
+#include "Sync/Host/Services/StopWish.h"
 #include "Sync/HostInterface/KTSyncPluginProtocol.h"
 
 namespace kt {
@@ -30,11 +31,15 @@ struct SyncRunResult {
 };
 
 /// One run of a plug-in from the first look at the store to the settled end.
+///
+/// A wish to stop ends it at each step up to the plug-in's part, within the backup too, and then
+/// where the plug-in looks. Once the store is being rewritten the run comes to its end, settling
+/// included: that is short, and leaves nothing for the next run to find out.
 class SyncRun {
 public:
     /// Nothing is owned; all outlives the run.
     SyncRun(ReferenceHost& host, KTSyncPluginProtocol& plugin, SyncEngine& engine,
-            const RunBackups& backups, std::string home);
+            const RunBackups& backups, std::string home, StopWish& stop);
 
     /// Never throws for what a store or a server does; the reasons say what went wrong.
     SyncRunResult run(const SyncRunWishes& wishes);
@@ -60,6 +65,7 @@ private:
     SyncEngine& _engine;
     const RunBackups& _backups;
     std::string _home;
+    StopWish& _stop;
     std::string _storeBefore;  // fingerprint of the store before the run; empty when not taken
 };
 

@@ -177,7 +177,7 @@ TEST(SyncReport, InJsonHasEverything)
               "\"deletedHere\":2,\"refused\":0,\"losses\":[{\"kind\":\"unsafe\","
               "\"calendar\":\"Privat\","
               "\"file\":\"/0\",\"reason\":\"falsch benannt\"}],\"newlyUnread\":[],"
-              "\"overwritten\":[],\"unproved\":[],\"reasons\":[]}");
+              "\"overwritten\":[],\"unproved\":[],\"notices\":[],\"reasons\":[]}");
 }
 
 }  // namespace

@@ -67,7 +67,7 @@ public:
 
     SyncRunResult run()
     {
-        return SyncRun(_host, **_plugin, _engine, _backups, kit.home.path()).run({});
+        return SyncRun(_host, **_plugin, _engine, _backups, kit.home.path(), _stop).run({});
     }
     bool isMarked() { return _engine.markedBackup().has_value(); }
 
@@ -188,6 +188,7 @@ private:
     ReferenceHost _host;
     std::unique_ptr<LoadedPlugin> _plugin;
     StoreBackups _backups{kit.suite.backupsPath()};
+    StopWish _stop;
 };
 
 void everythingWorks() { Platform::shared().setFileManager(makePosixFileManager()); }

@@ -32,7 +32,7 @@ protected:
     }
     SyncRunResult run(const SyncRunWishes& wishes = {})
     {
-        return SyncRun(host, plugin, engine, backups, kit.home.path()).run(wishes);
+        return SyncRun(host, plugin, engine, backups, kit.home.path(), stop).run(wishes);
     }
     /// What another device sends up; it has nothing else.
     void otherDeviceSends(const std::string& key)
@@ -56,6 +56,7 @@ protected:
     ReferenceHost host;
     ScriptedPlugin plugin{host};
     StoreBackups backups{kit.suite.backupsPath()};
+    StopWish stop;
 };
 
 }  // namespace kt::test

@@ -230,7 +230,7 @@ TEST_F(SyncRunTest, AStoreThatChangedSinceItWasReadIsNotRewritten)
     meddledPlugin.rewrite = plugin.rewrite;
     meddled.meddle = [this] { kit.home.write("Library/Calendars/Neu", "von jemand anderem"); };
     const SyncRunResult result =
-        SyncRun(meddled, meddledPlugin, engine, backups, kit.home.path()).run({});
+        SyncRun(meddled, meddledPlugin, engine, backups, kit.home.path(), stop).run({});
     EXPECT_FALSE(result.isCompleted);
     EXPECT_THAT(result.reasons, ElementsAre(HasSubstr("haben sich während der Synchronisierung "
                                                       "geändert")));
@@ -314,7 +314,7 @@ TEST_F(InterruptedRewrite, NothingIsPutBackWhenTheUserCancels)
 {
     kit.home.write("Library/Calendars/Neu", "seither dazugekommen");
     plugin.load = [this]() -> std::optional<SyncRecordList> {
-        host.setStatusMsg("Die Synchronisierung wurde abgebrochen!");
+        stop.wish();
         return std::nullopt;
     };
     const SyncRunResult result = run();
@@ -359,7 +359,7 @@ TEST_F(SyncRunTest, AServerThatIsGoneIsAReason)
     ReferenceHost strandedHost(kit.services(), stranded);
     ScriptedPlugin strandedPlugin(strandedHost);
     const SyncRunResult result =
-        SyncRun(strandedHost, strandedPlugin, stranded, backups, kit.home.path()).run({});
+        SyncRun(strandedHost, strandedPlugin, stranded, backups, kit.home.path(), stop).run({});
     EXPECT_FALSE(result.isCompleted);
     EXPECT_EQ(result.summary.startResult, 0);
     EXPECT_THAT(result.reasons, SizeIs(1));

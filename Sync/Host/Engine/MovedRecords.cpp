@@ -1,0 +1,144 @@
+#include "Sync/Host/Engine/MovedRecords.h"
+
+#include <algorithm>
+#include <string>
+#include <unordered_map>
+#include <unordered_set>
+
+#include "Sync/Host/Engine/IdentityPairing.h"
+
+namespace kt {
+
+namespace {
+
+// What does not take part of one load: its calendars, and its items by what the store knows them
+// by.
+class SwitchedOff {
+public:
+    SwitchedOff(const SyncRecordList& active, const StorePlaces& places) : _places(places)
+    {
+        std::unordered_set<const KTSyncRecord*> taking;
+        for (const SyncRecord& record : active)
+            taking.insert(record.get());
+        places.report().forEach([&](const SyncRecord& record) {
+            if (taking.count(record.get()) == 0)
+                add(record);
+        });
+        for (const SyncRecord& record : active) {
+            if (record && record->conduit() != kConduitCalendar)
+                _items.erase(identity(*record));
+        }
+    }
+
+    bool hasCalendar(const std::string& key) const { return _calendars.count(key) != 0; }
+    bool isEmpty() const { return _items.empty(); }
+
+    // Null for what stands nowhere, or several times.
+    SyncRecord itemOf(const SeenRow& row) const
+    {
+        const auto found = _items.find(identityOf(row.local.conduit, row.place));
+        return found == _items.end() ? nullptr : found->second;
+    }
+
+private:
+    std::string identity(const KTSyncRecord& record) const
+    {
+        return identityOf(record.conduit(), _places.of(record));
+    }
+
+    void add(const SyncRecord& record)
+    {
+        if (record->conduit() == kConduitCalendar) {
+            _calendars.insert(record->recordKey());
+            return;
+        }
+        const std::string name = identity(*record);
+        if (name.empty())
+            return;
+        const auto [place, isNew] = _items.emplace(name, record);
+        if (!isNew)
+            place->second = nullptr;
+    }
+
+    const StorePlaces& _places;
+    std::unordered_set<std::string> _calendars;
+    std::unordered_map<std::string, SyncRecord> _items;
+};
+
+// Where items of switched-off calendars stood at the last run.
+class Before {
+public:
+    explicit Before(const Knowledge& knowledge) : _knowledge(knowledge)
+    {
+        for (const SeenRow& row : knowledge.seen()) {
+            if (row.agreedKey && row.local.conduit != kConduitCalendar)
+                ++_seen[identityOf(row.local.conduit, row.place)];
+        }
+        for (const KeptRow& row : knowledge.kept()) {
+            if (row.id.conduit != kConduitCalendar)
+                _kept[identityOf(row.id.conduit, row.place)].push_back(row.parentKey.value_or(""));
+        }
+    }
+
+    bool isSeenOnce(const SeenRow& row) const { return countOf(row) == 1; }
+
+    // Then what is missing of it in its own calendar was deleted there.
+    bool wasInBothPlaces(const SeenRow& row) const
+    {
+        const auto kept = _kept.find(identityOf(row.local.conduit, row.place));
+        if (kept == _kept.end() || hasMovedAlready(row))
+            return false;
+        const std::string& calendar = *row.localParentKey;
+        const auto& calendars = kept->second;
+        return _knowledge.keptCalendars().count(calendar) == 0 ||
+               std::find(calendars.begin(), calendars.end(), calendar) != calendars.end();
+    }
+
+private:
+    std::size_t countOf(const SeenRow& row) const
+    {
+        const auto found = _seen.find(identityOf(row.local.conduit, row.place));
+        return found == _seen.end() ? 0 : found->second;
+    }
+
+    bool hasMovedAlready(const SeenRow& row) const
+    {
+        const UnreadRow* unread =
+            _knowledge.unreadRow(UnreadRow::Whose::agreed, {row.local.conduit, *row.agreedKey});
+        return unread != nullptr && unread->whose == UnreadRow::Whose::moved;
+    }
+
+    const Knowledge& _knowledge;
+    std::unordered_map<std::string, std::size_t> _seen;
+    std::unordered_map<std::string, std::vector<std::string>> _kept;  // local keys of calendars
+};
+
+}  // namespace
+
+std::vector<MovedRecord> movedIntoSwitchedOff(const SyncRecordList& active,
+                                              const StorePlaces& places, const Knowledge& knowledge)
+{
+    std::vector<MovedRecord> moved;
+    if (places.report().size() <= active.size())
+        return moved;
+    const SwitchedOff switchedOff(active, places);
+    if (switchedOff.isEmpty())
+        return moved;
+    const Before before(knowledge);
+    for (const SeenRow& row : knowledge.seen()) {
+        const bool isItem =
+            row.agreedKey && row.localParentKey && row.local.conduit != kConduitCalendar;
+        if (!isItem || switchedOff.hasCalendar(*row.localParentKey))
+            continue;
+        SyncRecord record = switchedOff.itemOf(row);
+        if (record && before.isSeenOnce(row) && !before.wasInBothPlaces(row) &&
+            knowledge.agreedRow({row.local.conduit, *row.agreedKey}) != nullptr)
+            moved.push_back({std::move(record), &row});
+    }
+    std::sort(moved.begin(), moved.end(), [](const MovedRecord& left, const MovedRecord& right) {
+        return left.agreedId() < right.agreedId();
+    });
+    return moved;
+}
+
+}  // namespace kt

@@ -1,0 +1,27 @@
+#pragma once
+
+#include <vector>
+
+#include "Sync/Host/Engine/HostIdentityReport.h"
+#include "Sync/Host/Engine/Knowledge.h"
+#include "Sync/HostInterface/KTSyncRecord.h"
+
+namespace kt {
+
+/// An item of a switched-off calendar that was seen in another calendar before.
+struct MovedRecord {
+    SyncRecord record;             // as the plug-in gave it, in its new calendar
+    const SeenRow* row = nullptr;  // of the knowledge; what it was seen as
+
+    RecordId agreedId() const { return {row->local.conduit, *row->agreedKey}; }
+};
+
+/// What moved into calendars that do not take part, by conduit and key. `active` is what the
+/// plug-in handed over to be compared; what else was told of in that load is switched off. Only
+/// what the store itself knows the items by counts, where it stands once; an item that was in both
+/// places before was not moved.
+std::vector<MovedRecord> movedIntoSwitchedOff(const SyncRecordList& active,
+                                              const StorePlaces& places,
+                                              const Knowledge& knowledge);
+
+}  // namespace kt

@@ -1,0 +1,301 @@
+#include <string>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "tests/Sync/Host/Engine/SyncEngineRules.h"
+
+namespace kt::test {
+namespace {
+
+using testing::Contains;
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::IsEmpty;
+
+// What has an effect elsewhere although a calendar is switched off here.
+class SwitchedOff : public SyncEngineRules, public testing::WithParamInterface<Layout> {
+protected:
+    void SetUp() override
+    {
+        b.store.calendars.clear();
+        a.store.calendars = {
+            calendar("Privat", {event("Zahnarzt", "20071224T100000"), task("Einkaufen")}),
+            calendar("Arbeit", {event("Sitzung", "20071225T090000"), task("Bericht")}),
+        };
+        syncUntilRest();
+        a.switchOff("Arbeit");
+        a.sync();
+    }
+    static void move(SimulatedHome& home, const std::string& title, const std::string& from,
+                     const std::string& to)
+    {
+        const SimulatedItem moved = *home.store.item(from, title);
+        removeItem(home, from, title);
+        home.store.calendar(to)->items.push_back(moved);
+        home.store.touch();
+    }
+    void expectOnceAndIn(const std::string& calendar, const std::string& title)
+    {
+        for (const auto& each : homes) {
+            EXPECT_EQ(each->store.count(title), 1);
+            EXPECT_NE(each->store.item(calendar, title), nullptr);
+        }
+    }
+    void expectAllAtRest()
+    {
+        syncUntilRest();
+        expectEqualHomes();
+        expectRest();
+    }
+
+    SimulatedHome& a = home("a", GetParam());
+    SimulatedHome& b = home("b");
+};
+
+INSTANTIATE_TEST_SUITE_P(Layouts, SwitchedOff, testing::Values(Layout::leopard, Layout::tiger));
+
+TEST_P(SwitchedOff, Rule24_AnItemThatMovesThereMoves)
+{
+    const auto before = liveOnServer();
+    move(a, "Zahnarzt", "Privat", "Arbeit");
+    const SyncRunSummary summary = a.sync();
+    EXPECT_EQ(summary.sent, 1U);
+    EXPECT_EQ(summary.deletedOnServer, 0U);
+    b.sync();
+    expectOnceAndIn("Arbeit", "Zahnarzt");
+    expectRest();
+    a.switchOn("Arbeit");
+    expectAllAtRest();
+    expectOnceAndIn("Arbeit", "Zahnarzt");
+    EXPECT_EQ(liveOnServer(), before);
+}
+
+TEST_P(SwitchedOff, Rule24_AnItemThatMovesThereMovesInARunThatRewrites)
+{
+    const auto before = liveOnServer();
+    fields(b, "Privat", "Einkaufen").set("Notes", "Brot");
+    b.sync();
+    move(a, "Zahnarzt", "Privat", "Arbeit");
+    const SyncRunSummary summary = a.sync();
+    EXPECT_EQ(summary.startResult, 5);
+    EXPECT_TRUE(summary.settled);
+    EXPECT_EQ(summary.deletedOnServer, 0U);
+    b.sync();
+    expectOnceAndIn("Arbeit", "Zahnarzt");
+    a.switchOn("Arbeit");
+    expectAllAtRest();
+    expectOnceAndIn("Arbeit", "Zahnarzt");
+    EXPECT_EQ(liveOnServer(), before);
+}
+
+TEST_P(SwitchedOff, Rule24_AMoveThereMeetsAnEditElsewhere)
+{
+    fields(b, "Privat", "Zahnarzt").set("Location", "Praxis");
+    b.sync();
+    move(a, "Zahnarzt", "Privat", "Arbeit");
+    a.sync();
+    b.sync();
+    ASSERT_NE(b.store.item("Arbeit", "Zahnarzt"), nullptr);
+    EXPECT_EQ(fields(b, "Arbeit", "Zahnarzt")["Location"], Value("Praxis"));
+    a.switchOn("Arbeit");
+    expectAllAtRest();
+    expectOnceAndIn("Arbeit", "Zahnarzt");
+    EXPECT_EQ(fields(a, "Arbeit", "Zahnarzt")["Location"], Value("Praxis"));
+}
+
+TEST_P(SwitchedOff, Rule24_AMoveThereBeatsADeletionElsewhere)
+{
+    removeItem(b, "Privat", "Zahnarzt");
+    b.sync();
+    move(a, "Zahnarzt", "Privat", "Arbeit");
+    a.sync();
+    a.switchOn("Arbeit");
+    expectAllAtRest();
+    expectOnceAndIn("Arbeit", "Zahnarzt");
+}
+
+TEST_P(SwitchedOff, Rule24_WhatMovedThereAndIsDeletedThereIsDeletedOnceItIsOn)
+{
+    move(a, "Zahnarzt", "Privat", "Arbeit");
+    a.sync();
+    removeItem(a, "Arbeit", "Zahnarzt");
+    a.sync();
+    EXPECT_EQ(liveOnServer().size(), 6U);
+    a.switchOn("Arbeit");
+    expectAllAtRest();
+    EXPECT_EQ(a.store.count("Zahnarzt") + b.store.count("Zahnarzt"), 0);
+}
+
+TEST_P(SwitchedOff, Rule24_AnItemThatMovesBackMovesBack)
+{
+    const auto before = liveOnServer();
+    move(a, "Zahnarzt", "Privat", "Arbeit");
+    a.sync();
+    move(a, "Zahnarzt", "Arbeit", "Privat");
+    EXPECT_EQ(a.sync().sent, 1U);
+    expectAllAtRest();
+    expectOnceAndIn("Privat", "Zahnarzt");
+    EXPECT_EQ(liveOnServer(), before);
+}
+
+TEST_P(SwitchedOff, Rule24_AnItemThatLeavesASwitchedOffCalendarIsNotLost)
+{
+    move(a, "Sitzung", "Arbeit", "Privat");
+    EXPECT_EQ(a.sync().deletedOnServer, 0U);
+    fields(b, "Privat", "Einkaufen").set("Notes", "Brot");
+    syncUntilRest();
+    expectOnceAndIn("Privat", "Sitzung");
+    a.switchOn("Arbeit");
+    expectAllAtRest();
+    expectOnceAndIn("Privat", "Sitzung");
+}
+
+TEST_P(SwitchedOff, Rule24_ACopyThatIsDeletedIsDeleted)
+{
+    a.store.calendar("Arbeit")->items.push_back(*a.store.item("Privat", "Zahnarzt"));
+    a.sync();
+    removeItem(a, "Privat", "Zahnarzt");
+    EXPECT_EQ(a.sync().deletedOnServer, 1U);
+    b.sync();
+    EXPECT_EQ(b.store.count("Zahnarzt"), 0);
+    EXPECT_EQ(a.store.count("Zahnarzt"), 1);
+}
+
+// A calendar that was switched off before the server ever heard of it.
+class SwitchedOffUnknown : public SwitchedOff {
+protected:
+    void SetUp() override
+    {
+        SwitchedOff::SetUp();
+        a.store.calendars.push_back(calendar("Geheim", {task("geheim")}));
+        a.switchOff("Geheim");
+        a.sync();
+    }
+};
+
+INSTANTIATE_TEST_SUITE_P(Layouts, SwitchedOffUnknown,
+                         testing::Values(Layout::leopard, Layout::tiger));
+
+TEST_P(SwitchedOffUnknown, Rule24_WhatMovesThereStaysElsewhereAndMovesOnceItIsOn)
+{
+    const auto before = liveOnServer();
+    move(a, "Zahnarzt", "Privat", "Geheim");
+    EXPECT_EQ(a.sync().deletedOnServer, 0U);
+    EXPECT_EQ(a.sync().startResult, 1);
+    expectRest();
+    EXPECT_EQ(liveOnServer(), before);
+    EXPECT_NE(b.store.item("Privat", "Zahnarzt"), nullptr);
+    EXPECT_EQ(a.store.count("Zahnarzt"), 1);
+    a.switchOn("Geheim");
+    a.switchOn("Arbeit");
+    expectAllAtRest();
+    expectOnceAndIn("Geheim", "Zahnarzt");
+}
+
+TEST_P(SwitchedOffUnknown, Rule24_WhatOthersDoToItWaits)
+{
+    move(a, "Zahnarzt", "Privat", "Geheim");
+    a.sync();
+    fields(b, "Privat", "Zahnarzt").set("Location", "Praxis");
+    fields(b, "Privat", "Einkaufen").set("Notes", "Brot");
+    b.sync();
+    a.sync();
+    EXPECT_EQ(a.store.count("Zahnarzt"), 1);
+    EXPECT_EQ(fields(a, "Privat", "Einkaufen")["Notes"], Value("Brot"));
+    expectRest();
+    a.switchOn("Geheim");
+    a.switchOn("Arbeit");
+    expectAllAtRest();
+    expectOnceAndIn("Geheim", "Zahnarzt");
+    EXPECT_EQ(fields(a, "Geheim", "Zahnarzt")["Location"], Value("Praxis"));
+}
+
+TEST_P(SwitchedOffUnknown, Rule24_WhatMovedThereInAHeldRunIsNotDeletedByTheNext)
+{
+    a.unsafe = {"Einkaufen"};
+    move(a, "Zahnarzt", "Privat", "Geheim");
+    EXPECT_TRUE(a.sync().held);
+    a.unsafe = {};
+    EXPECT_EQ(a.sync().deletedOnServer, 0U);
+    syncUntilRest();
+    EXPECT_EQ(b.store.count("Zahnarzt"), 1);
+}
+
+TEST_P(SwitchedOffUnknown, Rule24_WhatMovedThereAndIsDeletedThereIsDeleted)
+{
+    move(a, "Zahnarzt", "Privat", "Geheim");
+    a.sync();
+    removeItem(a, "Geheim", "Zahnarzt");
+    a.sync();
+    syncUntilRest();
+    EXPECT_EQ(a.store.count("Zahnarzt") + b.store.count("Zahnarzt"), 0);
+    expectRest();
+}
+
+TEST_P(SwitchedOffUnknown, Rule24_ACalendarThatWasEmptiedIntoItAndDeletedStaysForOthers)
+{
+    move(a, "Zahnarzt", "Privat", "Geheim");
+    removeCalendar(a, "Privat");
+    a.sync();
+    syncUntilRest();
+    EXPECT_NE(b.store.item("Privat", "Zahnarzt"), nullptr);
+    EXPECT_EQ(b.store.count("Einkaufen"), 0) << "that was deleted";
+    EXPECT_EQ(a.store.count("Zahnarzt"), 1);
+    expectRest();
+}
+
+TEST_P(SwitchedOff, Rule24_TheUserIsToldWhichCalendarGoes)
+{
+    removeCalendar(a, "Arbeit");
+    const std::string line =
+        "Der ausgeschaltete Kalender 'Arbeit' fehlt hier und wird auf allen Geräten gelöscht, mit "
+        "2 Einträgen.";
+    Wishes dry;
+    dry.dryRun = true;
+    EXPECT_THAT(a.sync(dry).notices, ElementsAre(line));
+    const SyncRunSummary summary = a.sync();
+    EXPECT_EQ(summary.deletedOnServer, 3U);
+    EXPECT_THAT(summary.notices, ElementsAre(line));
+    EXPECT_THAT(a.log, Contains(line));
+    b.sync();
+    EXPECT_EQ(b.store.calendar("Arbeit"), nullptr);
+    EXPECT_THAT(a.sync().notices, IsEmpty());
+}
+
+TEST_P(SwitchedOff, Rule24_OfACalendarThatTakesPartNothingIsTold)
+{
+    removeCalendar(a, "Privat");
+    EXPECT_THAT(a.sync().notices, IsEmpty());
+}
+
+TEST_P(SwitchedOff, Rule24_ACalendarThatWasNeverSeenItselfTakesNothingAlong)
+{
+    {
+        LocalState state = a.openState();
+        for (const SeenRow& row : state.seenRows()) {
+            if (row.local.conduit == kConduitCalendar &&
+                state.seenRecord(row)["Title"] == Value("Arbeit"))
+                state.removeSeen(row);
+        }
+    }
+    removeCalendar(a, "Arbeit");
+    const SyncRunSummary summary = a.sync();
+    EXPECT_EQ(summary.deletedOnServer, 0U);
+    EXPECT_THAT(summary.notices, IsEmpty());
+    expectAllAtRest();
+    expectOnceAndIn("Arbeit", "Sitzung");
+}
+
+TEST_P(SwitchedOff, Rule24_WithUnsafeLossesNoCalendarGoes)
+{
+    removeCalendar(a, "Arbeit");
+    a.unsafe = {"Einkaufen"};
+    const SyncRunSummary summary = a.sync();
+    EXPECT_EQ(summary.deletedOnServer, 0U);
+    EXPECT_THAT(summary.notices, IsEmpty());
+    EXPECT_EQ(b.sync().deletedHere, 0U);
+}
+
+}  // namespace
+}  // namespace kt::test
