@@ -47,7 +47,7 @@ void Comparison::bringBack(const std::string& calendarKey)
         Outcome& outcome = found->second;
         if (outcome.kind == Outcome::Kind::take)
             return;
-        if (!isDeletedThere && _knowledge.agreedRow(id)->revision != 0 &&
+        if (!isDeletedThere && _remote.revisionOf(*_knowledge.agreedRow(id)) != 0 &&
             !_remote.isMissingOnServer(id)) {
             // Deleted here only: it stays agreed, and a rewrite brings it back.
             _outcomes.erase(found);

@@ -147,7 +147,8 @@ void Comparison::compareAgreed(const AgreedRow& agreed)
     const LocalWish wish = wishFor(agreed, local);
     const RemoteChange* remote = _remote.change(agreed.id);
     if (remote == nullptr) {
-        const bool isOnServer = agreed.revision != 0 && !_remote.isMissingOnServer(agreed.id);
+        const bool isOnServer =
+            _remote.revisionOf(agreed) != 0 && !_remote.isMissingOnServer(agreed.id);
         if (isOnServer)
             meetsNothing(agreed, wish);
         else

@@ -8,6 +8,7 @@
 #include "Sync/Foundation/Format.h"
 #include "Sync/Host/Engine/HostSyncRecord.h"
 #include "Sync/Host/Engine/RecordCoding.h"
+#include "Sync/Host/Engine/ServerPast.h"
 
 namespace kt {
 
@@ -113,8 +114,11 @@ void RemoteChanges::addByHash(SyncServerSession& server, const Knowledge& knowle
             known.insert(digest.id);
     }
     for (const AgreedRow& row : knowledge.agreed()) {
-        if (known.count(row.id) == 0)
-            _missing.insert(row.id);
+        if (known.count(row.id) != 0)
+            continue;
+        _missing.insert(row.id);
+        // No server forgets what it had: of what is deleted there is a tombstone.
+        _contradictsPast = _contradictsPast || row.revision != 0;
     }
     for (ServerRecord& record : server.records(differing))
         add(std::move(record), knowledge, log);
@@ -125,12 +129,14 @@ void RemoteChanges::addByHash(SyncServerSession& server, const Knowledge& knowle
 bool RemoteChanges::isDifferent(const ServerDigest& digest, const Knowledge& knowledge, Base base)
 {
     const AgreedRow* agreed = knowledge.agreedRow(digest.id);
+    if (agreed != nullptr && kt::contradictsPast(digest, *agreed, knowledge))
+        _contradictsPast = true;
     if (digest.isTombstone)
         return agreed != nullptr && base == Base::agreed && digest.revision > agreed->revision;
     if (agreed == nullptr || agreed->hash != digest.hash)
         return true;
     if (agreed->revision != digest.revision || base == Base::none)
-        _renumbered.emplace_back(digest.id, digest.revision);
+        _renumbered.emplace(digest.id, digest.revision);
     return false;
 }
 
@@ -153,6 +159,12 @@ void RemoteChanges::add(ServerRecord record, const Knowledge& knowledge, const L
     if (!change.isRefused && isNews && !waitsForItsText(change.server, knowledge))
         _hasNews = true;
     _changes.insert_or_assign(id, std::move(change));
+}
+
+std::int64_t RemoteChanges::revisionOf(const AgreedRow& agreed) const
+{
+    const auto found = _renumbered.find(agreed.id);
+    return found == _renumbered.end() ? agreed.revision : found->second;
 }
 
 RemoteChange* RemoteChanges::change(const RecordId& id)

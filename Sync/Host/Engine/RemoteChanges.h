@@ -4,6 +4,7 @@
 #include <functional>
 #include <map>
 #include <string_view>
+#include <unordered_map>
 #include <unordered_set>
 #include <utility>
 #include <vector>
@@ -44,7 +45,14 @@ public:
     const RemoteChange* change(const RecordId& id) const;
 
     /// Records whose content is as agreed and whose revision is another.
-    const std::vector<std::pair<RecordId, std::int64_t>>& renumbered() const { return _renumbered; }
+    const std::unordered_map<RecordId, std::int64_t, RecordIdHash>& renumbered() const
+    {
+        return _renumbered;
+    }
+    /// The server's revision of what is agreed; 0 where this server has never had it.
+    std::int64_t revisionOf(const AgreedRow& agreed) const;
+    /// Whether a record cannot have come of what this device exchanged with the server.
+    bool contradictsPast() const { return _contradictsPast; }
     /// An agreed record of which the server knows neither record nor deletion: it has to go up
     /// again.
     bool isMissingOnServer(const RecordId& id) const { return _missing.count(id) != 0; }
@@ -65,9 +73,10 @@ private:
     void add(ServerRecord record, const Knowledge& knowledge, const Log& log);
 
     std::map<RecordId, RemoteChange> _changes;
-    std::vector<std::pair<RecordId, std::int64_t>> _renumbered;
+    std::unordered_map<RecordId, std::int64_t, RecordIdHash> _renumbered;
     std::unordered_set<RecordId, RecordIdHash> _missing;
     bool _hasNews = false;
+    bool _contradictsPast = false;
 };
 
 }  // namespace kt

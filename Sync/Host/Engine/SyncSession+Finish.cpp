@@ -130,6 +130,8 @@ bool SyncSession::takeEffect()
     tellOfConflicts(effective);
     notePush(effective);
     const std::int64_t head = writeToServer(effective);
+    if (_facts.isServerOlder || _isPastLost)
+        _serverIdentity = _server->renewIdentity();
     writeAgreed(effective, head);
     writeUntaken(effective);
     writeKept();
@@ -255,7 +257,8 @@ void SyncSession::writeFacts(const std::vector<const Outcome*>& effective, std::
 {
     StateFacts facts = _knowledge->facts();
     const bool isRewritten = isRewriteExpected(_result);
-    facts.owed = isOwedAfter(_result, _facts) || (!isRewritten && doesStoreLag(effective));
+    facts.owed =
+        isOwedAfter(_result, _facts) || _isPastLost || (!isRewritten && doesStoreLag(effective));
     facts.serverIdentity = _serverIdentity;
     facts.loadInVain.clear();
     if (_isHeld) {

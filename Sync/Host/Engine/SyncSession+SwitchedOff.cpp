@@ -38,7 +38,8 @@ bool SyncSession::isKnownElsewhere(const std::string& localCalendarKey) const
     const RemoteChange* remote = _remote.change(id);
     const bool isThere = remote == nullptr ? !_remote.isMissingOnServer(id)
                                            : !remote->server.isTombstone && !remote->isRefused;
-    return _hasBase && !overwritesStore() && agreed != nullptr && agreed->revision != 0 && isThere;
+    return _hasBase && !overwritesStore() && agreed != nullptr &&
+           _remote.revisionOf(*agreed) != 0 && isThere;
 }
 
 // What cannot be said to the others stays with them where it is, until its calendar takes part.

@@ -8,6 +8,7 @@
 #include "Sync/Host/Engine/HostSyncRecord.h"
 #include "Sync/Host/Engine/LoadDigest.h"
 #include "Sync/Host/Engine/RecordCoding.h"
+#include "Sync/Host/Engine/ServerPast.h"
 
 namespace kt {
 
@@ -87,8 +88,10 @@ StartFacts SyncSession::gatherFacts(int mode)
     facts.wantsServer = _setting.options.fromServer;
     facts.isFirstMeeting = known.serverIdentity.empty();
     facts.isUnknownServer = !facts.isFirstMeeting && known.serverIdentity != _serverIdentity;
+    const std::int64_t highestKnown = std::max(known.anchor, known.anchorAfterSettling);
     facts.isServerOlder =
-        !facts.isUnknownServer && head < std::max(known.anchor, known.anchorAfterSettling);
+        !facts.isUnknownServer &&
+        (head < highestKnown || (head > highestKnown && contradictsLatest(*_server, *_knowledge)));
     facts.serverHoldsNothing = head == 0;
     facts.asksForFull = mode == kModeFull;
     facts.isOwed = known.owed;
@@ -99,14 +102,24 @@ StartFacts SyncSession::gatherFacts(int mode)
     if (isSettling())
         return facts;
     const bool isFull = needsFullComparison(facts) || facts.wantsServer;
-    _remote =
-        RemoteChanges(*_server, *_knowledge,
-                      isFull ? RemoteChanges::Reach::byHash : RemoteChanges::Reach::byRevision,
-                      _hasBase ? RemoteChanges::Base::agreed : RemoteChanges::Base::none,
-                      _setting.log);
+    readRemote(isFull ? RemoteChanges::Reach::byHash : RemoteChanges::Reach::byRevision);
+    if (_hasBase && _remote.contradictsPast()) {
+        facts.isServerOlder = true;
+        _hasBase = false;
+        readRemote(RemoteChanges::Reach::byHash);
+    }
+    if (facts.isServerOlder)
+        tellOfOlderServer();
     _setting.summary.refused = _remote.refusedCount();
     facts.hasNews = _remote.hasNews();
     return facts;
+}
+
+void SyncSession::readRemote(RemoteChanges::Reach reach)
+{
+    _remote = RemoteChanges(*_server, *_knowledge, reach,
+                            _hasBase ? RemoteChanges::Base::agreed : RemoteChanges::Base::none,
+                            _setting.log);
 }
 
 void SyncSession::logHeld()
@@ -161,6 +174,14 @@ SyncResult SyncSession::diff(const SyncRecordList& local,
         _unread = unreadRecords(*_texts, *_knowledge, *_local, unreadRules(), _setting.state);
     decideMoved();
     noteTaken(remote.value_or(SyncRecordList{}));
+    compare();
+    if (_hasBase && isWrittenOverUnseen())
+        compareWithoutPast();
+    return stagedResult(diffMode);
+}
+
+void SyncSession::compare()
+{
     ComparisonRules rules;
     rules.hasBase = _hasBase;
     rules.isMissingUnread = isMissingUnread();
@@ -176,7 +197,6 @@ SyncResult SyncSession::diff(const SyncRecordList& local,
     }
     _deletionsNotMade = comparison.deletionsNotMade();
     _overwritten = comparison.overwritten();
-    return stagedResult(diffMode);
 }
 
 // Whether a comparison of just this, with just this past, found nothing to do before. Then it need

@@ -73,6 +73,11 @@ private:
     StartFacts gatherFacts(int mode);
     bool isComparedInVain(const std::vector<LocalRecord>& loaded);
     void noteTaken(const SyncRecordList& remote);
+    void readRemote(RemoteChanges::Reach reach);
+    void compare();
+    bool isWrittenOverUnseen();
+    void compareWithoutPast();
+    void tellOfOlderServer();
     bool waitsForItsText(const RecordId& id, const RemoteChange& change) const;
     bool isFolderUnread(const RecordId& id, const RemoteChange& change) const;
     SyncRecordList withGroupsThatAreUnread(const SyncRecordList& records);
@@ -164,6 +169,7 @@ private:
     StartFacts _facts;
     StartResult _result = StartResult::noSession;
     bool _hasBase = true;
+    bool _isPastLost = false;  // found out while records were compared
     bool _isHeld = false;
     std::string _serverIdentity;
 

@@ -95,6 +95,12 @@ public:
         return identity;
     }
 
+    std::string renewIdentity() override
+    {
+        _database->run("UPDATE server SET identity = lower(hex(randomblob(16)))");
+        return serverIdentity();
+    }
+
     std::int64_t headRevision() override
     {
         return number("SELECT revision FROM accounts WHERE name = ?");

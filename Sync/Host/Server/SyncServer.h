@@ -64,6 +64,9 @@ public:
 
     /// Random, made with the server's database; another one means another server.
     virtual std::string serverIdentity() = 0;
+    /// Makes it another one, once somebody found out that the database was put back from an older
+    /// copy: so every device learns that nothing it knows of revisions holds. Returns the new one.
+    virtual std::string renewIdentity() = 0;
     /// The account's latest revision; 0 while it has never held anything.
     virtual std::int64_t headRevision() = 0;
     /// Live records of the account.

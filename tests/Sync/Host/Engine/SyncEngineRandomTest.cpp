@@ -332,6 +332,11 @@ TEST_P(RandomDevices, EndUpEqualWithNothingMissingThatNobodyDeleted)
     expectRest();
     expectEqualHomes();
     expectNothingMissing();
+    // The server never lost anything.
+    for (const auto& each : homes) {
+        for (const std::string& line : each->log)
+            EXPECT_EQ(line.find("einen älteren Stand"), std::string::npos);
+    }
 }
 
 }  // namespace

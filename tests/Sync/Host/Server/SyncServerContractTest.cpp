@@ -234,6 +234,21 @@ TEST_P(SyncServerContract, RefusesAnAccountThatIsSwitchedOff)
     EXPECT_EQ(open()->recordCount(), 1);
 }
 
+TEST_P(SyncServerContract, TakesAnotherIdentityWhenItIsAskedTo)
+{
+    const std::string identity = open()->serverIdentity();
+    {
+        const auto undone = open();
+        EXPECT_NE(undone->renewIdentity(), identity);
+    }
+    EXPECT_EQ(open()->serverIdentity(), identity);
+    const auto session = open();
+    const std::string renewed = session->renewIdentity();
+    session->commit();
+    EXPECT_NE(renewed, identity);
+    EXPECT_EQ(open()->serverIdentity(), renewed);
+}
+
 TEST_P(SyncServerContract, KeepsItsIdentity)
 {
     const std::string identity = open()->serverIdentity();
