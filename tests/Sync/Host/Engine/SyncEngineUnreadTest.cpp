@@ -352,5 +352,23 @@ TEST_F(UnreadAtFirst, NothingIsLostAndEverythingElseIsThere)
     expectRest();
 }
 
+TEST_F(UnreadHomes, Rule18_OverwritingFromTheServerLeavesACalendarWithUnreadText)
+{
+    givenHomes();
+    auto& a = home("a");
+    damage(a, "Privat", "Probe");
+    a.sync();
+    home("b").store.calendars.push_back(calendar("Garten"));
+    removeCalendar(home("b"), "Privat");
+    removeCalendar(home("b"), "Arbeit");
+    home("b").store.touch();
+    home("b").sync();
+    Wishes wishes;
+    wishes.fromServer = true;
+    a.sync(wishes);
+    EXPECT_EQ(a.store.count("Probe"), 1);
+    EXPECT_EQ(a.store.calendar("Arbeit"), nullptr);
+}
+
 }  // namespace
 }  // namespace kt::test
