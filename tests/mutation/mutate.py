@@ -113,8 +113,9 @@ def check_unchanged(builder, place):
     """What is said of slips means nothing where the tests fail without one."""
     words = shlex.split(builder.compilers[place.file]["command"])
     right = builder.build / words[words.index("-o") + 1]
-    if any(is_seen(builder.link(program, right), filter_) for program, filter_ in RUNS[:2]):
-        sys.exit("the tests fail without any slip; is the build up to date?")
+    program = who_sees(builder, right)
+    if program:
+        sys.exit(f"{program} fails without any slip; is the build up to date?")
 
 
 def main():

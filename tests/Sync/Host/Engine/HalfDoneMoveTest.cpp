@@ -12,6 +12,9 @@ protected:
     void givenAMoveHalfDone()
     {
         givenTwoHomes();
+        if (home("a").store.calendar(to) == nullptr)
+            home("a").store.calendars.push_back(calendar(to));
+        syncUntilRest();
         home("a").store.item("Privat", "Einkaufen")->uid = "uid-of-the-task";
         home("b").store.item("Privat", "Einkaufen")->uid = uidBefore;
         for (const char* name : {"a", "b"})
@@ -24,15 +27,15 @@ protected:
         home("b").sync(broken(Break::killAfterFinish));
         SimulatedItem copy = *home("b").store.item("Privat", "Einkaufen");
         copy.uid = uidAfter();
-        home("b").store.calendar("Arbeit")->items.push_back(copy);
+        home("b").store.calendar(to)->items.push_back(copy);
         home("b").store.touch();
     }
 
-    static void move(SimulatedHome& home)
+    void move(SimulatedHome& home)
     {
         const SimulatedItem item = *home.store.item("Privat", "Einkaufen");
         removeItem(home, "Privat", "Einkaufen");
-        home.store.calendar("Arbeit")->items.push_back(item);
+        home.store.calendar(to)->items.push_back(item);
     }
 
     /// A rewrite gives a text that had no UID one that is made of its key.
@@ -51,12 +54,13 @@ protected:
     {
         for (const char* name : {"a", "b"}) {
             EXPECT_EQ(home(name).store.count("Einkaufen"), 1) << name;
-            EXPECT_NE(home(name).store.item("Arbeit", "Einkaufen"), nullptr) << name;
+            EXPECT_NE(home(name).store.item(to, "Einkaufen"), nullptr) << name;
         }
         expectEqualHomes();
         expectRest();
     }
 
+    std::string to = "Arbeit";
     std::string uidBefore = "uid-of-the-task";
     std::vector<SeenRow> rowsBefore;
 };
@@ -85,6 +89,18 @@ TEST_F(HalfDoneMove, Rule19_AnEditInTheNewPlaceIsAnEditOfTheOneRecord)
     for (const char* name : {"a", "b"})
         EXPECT_EQ(fields(home(name), "Arbeit", "Einkaufen")["URL"],
                   Value("http://example.invalid"));
+}
+
+TEST_F(HalfDoneMove, Rule19_AnEditInTheNewPlaceIsOneThoughItHadNoUidHere)
+{
+    uidBefore.clear();
+    to = "Zuhause";  // which is read after the old place
+    givenAMoveHalfDone();
+    fields(home("b"), to, "Einkaufen").set("URL", "http://example.invalid");
+    syncUntilRest();
+    expectOneInItsNewPlace();
+    for (const char* name : {"a", "b"})
+        EXPECT_EQ(fields(home(name), to, "Einkaufen")["URL"], Value("http://example.invalid"));
 }
 
 TEST_F(HalfDoneMove, Rule19_AnEditInTheOldPlaceIsNotLost)

@@ -117,6 +117,18 @@ TEST_F(FaultsOfRewrite, LeaveOutCopiesOfAnEventButNotOfATask)
     EXPECT_THAT(faults(), ElementsAre("'Einkaufen' (Kalender 'Privat')"));
 }
 
+TEST_F(FaultsOfRewrite, TakeEmptyFieldsForMissingOnesInACopy)
+{
+    handOutCalendar("C", "Privat");
+    for (const char* key : {"E", "E-2", "E-3"})
+        handOut(kConduitEvent, key, "Probe");
+    handed[2].record.set("Notes", "");
+    handed[3].record.set("Attendees", Array{});
+    giveBack(kConduitCalendar, "C");
+    giveBack(kConduitEvent, "E");
+    EXPECT_THAT(faults(), IsEmpty());
+}
+
 TEST_F(FaultsOfRewrite, DoNotTakeTheOnlyOneForItsOwnCopy)
 {
     handOutCalendar("C", "Privat");
@@ -153,6 +165,14 @@ TEST_F(FaultsOfRewrite, LeaveOutWhatWasToldAsCurtailedOncePerRemark)
     giveBack(kConduitCalendar, "C");
     EXPECT_EQ(faults({curtailed("Privat")}).size(), 1U);
     EXPECT_EQ(faults({curtailed("Arbeit")}).size(), 2U);
+}
+
+TEST_F(FaultsOfRewrite, LeaveOutWhatWasToldAsCurtailedInAFileThatGivesNoRecord)
+{
+    handOutCalendar("C", "Privat");
+    handOut(kConduitTask, "T", "Einkaufen");
+    giveBack(kConduitCalendar, "C");
+    EXPECT_THAT(faults({curtailed("Privat", "/C/t.ics")}), IsEmpty());
 }
 
 TEST_F(FaultsOfRewrite, DoNotExcuseOneRecordByARemarkOnAnothersFile)

@@ -48,6 +48,20 @@ TEST_F(SyncEngineRules, Rule14_ASessionLeftOpenIsRolledBack)
     EXPECT_TRUE(home("a").sync().finished);
 }
 
+TEST_F(SyncEngineRules, Rule14_ASessionThatPushedNothingEndsWellAndWithoutEffect)
+{
+    givenTwoHomes();
+    LocalState state(home("a").statePath());
+    const auto server = syncServerWithURL(serverUrl());
+    HostReports reports;
+    SyncEngine engine(state, *server, reports, {});
+    engine.beginRun({});
+    EXPECT_EQ(engine.startSync(5), 1);
+    EXPECT_TRUE(engine.finishSync());
+    EXPECT_FALSE(state.isOpen());
+    EXPECT_FALSE(engine.endRun(true).finished);
+}
+
 TEST_F(SyncEngineRules, Rule14_ADeletionInASwitchedOffCalendarDoesNotComeBack)
 {
     givenTwoHomes();

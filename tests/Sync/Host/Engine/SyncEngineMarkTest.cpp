@@ -189,6 +189,29 @@ TEST_F(SyncEngineRules, Rule19_AnEditOfWhatTheRewriteHadNothingForKeepsWhatOnlyT
     expectRest();
 }
 
+TEST_F(SyncEngineRules, Rule19_WhatTheStoreGaveIsKnownThroughASecondRewriteThatEndsHalfway)
+{
+    givenTwoHomes();
+    auto& a = home("a");
+    auto& b = home("b");
+    b.store.calendar("Privat")->items.push_back(task("Blumen", {{"Notes", "Tulpen"}}));
+    b.store.touch();
+    for (const Break at : {Break::killBeforeSettling, Break::killAfterFinish}) {
+        fields(a, "Arbeit", "Sitzung").set("Notes", std::to_string(static_cast<int>(at)));
+        a.store.touch();
+        a.sync();
+        b.sync(broken(at));
+    }
+    // Entered before both, so the rewrites had nothing to write there: the user took it out.
+    fields(b, "Privat", "Blumen").remove("Notes");
+    b.store.touch();
+    syncUntilRest();
+    for (auto* each : {&a, &b})
+        EXPECT_FALSE(fields(*each, "Privat", "Blumen").contains("Notes"));
+    expectEqualHomes();
+    expectRest();
+}
+
 // A rewrite that brought several records of one key, or records under keys of their own, and whose
 // end nobody has seen.
 class UnsettledRewrite : public SyncEngineRules, public testing::WithParamInterface<Layout> {

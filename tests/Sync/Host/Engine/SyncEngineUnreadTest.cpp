@@ -352,5 +352,42 @@ TEST_F(UnreadAtFirst, NothingIsLostAndEverythingElseIsThere)
     expectRest();
 }
 
+TEST_F(UnreadHomes, Rule18_OverwritingFromTheServerLeavesACalendarWithUnreadText)
+{
+    givenHomes();
+    auto& a = home("a");
+    damage(a, "Privat", "Probe");
+    a.sync();
+    home("b").store.calendars.push_back(calendar("Garten"));
+    removeCalendar(home("b"), "Privat");
+    removeCalendar(home("b"), "Arbeit");
+    home("b").store.touch();
+    home("b").sync();
+    Wishes wishes;
+    wishes.fromServer = true;
+    a.sync(wishes);
+    EXPECT_EQ(a.store.count("Probe"), 1);
+    EXPECT_EQ(a.store.calendar("Arbeit"), nullptr);
+}
+
+TEST_F(UnreadHomes, Rule18_WhatWasTakenOutOfAnUnreadTextIsGoneThoughTheStoreWasRewritten)
+{
+    givenHomes();
+    auto& a = home("a");
+    fields(a, "Privat", "Probe").set("Notes", "mit Geige");
+    a.store.touch();
+    syncUntilRest();
+    damage(a, "Privat", "Probe");
+    fields(home("b"), "Arbeit", "Sitzung").set("Location", "Saal");
+    home("b").store.touch();
+    home("b").sync();
+    ASSERT_TRUE(a.sync().settled);
+    fields(a, "Privat", "Probe").remove("Notes");
+    mend(a);
+    syncUntilRest();
+    for (const char* name : {"a", "b"})
+        EXPECT_FALSE(fields(home(name), "Privat", "Probe").contains("Notes")) << name;
+}
+
 }  // namespace
 }  // namespace kt::test
