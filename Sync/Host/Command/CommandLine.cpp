@@ -136,11 +136,15 @@ void addCommands(CLI::App& app, CommandLine& line)
     sync->add_flag("--full", line.fullSync, "vergleicht alles, nicht nur das Neue");
     sync->add_flag("--from-server", line.wishes.fromServer,
                    "überschreibt die lokalen Kalender mit denen vom Server");
-    sync->add_flag("--dry-run", line.wishes.dryRun, "zeigt, was geschähe, und ändert nichts");
+    CLI::Option* dryRun =
+        sync->add_flag("--dry-run", line.wishes.dryRun, "zeigt, was geschähe, und ändert nichts");
     sync->add_flag("--accept-losses", line.wishes.acceptLosses,
                    "schreibt über Unlesbares, was davon zuletzt bekannt war");
     sync->add_flag("--allow-mass-delete", line.wishes.allowMassDelete,
                    "erlaubt, mehr als die Hälfte zu löschen");
+    sync->add_flag("--put-back", line.wishes.storeIsPutBack,
+                   "die Kalender stammen aus einer älteren Kopie: nichts gilt als gelöscht")
+        ->excludes(dryRun);
     addCommand(app, line, CommandName::calendars, "calendars", "zeigt die Kalender");
     addCommand(app, line, CommandName::records, "records", "zeigt die Datensätze als JSON")
         ->add_flag("--count", line.countOnly, "nur ihre Zahl");

@@ -14,11 +14,14 @@ struct MassDeletionFacts {
     bool wasStoreEmpty = false;        // nothing was seen in it before
     std::size_t deletionsInStore = 0;  // where it is overwritten with what the server has
     std::size_t recordsOfStore = 0;
+    std::size_t earlier = 0;  // records that are in an earlier state than when they were seen
+    std::size_t later = 0;    // ... and in a later one
 };
 
 /// One German line, which says what the user can do, when the session would delete more than half
-/// of the account's records and more than ten, or as much of a store that is overwritten, or when a
-/// store that held something is empty; nullopt when it may go on.
+/// of the account's records and more than ten, or as much of a store that is overwritten, when a
+/// store that held something is empty, or when one looks like an older copy of itself: three
+/// records or more went back, and more than went on. Nullopt when it may go on.
 std::optional<std::string> massDeletionReason(const MassDeletionFacts& facts);
 
 }  // namespace kt

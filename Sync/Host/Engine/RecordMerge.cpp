@@ -70,6 +70,16 @@ MergeSide winnerOfConflict(const Dictionary& local, const Dictionary& server)
     return dateStampOf(local) > dateStampOf(server) ? MergeSide::local : MergeSide::server;
 }
 
+bool isEarlier(const Dictionary& one, const Dictionary& other)
+{
+    const bool haveSequences = one.contains("Sequence") && other.contains("Sequence");
+    if (haveSequences && sequenceOf(one) != sequenceOf(other))
+        return sequenceOf(one) < sequenceOf(other);
+    const auto stamp = dateStampOf(one);
+    const auto otherStamp = dateStampOf(other);
+    return stamp && otherStamp && *stamp < *otherStamp;
+}
+
 Dictionary mergedOntoAgreed(const Dictionary& agreed, const LocalChange& local,
                             const Dictionary& server)
 {

@@ -14,6 +14,10 @@ enum class MergeSide { local, server };
 /// later DateStamp, none being the earliest; then the server.
 MergeSide winnerOfConflict(const Dictionary& local, const Dictionary& server);
 
+/// Whether one is an earlier state of what the other is: its Sequence is lower, or the same and its
+/// DateStamp earlier. What either lacks says nothing.
+bool isEarlier(const Dictionary& one, const Dictionary& other);
+
 /// A record with changes made by this device: which units changed, and the record that has them.
 struct LocalChange {
     const Dictionary& record;

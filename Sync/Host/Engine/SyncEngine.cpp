@@ -96,12 +96,14 @@ std::optional<std::string> SyncEngine::markedBackup()
     return guarded([&] { return _state.facts().mark; }, std::optional<std::string>());
 }
 
-void SyncEngine::noteStorePutBack()
+void SyncEngine::noteStorePutBack(const std::string& backup)
 {
     guarded(
         [&] {
             StateFacts facts = _state.facts();
-            facts.isPutBack = facts.mark.has_value();
+            if (!facts.mark)
+                facts.mark = backup;
+            facts.isPutBack = true;
             _state.setFacts(facts);
             return true;
         },

@@ -61,8 +61,10 @@ public:
     /// host whose plug-in cannot load the store puts that backup back and runs once more.
     std::optional<std::string> markedBackup();
 
-    /// Notes that the store was put back from a backup, so that what is older in it is no edit.
-    void noteStorePutBack();
+    /// Notes that an older copy of the store was put in its place: until it is settled nothing that
+    /// is missing was deleted, and what is older is no edit. `backup` is named by the mark, unless
+    /// one stands.
+    void noteStorePutBack(const std::string& backup);
 
     /// Whose layout the store had at the last run, as the options said; 0 before the first.
     int systemVersion();

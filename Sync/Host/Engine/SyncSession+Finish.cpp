@@ -4,19 +4,12 @@
 #include "Sync/Foundation/Platform.h"
 #include "Sync/Host/Engine/HandedState.h"
 #include "Sync/Host/Engine/KeptRecords.h"
-#include "Sync/Host/Engine/MassDeletion.h"
 #include "Sync/Host/Engine/RecordCoding.h"
 #include "Sync/Host/Engine/SeenUpdate.h"
 #include "Sync/Host/Engine/Settling.h"
 #include "Sync/Host/Engine/SyncSession.h"
 
 namespace kt {
-
-namespace {
-
-bool isDeletion(const Outcome& outcome) { return outcome.kind == Outcome::Kind::remove; }
-
-}  // namespace
 
 // Nothing takes effect before this, and then only if a push succeeded: a session that was cancelled
 // or failed ends here too.
@@ -79,39 +72,11 @@ std::vector<const Outcome*> SyncSession::effectiveOutcomes()
             effective.push_back(outcome);
         else if (lacksWitness(*outcome))
             _deletionsNotMade.push_back(outcome->id);
-        else if ((isHandedBack || isDeletion(*outcome)) &&
+        else if ((isHandedBack || outcome->isDeletion()) &&
                  !isOfKeptCalendar(outcome->id, outcome->parentKey))
             effective.push_back(outcome);
     }
     return effective;
-}
-
-std::optional<std::string> SyncSession::reasonAgainst(
-    const std::vector<const Outcome*>& effective) const
-{
-    if (_setting.options.allowMassDelete)
-        return std::nullopt;
-    MassDeletionFacts facts;
-    if (overwritesStore()) {
-        facts.deletionsInStore = static_cast<std::size_t>(
-            std::count_if(effective.begin(), effective.end(), [](const Outcome* outcome) {
-                return isDeletion(*outcome) && outcome->comesDown;
-            }));
-        facts.recordsOfStore = _localRecords.size();
-        return massDeletionReason(facts);
-    }
-    facts.deletions = static_cast<std::size_t>(
-        std::count_if(effective.begin(), effective.end(), [](const Outcome* outcome) {
-            return isDeletion(*outcome) && outcome->goesUp;
-        }));
-    if (facts.deletions != 0)
-        facts.recordsOfAccount = static_cast<std::size_t>(_server->recordCount());
-    // An empty store says nothing when what is missing in it was not deleted.
-    facts.isStoreEmpty = !isMissingUnread() && _unread.unread.empty() &&
-                         _unread.returning.empty() && _localRecords.empty() &&
-                         _keptCalendars.empty();
-    facts.wasStoreEmpty = !facts.isStoreEmpty || _knowledge->seen().empty();
-    return massDeletionReason(facts);
 }
 
 bool SyncSession::takeEffect()
@@ -163,7 +128,7 @@ std::int64_t SyncSession::writeToServer(const std::vector<const Outcome*>& effec
         ServerWrite write;
         write.id = outcome->id;
         write.parentKey = outcome->parentKey;
-        write.isDeletion = isDeletion(*outcome);
+        write.isDeletion = outcome->isDeletion();
         if (!write.isDeletion) {
             write.hash = outcome->hash;
             write.content = encodedRecord(outcome->record);
@@ -181,7 +146,7 @@ void SyncSession::writeAgreed(const std::vector<const Outcome*>& effective, std:
     for (const auto& [id, serverRevision] : _remote.renumbered())
         state.setAgreedRevision(id, serverRevision);
     for (const Outcome* outcome : effective) {
-        if (isDeletion(*outcome)) {
+        if (outcome->isDeletion()) {
             state.removeAgreed(outcome->id);
             continue;
         }
@@ -332,7 +297,7 @@ void SyncSession::count(const std::vector<const Outcome*>& effective)
 {
     SyncRunSummary& summary = _setting.summary;
     for (const Outcome* outcome : effective) {
-        if (isDeletion(*outcome)) {
+        if (outcome->isDeletion()) {
             summary.deletedOnServer += outcome->goesUp ? 1 : 0;
             summary.deletedHere += outcome->comesDown ? 1 : 0;
         } else {

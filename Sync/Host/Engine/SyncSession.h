@@ -16,6 +16,7 @@
 #include "Sync/Host/Engine/KeptRecords.h"
 #include "Sync/Host/Engine/Knowledge.h"
 #include "Sync/Host/Engine/LocalRecords.h"
+#include "Sync/Host/Engine/MassDeletion.h"
 #include "Sync/Host/Engine/MovedRecords.h"
 #include "Sync/Host/Engine/RemoteChanges.h"
 #include "Sync/Host/Engine/SeenUpdate.h"
@@ -114,6 +115,7 @@ private:
     std::unordered_set<std::string> keptCalendars() const;
     bool isOfKeptCalendar(const RecordId& id, const std::optional<std::string>& parentKey) const;
     std::optional<std::string> reasonAgainst(const std::vector<const Outcome*>& effective) const;
+    void countWhatWentBack(MassDeletionFacts& facts) const;
     std::int64_t writeToServer(const std::vector<const Outcome*>& effective);
     void writeAgreed(const std::vector<const Outcome*>& effective, std::int64_t revision);
     void writeUntaken(const std::vector<const Outcome*>& effective);

@@ -87,6 +87,8 @@ void SyncRun::runOnStore(const SyncRunWishes& wishes, SyncRunResult& result)
         if (const auto next = obstacleInStore(_home, _host.macOSVersion()))
             return refuse(next->reason, result);
     }
+    if (wishes.storeIsPutBack)
+        _engine.noteStorePutBack(made);
     SyncRunOptions options;
     options.fromServer = wishes.fromServer;
     options.acceptLosses = wishes.acceptLosses;
@@ -129,7 +131,7 @@ std::optional<std::string> SyncRun::reasonAgainstLayout()
 void SyncRun::putBack(const std::string& backup, SyncRunResult& result)
 {
     _host.logMsg(stringWithFormat("Die Sicherungskopie \"%@\" wird zurückgeholt", backup));
-    _engine.noteStorePutBack();
+    _engine.noteStorePutBack(backup);
     _backups.restore(backup, storeFiles());
     _storeBefore.clear();
     result.wasRestored = true;

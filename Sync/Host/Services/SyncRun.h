@@ -19,6 +19,7 @@ struct SyncRunWishes {
     bool acceptLosses = false;
     bool allowMassDelete = false;
     bool dryRun = false;
+    bool storeIsPutBack = false;  // an older copy stands in its place, which is no edit; no dry run
 };
 
 struct SyncRunResult {

@@ -27,7 +27,11 @@ INSTANTIATE_TEST_SUITE_P(
                     Row{"EmptyStoreThatWasEmpty", {0, 5, true, true}, false},
                     Row{"TenOfTenInTheStore", {0, 0, false, false, 10, 10}, false},
                     Row{"MostOfTheStore", {0, 0, false, false, 11, 21}, true},
-                    Row{"HalfOfTheStore", {0, 0, false, false, 11, 22}, false}),
+                    Row{"HalfOfTheStore", {0, 0, false, false, 11, 22}, false},
+                    Row{"TwoWentBack", {0, 0, false, false, 0, 0, 2, 0}, false},
+                    Row{"ThreeWentBack", {0, 0, false, false, 0, 0, 3, 0}, true},
+                    Row{"AsManyWentOn", {0, 0, false, false, 0, 0, 3, 3}, false},
+                    Row{"MoreWentBack", {0, 0, false, false, 0, 0, 4, 3}, true}),
     [](const auto& row) { return row.param.name; });
 
 TEST_P(Rule17, MassDeletionIsRefused)
@@ -51,6 +55,12 @@ TEST(MassDeletionReason, SaysHowManyAndHowToGoOn)
               "Der Kalenderspeicher ist leer, obwohl er beim letzten Abgleich Kalender enthielt; "
               "es wurde nichts gelöscht. Mit --from-server füllt ihn der Stand des Servers wieder; "
               "mit --allow-mass-delete wird alles auf allen Geräten gelöscht.");
+    EXPECT_EQ(
+        massDeletionReason({2, 20, false, false, 0, 0, 5, 1}),
+        "Der Kalenderspeicher sieht nach einer älteren Kopie aus: 5 Einträge sind älter als "
+        "beim letzten Abgleich, 2 fehlen; es wurde nichts geändert. Mit --put-back kommt "
+        "wieder, was seitdem geschah; mit --allow-mass-delete gilt der ältere Stand auf allen "
+        "Geräten.");
 }
 
 }  // namespace

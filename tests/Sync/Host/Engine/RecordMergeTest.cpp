@@ -65,6 +65,20 @@ TEST_P(Conflicts, HaveAWinner)
     EXPECT_EQ(winnerOfConflict(local, server), row.winner);
 }
 
+TEST(EarlierState, IsToldBySequenceThenStamp)
+{
+    const Dictionary first = stamped("1", "20080101T100000");
+    const Dictionary stampedLater = stamped("1", "20080102T100000");
+    const Dictionary second = stamped("2", "20080101T090000");
+    EXPECT_TRUE(isEarlier(first, stampedLater));
+    EXPECT_FALSE(isEarlier(stampedLater, first));
+    EXPECT_TRUE(isEarlier(stampedLater, second));
+    EXPECT_FALSE(isEarlier(first, first));
+    EXPECT_FALSE(isEarlier(Dictionary{}, Dictionary{{"DateStamp", date("20080101T100000")}}))
+        << "no stamp says nothing";
+    EXPECT_FALSE(isEarlier(stamped(Value(), "20080101T100000"), first)) << "nor no sequence";
+}
+
 TEST(Conflicts, CompareStampsAsInstants)
 {
     const Dictionary local{{"DateStamp", date("20071224T100000", "Asia/Tokyo")}};
