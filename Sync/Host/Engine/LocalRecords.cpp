@@ -231,6 +231,7 @@ LocalRecords::LocalRecords(std::vector<LocalRecord> loaded, const Knowledge& kno
                 return row->agreedKey && claimed.count({row->local.conduit, *row->agreedKey}) != 0;
             });
     }
+    nameWhatWasNeverSeen(state);
     for (const Groups::Group& group : groups.all)
         tellEqualKeysApart(group.records, group.rows, context);
     for (const LocalRecord& local : _records) {
@@ -283,6 +284,41 @@ void LocalRecords::leaveOutWhatARewriteMoved()
         left.seen = nullptr;
         left.agreedId = {};
         left.isLeftOver = true;
+    }
+}
+
+// A calendar can come from the server while it is switched off here: no run sees its items until it
+// is switched on, and then under keys of their content, which others may have edited.
+void LocalRecords::nameWhatWasNeverSeen(LocalState& state)
+{
+    Claims named;
+    std::unordered_map<std::string, std::vector<LocalRecord*>> unnamed;  // by content
+    for (LocalRecord& local : _records) {
+        const bool isNew = local.seen == nullptr && local.agreedId.key.empty() && !local.isLeftOver;
+        if (!isNew)
+            named.insert(local.agreedId);
+        else if (local.record->conduit() != kConduitCalendar)
+            unnamed[contentHash(local.record->record(), HashScope::neutral)].push_back(&local);
+    }
+    if (unnamed.empty())
+        return;
+    for (const AgreedRow& row : _knowledge.agreed()) {
+        if (row.id.conduit == kConduitCalendar || named.count(row.id) != 0 ||
+            _knowledge.seenOfAgreed(row.id) != nullptr)
+            continue;
+        const auto alike =
+            unnamed.find(contentHash(state.agreedRecord(row.id), HashScope::neutral));
+        if (alike == unnamed.end())
+            continue;
+        const auto local =
+            std::find_if(alike->second.begin(), alike->second.end(), [&](const auto* each) {
+                return each->record->conduit() == row.id.conduit &&
+                       row.parentKey == agreedCalendarOf(*each);
+            });
+        if (local == alike->second.end())
+            continue;
+        (*local)->agreedId = row.id;
+        alike->second.erase(local);
     }
 }
 

@@ -82,6 +82,7 @@ private:
 
     void takeWhatIsKnown(Groups& groups);
     void leaveOutWhatARewriteMoved();
+    void nameWhatWasNeverSeen(LocalState& state);
     std::string agreedCalendarOf(const LocalRecord& item) const;
     std::size_t numberOf(const SeenRow& row) const;
     Claims nameWhatWasHandedOut(LocalState& state);
