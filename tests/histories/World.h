@@ -45,14 +45,17 @@ private:
     /// What is known of a device beside itself.
     struct Account {
         Damages damages;
-        bool hasBase = false;  // a run of it was completed
+        bool hasBase = false;               // a run of it was completed
+        std::set<std::string> movedInto{};  // keys of calendars, since then
+        bool isDirty = false;               // somebody worked in the store since
+        std::set<int> synced{};             // tokens that were in the store at its end
         struct Store {
             Device::StoreCopy copy;
             std::set<int> tokens;
             Damages damages;
         };
-        std::optional<Store> store;  // an older copy
-        bool hasState = false;       // an older copy of its state stands beside it
+        std::optional<Store> store{};  // an older copy
+        bool hasState = false;         // an older copy of its state stands beside it
         bool stateHasBase = false;
     };
 
@@ -74,6 +77,9 @@ private:
     void copy(Device& device, Do what);
     void putBack(Device& device, const Operation& operation);
     void putStoreBack(Device& device);
+    void restoreBackup(Device& device, int which);
+    void putStateBack(Device& device);
+    void putServerBack();
     void mayBeGone(const std::set<int>& tokens);
     std::set<int> tokensIn(Device& device);
     Account& accountOf(Device& device) { return _accounts.at(&device); }
