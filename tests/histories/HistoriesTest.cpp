@@ -21,7 +21,7 @@ namespace {
 // What is left out by default comes in through ICALSYNC_ALSO.
 
 constexpr std::int64_t kFirstSeed = 1;
-constexpr std::int64_t kHistories = 20;
+constexpr std::int64_t kHistories = 40;
 constexpr std::int64_t kSecondsToShrink = 60;
 
 std::int64_t numberFromEnvironment(const char* name, std::int64_t otherwise)

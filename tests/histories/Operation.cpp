@@ -18,6 +18,15 @@ struct Row {
     bool isLeftOut = false;
 };
 
+// What still ends wrong, and so is left out unless it is asked for:
+// - removeAnyCalendar, putStoreBack: a calendar can come back while it is switched off here. An
+// item
+//   in it that is edited, here or elsewhere, before it is switched on stands there twice.
+// - restoreBackup: the same, where the backup is older than the calendar.
+// - putStateBack: an item whose title was edited after the older state is not known by that any
+// more
+//   and stands there twice.
+// - breakItem, breakFile, breakCalendar: not looked into yet.
 constexpr bool kLeftOut = true;
 
 constexpr Row kRows[] = {
@@ -27,6 +36,7 @@ constexpr Row kRows[] = {
     {Do::remove, "remove", 6},
     {Do::addCalendar, "addCalendar", 4},
     {Do::removeCalendar, "removeCalendar", 1},
+    {Do::removeAnyCalendar, "removeAnyCalendar", 1, kLeftOut},
     {Do::rename, "rename", 2},
     {Do::recolor, "recolor", 1},
     {Do::reorder, "reorder", 1},
@@ -41,7 +51,7 @@ constexpr Row kRows[] = {
     {Do::copyState, "copyState", 2},
     {Do::putStateBack, "putStateBack", 1, kLeftOut},
     {Do::copyServer, "copyServer", 2},
-    {Do::putServerBack, "putServerBack", 1, kLeftOut},
+    {Do::putServerBack, "putServerBack", 1},
     {Do::sync, "sync", 30},
     {Do::syncOffline, "syncOffline", 1},
     {Do::syncFully, "syncFully", 1},

@@ -14,7 +14,8 @@ enum class Do {
     move,
     remove,
     addCalendar,
-    removeCalendar,
+    removeCalendar,  // unless it is switched off
+    removeAnyCalendar,
     rename,
     recolor,
     reorder,

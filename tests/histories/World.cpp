@@ -46,8 +46,8 @@ World::World(int devices) : _folder(folderForDatabases()), _now(startOfTime())
                                                     _folder.path(name + ".sqlite"),
                                                     [this] { return _now; }));
         Device& device = *_devices.back();
-        _accounts.emplace(&device,
-                          Account{Damages(device.hand(), device.disk()), false, {}, false, false});
+        Account account{Damages(device.hand(), device.disk())};
+        _accounts.emplace(&device, std::move(account));
     }
     addCalendar(*_devices.front(), 0);
 }
@@ -89,6 +89,7 @@ void World::perform(const Operation& operation)
     _now.instant += std::chrono::minutes(1);
     Device& device = *_devices[static_cast<std::size_t>(operation.device) % _devices.size()];
     tell(stamp() + " " + device.name() + " " + description(operation));
+    accountOf(device).isDirty = accountOf(device).isDirty || operation.what < Do::mend;
     switch (operation.what) {
     case Do::addItem:
         return addItem(device, operation.first, operation.second);
@@ -101,7 +102,8 @@ void World::perform(const Operation& operation)
     case Do::addCalendar:
         return addCalendar(device, operation.second);
     case Do::removeCalendar:
-        return removeCalendar(device, operation.first);
+    case Do::removeAnyCalendar:
+        return removeCalendar(device, operation);
     case Do::rename:
     case Do::recolor:
     case Do::reorder:
@@ -166,6 +168,7 @@ void World::move(Device& device, int which, int where)
         accountOf(device).damages.isBroken(place->item))
         return;
     const std::string name = place->item.value("UID").value_or("UID-" + stamp());
+    accountOf(device).movedInto.insert(target->key);
     device.hand().remove(*place);
     device.hand().add(*target, name, place->item);
     tell("  #" + std::to_string(tokenOf(place->item)) + " to " + target->title);
@@ -195,14 +198,13 @@ void World::addCalendar(Device& device, int what)
     tell("  calendar " + title);
 }
 
-void World::removeCalendar(Device& device, int which)
+void World::removeCalendar(Device& device, const Operation& operation)
 {
     Calendars calendars = device.hand().calendars();
-    const auto* calendar = pick(calendars, which);
-    // Open: a switched-off calendar that is deleted here, and comes back since somebody moved an
-    // item into it, comes back switched off; switched on, the item stands there twice.
-    if (calendar == nullptr || !device.isOn(calendar->title) ||
-        accountOf(device).damages.isBelow(calendar->folder))
+    const auto* calendar = pick(calendars, operation.first);
+    if (calendar == nullptr || accountOf(device).damages.isBelow(calendar->folder))
+        return;
+    if (operation.what == Do::removeCalendar && !device.isOn(calendar->title))
         return;
     tell("  calendar " + calendar->title);
     for (const auto& place : device.hand().items()) {
@@ -220,9 +222,15 @@ void World::changeCalendar(Device& device, const Operation& operation)
     const auto* calendar = pick(calendars, operation.first);
     if (calendar == nullptr)
         return;
+    // Open: what was kept of a switched-off calendar that is given another title before a rewrite
+    // is settled comes back beside it.
+    if (operation.what == Do::rename && device.isMarked() && !device.isOn(calendar->title))
+        return;
     // Of two calendars of one title a store gives only one.
     const std::string title = "Umbenannt " + std::to_string(++_lastTitle);
     tell("  calendar " + calendar->title + (operation.what == Do::rename ? " to " + title : ""));
+    if (operation.what == Do::rename)
+        _formerTitles.insert(calendar->title);
     if (operation.what == Do::rename)
         device.hand().rename(*calendar, title);
     else if (operation.what == Do::recolor)
@@ -237,7 +245,11 @@ void World::toggle(Device& device, int which)
     const auto* calendar = pick(calendars, which);
     // Open: a calendar that is switched off while a rewrite that renames it, or moves an item out
     // of it, is not settled keeps what it was before, and all of that stands there twice.
-    if (calendar == nullptr || device.isMarked())
+    // The same as for moving. And, open: of a new calendar under the former title of another one,
+    // what is in it is lost when it is switched off before it was ever synced.
+    if (calendar == nullptr || device.isMarked() ||
+        accountOf(device).movedInto.count(calendar->key) != 0 ||
+        _formerTitles.count(calendar->title) != 0)
         return;
     const bool isOn = device.isOn(calendar->title);
     device.setOn(calendar->title, !isOn);
@@ -326,22 +338,55 @@ void World::copy(Device& device, Do what)
 
 void World::putBack(Device& device, const Operation& operation)
 {
-    if (operation.what == Do::putStoreBack)
+    switch (operation.what) {
+    case Do::putStoreBack:
         return putStoreBack(device);
-    if (operation.what == Do::restoreBackup) {
-        std::vector<std::string> names = device.backups().names();
-        if (const std::string* name = pick(names, operation.first))
-            device.restoreBackup(*name);
-        return;
+    case Do::restoreBackup:
+        return restoreBackup(device, operation.first);
+    case Do::putStateBack:
+        return putStateBack(device);
+    default:
+        return putServerBack();
     }
-    const std::string path =
-        operation.what == Do::putServerBack ? serverPath() : device.statePath();
-    if (!std::filesystem::exists(path + kCopy))
+}
+
+/// What no run has seen yet is then in the newest backup alone.
+void World::restoreBackup(Device& device, int which)
+{
+    std::vector<std::string> names = device.backups().names();
+    const std::string* name = pick(names, which);
+    if (name == nullptr)
         return;
-    std::filesystem::copy_file(path + kCopy, path,
+    std::set<int> gone = tokensIn(device);
+    for (const int token : accountOf(device).synced)
+        gone.erase(token);
+    mayBeGone(gone);
+    device.restoreBackup(*name);
+}
+
+/// Without what was seen, an item that is edited before the next run is known by nothing that the
+/// server knows as well: it would be another one. So that run comes at once.
+void World::putStateBack(Device& device)
+{
+    Account& account = accountOf(device);
+    if (!account.hasState || account.isDirty)
+        return;
+    std::filesystem::copy_file(device.statePath() + kCopy, device.statePath(),
                                std::filesystem::copy_options::overwrite_existing);
-    if (operation.what == Do::putStateBack)
-        accountOf(device).hasBase = accountOf(device).stateHasBase;
+    account.hasBase = account.stateHasBase;
+    sync(device, {Do::sync, 0, 0, 0});
+}
+
+/// A server that has grown past what a device knows since it was put back is noticed only by a full
+/// comparison.
+void World::putServerBack()
+{
+    if (!std::filesystem::exists(serverPath() + kCopy))
+        return;
+    std::filesystem::copy_file(serverPath() + kCopy, serverPath(),
+                               std::filesystem::copy_options::overwrite_existing);
+    for (const auto& device : _devices)
+        device->askForFullSync();
 }
 
 /// By hand, behind the host's back: what is newer than the copy is deleted by that.
@@ -367,7 +412,12 @@ void World::run(Device& device, const std::string& url, const SyncRunWishes& wis
 
 void World::note(Device& device, const Device::Run& run)
 {
-    accountOf(device).hasBase = accountOf(device).hasBase || run.result.isCompleted;
+    if (run.result.isCompleted) {
+        accountOf(device).hasBase = true;
+        accountOf(device).movedInto.clear();
+        accountOf(device).isDirty = false;
+        accountOf(device).synced = tokensIn(device);
+    }
     std::string line = "  " + device.name() + ": ";
     if (run.isKilled)
         line += "killed ";

@@ -45,14 +45,17 @@ private:
     /// What is known of a device beside itself.
     struct Account {
         Damages damages;
-        bool hasBase = false;  // a run of it was completed
+        bool hasBase = false;               // a run of it was completed
+        std::set<std::string> movedInto{};  // keys of calendars, since then
+        bool isDirty = false;               // somebody worked in the store since
+        std::set<int> synced{};             // tokens that were in the store at its end
         struct Store {
             Device::StoreCopy copy;
             std::set<int> tokens;
             Damages damages;
         };
-        std::optional<Store> store;  // an older copy
-        bool hasState = false;       // an older copy of its state stands beside it
+        std::optional<Store> store{};  // an older copy
+        bool hasState = false;         // an older copy of its state stands beside it
         bool stateHasBase = false;
     };
 
@@ -66,7 +69,7 @@ private:
     void move(Device& device, int which, int where);
     void remove(Device& device, int which);
     void addCalendar(Device& device, int what);
-    void removeCalendar(Device& device, int which);
+    void removeCalendar(Device& device, const Operation& operation);
     void changeCalendar(Device& device, const Operation& operation);
     void toggle(Device& device, int which);
     void damage(Device& device, const Operation& operation);
@@ -74,6 +77,9 @@ private:
     void copy(Device& device, Do what);
     void putBack(Device& device, const Operation& operation);
     void putStoreBack(Device& device);
+    void restoreBackup(Device& device, int which);
+    void putStateBack(Device& device);
+    void putServerBack();
     void mayBeGone(const std::set<int>& tokens);
     std::set<int> tokensIn(Device& device);
     Account& accountOf(Device& device) { return _accounts.at(&device); }
@@ -91,6 +97,7 @@ private:
     std::map<int, bool> _mayBeGone;
     int _lastToken = 0;
     int _lastTitle = 0;
+    std::set<std::string> _formerTitles;  // of calendars that were given another one
     std::string _story;
     std::string _failedRuns;  // of the last round
 };

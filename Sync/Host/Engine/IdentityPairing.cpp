@@ -134,16 +134,6 @@ private:
     Keys _calendarsNow;  // by the key they had when they were seen
 };
 
-Keys agreedCalendars(const std::vector<LocalRecord>& records)
-{
-    Keys keys;
-    for (const LocalRecord& local : records) {
-        if (local.record->conduit() == kConduitCalendar && !local.agreedId.key.empty())
-            keys.emplace(local.record->recordKey(), local.agreedId.key);
-    }
-    return keys;
-}
-
 // As it was seen, in a calendar that it has left as the server and this device agree.
 bool isInFormerPlace(const LocalRecord& local, const Keys& calendars, const Knowledge& knowledge)
 {
@@ -165,6 +155,17 @@ StorePlace placeInRewrite(const LocalRecord& local)
 }
 
 }  // namespace
+
+std::unordered_map<std::string, std::string> agreedCalendars(
+    const std::vector<LocalRecord>& records)
+{
+    Keys keys;
+    for (const LocalRecord& local : records) {
+        if (local.record->conduit() == kConduitCalendar && !local.agreedId.key.empty())
+            keys.emplace(local.record->recordKey(), local.agreedId.key);
+    }
+    return keys;
+}
 
 std::string identityOf(std::string_view conduit, const StorePlace& place)
 {

@@ -2,6 +2,7 @@
 
 #include <optional>
 #include <string>
+#include <unordered_map>
 #include <vector>
 
 #include "Sync/Host/Engine/HandedState.h"
@@ -15,6 +16,10 @@ namespace kt {
 
 /// The same for every record that is known to be the same one; empty where there is no identity.
 std::string identityOf(std::string_view conduit, const StorePlace& place);
+
+/// The keys that the calendars among the records are agreed under, by their local ones.
+std::unordered_map<std::string, std::string> agreedCalendars(
+    const std::vector<LocalRecord>& records);
 
 /// Whether a record and a row are known to be the same one. False where either has no identity.
 bool haveSameIdentity(std::string_view conduit, const StorePlace& left, const StorePlace& right);

@@ -6,6 +6,7 @@
 #include "Sync/Host/Engine/EqualKeys.h"
 #include "Sync/Host/Engine/HandedState.h"
 #include "Sync/Host/Engine/IdentityPairing.h"
+#include "Sync/Host/Engine/NeverSeen.h"
 #include "Sync/Host/Engine/RecordCoding.h"
 #include "Sync/Host/Engine/RecordFields.h"
 #include "Sync/Host/Engine/Settling.h"
@@ -231,6 +232,7 @@ LocalRecords::LocalRecords(std::vector<LocalRecord> loaded, const Knowledge& kno
                 return row->agreedKey && claimed.count({row->local.conduit, *row->agreedKey}) != 0;
             });
     }
+    nameWhatWasNeverSeen(_records, knowledge, state);
     for (const Groups::Group& group : groups.all)
         tellEqualKeysApart(group.records, group.rows, context);
     for (const LocalRecord& local : _records) {

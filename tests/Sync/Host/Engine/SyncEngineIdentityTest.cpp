@@ -215,5 +215,25 @@ TEST_P(Identity, TwinsUnderOneUidAreToldApartByContent)
     EXPECT_EQ(b.store.count("Einkaufen"), 2);
 }
 
+TEST_F(SyncEngineRules, Rule13_AnItemThatCameIntoASwitchedOffCalendarIsKnownWhenThatIsSwitchedOn)
+{
+    givenTwoHomes();
+    auto& a = home("a");
+    auto& b = home("b");
+    a.switchOff("Arbeit");
+    removeCalendar(a, "Arbeit");
+    b.store.calendar("Arbeit")->items.push_back(*b.store.item("Privat", "Zahnarzt"));
+    removeItem(b, "Privat", "Zahnarzt");
+    b.sync();
+    a.sync();
+    a.switchOn("Arbeit");
+    syncUntilRest();
+    for (const char* name : {"a", "b"}) {
+        EXPECT_EQ(home(name).store.count("Zahnarzt"), 1) << name;
+        EXPECT_NE(home(name).store.item("Arbeit", "Zahnarzt"), nullptr) << name;
+    }
+    expectRest();
+}
+
 }  // namespace
 }  // namespace kt::test
