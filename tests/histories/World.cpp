@@ -168,7 +168,7 @@ void World::move(Device& device, int which, int where)
         accountOf(device).damages.isBroken(place->item))
         return;
     const std::string name = place->item.value("UID").value_or("UID-" + stamp());
-    accountOf(device).movedInto.insert(target->key);
+    accountOf(device).keptOn.insert(target->key);
     device.hand().remove(*place);
     device.hand().add(*target, name, place->item);
     tell("  #" + std::to_string(tokenOf(place->item)) + " to " + target->title);
@@ -189,7 +189,10 @@ void World::addCalendar(Device& device, int what)
 {
     const Calendars calendars = device.hand().calendars();
     std::string title = "Kalender " + std::to_string(what % 6);
-    const bool isTaken = std::any_of(calendars.begin(), calendars.end(),
+    // Open: a calendar that meets one of the server under the title that this one had once is taken
+    // for it, and what is added to it then goes up as in no calendar.
+    const bool isTaken = _formerTitles.count(title) != 0 ||
+                         std::any_of(calendars.begin(), calendars.end(),
                                      [&](const auto& each) { return each.title == title; });
     const std::string number = std::to_string(++_lastTitle);
     if (isTaken)
@@ -229,8 +232,12 @@ void World::changeCalendar(Device& device, const Operation& operation)
     // Of two calendars of one title a store gives only one.
     const std::string title = "Umbenannt " + std::to_string(++_lastTitle);
     tell("  calendar " + calendar->title + (operation.what == Do::rename ? " to " + title : ""));
-    if (operation.what == Do::rename)
+    // Open: one that is given another title and switched off before the next run is deleted
+    // elsewhere, and comes back as another one when it is switched on.
+    if (operation.what == Do::rename) {
         _formerTitles.insert(calendar->title);
+        accountOf(device).keptOn.insert(calendar->key);
+    }
     if (operation.what == Do::rename)
         device.hand().rename(*calendar, title);
     else if (operation.what == Do::recolor)
@@ -248,7 +255,7 @@ void World::toggle(Device& device, int which)
     // The same as for moving. And, open: of a new calendar under the former title of another one,
     // what is in it is lost when it is switched off before it was ever synced.
     if (calendar == nullptr || device.isMarked() ||
-        accountOf(device).movedInto.count(calendar->key) != 0 ||
+        accountOf(device).keptOn.count(calendar->key) != 0 ||
         _formerTitles.count(calendar->title) != 0)
         return;
     const bool isOn = device.isOn(calendar->title);
@@ -414,7 +421,7 @@ void World::note(Device& device, const Device::Run& run)
 {
     if (run.result.isCompleted) {
         accountOf(device).hasBase = true;
-        accountOf(device).movedInto.clear();
+        accountOf(device).keptOn.clear();
         accountOf(device).isDirty = false;
         accountOf(device).synced = tokensIn(device);
     }
