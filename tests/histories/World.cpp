@@ -7,13 +7,13 @@
 #include "Sync/Foundation/CalendarDate.h"
 #include "Sync/Host/Server/SyncServer.h"
 #include "tests/histories/ItemMaker.h"
+#include "tests/histories/Pick.h"
 
 namespace kt::test {
 
 namespace {
 
 constexpr int kMostRounds = 8;
-constexpr const char* kCopy = ".copy";
 
 Date startOfTime()
 {
@@ -27,13 +27,6 @@ std::filesystem::path folderForDatabases()
     const std::filesystem::path inMemory = "/dev/shm";
     return std::filesystem::is_directory(inMemory) ? inMemory
                                                    : std::filesystem::temp_directory_path();
-}
-
-/// One of them, whatever the number; null of none.
-template <class List>
-auto* pick(List& list, int which)
-{
-    return list.empty() ? nullptr : &list[static_cast<std::size_t>(which) % list.size()];
 }
 
 }  // namespace
@@ -168,7 +161,7 @@ void World::move(Device& device, int which, int where)
         accountOf(device).damages.isBroken(place->item))
         return;
     const std::string name = place->item.value("UID").value_or("UID-" + stamp());
-    accountOf(device).movedInto.insert(target->key);
+    accountOf(device).keptOn.insert(target->key);
     device.hand().remove(*place);
     device.hand().add(*target, name, place->item);
     tell("  #" + std::to_string(tokenOf(place->item)) + " to " + target->title);
@@ -189,7 +182,10 @@ void World::addCalendar(Device& device, int what)
 {
     const Calendars calendars = device.hand().calendars();
     std::string title = "Kalender " + std::to_string(what % 6);
-    const bool isTaken = std::any_of(calendars.begin(), calendars.end(),
+    // Open: a calendar that meets one of the server under the title that this one had once is taken
+    // for it, and what is added to it then goes up as in no calendar.
+    const bool isTaken = _formerTitles.count(title) != 0 ||
+                         std::any_of(calendars.begin(), calendars.end(),
                                      [&](const auto& each) { return each.title == title; });
     const std::string number = std::to_string(++_lastTitle);
     if (isTaken)
@@ -229,8 +225,12 @@ void World::changeCalendar(Device& device, const Operation& operation)
     // Of two calendars of one title a store gives only one.
     const std::string title = "Umbenannt " + std::to_string(++_lastTitle);
     tell("  calendar " + calendar->title + (operation.what == Do::rename ? " to " + title : ""));
-    if (operation.what == Do::rename)
+    // Open: one that is given another title and switched off before the next run is deleted
+    // elsewhere, and comes back as another one when it is switched on.
+    if (operation.what == Do::rename) {
         _formerTitles.insert(calendar->title);
+        accountOf(device).keptOn.insert(calendar->key);
+    }
     if (operation.what == Do::rename)
         device.hand().rename(*calendar, title);
     else if (operation.what == Do::recolor)
@@ -248,7 +248,7 @@ void World::toggle(Device& device, int which)
     // The same as for moving. And, open: of a new calendar under the former title of another one,
     // what is in it is lost when it is switched off before it was ever synced.
     if (calendar == nullptr || device.isMarked() ||
-        accountOf(device).movedInto.count(calendar->key) != 0 ||
+        accountOf(device).keptOn.count(calendar->key) != 0 ||
         _formerTitles.count(calendar->title) != 0)
         return;
     const bool isOn = device.isOn(calendar->title);
@@ -280,129 +280,6 @@ void World::sync(Device& device, const Operation& operation)
     run(device, url, wishes, fault);
 }
 
-/// A text stays unread until somebody mends it. Without a common past it cannot be known that a
-/// record of the server is the same, and while a rewrite is not settled a calendar that cannot be
-/// read is taken for half made.
-void World::damage(Device& device, const Operation& operation)
-{
-    Account& account = accountOf(device);
-    auto items = device.hand().items();
-    Calendars calendars = device.hand().calendars();
-    const auto* place = pick(items, operation.first);
-    const auto* calendar = pick(calendars, operation.first);
-    if (place == nullptr || !account.hasBase)
-        return;
-    std::string told;
-    if (operation.what == Do::breakItem)
-        told = account.damages.breakItem(*place);
-    else if (!device.isMarked())
-        told = account.damages.breakFile(
-            operation.what == Do::breakFile ? place->file : StorePaths::infoFile(calendar->folder));
-    tell("  " + told);
-}
-
-void World::mendAll(Device& device) { accountOf(device).damages.mendAll(); }
-
-std::set<int> World::tokensIn(Device& device)
-{
-    std::set<int> tokens = accountOf(device).damages.tokens();
-    for (const auto& place : device.hand().items())
-        tokens.insert(tokenOf(place.item));
-    return tokens;
-}
-
-void World::mayBeGone(const std::set<int>& tokens)
-{
-    for (const int token : tokens)
-        _mayBeGone[token] = true;
-}
-
-void World::copy(Device& device, Do what)
-{
-    Account& account = accountOf(device);
-    if (what == Do::copyStore) {
-        account.store.emplace(
-            Account::Store{device.copyOfStore(), tokensIn(device), account.damages});
-        return;
-    }
-    const std::string path = what == Do::copyServer ? serverPath() : device.statePath();
-    if (!std::filesystem::exists(path))
-        return;
-    std::filesystem::copy_file(path, path + kCopy,
-                               std::filesystem::copy_options::overwrite_existing);
-    if (what == Do::copyState) {
-        account.hasState = true;
-        account.stateHasBase = account.hasBase;
-    }
-}
-
-void World::putBack(Device& device, const Operation& operation)
-{
-    switch (operation.what) {
-    case Do::putStoreBack:
-        return putStoreBack(device);
-    case Do::restoreBackup:
-        return restoreBackup(device, operation.first);
-    case Do::putStateBack:
-        return putStateBack(device);
-    default:
-        return putServerBack();
-    }
-}
-
-/// What no run has seen yet is then in the newest backup alone.
-void World::restoreBackup(Device& device, int which)
-{
-    std::vector<std::string> names = device.backups().names();
-    const std::string* name = pick(names, which);
-    if (name == nullptr)
-        return;
-    std::set<int> gone = tokensIn(device);
-    for (const int token : accountOf(device).synced)
-        gone.erase(token);
-    mayBeGone(gone);
-    device.restoreBackup(*name);
-}
-
-/// Without what was seen, an item that is edited before the next run is known by nothing that the
-/// server knows as well: it would be another one. So that run comes at once.
-void World::putStateBack(Device& device)
-{
-    Account& account = accountOf(device);
-    if (!account.hasState || account.isDirty)
-        return;
-    std::filesystem::copy_file(device.statePath() + kCopy, device.statePath(),
-                               std::filesystem::copy_options::overwrite_existing);
-    account.hasBase = account.stateHasBase;
-    sync(device, {Do::sync, 0, 0, 0});
-}
-
-/// A server that has grown past what a device knows since it was put back is noticed only by a full
-/// comparison.
-void World::putServerBack()
-{
-    if (!std::filesystem::exists(serverPath() + kCopy))
-        return;
-    std::filesystem::copy_file(serverPath() + kCopy, serverPath(),
-                               std::filesystem::copy_options::overwrite_existing);
-    for (const auto& device : _devices)
-        device->askForFullSync();
-}
-
-/// By hand, behind the host's back: what is newer than the copy is deleted by that.
-void World::putStoreBack(Device& device)
-{
-    Account& account = accountOf(device);
-    if (!account.store)
-        return;
-    std::set<int> gone = tokensIn(device);
-    for (const int token : account.store->tokens)
-        gone.erase(token);
-    mayBeGone(gone);
-    device.putStoreBack(account.store->copy);
-    account.damages = account.store->damages;
-}
-
 void World::run(Device& device, const std::string& url, const SyncRunWishes& wishes,
                 const Fault& fault)
 {
@@ -414,7 +291,7 @@ void World::note(Device& device, const Device::Run& run)
 {
     if (run.result.isCompleted) {
         accountOf(device).hasBase = true;
-        accountOf(device).movedInto.clear();
+        accountOf(device).keptOn.clear();
         accountOf(device).isDirty = false;
         accountOf(device).synced = tokensIn(device);
     }

@@ -45,10 +45,11 @@ private:
     /// What is known of a device beside itself.
     struct Account {
         Damages damages;
-        bool hasBase = false;               // a run of it was completed
-        std::set<std::string> movedInto{};  // keys of calendars, since then
-        bool isDirty = false;               // somebody worked in the store since
-        std::set<int> synced{};             // tokens that were in the store at its end
+        bool hasBase = false;  // a run of it was completed
+        std::set<std::string>
+            keptOn{};            // keys of calendars that are not switched off before the next
+        bool isDirty = false;    // somebody worked in the store since
+        std::set<int> synced{};  // tokens that were in the store at its end
         struct Store {
             Device::StoreCopy copy;
             std::set<int> tokens;
