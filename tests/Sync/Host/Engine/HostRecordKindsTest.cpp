@@ -52,6 +52,9 @@ INSTANTIATE_TEST_SUITE_P(
     Rule1, RightKinds,
     testing::Values(
         Row{"Nothing", kConduitCalendar, {}},
+        Row{"RuleWithAFieldWithoutAName",
+            kConduitEvent,
+            {{"RecurrenceRule", Dictionary{{"", "x"}}}}},
         Row{"Publisher", kConduitCalendar, {{"Publisher", Dictionary{{"UploadURL", "u"}}}}},
         Row{"PublisherOfOlderRecords", kConduitCalendar, {{"Publisher", Array{Dictionary{}}}}},
         Row{"PublisherOfOlderRecordsThatIsNone", kConduitCalendar, {{"Publisher", Array{}}}},
