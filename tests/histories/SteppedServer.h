@@ -42,6 +42,7 @@ private:
         {}
 
         std::string serverIdentity() override { return _inner->serverIdentity(); }
+        std::string renewIdentity() override { return _inner->renewIdentity(); }
         std::int64_t headRevision() override { return _inner->headRevision(); }
         std::int64_t recordCount() override { return _inner->recordCount(); }
         std::vector<ServerRecord> changesSince(std::int64_t revision) override
