@@ -15,7 +15,7 @@ std::string Damages::breakItem(const StoreHand::Place& place)
     broken.append({"RRULE:FREQ=DAILY", "RRULE:FREQ=WEEKLY"});
     _hand->replace(place, broken);
     _all.push_back({place.file, place.item.text(), broken.text(), true});
-    return "two rules in #" + std::to_string(tokenOf(place.item));
+    return "two rules in " + toldTokens(place.item);
 }
 
 std::string Damages::breakFile(const std::string& path)
@@ -78,14 +78,14 @@ std::set<int> Damages::tokens() const
         if (!isThere(damage))
             continue;
         if (damage.isItem)
-            tokens.insert(tokenOf(ItemText(damage.before)));
+            tokens.merge(tokensOf(ItemText(damage.before)));
         for (const ItemText& item : ItemsFile::inText(damage.isItem ? "" : damage.before).items)
-            tokens.insert(tokenOf(item));
+            tokens.merge(tokensOf(item));
         // A description stands for all that is in its calendar.
         if (damage.path.ends_with(StorePaths::infoFileName))
             for (const StoreHand::Place& place :
                  _hand->itemsBelow(stringByDeletingLastPathComponent(damage.path)))
-                tokens.insert(tokenOf(place.item));
+                tokens.merge(tokensOf(place.item));
     }
     return tokens;
 }

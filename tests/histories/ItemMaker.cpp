@@ -97,15 +97,16 @@ ItemText makeItem(int token, int what, const std::string& stamp)
 
 std::string editItem(ItemText& item, int what, const std::string& stamp)
 {
-    const std::string notes = item.value("DESCRIPTION").value_or("");
-    const std::string token = notes.substr(0, notes.find('#', 1) + 1);
+    std::string tokens;
+    for (const int token : tokensOf(item))
+        tokens += "#" + std::to_string(token) + "#";
     const std::string value = someText(stamp, what);
     std::string told;
     if (what % 6 == 0) {
         item.set("SUMMARY", "SUMMARY:" + value);
         told = "title";
     } else if (what % 6 == 1) {
-        item.set("DESCRIPTION", "DESCRIPTION:" + token + " " + value);
+        item.set("DESCRIPTION", "DESCRIPTION:" + tokens + " " + value);
         told = "notes";
     } else {
         told = item.isEvent() ? editEvent(item, what / 6, value) : editTask(item, what / 6, stamp);
@@ -119,10 +120,24 @@ std::string editItem(ItemText& item, int what, const std::string& stamp)
     return told;
 }
 
-int tokenOf(const ItemText& item)
+std::set<int> tokensOf(const ItemText& item)
 {
     const std::string notes = item.value("DESCRIPTION").value_or("");
-    return notes.starts_with('#') ? std::atoi(notes.c_str() + 1) : 0;
+    std::set<int> tokens;
+    for (std::size_t at = notes.find('#'); at != std::string::npos; at = notes.find('#', at + 1)) {
+        const std::size_t end = notes.find_first_not_of("0123456789", at + 1);
+        if (end != std::string::npos && end > at + 1 && notes[end] == '#')
+            tokens.insert(std::atoi(notes.c_str() + at + 1));
+    }
+    return tokens;
+}
+
+std::string toldTokens(const ItemText& item)
+{
+    std::string told;
+    for (const int token : tokensOf(item))
+        told += (told.empty() ? "#" : " #") + std::to_string(token);
+    return told;
 }
 
 }  // namespace kt::test

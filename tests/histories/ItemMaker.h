@@ -1,5 +1,6 @@
 #pragma once
 
+#include <set>
 #include <string>
 
 #include "tests/histories/ItemText.h"
@@ -13,7 +14,9 @@ ItemText makeItem(int token, int what, const std::string& stamp);
 /// The item with one thing changed, which is told.
 std::string editItem(ItemText& item, int what, const std::string& stamp);
 
-/// The token of an item's notes; 0 for none.
-int tokenOf(const ItemText& item);
+/// The tokens of an item's notes: of one that was entered on two devices both may stand there.
+std::set<int> tokensOf(const ItemText& item);
+/// As people read them: `#17 #21`.
+std::string toldTokens(const ItemText& item);
 
 }  // namespace kt::test

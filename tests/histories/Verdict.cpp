@@ -90,8 +90,10 @@ std::string unequalRecords(const Device& one, const Device& other)
 std::string missingOrDoubled(Device& device, const std::map<int, bool>& ledger)
 {
     std::map<int, int> counts;
-    for (const auto& place : device.hand().items())
-        ++counts[tokenOf(place.item)];
+    for (const auto& place : device.hand().items()) {
+        for (const int token : tokensOf(place.item))
+            ++counts[token];
+    }
     std::string text;
     for (const auto& [token, mayBeGone] : ledger) {
         const int count = counts[token];

@@ -41,7 +41,7 @@ std::set<int> World::tokensIn(Device& device)
 {
     std::set<int> tokens = accountOf(device).damages.tokens();
     for (const auto& place : device.hand().items())
-        tokens.insert(tokenOf(place.item));
+        tokens.merge(tokensOf(place.item));
     return tokens;
 }
 

@@ -146,7 +146,7 @@ void World::edit(Device& device, int which, int what)
     ItemText item = place->item;
     const std::string told = editItem(item, what, stamp());
     device.hand().replace(*place, item);
-    tell("  " + told + " of #" + std::to_string(tokenOf(item)));
+    tell("  " + told + " of " + toldTokens(item));
 }
 
 void World::move(Device& device, int which, int where)
@@ -164,7 +164,7 @@ void World::move(Device& device, int which, int where)
     accountOf(device).keptOn.insert(target->key);
     device.hand().remove(*place);
     device.hand().add(*target, name, place->item);
-    tell("  #" + std::to_string(tokenOf(place->item)) + " to " + target->title);
+    tell("  " + toldTokens(place->item) + " to " + target->title);
 }
 
 void World::remove(Device& device, int which)
@@ -173,9 +173,9 @@ void World::remove(Device& device, int which)
     const auto* place = pick(items, which);
     if (place == nullptr || accountOf(device).damages.isBroken(place->item))
         return;
-    _mayBeGone[tokenOf(place->item)] = true;
+    mayBeGone(tokensOf(place->item));
     device.hand().remove(*place);
-    tell("  #" + std::to_string(tokenOf(place->item)));
+    tell("  " + toldTokens(place->item));
 }
 
 void World::addCalendar(Device& device, int what)
@@ -206,8 +206,8 @@ void World::removeCalendar(Device& device, const Operation& operation)
     for (const auto& place : device.hand().items()) {
         if (place.calendar != calendar->key)
             continue;
-        _mayBeGone[tokenOf(place.item)] = true;
-        tell("  #" + std::to_string(tokenOf(place.item)));
+        mayBeGone(tokensOf(place.item));
+        tell("  " + toldTokens(place.item));
     }
     device.hand().removeCalendar(*calendar);
 }

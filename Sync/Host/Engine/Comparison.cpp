@@ -353,7 +353,7 @@ void Comparison::compareNew(const RecordId& id, const LocalRecord* local,
     }
     if (isOnServer) {
         const std::string ownHash = contentHash(own);
-        takeMerged(id, mergedWithoutBase(own, remote->record), *remote);
+        takeMerged(id, mergedAsNew(own, remote->record), *remote);
         noteOverwritten(id, {nullptr, own, remote->record, _outcomes.at(id).record});
         _outcomes.at(id).comesDown = contentHash(_outcomes.at(id).record) != ownHash;
     } else {

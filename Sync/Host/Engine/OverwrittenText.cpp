@@ -49,7 +49,8 @@ std::vector<OverwrittenText> overwrittenTexts(const RecordId& id, const SettledC
         const std::string merged = textOf(conflict.merged[field]);
         const std::string& loser = merged == local ? server : local;
         const bool isNobodys = conflict.base != nullptr && loser == textOf((*conflict.base)[field]);
-        if (local != server && !loser.empty() && !isNobodys)
+        const bool isGone = merged.find(loser) == std::string::npos;
+        if (local != server && !loser.empty() && isGone && !isNobodys)
             texts.push_back({id, textOf(conflict.merged["Title"]), std::string(field), loser});
     }
     return texts;

@@ -4,6 +4,8 @@
 #include <cstdint>
 #include <limits>
 #include <optional>
+#include <string>
+#include <string_view>
 
 #include "Sync/Host/Engine/HostEnhancedDate.h"
 #include "Sync/Host/Engine/RecordFields.h"
@@ -115,6 +117,25 @@ Dictionary mergedWithoutBase(const Dictionary& local, const Dictionary& server)
     }
     if (winner == MergeSide::local)
         takePassiveFields(merged, local);
+    return merged;
+}
+
+Dictionary mergedAsNew(const Dictionary& local, const Dictionary& server)
+{
+    constexpr const char* kNotes = "Notes";
+    constexpr std::string_view kLineBreak = "\\n";  // as item texts have it (RFC 5545, 3.3.11)
+    Dictionary merged = mergedWithoutBase(local, server);
+    if (!local[kNotes].isString() || !server[kNotes].isString())
+        return merged;
+    const bool isLocalFirst = winnerOfConflict(local, server) == MergeSide::local;
+    std::string first(isLocalFirst ? local[kNotes].string() : server[kNotes].string());
+    const std::string second(isLocalFirst ? server[kNotes].string() : local[kNotes].string());
+    if (first.find(second) != std::string::npos)
+        merged.set(kNotes, first);
+    else if (second.find(first) != std::string::npos)
+        merged.set(kNotes, second);
+    else
+        merged.set(kNotes, first.append(kLineBreak).append(second));
     return merged;
 }
 

@@ -34,4 +34,8 @@ Dictionary mergedOntoAgreed(const Dictionary& agreed, const LocalChange& local,
 /// differs goes to the winner of the conflict. So nothing is deleted by it.
 Dictionary mergedWithoutBase(const Dictionary& local, const Dictionary& server);
 
+/// The same for what was entered on both sides and never known as one: nobody's notes give way. Of
+/// two that differ both stand in it, the winner's first, unless one holds the other.
+Dictionary mergedAsNew(const Dictionary& local, const Dictionary& server);
+
 }  // namespace kt

@@ -122,12 +122,27 @@ TEST_F(SyncEngineRules, Rule10_AtAFirstMeetingTheTextThatGivesWayIsNamed)
     auto& a = home("a");
     auto& b = home("b");
     a.store.calendars = {
+        calendar("Privat", {event("Zahnarzt", "20071224T100000", {{"Location", "von a"}})})};
+    b.store.calendars = {
+        calendar("Privat", {event("Zahnarzt", "20071224T100000", {{"Location", "von b"}})})};
+    syncUntilRest();
+    expectEqualHomes();
+    EXPECT_EQ(linesOfConflicts(a) + linesOfConflicts(b), 1U);
+}
+
+TEST_F(SyncEngineRules, Rule10_AtAFirstMeetingTheNotesOfBothStay)
+{
+    auto& a = home("a");
+    auto& b = home("b");
+    a.store.calendars = {
         calendar("Privat", {event("Zahnarzt", "20071224T100000", {{"Notes", "von a"}})})};
     b.store.calendars = {
         calendar("Privat", {event("Zahnarzt", "20071224T100000", {{"Notes", "von b"}})})};
     syncUntilRest();
     expectEqualHomes();
-    EXPECT_EQ(linesOfConflicts(a) + linesOfConflicts(b), 1U);
+    EXPECT_EQ(fields(a, "Privat", "Zahnarzt")["Notes"], Value("von a\\nvon b"));
+    EXPECT_EQ(linesOfConflicts(a) + linesOfConflicts(b), 0U);
+    expectRest();
 }
 
 TEST_F(SyncEngineRules, Rule10_TwoNewEventsOfOneKeyKeepBothNotes)

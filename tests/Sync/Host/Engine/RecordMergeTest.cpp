@@ -65,6 +65,43 @@ TEST_P(Conflicts, HaveAWinner)
     EXPECT_EQ(winnerOfConflict(local, server), row.winner);
 }
 
+struct NotesRow {
+    std::string name;
+    Value local;
+    Value server;
+    Value merged;
+};
+
+class NewOnBothSides : public testing::TestWithParam<NotesRow> {};
+
+INSTANTIATE_TEST_SUITE_P(Notes, NewOnBothSides,
+                         testing::Values(NotesRow{"OnlyHere", "a", Value(), "a"},
+                                         NotesRow{"OnlyThere", Value(), "b", "b"},
+                                         NotesRow{"Equal", "a", "a", "a"},
+                                         NotesRow{"Both", "a", "b", "b\\na"},
+                                         NotesRow{"HereHoldsThere", "a and b", "b", "a and b"},
+                                         NotesRow{"ThereHoldsHere", "b", "a and b", "a and b"},
+                                         NotesRow{"AnEmptyOne", "a", "", "a"}),
+                         [](const auto& row) { return row.param.name; });
+
+TEST_P(NewOnBothSides, KeepsTheNotesOfBoth)
+{
+    Dictionary local{{"Title", "Zahnarzt"}};
+    Dictionary server = local;
+    local.setIfPresent("Notes", GetParam().local);
+    server.setIfPresent("Notes", GetParam().server);
+    EXPECT_EQ(mergedAsNew(local, server)["Notes"], GetParam().merged);
+}
+
+TEST(EnteredTwice, PutsTheWinnersNotesFirst)
+{
+    Dictionary local = stamped("2", "20080101T100000");
+    Dictionary server = stamped("1", "20080101T100000");
+    local.set("Notes", "a");
+    server.set("Notes", "b");
+    EXPECT_EQ(mergedAsNew(local, server)["Notes"], Value("a\\nb"));
+}
+
 TEST(EarlierState, IsToldBySequenceThenStamp)
 {
     const Dictionary first = stamped("1", "20080101T100000");
