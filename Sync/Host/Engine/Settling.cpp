@@ -125,6 +125,13 @@ std::string orderAndColor(std::string_view conduit, const Dictionary& record)
     return joined({textOf(record, "Type"), record["Order"].description(), textOf(record, "Color")});
 }
 
+std::string titleAndType(std::string_view conduit, const Dictionary& record)
+{
+    if (!isCalendarConduit(conduit))
+        return "";
+    return joined({textOf(record, "Title"), textOf(record, "Type")});
+}
+
 void pairCalendars(Pairing& pairing)
 {
     const auto key = [](std::string_view conduit, const std::string& recordKey) {
@@ -137,6 +144,12 @@ void pairCalendars(Pairing& pairing)
     pairing.pair([&](const auto& local) { return sourceKey(local.conduit(), local.record()); },
                  [&](const auto& handed) {
                      return sourceKey(handed.id.conduit, handed.content());
+                 });
+    // A folder that was there already makes a store take another one. The title is the one that was
+    // handed out, while the key that is agreed may be made of an earlier one.
+    pairing.pair([&](const auto& local) { return titleAndType(local.conduit(), local.record()); },
+                 [&](const auto& handed) {
+                     return titleAndType(handed.id.conduit, handed.content());
                  });
     pairing.pair([&](const auto& local) { return key(local.conduit(), local.recordKey()); },
                  [&](const auto& handed) { return key(handed.id.conduit, handed.id.key); });

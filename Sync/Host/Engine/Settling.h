@@ -15,10 +15,10 @@ namespace kt {
 /// first.
 ///
 /// A store computes keys from what it can hold, so a record does not always come back under the key
-/// it went out with. Calendars are found by key, then by SourceKey, then by what else tells them
-/// apart; items by key, where numbers behind a key mean nothing, then by their content within their
-/// calendar. Nobody touched the store since it was rewritten, or the run would not count, so all of
-/// it stems from what was handed out.
+/// it went out with. Calendars are found by SourceKey, then by title and type, then by key, then by
+/// what else tells them apart; items by key, where numbers behind a key mean nothing, then by their
+/// content within their calendar. Nobody touched the store since it was rewritten, or the run would
+/// not count, so all of it stems from what was handed out.
 ///
 /// `known` are the agreed keys that are certain already; they come back as they are, and nothing
 /// else is given them. In a store whose rewrite was not settled some may be older than the rewrite

@@ -67,6 +67,18 @@ TEST(PairWithHanded, GoesByKey)
                 ElementsAre("A", "B"));
 }
 
+TEST(PairWithHanded, KnowsACalendarInAnotherFolderByTheTitleThatWasHandedOut)
+{
+    // "Umbenannt" is agreed under the key of its former title, which another calendar has now.
+    const Names names =
+        paired({local(kConduitCalendar, "key of Umbenannt", calendarRecord("Umbenannt", "NEW-1")),
+                local(kConduitCalendar, "key of Privat", calendarRecord("Privat", "NEW-2"))},
+               {handed(kConduitCalendar, "key of Privat", calendarRecord("Umbenannt", "OLD-1")),
+                handed(kConduitCalendar, "another key", calendarRecord("Privat", "OLD-2"))},
+               Looks::sayNothing);
+    EXPECT_THAT(names, ElementsAre("key of Privat", "another key"));
+}
+
 TEST(PairWithHanded, TellsEqualKeysApartByContentWhateverTheirOrder)
 {
     EXPECT_THAT(paired({local(kConduitTask, "T", taskRecord("Einkaufen", "20071225")),
