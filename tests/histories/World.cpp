@@ -182,10 +182,7 @@ void World::addCalendar(Device& device, int what)
 {
     const Calendars calendars = device.hand().calendars();
     std::string title = "Kalender " + std::to_string(what % 6);
-    // Open: a calendar that meets one of the server under the title that this one had once is taken
-    // for it, and what is added to it then goes up as in no calendar.
-    const bool isTaken = _formerTitles.count(title) != 0 ||
-                         std::any_of(calendars.begin(), calendars.end(),
+    const bool isTaken = std::any_of(calendars.begin(), calendars.end(),
                                      [&](const auto& each) { return each.title == title; });
     const std::string number = std::to_string(++_lastTitle);
     if (isTaken)
