@@ -155,9 +155,7 @@ void World::move(Device& device, int which, int where)
     Calendars calendars = device.hand().calendars();
     const auto* place = pick(items, which);
     const auto* target = pick(calendars, where);
-    // Open: what is moved into a calendar that is switched off here is deleted elsewhere, and comes
-    // back a second time when that is switched on.
-    if (place == nullptr || target->key == place->calendar || !device.isOn(target->title) ||
+    if (place == nullptr || target->key == place->calendar ||
         accountOf(device).damages.isBroken(place->item))
         return;
     const std::string name = place->item.value("UID").value_or("UID-" + stamp());
