@@ -1,3 +1,5 @@
+#include <filesystem>
+
 #include "tests/Sync/Host/Engine/SyncEngineRules.h"
 
 namespace kt::test {
@@ -63,6 +65,30 @@ TEST_F(SyncEngineRules, Rule12_AServerReplacedKeepsWhatASwitchedOffCalendarHolds
     syncUntilRest();
     EXPECT_EQ(liveOnServer().size(), 5U);
     EXPECT_EQ(home("b").store.count("Sitzung"), 1);
+    expectRest();
+}
+
+TEST_F(SyncEngineRules, Rule12_WhatAReplacedServerNeverHadAndIsDeletedHereStaysDeleted)
+{
+    auto& a = home("a");
+    a.store.calendars = {calendar("Privat", {event("Zahnarzt", "20071224T100000")}),
+                         calendar("Arbeit", {event("Sitzung", "20071227T090000")})};
+    a.sync();
+    a.switchOff("Arbeit");
+    a.sync();
+    std::filesystem::remove(folder.path("server.db"));
+    a.sync();
+    removeItem(a, "Arbeit", "Sitzung");
+    a.switchOn("Arbeit");
+    a.sync();
+    auto& b = home("b");
+    b.sync();
+    fields(b, "Privat", "Zahnarzt").set("Location", "Praxis");
+    b.sync();
+    EXPECT_EQ(a.sync().received, 1U) << "the store is rewritten from what is agreed";
+    syncUntilRest();
+    EXPECT_EQ(a.store.count("Sitzung"), 0);
+    EXPECT_EQ(b.store.count("Sitzung"), 0);
     expectRest();
 }
 
