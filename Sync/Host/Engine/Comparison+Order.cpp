@@ -86,7 +86,6 @@ void Comparison::takeNumber(const LocalRecord& local)
         record.set(kOrder, number);
         Outcome& outcome = take(local.agreedId, std::move(record));
         outcome.goesUp = true;
-        outcome.isLocalChange = true;
         return;
     }
     Outcome& outcome = found->second;
@@ -100,7 +99,6 @@ void Comparison::takeNumber(const LocalRecord& local)
         return;
     outcome.record.set(kOrder, number);
     outcome.goesUp = true;
-    outcome.isLocalChange = true;
 }
 
 }  // namespace kt

@@ -73,9 +73,7 @@ Outcome& Comparison::take(const RecordId& id, RecordContent record)
 // nobody has agreed to, and meets the server's record once that can be taken.
 Outcome& Comparison::takeHereOnly(const RecordId& id, RecordContent record)
 {
-    Outcome& outcome = take(id, std::move(record));
-    outcome.isLocalChange = true;
-    return outcome;
+    return take(id, std::move(record));
 }
 
 Outcome& Comparison::remove(const AgreedRow& agreed)
@@ -261,12 +259,11 @@ Dictionary Comparison::withWish(const Dictionary& agreed, const LocalWish& wish)
 void Comparison::goesUpAgain(const AgreedRow& agreed, const LocalWish& wish)
 {
     if (wish.kind == LocalWish::Kind::deleted) {
-        remove(agreed).isLocalChange = true;
+        remove(agreed);
         return;
     }
     Outcome& outcome = take(agreed.id, withWish(_state.agreedRecord(agreed.id), wish));
     outcome.goesUp = true;
-    outcome.isLocalChange = wish.kind == LocalWish::Kind::changed;
     outcome.comesDown = _local.recordAgreedAs(agreed.id) == nullptr &&
                         _knowledge.seenOfAgreed(agreed.id) != nullptr &&
                         _rules.unread->unread.count(agreed.id) == 0;
@@ -280,7 +277,6 @@ void Comparison::meetsNothing(const AgreedRow& agreed, const LocalWish& wish)
                            ? remove(agreed)
                            : take(agreed.id, withWish(_state.agreedRecord(agreed.id), wish));
     outcome.goesUp = true;
-    outcome.isLocalChange = true;
 }
 
 void Comparison::meetsRefused(const AgreedRow& agreed, const LocalWish& wish)
@@ -317,7 +313,6 @@ void Comparison::meetsRecord(const AgreedRow& agreed, const LocalWish& wish,
     }
     Outcome& outcome = _outcomes.at(agreed.id);
     outcome.comesDown = true;
-    outcome.isLocalChange = wish.kind == LocalWish::Kind::changed;
 }
 
 void Comparison::meetsTombstone(const AgreedRow& agreed, const LocalWish& wish,
@@ -327,7 +322,6 @@ void Comparison::meetsTombstone(const AgreedRow& agreed, const LocalWish& wish,
         // An edit beats a deletion, also one that this server has never got.
         Outcome& outcome = take(agreed.id, withWish(_state.agreedRecord(agreed.id), wish));
         outcome.goesUp = true;
-        outcome.isLocalChange = true;
         return;
     }
     if (remote.isTaken || wish.kind == LocalWish::Kind::deleted)
@@ -359,7 +353,6 @@ void Comparison::compareNew(const RecordId& id, const LocalRecord* local,
     } else {
         take(id, std::move(own)).goesUp = true;
     }
-    _outcomes.at(id).isLocalChange = true;
 }
 
 // Seen, unchanged and no longer agreed: the session that took it away stands, the store only lags

@@ -33,7 +33,6 @@ struct Outcome {
     bool isNew = false;               // was not agreed before
     bool goesUp = false;              // the server has to be told
     bool comesDown = false;           // the store does not have it so
-    bool isLocalChange = false;       // this device did something to it
     std::int64_t serverRevision = 0;  // what is agreed when nothing goes up; 0: with nobody
 
     bool isDeletion() const { return kind == Kind::remove; }

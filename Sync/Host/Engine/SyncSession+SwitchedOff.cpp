@@ -110,7 +110,7 @@ bool SyncSession::lacksWitness(const Outcome& outcome) const
         calendar = &outcome.id.key;
     else if (outcome.parentKey)
         calendar = &*outcome.parentKey;
-    return outcome.goesUp && outcome.kind == Outcome::Kind::remove && calendar != nullptr &&
+    return outcome.goesUp && outcome.isDeletion() && calendar != nullptr &&
            wasSwitchedOffAndIsGone(*calendar) &&
            _knowledge->seenOfAgreed({std::string(kConduitCalendar), *calendar}) == nullptr;
 }
@@ -118,14 +118,14 @@ bool SyncSession::lacksWitness(const Outcome& outcome) const
 void SyncSession::tellOfGoneCalendars(const std::vector<const Outcome*>& effective)
 {
     for (const Outcome* outcome : effective) {
-        const bool isTold = outcome->goesUp && outcome->kind == Outcome::Kind::remove &&
+        const bool isTold = outcome->goesUp && outcome->isDeletion() &&
                             outcome->id.conduit == kConduitCalendar &&
                             wasSwitchedOffAndIsGone(outcome->id.key);
         if (!isTold)
             continue;
         const auto items = std::count_if(effective.begin(), effective.end(), [&](const auto* each) {
-            return each->goesUp && each->kind == Outcome::Kind::remove &&
-                   each->id.conduit != kConduitCalendar && each->parentKey == outcome->id.key;
+            return each->goesUp && each->isDeletion() && each->id.conduit != kConduitCalendar &&
+                   each->parentKey == outcome->id.key;
         });
         const std::string line = stringWithFormat(
             "Der ausgeschaltete Kalender '%@' fehlt hier und wird auf allen Geräten gelöscht, mit "
