@@ -159,7 +159,6 @@ void World::move(Device& device, int which, int where)
         accountOf(device).damages.isBroken(place->item))
         return;
     const std::string name = place->item.value("UID").value_or("UID-" + stamp());
-    accountOf(device).keptOn.insert(target->key);
     device.hand().remove(*place);
     device.hand().add(*target, name, place->item);
     tell("  " + toldTokens(place->item) + " to " + target->title);
@@ -213,19 +212,9 @@ void World::changeCalendar(Device& device, const Operation& operation)
     const auto* calendar = pick(calendars, operation.first);
     if (calendar == nullptr)
         return;
-    // Open: what was kept of a switched-off calendar that is given another title before a rewrite
-    // is settled comes back beside it.
-    if (operation.what == Do::rename && device.isMarked() && !device.isOn(calendar->title))
-        return;
     // Of two calendars of one title a store gives only one.
     const std::string title = "Umbenannt " + std::to_string(++_lastTitle);
     tell("  calendar " + calendar->title + (operation.what == Do::rename ? " to " + title : ""));
-    // Open: one that is given another title and switched off before the next run is deleted
-    // elsewhere, and comes back as another one when it is switched on.
-    if (operation.what == Do::rename) {
-        _formerTitles.insert(calendar->title);
-        accountOf(device).keptOn.insert(calendar->key);
-    }
     if (operation.what == Do::rename)
         device.hand().rename(*calendar, title);
     else if (operation.what == Do::recolor)
@@ -238,13 +227,7 @@ void World::toggle(Device& device, int which)
 {
     Calendars calendars = device.hand().calendars();
     const auto* calendar = pick(calendars, which);
-    // Open: a calendar that is switched off while a rewrite that renames it, or moves an item out
-    // of it, is not settled keeps what it was before, and all of that stands there twice.
-    // The same as for moving. And, open: of a new calendar under the former title of another one,
-    // what is in it is lost when it is switched off before it was ever synced.
-    if (calendar == nullptr || device.isMarked() ||
-        accountOf(device).keptOn.count(calendar->key) != 0 ||
-        _formerTitles.count(calendar->title) != 0)
+    if (calendar == nullptr)
         return;
     const bool isOn = device.isOn(calendar->title);
     device.setOn(calendar->title, !isOn);
@@ -286,7 +269,6 @@ void World::note(Device& device, const Device::Run& run)
 {
     if (run.result.isCompleted) {
         accountOf(device).hasBase = true;
-        accountOf(device).keptOn.clear();
         accountOf(device).isDirty = false;
         accountOf(device).synced = tokensIn(device);
     }

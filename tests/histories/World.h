@@ -46,8 +46,6 @@ private:
     struct Account {
         Damages damages;
         bool hasBase = false;  // a run of it was completed
-        std::set<std::string>
-            keptOn{};            // keys of calendars that are not switched off before the next
         bool isDirty = false;    // somebody worked in the store since
         std::set<int> synced{};  // tokens that were in the store at its end
         struct Store {
@@ -98,7 +96,6 @@ private:
     std::map<int, bool> _mayBeGone;
     int _lastToken = 0;
     int _lastTitle = 0;
-    std::set<std::string> _formerTitles;  // of calendars that were given another one
     std::string _story;
     std::string _failedRuns;  // of the last round
 };

@@ -18,15 +18,12 @@ bool isCalendar(const HandedRecord& handed) { return handed.id.conduit == kCondu
 // Whether an agreed record belongs to a calendar that is kept as the store gave it.
 bool isOfKeptCalendar(const AgreedRow& row, const Knowledge& knowledge)
 {
-    if (knowledge.keptCalendars().empty())
-        return false;
     const std::string* calendar = nullptr;
     if (row.id.conduit == kConduitCalendar)
         calendar = &row.id.key;
     else if (row.parentKey)
         calendar = &*row.parentKey;
-    return calendar != nullptr &&
-           knowledge.keptCalendars().count(knowledge.localCalendarKey(*calendar)) != 0;
+    return calendar != nullptr && knowledge.switchedOff().hasAgreed(*calendar);
 }
 
 // The record itself, or the calendar that it would be written into.
@@ -58,23 +55,80 @@ std::vector<HandedRecord> agreedAndKept(LocalState& state, const Knowledge& know
         if (isOfKeptCalendar(row, knowledge) || isUnread(row, knowledge))
             continue;
         if (SyncRecord same = given.find(row.id, row.hash)) {
-            handed.push_back({row.id, row.parentKey, {}, false, std::move(same)});
+            handed.push_back({row.id, row.parentKey, {}, std::nullopt, std::move(same)});
             continue;
         }
         Dictionary record = state.agreedRecord(row.id);
         // Only acceptable records are ever agreed; one that is not would stop the rewrite halfway.
         if (isAcceptableRecord(record, row.id.key, row.id.conduit))
-            handed.push_back({row.id, row.parentKey, std::move(record), false});
+            handed.push_back({row.id, row.parentKey, std::move(record)});
     }
     for (const KeptRow& row : knowledge.kept()) {
         if (!isUnread(row, knowledge))
-            handed.push_back({row.id, row.parentKey, state.keptRecord(row.id), true});
+            handed.push_back({row.id, row.parentKey, state.keptRecord(row.id), row.id});
     }
-    const auto byId = [](const auto& left, const auto& right) { return left.id < right.id; };
-    if (!knowledge.kept().empty())
-        std::sort(handed.begin(), handed.end(), byId);
     return handed;
 }
+
+// Gives what is kept keys that nothing agreed is handed out under. A writer finds the items of a
+// calendar by its key.
+class KeysOfKept {
+public:
+    explicit KeysOfKept(std::vector<HandedRecord>& handed) : _handed(handed)
+    {
+        for (const HandedRecord& record : handed)
+            ++_sharers[record.id];
+    }
+
+    void tellApart()
+    {
+        for (HandedRecord& record : _handed) {
+            if (record.isKept() && _sharers[record.id] > 1)
+                rename(record);
+        }
+        if (_renamed.empty())
+            return;
+        for (HandedRecord& record : _handed) {
+            if (record.isKept())
+                follow(record);
+        }
+    }
+
+private:
+    void rename(HandedRecord& record)
+    {
+        const RecordId former = record.id;
+        --_sharers[former];
+        for (int number = 2; _sharers.count(record.id) != 0; ++number)
+            record.id.key = numberedKey(former.key, number);
+        ++_sharers[record.id];
+        _renamed.emplace(former, record.id.key);
+    }
+
+    void follow(HandedRecord& record) const
+    {
+        if (const std::string* calendar = now(kConduitCalendar, record.parentKey)) {
+            record.parentKey = *calendar;
+            record.record.set("ParentRecordKey", *calendar);
+        }
+        const Value& series = record.record["RecurrenceParentRecordKey"];
+        if (!series.isString())
+            return;
+        if (const std::string* key = now(record.id.conduit, std::string(series.string())))
+            record.record.set("RecurrenceParentRecordKey", *key);
+    }
+
+    const std::string* now(std::string_view conduit, const std::optional<std::string>& key) const
+    {
+        const auto found =
+            key ? _renamed.find({std::string(conduit), *key}) : _renamed.end();
+        return found == _renamed.end() ? nullptr : &found->second;
+    }
+
+    std::vector<HandedRecord>& _handed;
+    std::unordered_map<RecordId, int, RecordIdHash> _sharers;
+    std::unordered_map<RecordId, std::string, RecordIdHash> _renamed;  // keys by former ids
+};
 
 void dropParentsThatAreMissing(std::vector<HandedRecord>& handed)
 {
@@ -157,7 +211,7 @@ void tellSourceKeysApart(std::vector<HandedRecord>& handed, LocalState& state,
             ofStore = sourceKeysOfStore(state, knowledge);
         const auto hadIt = [&, &key = sourceKey](const HandedRecord* record) {
             const auto found = ofStore.find(record->id.key);
-            return record->isKept || (found != ofStore.end() && found->second == key);
+            return record->isKept() || (found != ofStore.end() && found->second == key);
         };
         const auto owner = std::find_if(records.begin(), records.end(), hadIt);
         const HandedRecord* stays = owner == records.end() ? records.front() : *owner;
@@ -182,6 +236,11 @@ std::vector<HandedRecord> handedState(LocalState& state, const Knowledge& knowle
                                       const GivenRecords& given)
 {
     std::vector<HandedRecord> handed = agreedAndKept(state, knowledge, given);
+    if (!knowledge.kept().empty()) {
+        KeysOfKept(handed).tellApart();
+        std::sort(handed.begin(), handed.end(),
+                  [](const auto& left, const auto& right) { return left.id < right.id; });
+    }
     dropParentsThatAreMissing(handed);
     tellSourceKeysApart(handed, state, knowledge);
     return handed;

@@ -253,7 +253,7 @@ std::vector<std::optional<std::string>> keysByIdentity(const SyncRecordList& rec
     }
     for (std::size_t index = 0; index < handed.size(); ++index) {
         const HandedRecord& record = handed[index];
-        if (record.isKept || record.given)
+        if (record.isKept() || record.given)
             continue;
         const SeenRow* seen = knowledge.seenOfAgreed(record.id);
         const StorePlace place = seen != nullptr ? seen->place : StorePlace{record.id.key, "", ""};

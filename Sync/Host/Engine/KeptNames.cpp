@@ -170,30 +170,24 @@ private:
     std::unordered_set<std::string> _taken;
 };
 
-// Calendars go by their keys here.
-std::string itemIdentity(std::string_view conduit, const StorePlace& place)
-{
-    return conduit == kConduitCalendar ? std::string() : identityOf(conduit, place);
-}
-
-// An item keeps its UID through an edit that gives it another key. Without that the old one would
-// stand beside it while a rewrite is not settled.
+// An item keeps its UID through an edit that gives it another key, a calendar its folder. Without
+// that the old one would stand beside it while a rewrite is not settled.
 void knowByIdentity(const SyncRecordList& records, const Knowledge& knowledge,
                     const StorePlaces& places, KeptNames& names)
 {
     std::unordered_map<std::string, int> sharers;
     for (std::size_t index = 0; index < records.size(); ++index) {
         if (records[index])
-            ++sharers[itemIdentity(records[index]->conduit(), places.of(*records[index]))];
+            ++sharers[identityOf(records[index]->conduit(), places.of(*records[index]))];
     }
     std::unordered_map<std::string, std::vector<const KeptRow*>> rows;
     for (const KeptRow& row : knowledge.kept())
-        rows[itemIdentity(row.id.conduit, row.place)].push_back(&row);
+        rows[identityOf(row.id.conduit, row.place)].push_back(&row);
     for (std::size_t index = 0; index < records.size(); ++index) {
         if (!records[index] || names.known.count(names.ids[index]) != 0)
             continue;
         const std::string identity =
-            itemIdentity(records[index]->conduit(), places.of(*records[index]));
+            identityOf(records[index]->conduit(), places.of(*records[index]));
         const auto found = rows.find(identity);
         if (!identity.empty() && sharers[identity] == 1 && found != rows.end() &&
             found->second.size() == 1)

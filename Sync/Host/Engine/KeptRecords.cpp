@@ -17,10 +17,19 @@ const std::string* calendarOf(const SyncRecord& record)
     return record->recordParentKey() ? &*record->recordParentKey() : nullptr;
 }
 
+bool saysTheSame(const KeptRow& left, const KeptRow& right)
+{
+    return left.hash == right.hash && left.parentKey == right.parentKey &&
+           left.place == right.place && left.agreedKey == right.agreedKey;
+}
+
 // The rows of what a switched-off calendar holds, by what the store knows the items by.
 class SeenOfKept {
 public:
-    SeenOfKept(LocalState& state, const Knowledge& knowledge) : _state(state), _knowledge(knowledge)
+    SeenOfKept(LocalState& state, const Knowledge& knowledge, const SwitchedOffCalendars& calendars)
+        : _state(state),
+          _knowledge(knowledge),
+          _calendars(calendars)
     {}
 
     // A writer that gives items another UID gives it to those that do not take part, too.
@@ -45,7 +54,9 @@ private:
     {
         const UnreadRow* unread =
             _knowledge.unreadRow(UnreadRow::Whose::agreed, {row.local.conduit, *row.agreedKey});
-        return row.localParentKey == kept.parentKey ||
+        const auto calendar = _calendars.agreedKey(kept.parentKey.value_or(""));
+        return (calendar && row.localParentKey &&
+                _knowledge.agreedCalendarKey(*row.localParentKey) == *calendar) ||
                (unread != nullptr && unread->whose == UnreadRow::Whose::moved);
     }
 
@@ -67,6 +78,7 @@ private:
 
     LocalState& _state;
     const Knowledge& _knowledge;
+    const SwitchedOffCalendars& _calendars;
     std::optional<Rows> _rows;
 };
 
@@ -75,16 +87,6 @@ private:
 const std::string& calendarOf(const KeptRow& row)
 {
     return row.id.conduit == kConduitCalendar || !row.parentKey ? row.id.key : *row.parentKey;
-}
-
-std::unordered_set<std::string> calendarsOf(const SyncRecordList& records)
-{
-    std::unordered_set<std::string> calendars;
-    for (const SyncRecord& record : records) {
-        if (const std::string* calendar = record ? calendarOf(record) : nullptr)
-            calendars.insert(*calendar);
-    }
-    return calendars;
 }
 
 SyncRecordList recordsOfCalendars(const SyncRecordList& records,
@@ -99,34 +101,93 @@ SyncRecordList recordsOfCalendars(const SyncRecordList& records,
     return result;
 }
 
-void replaceKept(LocalState& state, const Knowledge& knowledge, const SyncRecordList& records,
-                 const KeptNames& names, const RecordIdSet& stays, const StorePlaces& places)
+CalendarKeysNow calendarKeysNow(const SyncRecordList& records, const StorePlaces& places,
+                                const Knowledge& knowledge)
+{
+    CalendarKeysNow now;
+    if (knowledge.kept().empty())
+        return now;
+    std::unordered_map<std::string, std::string> folders;  // of kept calendars
+    for (const KeptRow& row : knowledge.kept()) {
+        if (row.id.conduit == kConduitCalendar && !row.place.file.empty())
+            folders.emplace(row.place.file, row.id.key);
+    }
+    std::unordered_map<std::string, std::string> byFolder;
+    std::unordered_set<std::string> byKey;
+    for (const SyncRecord& record : records) {
+        if (!record || record->conduit() != kConduitCalendar)
+            continue;
+        const std::string folder = places.of(*record).file;
+        const auto kept = folders.find(folder);
+        if (kept != folders.end())
+            now.emplace(kept->second, record->recordKey());
+        else
+            byKey.insert(record->recordKey());
+        if (!folder.empty())
+            byFolder.emplace(folder, record->recordKey());
+    }
+    for (const KeptRow& row : knowledge.kept()) {
+        const std::string& key = calendarOf(row);
+        const SeenRow* seen = knowledge.seenCalendarUnder(key);
+        const auto sameFolder = seen == nullptr ? byFolder.end() : byFolder.find(seen->place.file);
+        if (byKey.count(key) != 0)
+            now.emplace(key, key);
+        else if (row.id.conduit != kConduitCalendar && sameFolder != byFolder.end())
+            now.emplace(key, sameFolder->second);
+    }
+    return now;
+}
+
+namespace {
+
+// What stays of a calendar that has another key now still stands in that.
+void followCalendar(LocalState& state, KeptRow row, const CalendarKeysNow& calendarKeys)
+{
+    const auto now = row.parentKey ? calendarKeys.find(*row.parentKey) : calendarKeys.end();
+    if (now == calendarKeys.end() || now->second == row.parentKey)
+        return;
+    Dictionary record = state.keptRecord(row.id);
+    record.set("ParentRecordKey", now->second);
+    row.parentKey = now->second;
+    row.hash = contentHash(record);
+    state.setKept(row, record);
+}
+
+}  // namespace
+
+void replaceKept(LocalState& state, const Knowledge& knowledge, const NewlyKept& kept)
 {
     std::unordered_map<RecordId, const KeptRow*, RecordIdHash> former;
     for (const KeptRow& row : knowledge.kept())
         former.emplace(row.id, &row);
-    RecordIdSet kept;
-    SeenOfKept seen(state, knowledge);
-    for (std::size_t index = 0; index < records.size(); ++index) {
-        const SyncRecord& record = records[index];
+    RecordIdSet names;
+    SeenOfKept seen(state, knowledge, kept.calendars);
+    for (std::size_t index = 0; index < kept.records.size(); ++index) {
+        const SyncRecord& record = kept.records[index];
         if (!record)
             continue;
-        const RecordId& id = names.ids[index];
-        kept.insert(id);
-        const KeptRow row{id, record->recordParentKey(), contentHash(record->record()),
-                          places.of(*record)};
+        const RecordId& id = kept.names.ids[index];
+        names.insert(id);
+        const bool isCalendar = id.conduit == kConduitCalendar;
+        const KeptRow row{id,
+                          record->recordParentKey(),
+                          contentHash(record->record()),
+                          kept.places.of(*record),
+                          isCalendar ? kept.calendars.agreedKey(record->recordKey())
+                                     : std::nullopt};
         const auto found = former.find(id);
-        const bool isAsBefore = found != former.end() && found->second->hash == row.hash &&
-                                found->second->parentKey == row.parentKey &&
-                                found->second->place == row.place;
-        if (!isAsBefore)
+        if (found == former.end() || !saysTheSame(*found->second, row))
             state.setKept(row, record->record());
         if (found != former.end())
             seen.follow(*found->second, row);
     }
     for (const KeptRow& row : knowledge.kept()) {
-        if (kept.count(row.id) == 0 && stays.count(row.id) == 0)
+        if (names.count(row.id) != 0)
+            continue;
+        if (kept.stays.count(row.id) == 0)
             state.removeKept(row.id);
+        else
+            followCalendar(state, row, kept.calendarKeys);
     }
 }
 

@@ -49,7 +49,7 @@ Knowledge::Knowledge(LocalState& state)
     for (const KeptRow& row : _kept) {
         // Of a calendar that is switched on again something unread may still be kept.
         if (row.id.conduit == kConduitCalendar)
-            _keptCalendars.insert(row.id.key);
+            _switchedOff.add(row.id.key, row.agreedKey);
     }
 }
 
@@ -64,14 +64,28 @@ const Knowledge::Agreed& Knowledge::allAgreed() const
     return _agreed.emplace(std::move(agreed));
 }
 
+// Of several calendars of one key the others mean the one that bears its agreed key itself.
+void Knowledge::note(Seen& seen, std::size_t calendar)
+{
+    const SeenRow& row = seen.rows[calendar];
+    const auto [folder, isNewFolder] = seen.calendarsByFolder.emplace(row.place.file, calendar);
+    if (!isNewFolder)
+        folder->second = std::nullopt;
+    const auto [key, isNewKey] = seen.calendarsByLocalKey.emplace(row.local.key, calendar);
+    if (row.agreedKey == row.local.key || !seen.rows[key->second].agreedKey)
+        key->second = calendar;
+}
+
 const Knowledge::Seen& Knowledge::allSeen() const
 {
     if (_seen)
         return *_seen;
-    Seen seen{_state.seenRows(), {}, {}, {}, {}};
+    Seen seen{_state.seenRows(), {}, {}, {}, {}, {}, {}};
     seen.byAgreedId.reserve(seen.rows.size());
     for (std::size_t index = 0; index < seen.rows.size(); ++index) {
         const SeenRow& row = seen.rows[index];
+        if (row.local.conduit == kConduitCalendar)
+            note(seen, index);
         if (!row.agreedKey)
             continue;
         seen.byAgreedId.emplace(RecordIdView{row.local.conduit, *row.agreedKey}, index);
@@ -115,6 +129,21 @@ const UnreadRow* Knowledge::unreadRow(UnreadRow::Whose whose, const RecordId& id
 {
     const bool isKept = whose == UnreadRow::Whose::kept;
     return rowAt(_unread, isKept ? _unreadKeptIndex : _unreadAgreedIndex, id);
+}
+
+const SeenRow* Knowledge::seenCalendarIn(const std::string& folder) const
+{
+    if (folder.empty())
+        return nullptr;
+    const auto found = allSeen().calendarsByFolder.find(folder);
+    const bool isThere = found != allSeen().calendarsByFolder.end() && found->second;
+    return isThere ? &allSeen().rows[*found->second] : nullptr;
+}
+
+const SeenRow* Knowledge::seenCalendarUnder(const std::string& localKey) const
+{
+    const auto found = allSeen().calendarsByLocalKey.find(localKey);
+    return found == allSeen().calendarsByLocalKey.end() ? nullptr : &allSeen().rows[found->second];
 }
 
 const SeenRow* Knowledge::seenOfAgreed(const RecordId& agreedId) const

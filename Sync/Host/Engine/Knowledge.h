@@ -2,10 +2,10 @@
 
 #include <optional>
 #include <unordered_map>
-#include <unordered_set>
 #include <vector>
 
 #include "Sync/Host/Engine/LocalState.h"
+#include "Sync/Host/Engine/SwitchedOffCalendars.h"
 
 namespace kt {
 
@@ -45,8 +45,12 @@ public:
     /// counts as an agreed one.
     const UnreadRow* unreadRow(UnreadRow::Whose whose, const RecordId& id) const;
 
-    /// Local keys of the calendars that were switched off in the last run.
-    const std::unordered_set<std::string>& keptCalendars() const { return _keptCalendars; }
+    /// The calendars that were switched off in the last run.
+    const SwitchedOffCalendars& switchedOff() const { return _switchedOff; }
+    /// What the store gave for a calendar at the end of the last settled run, by its folder or the
+    /// key it had then. Null when there was none, or several in one folder.
+    const SeenRow* seenCalendarIn(const std::string& folder) const;
+    const SeenRow* seenCalendarUnder(const std::string& localKey) const;
 
     /// A calendar's key as the plug-in computes it, for the key it is agreed under. A calendar that
     /// was never seen has one key.
@@ -70,7 +74,11 @@ private:
         std::unordered_map<std::string, std::string> localCalendarKeys;
         std::unordered_map<std::string, std::string> agreedCalendarKeys;
         std::unordered_map<std::string, std::string> agreedEventKeys;
+        std::unordered_map<std::string, std::optional<std::size_t>>
+            calendarsByFolder;  // nullopt: several
+        std::unordered_map<std::string, std::size_t> calendarsByLocalKey;
     };
+    static void note(Seen& seen, std::size_t calendar);
     const Agreed& allAgreed() const;
     const Seen& allSeen() const;
 
@@ -87,7 +95,7 @@ private:
     RowIndex _untakenIndex;
     RowIndex _unreadAgreedIndex;
     RowIndex _unreadKeptIndex;
-    std::unordered_set<std::string> _keptCalendars;
+    SwitchedOffCalendars _switchedOff;
 };
 
 }  // namespace kt

@@ -134,7 +134,7 @@ public:
     {
         for (const HandedRecord& record : handed) {
             _uids.insert(record.id.key);
-            if (!record.isKept && knowledge.seenOfAgreed(record.id) == nullptr)
+            if (!record.isKept() && knowledge.seenOfAgreed(record.id) == nullptr)
                 _new.insert(record.id);
         }
         for (const SeenRow& row : knowledge.seen())
@@ -212,7 +212,7 @@ private:
 
 LocalRecords::LocalRecords(std::vector<LocalRecord> loaded, const Knowledge& knowledge,
                            const RemoteChanges& remote, LocalState& state, Base base,
-                           const UnreadTexts& texts)
+                           const StoreReading& reading)
     : _knowledge(knowledge),
       _records(std::move(loaded)),
       _rowsTaken(knowledge.seen().size())
@@ -220,7 +220,7 @@ LocalRecords::LocalRecords(std::vector<LocalRecord> loaded, const Knowledge& kno
     Groups groups(_records, knowledge.seen());
     takeWhatIsKnown(groups);
     Claims claimed;
-    const Context context(knowledge, remote, state, base, claimed, texts);
+    const Context context(knowledge, remote, state, base, claimed, reading.texts);
     if (knowledge.facts().mark) {
         for (const Groups::Group& group : groups.all)
             keepWhatEqualsItsSeen(group.records, group.rows, context);
@@ -239,7 +239,7 @@ LocalRecords::LocalRecords(std::vector<LocalRecord> loaded, const Knowledge& kno
         if (local.seen != nullptr)
             _rowsTaken[_knowledge.numberOf(*local.seen)] = true;
     }
-    indexAgreedKeys();
+    indexAgreedKeys(reading.switchedOff);
 }
 
 // What the store knows by the same identity is the same record, whatever its key has become. Most
@@ -303,7 +303,7 @@ LocalRecords::Claims LocalRecords::nameWhatWasHandedOut(LocalState& state)
     return claimed;
 }
 
-void LocalRecords::indexAgreedKeys()
+void LocalRecords::indexAgreedKeys(const SwitchedOffCalendars& switchedOff)
 {
     _byAgreedId.reserve(_records.size());
     for (std::size_t index = 0; index < _records.size(); ++index) {
@@ -311,6 +311,7 @@ void LocalRecords::indexAgreedKeys()
         const std::string& key = local.record->recordKey();
         if (local.record->conduit() == kConduitCalendar) {
             const std::string& agreedKey = local.isLeftOver ? key : local.agreedId.key;
+            _calendars.insert(key);
             _agreedCalendarKeys.emplace(key, agreedKey);
             _localCalendarKeys.emplace(agreedKey, key);
         }
@@ -322,6 +323,11 @@ void LocalRecords::indexAgreedKeys()
         if (isSeries && local.agreedId.key != key)
             _agreedEventKeys.emplace(key, local.agreedId.key);
     }
+    // What moved into one that does not take part says so.
+    switchedOff.forEachAgreed([&](const std::string& localKey, const std::string& agreedKey) {
+        _agreedCalendarKeys.emplace(localKey, agreedKey);
+        _localCalendarKeys.emplace(agreedKey, localKey);
+    });
     // Where one of several equal keys is agreed under the key itself, that is what others mean by
     // it.
     for (auto entry = _agreedEventKeys.begin(); entry != _agreedEventKeys.end();) {
@@ -340,9 +346,6 @@ Dictionary LocalRecords::underAgreedKeys(const LocalRecord& local) const
 {
     Dictionary record = local.record->record();
     replaceKey(record, "ParentRecordKey", _agreedCalendarKeys);
-    const auto& parent = local.record->recordParentKey();
-    if (parent && !hasCalendar(*parent) && record["ParentRecordKey"] == Value(*parent))
-        record.set("ParentRecordKey", _knowledge.agreedCalendarKey(*parent));
     replaceKey(record, "RecurrenceParentRecordKey", _agreedEventKeys);
     return record;
 }
@@ -360,11 +363,6 @@ const std::string& LocalRecords::localCalendarKey(const std::string& agreedKey) 
     const auto found = _localCalendarKeys.find(agreedKey);
     return found == _localCalendarKeys.end() ? _knowledge.localCalendarKey(agreedKey)
                                              : found->second;
-}
-
-bool LocalRecords::hasCalendar(const std::string& localKey) const
-{
-    return _agreedCalendarKeys.count(localKey) != 0;
 }
 
 }  // namespace kt

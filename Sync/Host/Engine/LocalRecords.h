@@ -8,6 +8,7 @@
 #include "Sync/Host/Engine/Knowledge.h"
 #include "Sync/Host/Engine/RecordContent.h"
 #include "Sync/Host/Engine/RemoteChanges.h"
+#include "Sync/Host/Engine/SwitchedOffCalendars.h"
 #include "Sync/Host/Engine/UnreadTexts.h"
 #include "Sync/HostInterface/KTSyncRecord.h"
 
@@ -35,6 +36,7 @@ std::vector<LocalRecord> loadedRecords(const SyncRecordList& records, const Stor
 struct StoreReading {
     const StorePlaces& places;
     const UnreadTexts& texts;
+    const SwitchedOffCalendars& switchedOff;
 };
 
 /// The records of one run's store under the keys they are agreed under.
@@ -61,7 +63,7 @@ public:
 
     LocalRecords(std::vector<LocalRecord> loaded, const Knowledge& knowledge,
                  const RemoteChanges& remote, LocalState& state, Base base,
-                 const UnreadTexts& texts);
+                 const StoreReading& reading);
 
     const std::vector<LocalRecord>& all() const { return _records; }
     /// Null when the store has no such record.
@@ -76,8 +78,8 @@ public:
     RecordContent contentUnderAgreedKeys(const LocalRecord& record) const;
     /// A calendar's key as the plug-in knows it.
     const std::string& localCalendarKey(const std::string& agreedKey) const;
-    /// Whether the store gave a calendar of that key.
-    bool hasCalendar(const std::string& localKey) const;
+    /// Whether a calendar of that key takes part.
+    bool hasCalendar(const std::string& localKey) const { return _calendars.count(localKey) != 0; }
 
 private:
     using Claims = std::unordered_set<RecordId, RecordIdHash>;
@@ -85,12 +87,13 @@ private:
 
     void takeWhatIsKnown(Groups& groups);
     Claims nameWhatWasHandedOut(LocalState& state);
-    void indexAgreedKeys();
+    void indexAgreedKeys(const SwitchedOffCalendars& switchedOff);
 
     const Knowledge& _knowledge;
     std::vector<LocalRecord> _records;
     std::vector<bool> _rowsTaken;  // in the order of the rows
     std::unordered_map<RecordIdView, std::size_t, RecordIdHash> _byAgreedId;
+    std::unordered_set<std::string> _calendars;  // local keys
     std::unordered_map<std::string, std::string> _agreedCalendarKeys;
     std::unordered_map<std::string, std::string> _localCalendarKeys;
     std::unordered_map<std::string, std::string> _agreedEventKeys;  // only where they differ

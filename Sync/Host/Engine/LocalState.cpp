@@ -197,14 +197,15 @@ std::vector<KeptRow> LocalState::keptRows()
 {
     std::vector<KeptRow> rows;
     _database->file.each(
-        "SELECT conduit, key, parent_key, hash, uid, file, recurrence FROM kept ORDER BY conduit, "
-        "key",
+        "SELECT conduit, key, parent_key, hash, uid, file, recurrence, agreed_key FROM kept ORDER "
+        "BY conduit, key",
         [&](auto& row) {
             rows.push_back({{row.getColumn(0).getString(), row.getColumn(1).getString()},
                             textOrNull(row, 2),
                             row.getColumn(3).getString(),
                             {row.getColumn(4).getString(), row.getColumn(5).getString(),
-                             row.getColumn(6).getString()}});
+                             row.getColumn(6).getString()},
+                            textOrNull(row, 7)});
         });
     return rows;
 }
@@ -223,9 +224,9 @@ void LocalState::setKept(const KeptRow& row, const Dictionary& record)
     const std::string bytes = encodedRecord(record);
     _database->file.run(
         "INSERT OR REPLACE INTO kept (conduit, key, parent_key, hash, uid, file, recurrence, "
-        "record) VALUES (?, ?, ?, ?, ?, ?, ?, ?)",
+        "agreed_key, record) VALUES (?, ?, ?, ?, ?, ?, ?, ?, ?)",
         row.id.conduit, row.id.key, row.parentKey, row.hash, row.place.uid, row.place.file,
-        row.place.recurrence, SqliteBytes{bytes});
+        row.place.recurrence, row.agreedKey, SqliteBytes{bytes});
 }
 
 void LocalState::removeKept(const RecordId& id)

@@ -54,6 +54,7 @@ struct KeptRow {
     std::optional<std::string> parentKey;
     std::string hash;
     StorePlace place{};
+    std::optional<std::string> agreedKey{};  // of a calendar that the others know, too
 };
 
 /// A record that is known, and missing because its text cannot be read at present: neither deleted

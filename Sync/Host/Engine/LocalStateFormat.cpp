@@ -87,7 +87,22 @@ CREATE TABLE pushed (
 ) WITHOUT ROWID;
 )";
 
-constexpr std::string_view kSteps[] = {kSchema, kUnreadTexts, kIdentity};
+// What the others know a switched-off calendar as. Until then its key alone said that.
+constexpr std::string_view kSwitchedOff = R"(
+ALTER TABLE kept ADD COLUMN agreed_key TEXT;
+UPDATE kept SET agreed_key = coalesce(
+    (SELECT seen.agreed_key FROM seen
+     WHERE seen.conduit = kept.conduit AND seen.local_key = kept.key AND
+           seen.agreed_key IS NOT NULL
+     ORDER BY seen.agreed_key <> seen.local_key LIMIT 1),
+    (SELECT agreed.key FROM agreed
+     WHERE agreed.conduit = kept.conduit AND agreed.key = kept.key AND NOT EXISTS
+           (SELECT 1 FROM seen
+            WHERE seen.conduit = agreed.conduit AND seen.agreed_key = agreed.key)))
+WHERE conduit = 'ical-calendar';
+)";
+
+constexpr std::string_view kSteps[] = {kSchema, kUnreadTexts, kIdentity, kSwitchedOff};
 constexpr SqliteFormat kFormat{"Der lokale Sync-Stand", 0x4B544C53 /* KTLS */, kSteps,
                                SqliteOverflow::inFile};
 

@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <string>
 #include <unordered_map>
-#include <unordered_set>
 
 #include "Sync/Host/Engine/IdentityPairing.h"
 
@@ -11,27 +10,22 @@ namespace kt {
 
 namespace {
 
-// What does not take part of one load: its calendars, and its items by what the store knows them
-// by.
-class SwitchedOff {
+// The items that do not take part, by what the store knows them by.
+class SwitchedOffItems {
 public:
-    SwitchedOff(const SyncRecordList& active, const StorePlaces& places) : _places(places)
+    SwitchedOffItems(const SyncRecordList& active, const SyncRecordList& off,
+                     const StorePlaces& places)
+        : _places(places)
     {
-        std::unordered_set<const KTSyncRecord*> taking;
-        for (const SyncRecord& record : active)
-            taking.insert(record.get());
-        places.report().forEach([&](const SyncRecord& record) {
-            if (taking.count(record.get()) == 0)
-                add(record);
-        });
+        for (const SyncRecord& record : off)
+            add(record);
         for (const SyncRecord& record : active) {
             if (record && record->conduit() != kConduitCalendar)
                 _items.erase(identity(*record));
         }
     }
 
-    bool hasCalendar(const std::string& key) const { return _calendars.count(key) != 0; }
-    bool isEmpty() const { return _items.empty(); }
+    bool empty() const { return _items.empty(); }
 
     // Null for what stands nowhere, or several times.
     SyncRecord itemOf(const SeenRow& row) const
@@ -48,10 +42,8 @@ private:
 
     void add(const SyncRecord& record)
     {
-        if (record->conduit() == kConduitCalendar) {
-            _calendars.insert(record->recordKey());
+        if (!record || record->conduit() == kConduitCalendar)
             return;
-        }
         const std::string name = identity(*record);
         if (name.empty())
             return;
@@ -61,7 +53,6 @@ private:
     }
 
     const StorePlaces& _places;
-    std::unordered_set<std::string> _calendars;
     std::unordered_map<std::string, SyncRecord> _items;
 };
 
@@ -76,7 +67,8 @@ public:
         }
         for (const KeptRow& row : knowledge.kept()) {
             if (row.id.conduit != kConduitCalendar)
-                _kept[identityOf(row.id.conduit, row.place)].push_back(row.parentKey.value_or(""));
+                _kept[identityOf(row.id.conduit, row.place)].push_back(
+                    knowledge.switchedOff().agreedKey(row.parentKey.value_or("")).value_or(""));
         }
     }
 
@@ -88,9 +80,9 @@ public:
         const auto kept = _kept.find(identityOf(row.local.conduit, row.place));
         if (kept == _kept.end() || hasMovedAlready(row))
             return false;
-        const std::string& calendar = *row.localParentKey;
+        const std::string& calendar = _knowledge.agreedCalendarKey(*row.localParentKey);
         const auto& calendars = kept->second;
-        return _knowledge.keptCalendars().count(calendar) == 0 ||
+        return !_knowledge.switchedOff().hasAgreed(calendar) ||
                std::find(calendars.begin(), calendars.end(), calendar) != calendars.end();
     }
 
@@ -110,27 +102,29 @@ private:
 
     const Knowledge& _knowledge;
     std::unordered_map<std::string, std::size_t> _seen;
-    std::unordered_map<std::string, std::vector<std::string>> _kept;  // local keys of calendars
+    std::unordered_map<std::string, std::vector<std::string>> _kept;  // agreed keys of calendars
 };
 
 }  // namespace
 
 std::vector<MovedRecord> movedIntoSwitchedOff(const SyncRecordList& active,
+                                              const SyncRecordList& off,
+                                              const SwitchedOffCalendars& switchedOff,
                                               const StorePlaces& places, const Knowledge& knowledge)
 {
     std::vector<MovedRecord> moved;
-    if (places.report().size() <= active.size())
+    if (off.empty())
         return moved;
-    const SwitchedOff switchedOff(active, places);
-    if (switchedOff.isEmpty())
+    const SwitchedOffItems items(active, off, places);
+    if (items.empty())
         return moved;
     const Before before(knowledge);
     for (const SeenRow& row : knowledge.seen()) {
         const bool isItem =
             row.agreedKey && row.localParentKey && row.local.conduit != kConduitCalendar;
-        if (!isItem || switchedOff.hasCalendar(*row.localParentKey))
+        if (!isItem || switchedOff.holds(row, knowledge))
             continue;
-        SyncRecord record = switchedOff.itemOf(row);
+        SyncRecord record = items.itemOf(row);
         if (record && before.isSeenOnce(row) && !before.wasInBothPlaces(row) &&
             knowledge.agreedRow({row.local.conduit, *row.agreedKey}) != nullptr)
             moved.push_back({std::move(record), &row});

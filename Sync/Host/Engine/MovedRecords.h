@@ -16,11 +16,13 @@ struct MovedRecord {
     RecordId agreedId() const { return {row->local.conduit, *row->agreedKey}; }
 };
 
-/// What moved into calendars that do not take part, by conduit and key. `active` is what the
-/// plug-in handed over to be compared; what else was told of in that load is switched off. Only
-/// what the store itself knows the items by counts, where it stands once; an item that was in both
-/// places before was not moved.
+/// What moved into calendars that do not take part, by conduit and key. `active` is what is
+/// compared, `off` what else the load holds, in the calendars `switchedOff`. Only what the store
+/// itself knows the items by counts, where it stands once; an item that was in both places before
+/// was not moved.
 std::vector<MovedRecord> movedIntoSwitchedOff(const SyncRecordList& active,
+                                              const SyncRecordList& off,
+                                              const SwitchedOffCalendars& switchedOff,
                                               const StorePlaces& places,
                                               const Knowledge& knowledge);
 

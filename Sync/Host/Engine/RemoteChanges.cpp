@@ -35,7 +35,7 @@ bool isWorthAnotherRun(const UntakenRow& row, const Knowledge& knowledge)
         return false;
     const std::string& calendar =
         row.id.conduit == kConduitCalendar ? row.id.key : row.parentKey.value_or(row.id.key);
-    return knowledge.keptCalendars().count(knowledge.localCalendarKey(calendar)) == 0;
+    return !knowledge.switchedOff().hasAgreed(calendar);
 }
 
 // Whether a change can only be taken once a text of the store can be read again. When that is so, a

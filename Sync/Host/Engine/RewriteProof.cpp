@@ -90,8 +90,8 @@ private:
                 handedKeys.emplace(record->recordKey(), *store.agreedKeys[index]);
         }
         for (std::size_t index = 0; index < _handed.size(); ++index)
-            _back[index] = _handed[index].isKept
-                               ? store.keptNames.known.count(_handed[index].id) != 0
+            _back[index] = _handed[index].isKept()
+                               ? store.keptNames.known.count(*_handed[index].keptAs) != 0
                                : active.count(_handed[index].id) != 0;
         for (std::size_t index = 0; index < store.records.size(); ++index) {
             if (store.records[index] && !store.agreedKeys[index])

@@ -4,13 +4,6 @@ namespace kt {
 
 namespace {
 
-bool isOfKeptCalendar(const SeenRow& row, const std::unordered_set<std::string>& keptCalendars)
-{
-    if (row.local.conduit == kConduitCalendar)
-        return keptCalendars.count(row.local.key) != 0;
-    return row.localParentKey && keptCalendars.count(*row.localParentKey) != 0;
-}
-
 bool saysTheSame(const SeenRow& left, const SeenRow& right)
 {
     return left.local == right.local && left.agreedKey == right.agreedKey &&
@@ -59,7 +52,7 @@ void SeenUpdate::finish(const SeenRemainder& remainder)
     for (const SeenRow& row : _knowledge.seen()) {
         const bool stays = _isTaken[_knowledge.numberOf(row)] || remainder.isMissingUnread ||
                            remainder.untouched.count(&row) != 0 ||
-                           isOfKeptCalendar(row, remainder.keptCalendars);
+                           remainder.switchedOff.holds(row, _knowledge);
         if (!stays)
             _state.removeSeen(row);
     }

@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "Sync/Host/Engine/Knowledge.h"
+#include "Sync/Host/Engine/SwitchedOffCalendars.h"
 #include "Sync/HostInterface/KTSyncRecord.h"
 
 namespace kt {
@@ -23,8 +24,7 @@ struct SeenTarget {
 
 /// What becomes of rows that no record takes.
 struct SeenRemainder {
-    const std::unordered_set<std::string>&
-        keptCalendars;             // local keys: their rows stay as they are
+    const SwitchedOffCalendars& switchedOff;  // their rows stay as they are
     bool isMissingUnread = false;  // all of them stay: what is missing may come back
     std::unordered_set<const SeenRow*> untouched;  // these stay, too
 };

@@ -39,7 +39,7 @@ public:
                 _localLeft.push_back(index);
         }
         for (std::size_t index = 0; index < handed.size(); ++index) {
-            if (!handed[index].isKept && paired.count(handed[index].id) == 0)
+            if (!handed[index].isKept() && paired.count(handed[index].id) == 0)
                 _handedLeft.push_back(index);
         }
     }

@@ -204,7 +204,7 @@ std::optional<SyncRecordMap> SyncEngine::getLocalState()
             std::optional<SyncRecordMap> map(std::in_place);
             for (HandedRecord& handed : handedState(_state, knowledge, _run->given)) {
                 SyncRecord record = recordToHandOut(handed);
-                const SyncRecord stored = handed.isKept ? nullptr : _run->given.find(handed.id);
+                const SyncRecord stored = handed.isKept() ? nullptr : _run->given.find(handed.id);
                 if (stored && stored != record)
                     _reports.carefulWriting.noteStored(record, stored);
                 map->emplace_back(std::move(handed.id.key), std::move(record));

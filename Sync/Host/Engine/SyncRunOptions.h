@@ -2,6 +2,7 @@
 
 #include <cstddef>
 #include <functional>
+#include <map>
 #include <optional>
 #include <string>
 #include <utility>
@@ -32,6 +33,9 @@ struct SyncRunOptions {
     int systemVersion = 0;         // whose layout the store has, 0 where there is only one
     std::string backupName;        // the dated backup made before this run; the mark carries it
     std::string home;              // paths below it are remembered relative to it
+    std::map<std::string, bool> switches{};  // of calendars, by their keys, as the user set them
+    // Makes the switch of a calendar that has another key now its own again.
+    std::function<void(const std::string& former, const std::string& now)> renameSwitch{};
     std::optional<SettlingCheck> settling;
 };
 

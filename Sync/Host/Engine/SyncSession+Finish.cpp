@@ -20,7 +20,7 @@ bool SyncSession::finish()
         return true;
     }
     decideKept();
-    _keptCalendars = keptCalendars();
+    _switchedOff = switchedOffAfterwards();
     const bool isDone = isSettling() ? finishSettling() : takeEffect();
     close();
     return isDone;
@@ -28,16 +28,17 @@ bool SyncSession::finish()
 
 // Where what is missing may only be unread, a calendar that was switched off and is not to be seen
 // still is.
-std::unordered_set<std::string> SyncSession::keptCalendars() const
+SwitchedOffCalendars SyncSession::switchedOffAfterwards() const
 {
     if (!_keptRecords)
-        return _knowledge->keptCalendars();
-    std::unordered_set<std::string> calendars = calendarsOf(*_keptRecords);
-    const std::unordered_set<std::string> active = calendarsOf(_localRecords);
+        return _knowledge->switchedOff();
+    SwitchedOffCalendars calendars =
+        switchedOffCalendars(*_keptRecords, _localRecords, _places, *_knowledge);
     for (const KeptRow& row : _knowledge->kept()) {
         const bool isStillKept = isMissingUnread() || _unreadKept.isMissed(row.id);
-        if (isStillKept && active.count(calendarOf(row)) == 0)
-            calendars.insert(calendarOf(row));
+        const std::string& calendar = calendarOf(row);
+        if (isStillKept && !isSwitchedOn(row) && _stillOff.count(calendar) == 0)
+            calendars.add(calendar, _knowledge->switchedOff().agreedKey(calendar));
     }
     return calendars;
 }
@@ -46,9 +47,7 @@ std::unordered_set<std::string> SyncSession::keptCalendars() const
 bool SyncSession::isOfKeptCalendar(const RecordId& id,
                                    const std::optional<std::string>& parentKey) const
 {
-    const auto isKept = [&](const std::string& agreedKey) {
-        return _keptCalendars.count(_local->localCalendarKey(agreedKey)) != 0;
-    };
+    const auto isKept = [&](const std::string& key) { return _switchedOff.hasAgreed(key); };
     if (id.conduit == kConduitCalendar)
         return isKept(id.key);
     if (parentKey && isKept(*parentKey))
@@ -68,7 +67,7 @@ std::vector<const Outcome*> SyncSession::effectiveOutcomes()
     std::vector<const Outcome*> effective;
     for (const auto& [record, outcome] : _staged) {
         const bool isHandedBack = _handedBack.count(record.get()) != 0;
-        if (_movedIds.count(outcome->id) != 0)
+        if (_movedIds.count(outcome->id) != 0 || isOfStayingCalendar(*outcome))
             effective.push_back(outcome);
         else if (lacksWitness(*outcome))
             _deletionsNotMade.push_back(outcome->id);
@@ -93,6 +92,7 @@ bool SyncSession::takeEffect()
     if (isDryRun())
         return true;
     tellOfConflicts(effective);
+    tellOfSwitches();
     notePush(effective);
     const std::int64_t head = writeToServer(effective);
     if (_facts.isServerOlder || _isPastLost)
@@ -201,7 +201,7 @@ void SyncSession::writeSeen(const std::vector<const Outcome*>& effective)
     for (const Outcome* outcome : effective)
         settled.insert(outcome->id);
     SeenUpdate update(_setting.state, *_knowledge, Platform::shared().localTimeZoneName());
-    SeenRemainder remainder{_keptCalendars, isMissingUnread(), _unread.rows};
+    SeenRemainder remainder{_switchedOff, isMissingUnread(), _unread.rows};
     for (const LocalRecord& local : _local->all()) {
         // A change that did not go up has to be found again.
         const bool isPending = !local.isLeftOver && _outcomes.count(local.agreedId) != 0 &&
@@ -215,7 +215,7 @@ void SyncSession::writeSeen(const std::vector<const Outcome*>& effective)
                      local.seen});
     }
     update.finish(remainder);
-    _setting.summary.renamedCalendars = update.renamed();
+    tellOfRenamed(update);
 }
 
 void SyncSession::writeFacts(const std::vector<const Outcome*>& effective, std::int64_t head)
@@ -275,9 +275,10 @@ bool SyncSession::hasUntakenOfCalendarSwitchedOn() const
         const auto& [id, change] = entry;
         if (id.conduit != kConduitCalendar && !change.server.parentKey)
             return false;
-        const std::string& calendar = _local->localCalendarKey(
-            id.conduit == kConduitCalendar ? id.key : *change.server.parentKey);
-        return _knowledge->keptCalendars().count(calendar) != 0 && _local->hasCalendar(calendar);
+        const std::string& calendar =
+            id.conduit == kConduitCalendar ? id.key : *change.server.parentKey;
+        return _knowledge->switchedOff().hasAgreed(calendar) &&
+               _local->recordAgreedAs({std::string(kConduitCalendar), calendar}) != nullptr;
     });
 }
 

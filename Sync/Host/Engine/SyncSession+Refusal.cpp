@@ -31,7 +31,7 @@ std::optional<std::string> SyncSession::reasonAgainst(
     // An empty store says nothing when what is missing in it was not deleted.
     facts.isStoreEmpty = !isMissingUnread() && _unread.unread.empty() &&
                          _unread.returning.empty() && _localRecords.empty() &&
-                         _keptCalendars.empty();
+                         _switchedOff.empty();
     facts.wasStoreEmpty = !facts.isStoreEmpty || _knowledge->seen().empty();
     countWhatWentBack(facts);
     return massDeletionReason(facts);

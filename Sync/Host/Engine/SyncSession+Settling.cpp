@@ -35,7 +35,7 @@ public:
         const RecordId local{record.conduit(), record.recordKey()};
         const SeenRow* row =
             agreedKey ? _knowledge.seenOfAgreed({local.conduit, *agreedKey}) : nobodysRow(local);
-        if (row == nullptr || row->local != local || _isTaken[_knowledge.numberOf(*row)])
+        if (row == nullptr || _isTaken[_knowledge.numberOf(*row)])
             return nullptr;
         _isTaken[_knowledge.numberOf(*row)] = true;
         return row;
@@ -178,13 +178,13 @@ void SyncSession::makeSeen(const std::vector<std::optional<std::string>>& agreed
         update.take({*record, hashes[index], _places.of(*record), agreedKeys[index],
                      rows.take(*record, agreedKeys[index])});
     }
-    SeenRemainder remainder{_keptCalendars, false, {}};
+    SeenRemainder remainder{_switchedOff, false, {}};
     for (const SeenRow* row : rows.rest()) {
         if (isRowUnread(*row))
             remainder.untouched.insert(row);
     }
     update.finish(remainder);
-    _setting.summary.renamedCalendars = update.renamed();
+    tellOfRenamed(update);
 }
 
 // Of what a rewrite brought and is nobody's nothing else is remembered.

@@ -15,13 +15,62 @@ using Whose = UnreadRow::Whose;
 
 }  // namespace
 
+// The plug-in's keys say which switch is whose; what the store knows its calendars by says more.
+void SyncSession::decideParticipation(const SyncRecordList& given)
+{
+    const SyncRunOptions& options = _setting.options;
+    const bool isUnsettled = _facts.hasMark || isSettling();
+    _participation.emplace(
+        given, _places, *_knowledge, _setting.state, options.switches,
+        isUnsettled ? Participation::Rewrite::unsettled : Participation::Rewrite::settled);
+    _localRecords = withGroupsThatAreUnread(_participation->active());
+    _offNow = switchedOffCalendars(_participation->off(), _localRecords, _places, *_knowledge);
+    _switchedOn = calendarKeysNow(_localRecords, _places, *_knowledge);
+}
+
+// The plug-in lets the changes of one pass that is switched off under its former title.
+bool SyncSession::isSwitchedOffNow(const RemoteChange& change) const
+{
+    const ServerRecord& server = change.server;
+    const std::string calendar = server.id.conduit == kConduitCalendar
+                                     ? server.id.key
+                                     : server.parentKey.value_or("");
+    const auto& renamed = _participation->renamed();
+    return std::any_of(renamed.begin(), renamed.end(), [&](const auto& keys) {
+        return _offNow.agreedKey(keys.second) == calendar;
+    });
+}
+
+// The plug-in thins out what concerns it.
+bool SyncSession::isOfStayingCalendar(const Outcome& outcome) const
+{
+    const std::string calendar = outcome.id.conduit == kConduitCalendar
+                                     ? outcome.id.key
+                                     : outcome.parentKey.value_or("");
+    return _participation && _participation->staying().count(_local->localCalendarKey(calendar)) != 0;
+}
+
+// Before the state says so: a run that is cut off in between finds the same again.
+void SyncSession::tellOfSwitches()
+{
+    if (!_participation || !_setting.options.renameSwitch)
+        return;
+    for (const auto& [former, now] : _participation->renamed())
+        _setting.options.renameSwitch(former, now);
+}
+
+void SyncSession::tellOfRenamed(const SeenUpdate& update)
+{
+    auto& renamed = _setting.summary.renamedCalendars;
+    renamed.insert(renamed.end(), update.renamed().begin(), update.renamed().end());
+}
+
 // An item that left for a switched-off calendar is an edit of that item, and the last one that the
 // others hear of as long as its calendar is off.
-SyncRecordList SyncSession::withRecordsThatMoved(const SyncRecordList& records,
-                                                 const SyncRecordList& given)
+SyncRecordList SyncSession::withRecordsThatMoved(const SyncRecordList& records)
 {
     SyncRecordList all = records;
-    _moved = movedIntoSwitchedOff(given, _places, *_knowledge);
+    _moved = movedIntoSwitchedOff(records, _participation->off(), _offNow, _places, *_knowledge);
     for (const MovedRecord& moved : _moved) {
         if (isKnownElsewhere(moved.record->recordParentKey().value_or("")))
             all.push_back(moved.record);
@@ -32,8 +81,10 @@ SyncRecordList SyncSession::withRecordsThatMoved(const SyncRecordList& records,
 // Whether the others have the calendar that something moved to.
 bool SyncSession::isKnownElsewhere(const std::string& localCalendarKey) const
 {
-    const RecordId id{std::string(kConduitCalendar),
-                      _knowledge->agreedCalendarKey(localCalendarKey)};
+    const auto agreedKey = _offNow.agreedKey(localCalendarKey);
+    if (!agreedKey)
+        return false;
+    const RecordId id{std::string(kConduitCalendar), *agreedKey};
     const AgreedRow* agreed = _knowledge->agreedRow(id);
     const RemoteChange* remote = _remote.change(id);
     const bool isThere = remote == nullptr ? !_remote.isMissingOnServer(id)
@@ -97,9 +148,9 @@ void SyncSession::writeSeenOfMoved()
 
 bool SyncSession::wasSwitchedOffAndIsGone(const std::string& agreedCalendarKey) const
 {
-    const std::string& key = _local->localCalendarKey(agreedCalendarKey);
-    return _knowledge->keptCalendars().count(key) != 0 && _keptCalendars.count(key) == 0 &&
-           !_local->hasCalendar(key);
+    return _knowledge->switchedOff().hasAgreed(agreedCalendarKey) &&
+           !_switchedOff.hasAgreed(agreedCalendarKey) &&
+           _local->recordAgreedAs({std::string(kConduitCalendar), agreedCalendarKey}) == nullptr;
 }
 
 // Of a calendar that was never seen itself nobody can say that it was here and was deleted.

@@ -115,20 +115,17 @@ bool SyncSession::isFolderUnread(const RecordId& id, const RemoteChange& change)
 SyncRecordList SyncSession::withKeptRecordsThatComeBack(const SyncRecordList& records)
 {
     SyncRecordList all = records;
-    const std::unordered_set<std::string> active = calendarsOf(records);
-    std::unordered_set<std::string> switchedOn;
-    for (const KeptRow& row : _knowledge->kept()) {
-        if (active.count(calendarOf(row)) != 0)
-            switchedOn.insert(calendarOf(row));
-    }
-    if (switchedOn.empty())
+    if (_switchedOn.empty())
         return all;
+    std::unordered_set<std::string> switchedOn;
+    for (const auto& [former, now] : _switchedOn)
+        switchedOn.insert(now);
     const KeptNames names = keptNames(recordsOfCalendars(records, switchedOn), _setting.state,
                                       *_knowledge, reading(), keptMissing());
     _keptAndRead = names.known;
     RecordIdSet present = names.known;
     for (const KeptRow& row : _knowledge->kept()) {
-        if (switchedOn.count(calendarOf(row)) == 0)
+        if (!isSwitchedOn(row))
             present.insert(row.id);
     }
     if (_isHeld)
@@ -161,9 +158,15 @@ SyncRecord SyncSession::keptAsLocal(const KeptRow& row)
                         [&](const auto& each) { return isBare(each.local); }))
             key = *bareKey;
     }
-    auto record =
-        std::make_shared<HostSyncRecord>(kRecordTypeRecord, _setting.state.keptRecord(row.id), key,
-                                         row.parentKey, row.id.conduit);
+    Dictionary content = _setting.state.keptRecord(row.id);
+    std::optional<std::string> parent = row.parentKey;
+    const auto now = parent ? _switchedOn.find(*parent) : _switchedOn.end();
+    if (now != _switchedOn.end() && now->second != *parent) {
+        parent = now->second;
+        content.set(kParent, now->second);
+    }
+    auto record = std::make_shared<HostSyncRecord>(kRecordTypeRecord, std::move(content), key,
+                                                   parent, row.id.conduit);
     _setting.reports.identities.reportIdentity(record, {row.place.uid, "", "", row.place.file});
     return record;
 }
@@ -174,34 +177,40 @@ void SyncSession::decideKept()
     if (!_keptRecords)
         return;
     _keptNames = keptNames(*_keptRecords, _setting.state, *_knowledge, reading(), keptMissing());
+    _stillOff = calendarKeysNow(*_keptRecords, _places, *_knowledge);
     if (_isHeld || isSettling())
         return;
     RecordIdSet present = _keptNames.known;
-    const std::unordered_set<std::string> active = calendarsOf(_localRecords);
     for (const KeptRow& row : _knowledge->kept()) {
-        if (active.count(calendarOf(row)) != 0)
+        if (isSwitchedOn(row))
             present.insert(row.id);
     }
     merge(_unreadKept,
           unreadKeptRecords(*_texts, *_knowledge, present, unreadRules(), _setting.state));
-    keepWhatIsMissed(calendarsOf(*_keptRecords));
+    keepWhatIsMissed();
 }
 
 // What is unread of a calendar that was switched off just now is kept as it was last seen.
-void SyncSession::keepWhatIsMissed(const std::unordered_set<std::string>& switchedOff)
+void SyncSession::keepWhatIsMissed()
 {
+    const SwitchedOffCalendars switchedOff =
+        switchedOffCalendars(*_keptRecords, _localRecords, _places, *_knowledge);
     std::unordered_set<RecordId, RecordIdHash> taken(_keptNames.ids.begin(), _keptNames.ids.end());
     for (const KeptRow& row : _knowledge->kept())
         taken.insert(row.id);
     for (const SeenRow* row : _unread.rows) {
-        const bool isCalendar = row->local.conduit == kConduitCalendar;
-        const std::string calendar = isCalendar ? row->local.key : row->localParentKey.value_or("");
-        if (!row->agreedKey || switchedOff.count(calendar) == 0)
+        if (!row->agreedKey || !switchedOff.holds(*row, *_knowledge))
             continue;
         RecordId id = row->local;
         for (int number = 2; !taken.insert(id).second; ++number)
             id.key = numberedKey(row->local.key, number);
-        _keptFromSeen.emplace_back(KeptRow{id, row->localParentKey, row->hash, row->place}, row);
+        KeptRow kept{id, row->localParentKey, row->hash, row->place};
+        if (id.conduit == kConduitCalendar)
+            kept.agreedKey = row->agreedKey;
+        else if (kept.parentKey)
+            kept.parentKey =
+                _local->localCalendarKey(_knowledge->agreedCalendarKey(*kept.parentKey));
+        _keptFromSeen.emplace_back(std::move(kept), row);
         const RecordId agreedId{row->local.conduit, *row->agreedKey};
         if (_unread.unread.erase(agreedId) != 0)
             _unreadKept.unread.insert(id);
@@ -214,9 +223,8 @@ void SyncSession::writeKept()
     if (!_keptRecords)
         return;
     RecordIdSet stays;
-    const std::unordered_set<std::string> active = calendarsOf(_localRecords);
     for (const KeptRow& row : _knowledge->kept()) {
-        const bool isActive = active.count(calendarOf(row)) != 0;
+        const bool isActive = isSwitchedOn(row);
         const bool isMissed = isMissingUnread() || _unreadKept.returning.count(row.id) != 0;
         // Where the store is rewritten a calendar that is switched on has got it back.
         const bool isNowhereElse = !isActive || !isRewriteExpected(_result);
@@ -225,9 +233,14 @@ void SyncSession::writeKept()
         if (isUnreadKept(row) || (isMissed && isNowhereElse))
             stays.insert(row.id);
     }
-    replaceKept(_setting.state, *_knowledge, *_keptRecords, _keptNames, stays, _places);
-    for (const auto& [kept, seen] : _keptFromSeen)
-        _setting.state.setKept(kept, _setting.state.seenRecord(*seen));
+    replaceKept(_setting.state, *_knowledge,
+                {*_keptRecords, _keptNames, stays, _stillOff, _switchedOff, _places});
+    for (const auto& [kept, seen] : _keptFromSeen) {
+        Dictionary record = _setting.state.seenRecord(*seen);
+        if (kept.id.conduit != kConduitCalendar && kept.parentKey)
+            record.set(kParent, *kept.parentKey);
+        _setting.state.setKept(kept, record);
+    }
 }
 
 bool SyncSession::isUnreadKept(const KeptRow& row) const

@@ -148,19 +148,21 @@ void SyncSession::noteTaken(const SyncRecordList& remote)
     for (const SyncRecord& record : remote) {
         const auto found = _offered.find(record.get());
         if (found != _offered.end())
-            found->second->isTaken = !waitsForItsText(found->second->server.id, *found->second);
+            found->second->isTaken =
+                !waitsForItsText(found->second->server.id, *found->second) &&
+                !isSwitchedOffNow(*found->second);
     }
 }
 
 SyncResult SyncSession::diff(const SyncRecordList& local,
                              const std::optional<SyncRecordList>& remote, int diffMode)
 {
-    _localRecords = withGroupsThatAreUnread(local);
+    decideParticipation(local);
     if (isSettling())
         return SyncResult(3);
     _localRecords = withKeptRecordsThatComeBack(_localRecords);
     std::vector<LocalRecord> loaded =
-        loadedRecords(withRecordsThatMoved(_localRecords, local), _places);
+        loadedRecords(withRecordsThatMoved(_localRecords), _places);
     if (isComparedInVain(loaded))
         return SyncResult(3);
     // Before anything of this server was ever taken, what is new on both sides is no addition to
@@ -168,7 +170,7 @@ SyncResult SyncSession::diff(const SyncRecordList& local,
     const bool isAfterFirstMeeting = _hasBase && _knowledge->facts().anchor != 0;
     _local.emplace(std::move(loaded), *_knowledge, _remote, _setting.state,
                    isAfterFirstMeeting ? LocalRecords::Base::agreed : LocalRecords::Base::none,
-                   *_texts);
+                   reading());
     // A held run writes nothing into the store and takes nothing missing for deleted anyway.
     if (!_isHeld)
         _unread = unreadRecords(*_texts, *_knowledge, *_local, unreadRules(), _setting.state);
@@ -281,7 +283,8 @@ GivenRecords SyncSession::given() const
 
 void SyncSession::keep(const SyncRecordList& records)
 {
-    _keptRecords = withGroupsThatAreUnread(records);
+    _keptRecords = withGroupsThatAreUnread(
+        _participation ? _participation->kept(records) : records);
 }
 
 }  // namespace kt

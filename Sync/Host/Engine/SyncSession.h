@@ -18,6 +18,7 @@
 #include "Sync/Host/Engine/LocalRecords.h"
 #include "Sync/Host/Engine/MassDeletion.h"
 #include "Sync/Host/Engine/MovedRecords.h"
+#include "Sync/Host/Engine/Participation.h"
 #include "Sync/Host/Engine/RemoteChanges.h"
 #include "Sync/Host/Engine/SeenUpdate.h"
 #include "Sync/Host/Engine/StartResult.h"
@@ -83,7 +84,12 @@ private:
     bool isFolderUnread(const RecordId& id, const RemoteChange& change) const;
     SyncRecordList withGroupsThatAreUnread(const SyncRecordList& records);
     SyncRecordList withKeptRecordsThatComeBack(const SyncRecordList& records);
-    SyncRecordList withRecordsThatMoved(const SyncRecordList& records, const SyncRecordList& given);
+    void decideParticipation(const SyncRecordList& given);
+    bool isSwitchedOffNow(const RemoteChange& change) const;
+    bool isOfStayingCalendar(const Outcome& outcome) const;
+    void tellOfSwitches();
+    void tellOfRenamed(const SeenUpdate& update);
+    SyncRecordList withRecordsThatMoved(const SyncRecordList& records);
     bool isKnownElsewhere(const std::string& localCalendarKey) const;
     void decideMoved();
     void putAside(const RecordId& id, const SeenRow* row);
@@ -92,7 +98,7 @@ private:
     bool lacksWitness(const Outcome& outcome) const;
     void tellOfGoneCalendars(const std::vector<const Outcome*>& effective);
     void decideKept();
-    void keepWhatIsMissed(const std::unordered_set<std::string>& switchedOff);
+    void keepWhatIsMissed();
     SyncRecord keptAsLocal(const KeptRow& row);
     bool isUnreadKept(const KeptRow& row) const;
     bool isRowUnread(const SeenRow& row) const;
@@ -112,7 +118,8 @@ private:
     void makeSeen(const std::vector<std::optional<std::string>>& agreedKeys,
                   const std::vector<std::string>& hashes);
     std::vector<const Outcome*> effectiveOutcomes();
-    std::unordered_set<std::string> keptCalendars() const;
+    SwitchedOffCalendars switchedOffAfterwards() const;
+    bool isSwitchedOn(const KeptRow& row) const { return _switchedOn.count(calendarOf(row)) != 0; }
     bool isOfKeptCalendar(const RecordId& id, const std::optional<std::string>& parentKey) const;
     std::optional<std::string> reasonAgainst(const std::vector<const Outcome*>& effective) const;
     void countWhatWentBack(MassDeletionFacts& facts) const;
@@ -143,7 +150,7 @@ private:
     {
         return isMissingUnread() || isSettling() ? KeptMissing::stillThere : KeptMissing::deleted;
     }
-    StoreReading reading() const { return {_places, *_texts}; }
+    StoreReading reading() const { return {_places, *_texts, _offNow}; }
     bool isDryRun() const { return _setting.options.dryRun; }
     bool overwritesStore() const
     {
@@ -180,8 +187,12 @@ private:
     std::unordered_set<const KTSyncRecord*> _handedBack;
     bool _isPushed = false;
     SyncRecordList _localRecords;
+    std::optional<Participation> _participation;
+    SwitchedOffCalendars _offNow;                  // as the load says; empty where it tells nothing
+    CalendarKeysNow _switchedOn;                   // kept calendars that take part
+    CalendarKeysNow _stillOff;                     // kept calendars that are kept again
     std::optional<SyncRecordList> _keptRecords;
-    std::unordered_set<std::string> _keptCalendars;  // local keys
+    SwitchedOffCalendars _switchedOff;  // at the end
     KeptNames _keptNames;
     RecordIdSet _keptAndRead;  // kept so far, and read in a calendar that is switched on now
     std::vector<std::pair<KeptRow, const SeenRow*>> _keptFromSeen;  // to be kept as they were seen

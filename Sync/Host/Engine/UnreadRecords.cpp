@@ -44,10 +44,31 @@ struct Missing {
     }
 };
 
-bool isOfCalendarSwitchedOff(const std::string& localKey, const Knowledge& knowledge,
+bool isSwitchedOff(const std::string& agreedKey, const Knowledge& knowledge,
+                   const LocalRecords& local)
+{
+    return knowledge.switchedOff().hasAgreed(agreedKey) &&
+           local.recordAgreedAs({std::string(kConduitCalendar), agreedKey}) == nullptr;
+}
+
+bool isOfCalendarSwitchedOff(const SeenRow& row, const Knowledge& knowledge,
                              const LocalRecords& local)
 {
-    return knowledge.keptCalendars().count(localKey) != 0 && !local.hasCalendar(localKey);
+    if (!knowledge.switchedOff().holds(row, knowledge))
+        return false;
+    const bool isCalendar = row.local.conduit == kConduitCalendar;
+    const std::string localKey = isCalendar ? row.local.key : row.localParentKey.value_or("");
+    const SeenRow* calendar = knowledge.seenCalendarUnder(localKey);
+    return calendar == nullptr || !calendar->agreedKey
+               ? !local.hasCalendar(localKey)
+               : isSwitchedOff(*calendar->agreedKey, knowledge, local);
+}
+
+bool isOfCalendarSwitchedOff(const AgreedRow& row, const Knowledge& knowledge,
+                             const LocalRecords& local)
+{
+    const bool isCalendar = row.id.conduit == kConduitCalendar;
+    return isSwitchedOff(isCalendar ? row.id.key : row.parentKey.value_or(""), knowledge, local);
 }
 
 Missing missingRecords(const UnreadTexts& texts, const Knowledge& knowledge,
@@ -58,11 +79,11 @@ Missing missingRecords(const UnreadTexts& texts, const Knowledge& knowledge,
         const RecordId id{row.local.conduit, row.agreedKey.value_or("")};
         const bool isThere =
             row.agreedKey ? local.recordAgreedAs(id) != nullptr : local.isRowTaken(row);
-        KnownRecord record = knownRecord(row, knowledge, texts);
-        if (isThere || isOfCalendarSwitchedOff(record.calendar, knowledge, local))
+        if (isThere || isOfCalendarSwitchedOff(row, knowledge, local))
             continue;
         if (row.agreedKey && knowledge.agreedRow(id) == nullptr)
             continue;
+        KnownRecord record = knownRecord(row, knowledge, texts);
         nameFolder(record, [&] { return state.seenRecord(row); });
         missing.add(std::move(record), id, &row);
     }
@@ -72,9 +93,8 @@ Missing missingRecords(const UnreadTexts& texts, const Knowledge& knowledge,
         // What was never seen is missed only where it was handed out, or unread, already.
         if (!rules.isHealing && knowledge.unreadRow(Whose::agreed, row.id) == nullptr)
             continue;
-        KnownRecord record = knownRecord(row, knowledge, texts, state);
-        if (!isOfCalendarSwitchedOff(record.calendar, knowledge, local))
-            missing.add(std::move(record), row.id, nullptr);
+        if (!isOfCalendarSwitchedOff(row, knowledge, local))
+            missing.add(knownRecord(row, knowledge, texts, state), row.id, nullptr);
     }
     return missing;
 }

@@ -6,7 +6,7 @@
 #include "Sync/Foundation/Exception.h"
 #include "Sync/Foundation/Format.h"
 #include "Sync/Host/Services/HomeLayout.h"
-#include "Sync/Host/Services/PluginPreferences.h"
+#include "Sync/Host/Services/CalendarPreferences.h"
 #include "Sync/Host/Services/StoreFingerprint.h"
 
 namespace kt {
@@ -97,6 +97,10 @@ void SyncRun::runOnStore(const SyncRunWishes& wishes, SyncRunResult& result)
     options.systemVersion = _host.macOSVersion();
     options.home = _home;
     options.backupName = marked.value_or(made);
+    options.switches = CalendarPreferences(_host).switches();
+    options.renameSwitch = [this](const std::string& former, const std::string& now) {
+        CalendarPreferences(_host).moveSwitch(former, now);
+    };
     synchronize(options, result);
     if (couldNotLoad(result) && canPutBack && !result.wasRestored) {
         result = {};
@@ -178,32 +182,9 @@ void SyncRun::synchronize(const SyncRunOptions& options, SyncRunResult& result)
         result.reasons.push_back(result.course.refusal);
     if (result.summary.needsSettling)
         settle(options, fingerprint, result);
-    movePublished(result.summary.renamedCalendars);
-}
-
-/// The plug-in remembers what is public by keys that change with the titles.
-void SyncRun::movePublished(const std::vector<std::pair<std::string, std::string>>& renamed)
-{
-    const std::string name(kPublishedCalendarsPreference);
-    const Value before = _host.objectPreferenceForKey(name, Value());
-    if (renamed.empty() || !before.isDictionary())
-        return;
-    Dictionary after = before.dictionary();
-    for (const auto& [oldKey, newKey] : renamed)
-        after.remove(newKey);
-    for (const auto& [oldKey, newKey] : renamed) {
-        if (const Value* options = before.dictionary().find(oldKey))
-            after.set(newKey, *options);
-    }
-    for (const auto& [oldKey, newKey] : renamed) {
-        const bool isAnothersNow =
-            std::any_of(renamed.begin(), renamed.end(),
-                        [&, &key = oldKey](const auto& each) { return each.second == key; });
-        if (!isAnothersNow)
-            after.remove(oldKey);
-    }
-    if (after != before.dictionary())
-        _host.updatePreferenceWithObject(name, after);
+    CalendarPreferences preferences(_host);
+    preferences.moveSwitchesOff(result.summary.renamedCalendars, options.switches);
+    preferences.movePublished(result.summary.renamedCalendars);
 }
 
 void SyncRun::settle(SyncRunOptions options, const std::string& notedFingerprint,

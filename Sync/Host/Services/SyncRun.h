@@ -56,7 +56,6 @@ private:
     std::string backUp(const SyncRunWishes& wishes);
     /// doSync between the engine's beginning and end, and settling where it is due.
     void synchronize(const SyncRunOptions& options, SyncRunResult& result);
-    void movePublished(const std::vector<std::pair<std::string, std::string>>& renamed);
     void settle(SyncRunOptions options, const std::string& notedFingerprint, SyncRunResult& result);
     bool couldNotLoad(const SyncRunResult& result) const;
     std::vector<std::string> storeFiles();

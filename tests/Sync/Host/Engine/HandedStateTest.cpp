@@ -49,9 +49,11 @@ protected:
         state.addSeen(row, calendarRecord(sourceKey));
     }
 
-    void kept(std::string_view conduit, const std::string& key, const Dictionary& record)
+    void kept(std::string_view conduit, const std::string& key, const Dictionary& record,
+              const std::optional<std::string>& agreedKey = std::nullopt)
     {
-        state.setKept({{std::string(conduit), key}, parentOf(record), "hash"}, record);
+        state.setKept({{std::string(conduit), key}, parentOf(record), "hash", {}, agreedKey},
+                      record);
     }
 
     std::vector<std::string> keys()
@@ -96,7 +98,7 @@ TEST_F(Rule16, GivesOfASwitchedOffCalendarOnlyWhatIsKept)
     agreed(kConduitCalendar, "C", calendarRecord("S"));
     agreedItem("deleted while off", "C");
     agreedItem("other", "D");
-    kept(kConduitCalendar, "C", calendarRecord("S"));
+    kept(kConduitCalendar, "C", calendarRecord("S"), "C");
     kept(kConduitEvent, "added while off", {{"Title", "t"}, {"ParentRecordKey", "C"}});
     EXPECT_THAT(keys(), ElementsAre("C", "added while off", "other"));
 }
@@ -106,8 +108,32 @@ TEST_F(Rule16, KnowsASwitchedOffCalendarByTheKeyItIsAgreedUnder)
     agreed(kConduitCalendar, "agreed", calendarRecord("S"));
     agreedItem("E", "agreed");
     seenCalendar("local", "agreed", "S");
-    kept(kConduitCalendar, "local", calendarRecord("S"));
+    kept(kConduitCalendar, "local", calendarRecord("S"), "agreed");
     EXPECT_THAT(keys(), ElementsAre("local"));
+}
+
+// A new calendar under the former title of another one, with an item and an occurrence of it.
+TEST_F(Rule16, WhatIsKeptTakesNoKeyOfAnotherRecord)
+{
+    agreed(kConduitCalendar, "C", calendarRecord("S"));
+    agreedItem("E", "C");
+    seenCalendar("renamed", "C", "S");
+    kept(kConduitCalendar, "C", calendarRecord("T"));
+    kept(kConduitEvent, "E", {{"Title", "t"}, {"ParentRecordKey", "C"}});
+    kept(kConduitEvent, "E-2",
+         {{"Title", "t"}, {"ParentRecordKey", "C"}, {"RecurrenceParentRecordKey", "E"}});
+    const Knowledge knowledge(state);
+    const auto handed = handedState(state, knowledge);
+    EXPECT_THAT(keys(), ElementsAre("C", "C-2", "E", "E-2", "E-3"));
+    EXPECT_FALSE(handed[0].isKept());
+    EXPECT_EQ(handed[1].keptAs, (RecordId{"ical-calendar", "C"}));
+    EXPECT_EQ(handed[2].record["ParentRecordKey"], Value("C"));
+    for (const std::size_t index : {3U, 4U}) {
+        EXPECT_EQ(handed[index].parentKey, "C-2");
+        EXPECT_EQ(handed[index].record["ParentRecordKey"], Value("C-2"));
+    }
+    EXPECT_EQ(handed[3].record["RecurrenceParentRecordKey"], Value("E-3"));
+    EXPECT_EQ(handed[4].keptAs, (RecordId{"ical-event", "E"}));
 }
 
 TEST_F(Rule16, ACalendarWhoseParentIsMissingGoesWithoutIt)

@@ -33,7 +33,7 @@ protected:
     }
     void handOut(const std::string& key, SyncRecord given = nullptr)
     {
-        handed.push_back({{conduit, key}, std::nullopt, {}, false, std::move(given)});
+        handed.push_back({{conduit, key}, std::nullopt, {}, std::nullopt, std::move(given)});
     }
     SyncRecord giveBack(const std::string& uid)
     {

@@ -121,8 +121,10 @@ TEST_F(LocalStates, KeepSeveralSeenRecordsOfOneKey)
 TEST_F(LocalStates, KeepKeptAndUntakenRecords)
 {
     LocalState state(path());
-    state.setKept({{"ical-event", "E"}, "C", "hash", {"uid", "a.ics"}}, {{"Title", "Zahnarzt"}});
+    state.setKept({{"ical-event", "E"}, "C", "hash", {"uid", "a.ics"}, "A"},
+                  {{"Title", "Zahnarzt"}});
     ASSERT_THAT(state.keptRows(), SizeIs(1));
+    EXPECT_EQ(state.keptRows()[0].agreedKey, "A");
     EXPECT_EQ(state.keptRows()[0].place, (StorePlace{"uid", "a.ics"}));
     EXPECT_EQ(state.keptRows()[0].parentKey, "C");
     EXPECT_EQ(state.keptRecord({"ical-event", "E"})["Title"], Value("Zahnarzt"));
@@ -179,6 +181,15 @@ CREATE TABLE untaken (conduit TEXT NOT NULL, key TEXT NOT NULL, parent_key TEXT,
 INSERT INTO facts VALUES ('device', 'd'), ('server', 's'), ('anchor', '7');
 INSERT INTO seen VALUES (3, 'ical-task', 'T', 'T-2', 'C', 'seen hash', 'Europe/Berlin', x'00');
 INSERT INTO kept VALUES ('ical-event', 'E', 'C', 'kept hash', x'00');
+INSERT INTO kept VALUES ('ical-calendar', 'C', NULL, 'kept hash', x'00');
+INSERT INTO kept VALUES ('ical-calendar', 'D', NULL, 'kept hash', x'00');
+INSERT INTO kept VALUES ('ical-calendar', 'never agreed', NULL, 'kept hash', x'00');
+INSERT INTO kept VALUES ('ical-calendar', 'taken', NULL, 'kept hash', x'00');
+INSERT INTO seen VALUES (4, 'ical-calendar', 'C', 'C-2', NULL, 'seen hash', 'Europe/Berlin', x'00');
+INSERT INTO seen VALUES (5, 'ical-calendar', 'F', 'taken', NULL, 'seen hash', 'UTC', x'00');
+INSERT INTO agreed VALUES ('ical-calendar', 'C-2', NULL, 1, 'hash', x'00');
+INSERT INTO agreed VALUES ('ical-calendar', 'D', NULL, 1, 'hash', x'00');
+INSERT INTO agreed VALUES ('ical-calendar', 'taken', NULL, 1, 'hash', x'00');
 PRAGMA application_id = 1263815763;
 PRAGMA user_version = 1;
 )";
@@ -192,14 +203,19 @@ TEST_F(LocalStates, TakeOverAFileOfTheFirstVersion)
     EXPECT_EQ(state.facts().serverIdentity, "s");
     EXPECT_EQ(state.facts().anchor, 7);
     const auto seen = state.seenRows();
-    ASSERT_THAT(seen, SizeIs(1));
+    ASSERT_THAT(seen, SizeIs(3));
     EXPECT_EQ(seen[0].agreedKey, "T-2");
     EXPECT_EQ(seen[0].hash, "seen hash");
     EXPECT_EQ(seen[0].place, StorePlace{});
     const auto kept = state.keptRows();
-    ASSERT_THAT(kept, SizeIs(1));
-    EXPECT_EQ(kept[0].hash, "kept hash");
-    EXPECT_EQ(kept[0].place, StorePlace{});
+    ASSERT_THAT(kept, SizeIs(5));
+    EXPECT_EQ(kept[0].agreedKey, "C-2");
+    EXPECT_EQ(kept[1].agreedKey, "D");
+    EXPECT_EQ(kept[2].agreedKey, std::nullopt);
+    EXPECT_EQ(kept[3].agreedKey, std::nullopt) << "it is what another calendar is agreed under";
+    EXPECT_EQ(kept[4].hash, "kept hash");
+    EXPECT_EQ(kept[4].place, StorePlace{});
+    EXPECT_EQ(kept[4].agreedKey, std::nullopt) << "items go by their calendars";
     EXPECT_THAT(state.unreadRows(), IsEmpty());
     EXPECT_THAT(state.unreadTexts(), IsEmpty());
 }

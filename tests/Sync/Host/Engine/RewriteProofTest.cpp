@@ -28,16 +28,14 @@ protected:
     {
         handed.push_back({{std::string(kConduitCalendar), key},
                           std::nullopt,
-                          calendarRecord(title, type),
-                          false});
+                          calendarRecord(title, type)});
     }
     void handOut(std::string_view conduit, const std::string& key, const std::string& title,
                  const std::string& calendar = "C")
     {
         handed.push_back({{std::string(conduit), key},
                           calendar,
-                          {{"Title", title}, {"ParentRecordKey", calendar}},
-                          false});
+                          {{"Title", title}, {"ParentRecordKey", calendar}}});
     }
     // What was handed out under `agreedKey` comes back; nullopt is nobody's.
     void giveBack(std::string_view conduit, const std::optional<std::string>& agreedKey,

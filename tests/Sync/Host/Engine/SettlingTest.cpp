@@ -30,7 +30,7 @@ SyncRecord local(std::string_view conduit, const std::string& key, Dictionary re
 HandedRecord handed(std::string_view conduit, const std::string& key, Dictionary record)
 {
     const std::string parent = parentOf(record);
-    return {{std::string(conduit), key}, parent, std::move(record), false};
+    return {{std::string(conduit), key}, parent, std::move(record)};
 }
 
 Dictionary taskRecord(const std::string& title, const std::string& due,
@@ -134,7 +134,7 @@ TEST(PairWithHanded, GivesEveryHandedRecordAwayOnce)
 TEST(PairWithHanded, LeavesKeptRecordsAlone)
 {
     HandedRecord kept = handed(kConduitTask, "A", taskRecord("a", "20071224"));
-    kept.isKept = true;
+    kept.keptAs = kept.id;
     EXPECT_THAT(paired({local(kConduitTask, "A", taskRecord("a", "20071224"))}, {kept}),
                 ElementsAre(kNone));
 }

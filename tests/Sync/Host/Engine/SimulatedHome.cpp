@@ -1,6 +1,7 @@
 #include "tests/Sync/Host/Engine/SimulatedHome.h"
 
 #include <algorithm>
+#include <utility>
 #include <memory>
 
 #include <gtest/gtest.h>
@@ -65,6 +66,11 @@ SyncRunSummary SimulatedHome::sync(const Wishes& wishes)
     options.dryRun = wishes.dryRun;
     options.backupName = "2007-12-24";
     options.home = "/home";
+    options.switches = _activated;
+    options.renameSwitch = [this](const std::string& former, const std::string& now) {
+        _movedSwitches.emplace_back(former, now);
+    };
+    _movedSwitches.clear();
     if (wishes.isFull)
         _isFullSync = true;
     const bool isFullBefore = _isFullSync;
@@ -94,12 +100,18 @@ SyncRunSummary SimulatedHome::sync(const Wishes& wishes)
         summary.settlement = settling.settlement;
         summary.unproved = settling.unproved;
         _activated = activated;
+        for (const auto& [former, now] : settling.renamedCalendars) {
+            if (!_activated.at(former) && options.switches.count(now) == 0)
+                _movedSwitches.emplace_back(former, now);
+        }
+        moveSwitches();
         _isFullSync = isFull;
         EXPECT_TRUE(pulled.empty()) << "a settling run pulls nothing";
         pulled = pulledByRun;
         return summary;
     } catch (const Killed&) {
         _activated = activatedBefore;
+        moveSwitches();
         return {};
     }
 }
@@ -154,6 +166,14 @@ void SimulatedHome::tellOfLosses()
             if (isUnread(calendar, &item))
                 _reports.losses.reportLoss(lossFor(calendar, &item));
         }
+    }
+}
+
+void SimulatedHome::moveSwitches()
+{
+    for (const auto& [former, now] : std::exchange(_movedSwitches, {})) {
+        _activated[now] = false;
+        _activated.erase(former);
     }
 }
 
@@ -254,6 +274,7 @@ bool SimulatedHome::doSync(SyncEngine& engine, Break breakAt)
     // What the thinning out switches on is not stored.
     const auto restore = [&](bool result) {
         _activated = afterLoad;
+        moveSwitches();
         return result;
     };
     if (breakAt == Break::cancelBeforeSession) {

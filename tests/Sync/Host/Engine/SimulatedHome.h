@@ -96,9 +96,11 @@ private:
     void thinOutPulled(SyncRecordList& records, Load& loaded);
     void thinOutResult(SyncResult& result, const Load& loaded) const;
     std::string keyOf(const std::string& calendarTitle);
+    void moveSwitches();
 
     std::string _statePath;
     std::map<std::string, bool> _activated;  // stored
+    std::vector<std::pair<std::string, std::string>> _movedSwitches;  // former and present keys
     bool _isFullSync = false;                // stored
     bool _resetSync = false;
     HostReports _reports;

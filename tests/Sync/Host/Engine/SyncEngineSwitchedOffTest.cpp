@@ -297,5 +297,132 @@ TEST_P(SwitchedOff, Rule24_WithUnsafeLossesNoCalendarGoes)
     EXPECT_EQ(b.sync().deletedHere, 0U);
 }
 
+// What a title says of a calendar, and what it does not.
+class SwitchedOffAndRenamed : public SwitchedOff {
+protected:
+    static void rename(SimulatedHome& home, const std::string& title, const std::string& now)
+    {
+        home.store.calendar(title)->title = now;
+        home.store.touch();
+    }
+    static SimulatedCalendar inFolder(SimulatedCalendar calendar, const std::string& folder)
+    {
+        calendar.sourceKey = folder;
+        return calendar;
+    }
+};
+
+INSTANTIATE_TEST_SUITE_P(Layouts, SwitchedOffAndRenamed,
+                         testing::Values(Layout::leopard, Layout::tiger));
+
+TEST_P(SwitchedOffAndRenamed, Rule13_ANewOneUnderTheFormerTitleOfAnotherKeepsItsItems)
+{
+    rename(a, "Privat", "Familie");
+    a.sync();
+    b.sync();
+    a.store.calendars.push_back(inFolder(calendar("Privat", {task("geheim")}), "NEW"));
+    a.switchOff("Privat");
+    a.sync();
+    fields(b, "Familie", "Einkaufen").set("Notes", "Brot");
+    b.sync();
+    EXPECT_TRUE(a.sync().settled);
+    EXPECT_EQ(a.store.count("geheim"), 1);
+    EXPECT_EQ(a.store.count("Einkaufen"), 1);
+    EXPECT_EQ(b.store.count("geheim"), 0);
+    a.switchOn("Privat");
+    a.switchOn("Arbeit");
+    expectAllAtRest();
+    expectOnceAndIn("Privat", "geheim");
+    expectOnceAndIn("Familie", "Einkaufen");
+}
+
+TEST_P(SwitchedOffAndRenamed, Rule24_BothBeforeTheNextRunDeleteNothing)
+{
+    const auto before = liveOnServer();
+    rename(a, "Privat", "Familie");
+    a.switchOff("Familie");
+    EXPECT_EQ(a.sync().deletedOnServer, 0U);
+    fields(b, "Privat", "Einkaufen").set("Notes", "Brot");
+    b.sync();
+    a.sync();
+    a.switchOn("Familie");
+    a.switchOn("Arbeit");
+    expectAllAtRest();
+    expectOnceAndIn("Familie", "Einkaufen");
+    EXPECT_EQ(fields(a, "Familie", "Einkaufen")["Notes"], Value("Brot"));
+    EXPECT_EQ(liveOnServer(), before);
+}
+
+TEST_P(SwitchedOffAndRenamed, Rule13_AnotherTitleSwitchesNothingOn)
+{
+    const auto before = liveOnServer();
+    rename(a, "Arbeit", "Projekte");
+    fields(a, "Projekte", "Sitzung").set("Notes", "geheim");
+    EXPECT_EQ(a.sync().sent, 0U);
+    EXPECT_FALSE(a.isOn("Projekte"));
+    b.sync();
+    EXPECT_FALSE(fields(b, "Arbeit", "Sitzung").contains("Notes"));
+    fields(b, "Arbeit", "Sitzung").set("Location", "oben");
+    fields(b, "Privat", "Zahnarzt").set("Location", "Praxis");
+    b.sync();
+    a.sync();
+    EXPECT_EQ(a.store.count("Sitzung"), 1);
+    EXPECT_FALSE(fields(a, "Projekte", "Sitzung").contains("Location"));
+    a.switchOn("Projekte");
+    expectAllAtRest();
+    expectOnceAndIn("Projekte", "Sitzung");
+    EXPECT_EQ(fields(b, "Projekte", "Sitzung")["Notes"], Value("geheim"));
+    EXPECT_EQ(fields(a, "Projekte", "Sitzung")["Location"], Value("oben"));
+    EXPECT_EQ(liveOnServer(), before);
+}
+
+TEST_P(SwitchedOffAndRenamed, Rule13_OneThatIsSwitchedOnUnderItsNewTitleIsOn)
+{
+    rename(a, "Arbeit", "Projekte");
+    a.switchOn("Projekte");
+    EXPECT_EQ(a.sync().sent, 1U);
+    EXPECT_TRUE(a.isOn("Projekte"));
+    expectAllAtRest();
+    expectOnceAndIn("Projekte", "Sitzung");
+}
+
+TEST_P(SwitchedOffAndRenamed, Rule19_OneThatIsSwitchedOffBeforeARewriteIsSettledIsOffAfterIt)
+{
+    rename(b, "Privat", "Familie");
+    move(b, "Einkaufen", "Familie", "Arbeit");
+    fields(b, "Familie", "Zahnarzt").set("Location", "Praxis");
+    b.sync();
+    a.switchOn("Arbeit");
+    Wishes killed;
+    killed.breakAt = Break::killAfterFinish;
+    a.sync(killed);
+    a.switchOff("Privat");
+    EXPECT_TRUE(a.sync().settled);
+    a.sync();
+    EXPECT_EQ(a.store.count("Einkaufen"), 1);
+    EXPECT_EQ(a.store.count("Zahnarzt"), 1);
+    EXPECT_FALSE(a.isOn("Familie"));
+    a.switchOn("Familie");
+    expectAllAtRest();
+    expectOnceAndIn("Arbeit", "Einkaufen");
+    expectOnceAndIn("Familie", "Zahnarzt");
+}
+
+TEST_P(SwitchedOffAndRenamed, Rule19_OneThatIsRenamedBeforeARewriteIsSettledStaysOnce)
+{
+    fields(b, "Privat", "Zahnarzt").set("Location", "Praxis");
+    b.sync();
+    Wishes killed;
+    killed.breakAt = Break::killAfterFinish;
+    a.sync(killed);
+    rename(a, "Arbeit", "Projekte");
+    a.sync();
+    EXPECT_EQ(a.store.calendar("Arbeit"), nullptr);
+    EXPECT_EQ(a.store.count("Sitzung"), 1);
+    a.switchOn("Projekte");
+    expectAllAtRest();
+    expectOnceAndIn("Projekte", "Sitzung");
+}
+
 }  // namespace
 }  // namespace kt::test
