@@ -58,7 +58,9 @@ public:
         const RemoteChange* remote = liveOnServer(id);
         const bool isAgreed = _knowledge.agreedRow(id) != nullptr;
         if (remote == nullptr && !isAgreed)
-            return true;
+            return _base == LocalRecords::Base::none ||
+                   _remote.mayRevive(
+                       id, contentHash(record.record->record(), HashScope::neutral));
         const bool isBareKey = id.key == record.record->recordKey();
         const bool isCompatible = remote == nullptr || !contradicts(record, remote->record);
         if (id.conduit == kConduitCalendar)

@@ -5,6 +5,7 @@
 #include <tuple>
 
 #include "Sync/Host/Engine/KeptRecords.h"
+#include "Sync/Host/Engine/RemoteChanges.h"
 #include "Sync/Host/Engine/SwitchedOffCalendars.h"
 
 namespace kt {
@@ -82,7 +83,9 @@ Participation::Participation(const SyncRecordList& active, const StorePlaces& pl
 void Participation::findStaying(const StorePlaces& places, const Knowledge& knowledge,
                                 LocalState& state)
 {
-    const SwitchedOffCalendars off = switchedOffCalendars(_off, _active, places, knowledge);
+    // What the server has beside all that is no part of the rewrite.
+    const SwitchedOffCalendars off =
+        switchedOffCalendars(_off, _active, places, knowledge, RemoteChanges());
     for (const SyncRecord& record : _off) {
         if (!isCalendar(record))
             continue;

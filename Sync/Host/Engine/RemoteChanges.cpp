@@ -6,6 +6,7 @@
 
 #include "Sync/Foundation/Exception.h"
 #include "Sync/Foundation/Format.h"
+#include "Sync/Host/Engine/EqualKeys.h"
 #include "Sync/Host/Engine/HostSyncRecord.h"
 #include "Sync/Host/Engine/RecordCoding.h"
 #include "Sync/Host/Engine/ServerPast.h"
@@ -165,6 +166,37 @@ std::int64_t RemoteChanges::revisionOf(const AgreedRow& agreed) const
 {
     const auto found = _renumbered.find(agreed.id);
     return found == _renumbered.end() ? agreed.revision : found->second;
+}
+
+void RemoteChanges::findBuried(SyncServerSession& server, std::vector<RecordId> names)
+{
+    for (int number = 1; !names.empty(); ++number) {
+        std::vector<RecordId> ids;
+        for (const RecordId& name : names)
+            ids.push_back({name.conduit, numberedKey(name.key, number)});
+        std::unordered_set<RecordId, RecordIdHash> known;
+        for (ServerRecord& record : server.records(ids)) {
+            known.insert(record.id);
+            if (record.isTombstone)
+                bury(std::move(record));
+        }
+        std::erase_if(names, [&](const RecordId& name) {
+            return known.count({name.conduit, numberedKey(name.key, number)}) == 0;
+        });
+    }
+}
+
+void RemoteChanges::bury(ServerRecord record)
+{
+    const RecordId id = record.id;
+    RemoteChange last{std::move(record)};
+    _buried.emplace(id, decode(last) ? contentHash(last.record, HashScope::neutral) : "");
+}
+
+bool RemoteChanges::mayRevive(const RecordId& id, const std::string& hash) const
+{
+    const auto found = _buried.find(id);
+    return found == _buried.end() || found->second == hash;
 }
 
 RemoteChange* RemoteChanges::change(const RecordId& id)

@@ -56,6 +56,13 @@ public:
     /// An agreed record of which the server knows neither record nor deletion: it has to go up
     /// again.
     bool isMissingOnServer(const RecordId& id) const { return _missing.count(id) != 0; }
+    /// Looks up which of the names, and of those with numbers behind them, were those of records
+    /// that are deleted: before mayRevive() is asked. Throws Exception when the server fails.
+    void findBuried(SyncServerSession& server, std::vector<RecordId> names);
+    /// Whether a new record of that name and neutral hash can be the one that had it: a deleted one
+    /// only comes back as it was. Whatever else is entered under the same title at the same hour
+    /// would be taken for an edit of it where its deletion is not known yet.
+    bool mayRevive(const RecordId& id, const std::string& hash) const;
     /// Whether there is anything to come down that was not offered in vain before.
     bool hasNews() const { return _hasNews; }
     std::size_t refusedCount() const;
@@ -71,10 +78,12 @@ private:
                    const Log& log);
     bool isDifferent(const ServerDigest& digest, const Knowledge& knowledge, Base base);
     void add(ServerRecord record, const Knowledge& knowledge, const Log& log);
+    void bury(ServerRecord record);
 
     std::map<RecordId, RemoteChange> _changes;
     std::unordered_map<RecordId, std::int64_t, RecordIdHash> _renumbered;
     std::unordered_set<RecordId, RecordIdHash> _missing;
+    std::unordered_map<RecordId, std::string, RecordIdHash> _buried;  // neutral hashes
     bool _hasNews = false;
     bool _contradictsPast = false;
 };

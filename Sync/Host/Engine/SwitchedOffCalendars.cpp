@@ -2,6 +2,7 @@
 
 #include "Sync/Host/Engine/HostIdentityReport.h"
 #include "Sync/Host/Engine/Knowledge.h"
+#include "Sync/Host/Engine/RemoteChanges.h"
 
 namespace kt {
 
@@ -10,7 +11,8 @@ namespace {
 using Folders = std::unordered_set<std::string>;
 
 std::optional<std::string> agreedKeyOf(const std::string& localKey, const std::string& folder,
-                                       const Folders& folders, const Knowledge& knowledge)
+                                       const Folders& folders, const Knowledge& knowledge,
+                                       const RemoteChanges& remote)
 {
     if (const SeenRow* sameFolder = knowledge.seenCalendarIn(folder))
         return sameFolder->agreedKey;
@@ -19,8 +21,11 @@ std::optional<std::string> agreedKeyOf(const std::string& localKey, const std::s
         return isAnother ? std::nullopt : sameKey->agreedKey;
     }
     const RecordId id{std::string(kConduitCalendar), localKey};
-    const bool isNobodysYet =
-        knowledge.agreedRow(id) != nullptr && knowledge.seenOfAgreed(id) == nullptr;
+    const RemoteChange* change = remote.change(id);
+    const bool isThere = knowledge.agreedRow(id) != nullptr ||
+                         knowledge.switchedOff().agreedKey(localKey) == localKey ||
+                         (change != nullptr && !change->server.isTombstone && !change->isRefused);
+    const bool isNobodysYet = isThere && knowledge.seenOfAgreed(id) == nullptr;
     return isNobodysYet ? std::optional(localKey) : std::nullopt;
 }
 
@@ -53,7 +58,8 @@ bool SwitchedOffCalendars::holds(const SeenRow& row, const Knowledge& knowledge)
 }
 
 SwitchedOffCalendars switchedOffCalendars(const SyncRecordList& off, const SyncRecordList& active,
-                                          const StorePlaces& places, const Knowledge& knowledge)
+                                          const StorePlaces& places, const Knowledge& knowledge,
+                                          const RemoteChanges& remote)
 {
     const auto forEachCalendar = [&](const SyncRecordList& records, const auto& function) {
         for (const SyncRecord& record : records) {
@@ -72,7 +78,7 @@ SwitchedOffCalendars switchedOffCalendars(const SyncRecordList& off, const SyncR
         return calendars;
     forEachCalendar(active, note);
     forEachCalendar(off, [&](const std::string& key, const std::string& folder) {
-        calendars.add(key, agreedKeyOf(key, folder, folders, knowledge));
+        calendars.add(key, agreedKeyOf(key, folder, folders, knowledge, remote));
     });
     return calendars;
 }

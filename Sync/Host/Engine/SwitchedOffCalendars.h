@@ -11,6 +11,7 @@
 namespace kt {
 
 class Knowledge;
+class RemoteChanges;
 class StorePlaces;
 
 /// Calendars that do not take part, and what the others know them as.
@@ -43,8 +44,10 @@ private:
 
 /// The calendars among `off`, what one load holds beside `active`. Where a calendar stands goes
 /// before its key: that changes with its title, and a new calendar may have the former title of
-/// another one.
+/// another one. One that is new here, and of a key that no other calendar here has, is what the
+/// server has under that.
 SwitchedOffCalendars switchedOffCalendars(const SyncRecordList& off, const SyncRecordList& active,
-                                          const StorePlaces& places, const Knowledge& knowledge);
+                                          const StorePlaces& places, const Knowledge& knowledge,
+                                          const RemoteChanges& remote);
 
 }  // namespace kt

@@ -33,7 +33,7 @@ SwitchedOffCalendars SyncSession::switchedOffAfterwards() const
     if (!_keptRecords)
         return _knowledge->switchedOff();
     SwitchedOffCalendars calendars =
-        switchedOffCalendars(*_keptRecords, _localRecords, _places, *_knowledge);
+        switchedOffCalendars(*_keptRecords, _localRecords, _places, *_knowledge, _remote);
     for (const KeptRow& row : _knowledge->kept()) {
         const bool isStillKept = isMissingUnread() || _unreadKept.isMissed(row.id);
         const std::string& calendar = calendarOf(row);

@@ -24,7 +24,8 @@ void SyncSession::decideParticipation(const SyncRecordList& given)
         given, _places, *_knowledge, _setting.state, options.switches,
         isUnsettled ? Participation::Rewrite::unsettled : Participation::Rewrite::settled);
     _localRecords = withGroupsThatAreUnread(_participation->active());
-    _offNow = switchedOffCalendars(_participation->off(), _localRecords, _places, *_knowledge);
+    _offNow = switchedOffCalendars(_participation->off(), _localRecords, _places, *_knowledge,
+                                   _remote);
     _switchedOn = calendarKeysNow(_localRecords, _places, *_knowledge);
 }
 

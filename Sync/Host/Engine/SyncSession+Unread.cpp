@@ -194,7 +194,7 @@ void SyncSession::decideKept()
 void SyncSession::keepWhatIsMissed()
 {
     const SwitchedOffCalendars switchedOff =
-        switchedOffCalendars(*_keptRecords, _localRecords, _places, *_knowledge);
+        switchedOffCalendars(*_keptRecords, _localRecords, _places, *_knowledge, _remote);
     std::unordered_set<RecordId, RecordIdHash> taken(_keptNames.ids.begin(), _keptNames.ids.end());
     for (const KeptRow& row : _knowledge->kept())
         taken.insert(row.id);

@@ -168,6 +168,8 @@ SyncResult SyncSession::diff(const SyncRecordList& local,
     // Before anything of this server was ever taken, what is new on both sides is no addition to
     // something common.
     const bool isAfterFirstMeeting = _hasBase && _knowledge->facts().anchor != 0;
+    if (isAfterFirstMeeting)
+        findBuried(loaded);
     _local.emplace(std::move(loaded), *_knowledge, _remote, _setting.state,
                    isAfterFirstMeeting ? LocalRecords::Base::agreed : LocalRecords::Base::none,
                    reading());
@@ -180,6 +182,22 @@ SyncResult SyncSession::diff(const SyncRecordList& local,
     if (_hasBase && isWrittenOverUnseen())
         compareWithoutPast();
     return stagedResult(diffMode);
+}
+
+// Only what is new can take the name of what is deleted. A calendar does: of two of one title a
+// store gives only one.
+void SyncSession::findBuried(const std::vector<LocalRecord>& loaded)
+{
+    std::unordered_set<RecordIdView, RecordIdHash> known;
+    for (const SeenRow& row : _knowledge->seen())
+        known.insert(row.local);
+    std::vector<RecordId> ids;
+    for (const LocalRecord& local : loaded) {
+        RecordId id{local.record->conduit(), local.record->recordKey()};
+        if (id.conduit != kConduitCalendar && known.count(id) == 0)
+            ids.push_back(std::move(id));
+    }
+    _remote.findBuried(*_server, std::move(ids));
 }
 
 void SyncSession::compare()

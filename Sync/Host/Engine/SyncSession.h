@@ -76,6 +76,7 @@ private:
     bool isComparedInVain(const std::vector<LocalRecord>& loaded);
     void noteTaken(const SyncRecordList& remote);
     void readRemote(RemoteChanges::Reach reach);
+    void findBuried(const std::vector<LocalRecord>& loaded);
     void compare();
     bool isWrittenOverUnseen();
     void compareWithoutPast();

@@ -7,6 +7,7 @@
 
 #include "Sync/Host/Engine/HostSyncRecord.h"
 #include "Sync/Host/Engine/Participation.h"
+#include "Sync/Host/Engine/RemoteChanges.h"
 #include "Sync/Host/Engine/SwitchedOffCalendars.h"
 #include "tests/support/TemporaryFolder.h"
 
@@ -159,7 +160,8 @@ class SwitchedOffCalendarsOfALoad : public CalendarsOfALoad {
 protected:
     std::optional<std::string> agreedKey(const std::string& key)
     {
-        return switchedOffCalendars(skipped, given, places, Knowledge(state)).agreedKey(key);
+        return switchedOffCalendars(skipped, given, places, Knowledge(state), RemoteChanges())
+            .agreedKey(key);
     }
 };
 

@@ -101,7 +101,8 @@ SyncRunSummary SimulatedHome::sync(const Wishes& wishes)
         summary.unproved = settling.unproved;
         _activated = activated;
         for (const auto& [former, now] : settling.renamedCalendars) {
-            if (!_activated.at(former) && options.switches.count(now) == 0)
+            const auto found = _activated.find(former);
+            if (found != _activated.end() && !found->second && options.switches.count(now) == 0)
                 _movedSwitches.emplace_back(former, now);
         }
         moveSwitches();

@@ -235,5 +235,66 @@ TEST_F(SyncEngineRules, Rule13_AnItemThatCameIntoASwitchedOffCalendarIsKnownWhen
     expectRest();
 }
 
+// Entered again under the title and at the hour of one that was deleted.
+class EnteredAgain : public Identity {
+protected:
+    void SetUp() override
+    {
+        Identity::SetUp();
+        removeItem(a, "Privat", "Zahnarzt");
+        a.sync();
+    }
+    void enter(Dictionary more)
+    {
+        SimulatedItem item = event("Zahnarzt", "20071224T100000", std::move(more));
+        item.uid = "another";
+        a.store.calendar("Privat")->items.push_back(item);
+        a.store.touch();
+        a.sync();
+    }
+};
+
+INSTANTIATE_TEST_SUITE_P(Layouts, EnteredAgain, testing::Values(Layout::leopard, Layout::tiger));
+
+TEST_P(EnteredAgain, IsAnotherRecordToWhomTheDeletionIsNewsYet)
+{
+    enter({{"Notes", "neu"}});
+    b.store.item("Privat", "Zahnarzt")->fields.set("Notes", "alt");
+    syncUntilRest();
+    expectEqualHomes();
+    EXPECT_EQ(a.store.count("Zahnarzt"), 2);
+    expectRest();
+}
+
+TEST_P(EnteredAgain, IsTheSameRecordWhereNothingIsOtherwise)
+{
+    enter({});
+    expectAllAtRest();
+    EXPECT_EQ(b.store.count("Zahnarzt"), 1);
+}
+
+TEST_P(EnteredAgain, IsOneRecordEverywhere)
+{
+    enter({{"Notes", "neu"}});
+    syncUntilRest();
+    expectEqualHomes();
+    EXPECT_EQ(b.store.count("Zahnarzt"), 1);
+    expectRest();
+}
+
+TEST_P(EnteredAgain, AndDeletedAgainIsGone)
+{
+    enter({{"Notes", "neu"}});
+    syncUntilRest();
+    removeItem(b, "Privat", "Zahnarzt");
+    syncUntilRest();
+    EXPECT_EQ(a.store.count("Zahnarzt") + b.store.count("Zahnarzt"), 0);
+    enter({{"Notes", "ein drittes Mal"}});
+    syncUntilRest();
+    expectEqualHomes();
+    EXPECT_EQ(b.store.count("Zahnarzt"), 1);
+    expectRest();
+}
+
 }  // namespace
 }  // namespace kt::test

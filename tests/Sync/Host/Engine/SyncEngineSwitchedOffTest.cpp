@@ -424,5 +424,22 @@ TEST_P(SwitchedOffAndRenamed, Rule19_OneThatIsRenamedBeforeARewriteIsSettledStay
     expectOnceAndIn("Projekte", "Sitzung");
 }
 
+TEST_P(SwitchedOffAndRenamed, Rule14_OneThatIsNewHereTakesNothingOfItsNamesakeElsewhere)
+{
+    b.store.calendars.push_back(calendar("Verein", {task("Beitrag")}));
+    b.sync();
+    a.store.calendars.push_back(inFolder(calendar("Verein", {task("Probe")}), "NEW"));
+    a.switchOff("Verein");
+    a.sync();
+    EXPECT_EQ(a.store.count("Beitrag"), 0);
+    rename(a, "Verein", "Chor");
+    a.sync();
+    a.switchOn("Chor");
+    a.switchOn("Arbeit");
+    expectAllAtRest();
+    expectOnceAndIn("Verein", "Beitrag");
+    expectOnceAndIn("Chor", "Probe");
+}
+
 }  // namespace
 }  // namespace kt::test
