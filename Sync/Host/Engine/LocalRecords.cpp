@@ -60,7 +60,10 @@ public:
         if (remote == nullptr && !isAgreed)
             return true;
         const bool isBareKey = id.key == record.record->recordKey();
-        const bool isCompatible = remote == nullptr || !contradicts(record, remote->record);
+        const bool isCompatible =
+            remote == nullptr ? isAgreedWith(record, id) : !contradicts(record, remote->record);
+        if (remote == nullptr && !isCompatible)
+            return false;
         if (id.conduit == kConduitCalendar)
             return isBareKey || (_base == LocalRecords::Base::none && isCompatible);
         // A task's key says little, and two that were entered with other notes are two.
@@ -103,6 +106,14 @@ private:
         if (_knowledge.agreedRow(id) == nullptr)
             return std::nullopt;
         return contentHash(_state.agreedRecord(id), HashScope::neutral);
+    }
+
+    // What is agreed and was never seen was written by a rewrite, under a UID made of its key.
+    bool isAgreedWith(const LocalRecord& record, const RecordId& id) const
+    {
+        const std::string& uid = record.place.uid;
+        return id.conduit == kConduitCalendar || uid.empty() || uid == id.key ||
+               !contradicts(record, _state.agreedRecord(id));
     }
 
     static bool contradicts(const LocalRecord& record, const Dictionary& other)
