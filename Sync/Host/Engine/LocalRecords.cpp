@@ -235,8 +235,10 @@ LocalRecords::LocalRecords(std::vector<LocalRecord> loaded, const Knowledge& kno
     if (knowledge.facts().mark) {
         for (const Groups::Group& group : groups.all)
             keepWhatEqualsItsSeen(group.records, group.rows, context);
-        leaveFormerPlaces(_records, knowledge);
-        nameByUnsettledSession(_records, knowledge);
+        leaveFormerPlaces(_records, knowledge, state);
+    }
+    nameByUnsettledSession(_records, knowledge);
+    if (knowledge.facts().mark) {
         claimed = nameWhatWasHandedOut(state);
         for (Groups::Group& group : groups.all)
             std::erase_if(group.rows, [&](const SeenRow* row) {
