@@ -137,11 +137,23 @@ void World::addItem(Device& device, int which, int what)
          calendar->title);
 }
 
+// Not promised: a rewrite that was cut may leave an item in both calendars that it moves it
+// between, and edits of both copies are two items.
+bool World::isSecondCopy(Device& device, const StoreHand::Place& place)
+{
+    const auto items = device.hand().items();
+    const auto first = std::find_if(items.begin(), items.end(), [&](const auto& each) {
+        return each.item.value("UID") == place.item.value("UID");
+    });
+    return device.isMarked() && (first->file != place.file || first->index != place.index);
+}
+
 void World::edit(Device& device, int which, int what)
 {
     auto items = device.hand().items();
     const auto* place = pick(items, which);
-    if (place == nullptr || accountOf(device).damages.isBroken(place->item))
+    if (place == nullptr || accountOf(device).damages.isBroken(place->item) ||
+        isSecondCopy(device, *place))
         return;
     ItemText item = place->item;
     const std::string told = editItem(item, what, stamp());

@@ -65,6 +65,7 @@ private:
 
     void addItem(Device& device, int which, int what);
     void edit(Device& device, int which, int what);
+    bool isSecondCopy(Device& device, const StoreHand::Place& place);
     void move(Device& device, int which, int where);
     void remove(Device& device, int which);
     void addCalendar(Device& device, int what);

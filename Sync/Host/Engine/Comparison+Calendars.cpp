@@ -69,10 +69,11 @@ void Comparison::bringBack(const std::string& calendarKey)
     for (const ServerRecord& record : _server.records({&id, 1})) {
         if (!record.isTombstone)
             continue;
-        Dictionary last = decodedRecord(record.content);
-        if (!isAcceptableRecord(last, id.key, id.conduit))
+        StoredRecord last = storedRecord(record.content);
+        if (!isAcceptableRecord(last.record, id.key, id.conduit))
             continue;
-        Outcome& outcome = take(id, std::move(last));
+        Outcome& outcome = take(id, std::move(last.record));
+        outcome.origin = std::move(last.origin);
         outcome.goesUp = true;
         outcome.comesDown = true;
     }

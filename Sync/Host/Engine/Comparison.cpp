@@ -7,6 +7,7 @@
 #include "Sync/Host/Engine/RecordCoding.h"
 #include "Sync/Host/Engine/RecordFields.h"
 #include "Sync/Host/Engine/RecordMerge.h"
+#include "Sync/Host/Engine/RecordOrigin.h"
 #include "Sync/HostInterface/KTSyncRecord.h"
 
 namespace kt {
@@ -65,6 +66,8 @@ Outcome& Comparison::take(const RecordId& id, RecordContent record)
     outcome.parentKey = parentOf(record);
     outcome.record = std::move(record);
     outcome.isNew = _knowledge.agreedRow(id) == nullptr;
+    if (!outcome.isNew)
+        outcome.origin = _state.agreedOrigin(id);
     return _outcomes.insert_or_assign(id, std::move(outcome)).first->second;
 }
 
@@ -91,6 +94,8 @@ void Comparison::takeMerged(const RecordId& id, RecordContent merged, const Remo
     Outcome& outcome = take(id, std::move(merged));
     outcome.goesUp = contentHash(outcome.record) != remote.server.hash;
     outcome.serverRevision = remote.server.revision;
+    const bool isJoined = outcome.goesUp && !outcome.isNew;
+    outcome.origin = isJoined ? joinedOrigins(outcome.origin, remote.origin) : remote.origin;
 }
 
 void Comparison::noteOverwritten(const RecordId& id, const SettledConflict& conflict)
@@ -109,6 +114,7 @@ void Comparison::overwriteWithServer()
         Outcome& outcome = take(id, remote.record);
         outcome.comesDown = true;
         outcome.serverRevision = remote.server.revision;
+        outcome.origin = remote.origin;
     }
     for (const AgreedRow& agreed : _knowledge.agreed()) {
         const RemoteChange* remote = _remote.change(agreed.id);
@@ -301,7 +307,7 @@ void Comparison::meetsRecord(const AgreedRow& agreed, const LocalWish& wish,
     const Dictionary base = _state.agreedRecord(agreed.id);
     if (!_rules.hasBase || agreed.revision == 0) {
         const Dictionary own = withWish(base, wish);
-        takeMerged(agreed.id, mergedWithoutBase(own, remote.record), remote);
+        takeMerged(agreed.id, mergedWithoutPast(agreed, own, remote), remote);
         noteOverwritten(agreed.id, {nullptr, own, remote.record, _outcomes.at(agreed.id).record});
     } else if (wish.kind == LocalWish::Kind::changed) {
         takeMerged(agreed.id, mergedOntoAgreed(base, {wish.record, wish.units}, remote.record),
@@ -315,6 +321,15 @@ void Comparison::meetsRecord(const AgreedRow& agreed, const LocalWish& wish,
     outcome.comesDown = true;
 }
 
+// Where the server was put back somebody may have entered another item under the same key.
+Dictionary Comparison::mergedWithoutPast(const AgreedRow& agreed, const Dictionary& own,
+                                         const RemoteChange& remote)
+{
+    return haveOtherOrigins(_state.agreedOrigin(agreed.id), remote.origin)
+               ? mergedAsNew(own, remote.record)
+               : mergedWithoutBase(own, remote.record);
+}
+
 void Comparison::meetsTombstone(const AgreedRow& agreed, const LocalWish& wish,
                                 const RemoteChange& remote)
 {
@@ -326,42 +341,6 @@ void Comparison::meetsTombstone(const AgreedRow& agreed, const LocalWish& wish,
     }
     if (remote.isTaken || wish.kind == LocalWish::Kind::deleted)
         remove(agreed).comesDown = true;
-}
-
-void Comparison::compareNew(const RecordId& id, const LocalRecord* local,
-                            const RemoteChange* remote)
-{
-    const bool isRefused = remote != nullptr && remote->isRefused;
-    const bool isOnServer = remote != nullptr && !remote->server.isTombstone && !isRefused;
-    if (local == nullptr || isLeftBehind(*local)) {
-        if (!isOnServer || !remote->isTaken)
-            return;
-        takeMerged(id, remote->record, *remote);
-        _outcomes.at(id).comesDown = true;
-        return;
-    }
-    RecordContent own = _local.contentUnderAgreedKeys(*local);
-    if (isRefused) {
-        takeHereOnly(id, std::move(own));
-        return;
-    }
-    if (isOnServer) {
-        const std::string ownHash = contentHash(own);
-        takeMerged(id, mergedAsNew(own, remote->record), *remote);
-        noteOverwritten(id, {nullptr, own, remote->record, _outcomes.at(id).record});
-        _outcomes.at(id).comesDown = contentHash(_outcomes.at(id).record) != ownHash;
-    } else {
-        take(id, std::move(own)).goesUp = true;
-    }
-}
-
-// Seen, unchanged and no longer agreed: the session that took it away stands, the store only lags
-// behind.
-bool Comparison::isLeftBehind(const LocalRecord& local)
-{
-    if (local.seen == nullptr || !_rules.hasBase)
-        return false;
-    return local.seen->hash == local.hash || changesSinceSeen(local).empty();
 }
 
 std::vector<std::string> Comparison::changesSinceSeen(const LocalRecord& local)

@@ -26,8 +26,10 @@ struct Outcome {
 
     RecordId id;  // agreed key
     Kind kind = Kind::take;
-    RecordContent record;  // a removed record's last content
-    std::string hash{};    // contentHash of it, once the comparison is over and if it is taken
+    RecordContent record;    // a removed record's last content
+    std::string hash{};      // contentHash of it, once the comparison is over and if it is taken
+    std::string origin{};    // of what is taken (RecordOrigin.h)
+    bool isEntered = false;  // nobody had it before: what it is now is its origin
     std::optional<std::string>
         parentKey;                    // agreed key of the item's calendar, of the calendar's group
     bool isNew = false;               // was not agreed before
@@ -88,6 +90,7 @@ private:
 
     void compareAgreed(const AgreedRow& agreed);
     void compareNew(const RecordId& id, const LocalRecord* local, const RemoteChange* remote);
+    void meetsNew(const RecordId& id, const Dictionary& own, const RemoteChange& remote);
     void overwriteWithServer();
     void dropLocal(const LocalRecord& local);
 
@@ -103,6 +106,8 @@ private:
 
     void goesUpAgain(const AgreedRow& agreed, const LocalWish& wish);
     void meetsRecord(const AgreedRow& agreed, const LocalWish& wish, const RemoteChange& remote);
+    Dictionary mergedWithoutPast(const AgreedRow& agreed, const Dictionary& own,
+                                 const RemoteChange& remote);
     void meetsTombstone(const AgreedRow& agreed, const LocalWish& wish, const RemoteChange& remote);
     void meetsNothing(const AgreedRow& agreed, const LocalWish& wish);
     void meetsRefused(const AgreedRow& agreed, const LocalWish& wish);

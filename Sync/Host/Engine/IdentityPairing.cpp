@@ -6,6 +6,8 @@
 #include <unordered_set>
 #include <utility>
 
+#include "Sync/Host/Engine/UniquePairs.h"
+
 namespace kt {
 
 namespace {
@@ -20,42 +22,6 @@ std::string identityWithin(std::string_view conduit, const StorePlace& place,
         identity.append("\n").append(calendar);
     return identity;
 }
-
-// Pairs what has a feature that nobody else on its side has.
-class UniquePairs {
-public:
-    void addLeft(std::string feature, std::size_t index) { add(_left, std::move(feature), index); }
-    void addRight(std::string feature, std::size_t index)
-    {
-        add(_right, std::move(feature), index);
-    }
-
-    template <class Pair>
-    void forEach(const Pair& pair) const
-    {
-        for (const auto& [feature, left] : _left) {
-            const auto right = _right.find(feature);
-            if (left && right != _right.end() && right->second)
-                pair(*left, *right->second);
-        }
-    }
-
-private:
-    // nullopt: several have it.
-    using Places = std::unordered_map<std::string, std::optional<std::size_t>>;
-
-    static void add(Places& places, std::string feature, std::size_t index)
-    {
-        if (feature.empty())
-            return;
-        const auto [place, isNew] = places.try_emplace(std::move(feature), index);
-        if (!isNew)
-            place->second = std::nullopt;
-    }
-
-    Places _left;
-    Places _right;
-};
 
 class RowPairing {
 public:
@@ -134,26 +100,6 @@ private:
     Keys _calendarsNow;  // by the key they had when they were seen
 };
 
-// As it was seen, in a calendar that it has left as the server and this device agree.
-bool isInFormerPlace(const LocalRecord& local, const Keys& calendars, const Knowledge& knowledge)
-{
-    if (local.seen == nullptr || local.isLeftOver || local.seen->hash != local.hash)
-        return false;
-    const AgreedRow* agreed = knowledge.agreedRow(local.agreedId);
-    const auto calendar = calendars.find(local.record->recordParentKey().value_or(""));
-    return agreed != nullptr && agreed->parentKey && calendar != calendars.end() &&
-           calendar->second != *agreed->parentKey;
-}
-
-// A rewrite gives what had no UID one that is made of its key.
-StorePlace placeInRewrite(const LocalRecord& local)
-{
-    StorePlace place = local.place;
-    if (place.uid.empty() && place.recurrence.empty())
-        place.uid = local.agreedId.key;
-    return place;
-}
-
 }  // namespace
 
 std::unordered_map<std::string, std::string> agreedCalendars(
@@ -190,29 +136,6 @@ void pairByIdentity(std::vector<LocalRecord>& records, const Knowledge& knowledg
                     std::vector<bool>& isRowTaken)
 {
     RowPairing(records, knowledge, isRowTaken).run();
-}
-
-void leaveFormerPlaces(std::vector<LocalRecord>& records, const Knowledge& knowledge)
-{
-    const Keys calendars = agreedCalendars(records);
-    UniquePairs pairs;
-    for (std::size_t index = 0; index < records.size(); ++index) {
-        const LocalRecord& local = records[index];
-        const std::string& conduit = local.record->conduit();
-        if (conduit == kConduitCalendar)
-            continue;
-        if (local.seen == nullptr && local.agreedId.key.empty())
-            pairs.addLeft(identityOf(conduit, local.place), index);
-        else if (isInFormerPlace(local, calendars, knowledge))
-            pairs.addRight(identityOf(conduit, placeInRewrite(local)), index);
-    }
-    pairs.forEach([&](std::size_t arrival, std::size_t former) {
-        LocalRecord& left = records[former];
-        takeRow(records[arrival], *left.seen);
-        left.seen = nullptr;
-        left.agreedId.key.clear();
-        left.isLeftOver = true;
-    });
 }
 
 void nameByUnsettledSession(std::vector<LocalRecord>& records, const Knowledge& knowledge)

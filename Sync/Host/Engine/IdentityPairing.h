@@ -30,12 +30,13 @@ void pairByIdentity(std::vector<LocalRecord>& records, const Knowledge& knowledg
                     std::vector<bool>& isRowTaken);
 
 /// While a rewrite is not settled an item that it moved may stand in both places. The one in its
-/// former calendar that is as it was seen is what had not been removed yet: the other one gets the
-/// row, and that one belongs to no record.
-void leaveFormerPlaces(std::vector<LocalRecord>& records, const Knowledge& knowledge);
+/// former calendar that is as it was given is what had not been removed yet: the other one is the
+/// record, and that one belongs to none. Where the user edited it since, it is the other way round.
+void leaveFormerPlaces(std::vector<LocalRecord>& records, const Knowledge& knowledge,
+                       LocalState& state);
 
-/// Names records that were never seen, but given in the session whose rewrite is not settled, by
-/// what they were agreed as there.
+/// Names records that were never seen, but given in a session that is not over, by what they were
+/// agreed as there.
 void nameByUnsettledSession(std::vector<LocalRecord>& records, const Knowledge& knowledge);
 
 /// For each record of a store after a rewrite the agreed key of the handed record that it must be,

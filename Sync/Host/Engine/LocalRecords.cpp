@@ -62,7 +62,10 @@ public:
                    _remote.mayRevive(
                        id, contentHash(record.record->record(), HashScope::neutral));
         const bool isBareKey = id.key == record.record->recordKey();
-        const bool isCompatible = remote == nullptr || !contradicts(record, remote->record);
+        const bool isCompatible =
+            remote == nullptr ? isAgreedWith(record, id) : !contradicts(record, remote->record);
+        if (remote == nullptr && !isCompatible)
+            return false;
         if (id.conduit == kConduitCalendar)
             return isBareKey || (_base == LocalRecords::Base::none && isCompatible);
         // A task's key says little, and two that were entered with other notes are two.
@@ -105,6 +108,14 @@ private:
         if (_knowledge.agreedRow(id) == nullptr)
             return std::nullopt;
         return contentHash(_state.agreedRecord(id), HashScope::neutral);
+    }
+
+    // What is agreed and was never seen was written by a rewrite, under a UID made of its key.
+    bool isAgreedWith(const LocalRecord& record, const RecordId& id) const
+    {
+        const std::string& uid = record.place.uid;
+        return id.conduit == kConduitCalendar || uid.empty() || uid == id.key ||
+               !contradicts(record, _state.agreedRecord(id));
     }
 
     static bool contradicts(const LocalRecord& record, const Dictionary& other)
@@ -226,8 +237,10 @@ LocalRecords::LocalRecords(std::vector<LocalRecord> loaded, const Knowledge& kno
     if (knowledge.facts().mark) {
         for (const Groups::Group& group : groups.all)
             keepWhatEqualsItsSeen(group.records, group.rows, context);
-        leaveFormerPlaces(_records, knowledge);
-        nameByUnsettledSession(_records, knowledge);
+        leaveFormerPlaces(_records, knowledge, state);
+    }
+    nameByUnsettledSession(_records, knowledge);
+    if (knowledge.facts().mark) {
         claimed = nameWhatWasHandedOut(state);
         for (Groups::Group& group : groups.all)
             std::erase_if(group.rows, [&](const SeenRow* row) {

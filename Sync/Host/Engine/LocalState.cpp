@@ -108,16 +108,17 @@ std::vector<AgreedRow> LocalState::agreedRows()
 
 Dictionary LocalState::agreedRecord(const RecordId& id)
 {
-    std::string bytes;
-    _database->file.each(
-        "SELECT record FROM agreed WHERE conduit = ? AND key = ?",
-        [&](auto& row) { bytes = row.getColumn(0).getString(); }, id.conduit, id.key);
-    return decodedRecord(bytes);
+    return decodedRecord(_database->agreedBytes(id));
 }
 
-void LocalState::setAgreed(const AgreedRow& row, const Dictionary& record)
+std::string LocalState::agreedOrigin(const RecordId& id)
 {
-    const std::string bytes = encodedRecord(record);
+    return storedRecord(_database->agreedBytes(id)).origin;
+}
+
+void LocalState::setAgreed(const AgreedRow& row, const Dictionary& record, std::string_view origin)
+{
+    const std::string bytes = encodedRecord(record, origin);
     _database->file.run(
         "INSERT OR REPLACE INTO agreed (conduit, key, parent_key, revision, hash, record)"
         " VALUES (?, ?, ?, ?, ?, ?)",

@@ -4,6 +4,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "Sync/Foundation/Dictionary.h"
@@ -139,7 +140,9 @@ public:
 
     std::vector<AgreedRow> agreedRows();  // by conduit and key
     Dictionary agreedRecord(const RecordId& id);
-    void setAgreed(const AgreedRow& row, const Dictionary& record);
+    /// Empty where it is not known.
+    std::string agreedOrigin(const RecordId& id);
+    void setAgreed(const AgreedRow& row, const Dictionary& record, std::string_view origin = {});
     void setAgreedRevision(const RecordId& id, std::int64_t revision);
     /// No agreed record has ever been on this server.
     void clearAgreedRevisions();

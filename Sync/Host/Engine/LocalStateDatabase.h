@@ -66,6 +66,15 @@ struct LocalState::Database {
         return rows;
     }
 
+    std::string agreedBytes(const RecordId& id)
+    {
+        std::string bytes;
+        file.each(
+            "SELECT record FROM agreed WHERE conduit = ? AND key = ?",
+            [&](auto& row) { bytes = row.getColumn(0).getString(); }, id.conduit, id.key);
+        return bytes;
+    }
+
     SqliteDatabase file;
     std::string path;
     StateAccess access;

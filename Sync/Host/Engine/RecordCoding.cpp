@@ -20,6 +20,7 @@ constexpr std::string_view kTimezone = "timezone";
 constexpr std::string_view kAllDay = "allDay";
 constexpr std::string_view kText = "KTSyncText";    // the bytes of a text
 constexpr std::string_view kPairs = "KTSyncPairs";  // key, value, key, value ...
+constexpr std::string_view kOrigin = "KTSyncOrigin";
 constexpr std::string_view kDateFormat = "%Y%m%dT%H%M%S";
 
 Value encoded(const Value& value);
@@ -40,7 +41,7 @@ bool isPlainText(std::string_view text)
 
 bool isPlainKey(std::string_view key)
 {
-    return key != kDate && key != kText && key != kPairs && isPlainText(key);
+    return key != kDate && key != kText && key != kPairs && key != kOrigin && isPlainText(key);
 }
 
 Value encodedText(std::string_view text)
@@ -155,17 +156,29 @@ Value decoded(const Value& value)
 
 }  // namespace
 
-std::string encodedRecord(const Dictionary& record)
+std::string encodedRecord(const Dictionary& record, std::string_view origin)
 {
-    return binaryPropertyList(encodedDictionary(record));
+    Value list = encodedDictionary(record);
+    if (origin.empty())
+        return binaryPropertyList(list);
+    Dictionary withOrigin = list.dictionary();
+    withOrigin.set(kOrigin, origin);
+    return binaryPropertyList(withOrigin);
 }
 
-Dictionary decodedRecord(std::string_view bytes)
+StoredRecord storedRecord(std::string_view bytes)
 {
     const auto list = propertyListWithData(bytes);
     if (!list || !list->isDictionary())
         throw Exception(NSInvalidArgumentException, "Ein gespeicherter Datensatz ist unlesbar");
-    return decodedDictionary(list->dictionary()).dictionary();
+    const Value* origin = list->dictionary().find(kOrigin);
+    if (origin == nullptr || !origin->isString())
+        return {decodedDictionary(list->dictionary()).dictionary(), ""};
+    Dictionary fields = list->dictionary();
+    fields.remove(kOrigin);
+    return {decodedDictionary(fields).dictionary(), std::string(origin->string())};
 }
+
+Dictionary decodedRecord(std::string_view bytes) { return storedRecord(bytes).record; }
 
 }  // namespace kt

@@ -7,12 +7,20 @@
 
 namespace kt {
 
-/// A record as a binary property list, for state files and servers. Dates with a zone, and texts
-/// that a property list cannot hold (half a surrogate pair, NUL), come back as they were. Throws
-/// Exception NSInvalidArgumentException for objects that are no dates.
-std::string encodedRecord(const Dictionary& record);
+/// A record as a binary property list, for state files and servers, with its origin beside it
+/// (RecordOrigin.h). Dates with a zone, and texts that a property list cannot hold (half a
+/// surrogate pair, NUL), come back as they were. Throws Exception NSInvalidArgumentException for
+/// objects that are no dates.
+std::string encodedRecord(const Dictionary& record, std::string_view origin = {});
+
+struct StoredRecord {
+    Dictionary record;
+    std::string origin;  // empty where none was stored
+};
 
 /// The record of such bytes. Throws Exception with a German reason when they are none.
+StoredRecord storedRecord(std::string_view bytes);
+/// The same without its origin.
 Dictionary decodedRecord(std::string_view bytes);
 
 /// How much of a record a hash takes in.

@@ -22,7 +22,9 @@ constexpr int kOffersInVain = 2;
 bool decode(RemoteChange& change)
 {
     try {
-        change.record = decodedRecord(change.server.content);
+        StoredRecord stored = storedRecord(change.server.content);
+        change.record = std::move(stored.record);
+        change.origin = std::move(stored.origin);
     } catch (const Exception&) {
         return false;
     }

@@ -20,6 +20,7 @@ namespace kt {
 struct RemoteChange {
     ServerRecord server;
     RecordContent record{};  // decoded; a tombstone's last record
+    std::string origin{};    // its origin (RecordOrigin.h)
     bool isRefused = false;  // no store could take it; stays on the server
     bool isOffered = false;  // given to the plug-in by pullRecords
     bool isTaken = false;    // came back from the plug-in for the comparison

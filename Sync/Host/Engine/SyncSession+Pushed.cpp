@@ -10,9 +10,23 @@
 
 namespace kt {
 
+namespace {
+
+std::string originOf(const ServerRecord& record)
+{
+    try {
+        return storedRecord(record.content).origin;
+    } catch (const Exception&) {
+        return "";
+    }
+}
+
+}  // namespace
+
 // What the server has just as it was pushed is agreed, and the store's record of that time was
-// seen: edits since then are edits of it. Takes effect with the session. Beside a mark the state
-// was told, and the rows say what the store gave before the rewrite.
+// seen: edits since then are edits of it. What was entered by that push and has been edited by
+// others since is the same record, too (Comparison::compareNew). Takes effect with the session.
+// Beside a mark the state was told, and the rows say what the store gave before the rewrite.
 void SyncSession::takeUnansweredPush()
 {
     LocalState& state = _setting.state;
@@ -32,22 +46,25 @@ void SyncSession::takeUnansweredPush()
         RecordId id = record.id;
         onServer.emplace(std::move(id), std::move(record));
     }
+    state.clearPushed();
     for (std::size_t index = 0; index < pushed.size(); ++index) {
         const auto found = onServer.find(ids[index]);
-        if (found != onServer.end() && !found->second.isTombstone &&
-            found->second.hash == pushed[index].hash)
+        if (found == onServer.end() || found->second.isTombstone)
+            continue;
+        if (found->second.hash == pushed[index].hash)
             takeAsAgreed(pushed[index], found->second, before);
+        else if (before.count(ids[index]) == 0 && originOf(found->second) == pushed[index].hash)
+            state.setPushed(pushed[index], std::nullopt);
     }
-    state.clearPushed();
 }
 
 void SyncSession::takeAsAgreed(const PushedRow& pushed, const ServerRecord& record,
                                const std::unordered_map<RecordId, SeenRow, RecordIdHash>& before)
 {
     LocalState& state = _setting.state;
-    const Dictionary content = decodedRecord(record.content);
+    const auto [content, origin] = storedRecord(record.content);
     const Dictionary local = state.pushedRecord(pushed).value_or(content);
-    state.setAgreed({record.id, record.parentKey, record.revision, record.hash}, content);
+    state.setAgreed({record.id, record.parentKey, record.revision, record.hash}, content, origin);
     SeenRow seen = pushed.seen;
     const auto row = before.find(record.id);
     if (row == before.end())

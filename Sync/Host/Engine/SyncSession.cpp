@@ -212,8 +212,11 @@ void SyncSession::compare()
     Comparison comparison(*_knowledge, _remote, *_local, _setting.state, *_server, rules);
     _outcomes = comparison.outcomes();
     for (auto& [id, outcome] : _outcomes) {
-        if (outcome.kind == Outcome::Kind::take)
-            outcome.hash = contentHash(outcome.record);
+        if (outcome.kind != Outcome::Kind::take)
+            continue;
+        outcome.hash = contentHash(outcome.record);
+        if (outcome.isEntered)
+            outcome.origin = outcome.hash;
     }
     _deletionsNotMade = comparison.deletionsNotMade();
     _overwritten = comparison.overwritten();

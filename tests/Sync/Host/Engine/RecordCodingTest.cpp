@@ -74,6 +74,17 @@ TEST(RecordCoding, KeepsDictionariesThatLookLikeItsOwnMarks)
     EXPECT_EQ(roundTrip(record), record);
 }
 
+TEST(RecordCoding, KeepsTheOriginBesideTheRecord)
+{
+    const Dictionary record{{"Title", "Zahnarzt"}, {"KTSyncOrigin", "ein Feld"}};
+    const StoredRecord stored = storedRecord(encodedRecord(record, "abc def"));
+    EXPECT_EQ(stored.record, record);
+    EXPECT_EQ(stored.origin, "abc def");
+    EXPECT_EQ(decodedRecord(encodedRecord(record, "abc")), record);
+    EXPECT_EQ(storedRecord(encodedRecord(record)).origin, "");
+    EXPECT_EQ(storedRecord(encodedRecord(record)).record, record);
+}
+
 TEST(RecordCoding, KeepsKindsOfNumbersApart)
 {
     const Dictionary back =

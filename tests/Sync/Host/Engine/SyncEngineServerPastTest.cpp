@@ -158,6 +158,43 @@ TEST_F(SyncEngineRules, Rule21_AnEditMeetsWhatWasWrittenUnderTheRevisionThatItWa
     expectRest();
 }
 
+TEST_P(PutBackServer, Rule21_WhatWasEnteredUnderTheSameKeySinceIsAnotherItem)
+{
+    a.store.calendar("Privat")->items.push_back(task("Anrufen"));
+    fields(a, "Privat", "Anrufen").set("Notes", "von a");
+    a.sync();
+    putBack();
+    b.store.calendar("Privat")->items.push_back(task("Anrufen"));
+    fields(b, "Privat", "Anrufen").set("Notes", "von b");
+    b.sync();
+    growBy(GetParam());
+    fields(a, "Privat", "Anrufen").set("URL", "http://von.a");
+    expectAllAtRest();
+    for (SimulatedHome* each : {&a, &b}) {
+        std::string notes;
+        for (const auto& item : each->store.calendar("Privat")->items)
+            notes += item.fields["Notes"].description() + "\n";
+        EXPECT_THAT(notes, HasSubstr("von a"));
+        EXPECT_THAT(notes, HasSubstr("von b"));
+    }
+}
+
+TEST_P(PutBackServer, Rule21_AnOlderCopyOfAnItemAddsNothingToWhatItHasBecome)
+{
+    fields(a, "Privat", "Einkaufen").set("Notes", "erst dies");
+    a.sync();
+    b.sync();
+    copy = *folder.read("server.db");
+    fields(a, "Privat", "Einkaufen").set("Notes", "dann das");
+    fields(a, "Privat", "Einkaufen").set("Sequence", "7");
+    a.sync();
+    putBack();
+    growBy(GetParam() + 2);
+    expectAllAtRest();
+    for (SimulatedHome* each : {&a, &b})
+        EXPECT_EQ(fields(*each, "Privat", "Einkaufen")["Notes"], Value("dann das"));
+}
+
 TEST_F(SyncEngineRules, Rule21_ADeletionDoesNotGoOverWhatWasWrittenSince)
 {
     givenTwoHomes();
