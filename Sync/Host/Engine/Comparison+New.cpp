@@ -27,7 +27,7 @@ void Comparison::compareNew(const RecordId& id, const LocalRecord* local,
         return;
     }
     if (isOnServer) {
-        meetsNew(id, own, *remote);
+        meetsNew(*local, own, *remote);
     } else {
         Outcome& outcome = take(id, std::move(own));
         outcome.goesUp = true;
@@ -35,11 +35,17 @@ void Comparison::compareNew(const RecordId& id, const LocalRecord* local,
     }
 }
 
-// Entered on both sides, unless it is what this device pushed itself and never heard of again.
-void Comparison::meetsNew(const RecordId& id, const Dictionary& own, const RemoteChange& remote)
+// Entered on both sides, unless it is what this device pushed itself and never heard of again, or
+// what it had before its state was lost.
+void Comparison::meetsNew(const LocalRecord& local, const Dictionary& own,
+                          const RemoteChange& remote)
 {
+    const RecordId& id = local.agreedId;
     const PushedRow* pushed = _knowledge.pushedRow(id);
-    const bool isOwn = pushed != nullptr && pushed->hash == remote.origin;
+    const bool isOwn =
+        (pushed != nullptr &&
+         originOf(id.conduit, pushed->seen.place, pushed->hash) == remote.origin) ||
+        hasOrigin(remote.origin, originOfIdentity(id.conduit, local.place));
     takeMerged(id, isOwn ? mergedWithoutBase(own, remote.record) : mergedAsNew(own, remote.record),
                remote);
     Outcome& outcome = _outcomes.at(id);
@@ -47,7 +53,7 @@ void Comparison::meetsNew(const RecordId& id, const Dictionary& own, const Remot
     const std::string ownHash = contentHash(own);
     outcome.comesDown = contentHash(outcome.record) != ownHash;
     if (outcome.goesUp && !isOwn)
-        outcome.origin = joinedOrigins(ownHash, remote.origin);
+        outcome.origin = joinedOrigins(originOf(id.conduit, local.place, ownHash), remote.origin);
 }
 
 // Seen, unchanged and no longer agreed: the session that took it away stands, the store only lags

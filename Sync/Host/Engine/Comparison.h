@@ -29,7 +29,7 @@ struct Outcome {
     RecordContent record;    // a removed record's last content
     std::string hash{};      // contentHash of it, once the comparison is over and if it is taken
     std::string origin{};    // of what is taken (RecordOrigin.h)
-    bool isEntered = false;  // nobody had it before: what it is now is its origin
+    bool isEntered = false;  // nobody had it before: what it is now says its origin
     std::optional<std::string>
         parentKey;                    // agreed key of the item's calendar, of the calendar's group
     bool isNew = false;               // was not agreed before
@@ -90,7 +90,7 @@ private:
 
     void compareAgreed(const AgreedRow& agreed);
     void compareNew(const RecordId& id, const LocalRecord* local, const RemoteChange* remote);
-    void meetsNew(const RecordId& id, const Dictionary& own, const RemoteChange& remote);
+    void meetsNew(const LocalRecord& local, const Dictionary& own, const RemoteChange& remote);
     void overwriteWithServer();
     void dropLocal(const LocalRecord& local);
 

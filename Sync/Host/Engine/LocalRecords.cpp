@@ -4,11 +4,13 @@
 #include <deque>
 
 #include "Sync/Host/Engine/EqualKeys.h"
+#include "Sync/Host/Engine/FirstMeeting.h"
 #include "Sync/Host/Engine/HandedState.h"
 #include "Sync/Host/Engine/IdentityPairing.h"
 #include "Sync/Host/Engine/NeverSeen.h"
 #include "Sync/Host/Engine/RecordCoding.h"
 #include "Sync/Host/Engine/RecordFields.h"
+#include "Sync/Host/Engine/RecordOrigin.h"
 #include "Sync/Host/Engine/Settling.h"
 #include "Sync/Host/Engine/UnreadRecords.h"
 
@@ -68,9 +70,11 @@ public:
             return false;
         if (id.conduit == kConduitCalendar)
             return isBareKey || (_base == LocalRecords::Base::none && isCompatible);
-        // A task's key says little, and two that were entered with other notes are two.
+        // A task's key says little, and two that were entered with other notes are two; so are two
+        // events where it is known that each was entered by itself.
         if (_base == LocalRecords::Base::none)
-            return isCompatible || (isBareKey && id.conduit != kConduitTask);
+            return isCompatible || (isBareKey && id.conduit != kConduitTask &&
+                                    (remote == nullptr || !isEnteredByItself(record, *remote)));
         return isBareKey && isCompatible && id.conduit != kConduitTask;
     }
 
@@ -116,6 +120,14 @@ private:
         const std::string& uid = record.place.uid;
         return id.conduit == kConduitCalendar || uid.empty() || uid == id.key ||
                !contradicts(record, _state.agreedRecord(id));
+    }
+
+    static bool isEnteredByItself(const LocalRecord& record, const RemoteChange& remote)
+    {
+        const std::string& conduit = record.record->conduit();
+        const bool isMadeOfKey = record.place.uid == remote.server.id.key;
+        return !isMadeOfKey &&
+               excludesIdentity(remote.origin, originOfIdentity(conduit, record.place));
     }
 
     static bool contradicts(const LocalRecord& record, const Dictionary& other)
@@ -247,6 +259,7 @@ LocalRecords::LocalRecords(std::vector<LocalRecord> loaded, const Knowledge& kno
                 return row->agreedKey && claimed.count({row->local.conduit, *row->agreedKey}) != 0;
             });
     }
+    nameByOrigin(_records, remote, knowledge);
     nameWhatWasNeverSeen(_records, knowledge, state);
     for (const Groups::Group& group : groups.all)
         tellEqualKeysApart(group.records, group.rows, context);

@@ -1,25 +1,69 @@
 #include "Sync/Host/Engine/RecordOrigin.h"
 
+#include <algorithm>
 #include <set>
 #include <sstream>
 
+#include "Sync/Foundation/Digest.h"
+#include "Sync/Host/Engine/IdentityPairing.h"
+#include "Sync/HostInterface/KTSyncRecord.h"
+
 namespace kt {
+
+namespace {
+
+constexpr std::string_view kIdentity = "id-";
+
+std::set<std::string> wordsOf(std::string_view origins)
+{
+    std::set<std::string> words;
+    std::istringstream stream{std::string(origins)};
+    for (std::string word; stream >> word;)
+        words.insert(word);
+    return words;
+}
+
+}  // namespace
+
+std::string originOfIdentity(std::string_view conduit, const StorePlace& place)
+{
+    const std::string identity =
+        conduit == kConduitCalendar ? std::string() : identityOf(conduit, place);
+    return identity.empty() ? identity : std::string(kIdentity) + sha1DigestHex(identity);
+}
+
+std::string originOf(std::string_view conduit, const StorePlace& place, const std::string& hash)
+{
+    const std::string identity = originOfIdentity(conduit, place);
+    return identity.empty() ? hash : identity;
+}
 
 bool haveOtherOrigins(std::string_view one, std::string_view other)
 {
     return !one.empty() && !other.empty() && one != other;
 }
 
+bool hasOrigin(std::string_view origins, std::string_view origin)
+{
+    return !origin.empty() && wordsOf(origins).count(std::string(origin)) != 0;
+}
+
+bool excludesIdentity(std::string_view origins, std::string_view identity)
+{
+    if (identity.empty())
+        return false;
+    const std::set<std::string> words = wordsOf(origins);
+    return !words.empty() && words.count(std::string(identity)) == 0 &&
+           std::all_of(words.begin(), words.end(),
+                       [](const std::string& word) { return word.starts_with(kIdentity); });
+}
+
 std::string joinedOrigins(std::string_view one, std::string_view other)
 {
     if (one.empty() || other.empty())
         return "";
-    std::set<std::string> all;
-    for (const std::string_view origin : {one, other}) {
-        std::istringstream words{std::string(origin)};
-        for (std::string word; words >> word;)
-            all.insert(word);
-    }
+    std::set<std::string> all = wordsOf(one);
+    all.merge(wordsOf(other));
     std::string joined;
     for (const std::string& each : all)
         joined += (joined.empty() ? "" : " ") + each;

@@ -6,13 +6,14 @@
 #include "Sync/Foundation/Exception.h"
 #include "Sync/Foundation/Platform.h"
 #include "Sync/Host/Engine/RecordCoding.h"
+#include "Sync/Host/Engine/RecordOrigin.h"
 #include "Sync/Host/Engine/SyncSession.h"
 
 namespace kt {
 
 namespace {
 
-std::string originOf(const ServerRecord& record)
+std::string originOnServer(const ServerRecord& record)
 {
     try {
         return storedRecord(record.content).origin;
@@ -46,16 +47,22 @@ void SyncSession::takeUnansweredPush()
         RecordId id = record.id;
         onServer.emplace(std::move(id), std::move(record));
     }
-    state.clearPushed();
+    std::vector<PushedRow> enteredByIt;
     for (std::size_t index = 0; index < pushed.size(); ++index) {
         const auto found = onServer.find(ids[index]);
         if (found == onServer.end() || found->second.isTombstone)
             continue;
         if (found->second.hash == pushed[index].hash)
             takeAsAgreed(pushed[index], found->second, before);
-        else if (before.count(ids[index]) == 0 && originOf(found->second) == pushed[index].hash)
-            state.setPushed(pushed[index], std::nullopt);
+        else if (before.count(ids[index]) == 0 &&
+                 originOnServer(found->second) == originOf(ids[index].conduit,
+                                                           pushed[index].seen.place,
+                                                           pushed[index].hash))
+            enteredByIt.push_back(pushed[index]);
     }
+    state.clearPushed();
+    for (const PushedRow& row : enteredByIt)
+        state.setPushed(row, std::nullopt);
 }
 
 void SyncSession::takeAsAgreed(const PushedRow& pushed, const ServerRecord& record,

@@ -8,6 +8,7 @@
 #include "Sync/Host/Engine/HostSyncRecord.h"
 #include "Sync/Host/Engine/LoadDigest.h"
 #include "Sync/Host/Engine/RecordCoding.h"
+#include "Sync/Host/Engine/RecordOrigin.h"
 #include "Sync/Host/Engine/ServerPast.h"
 
 namespace kt {
@@ -215,8 +216,9 @@ void SyncSession::compare()
         if (outcome.kind != Outcome::Kind::take)
             continue;
         outcome.hash = contentHash(outcome.record);
-        if (outcome.isEntered)
-            outcome.origin = outcome.hash;
+        const LocalRecord* local = outcome.isEntered ? _local->recordAgreedAs(id) : nullptr;
+        if (local != nullptr)
+            outcome.origin = originOf(id.conduit, local->place, outcome.hash);
     }
     _deletionsNotMade = comparison.deletionsNotMade();
     _overwritten = comparison.overwritten();

@@ -121,6 +121,7 @@ TEST_F(SyncEngineRules, Rule10_AtAFirstMeetingTheTextThatGivesWayIsNamed)
 {
     auto& a = home("a");
     auto& b = home("b");
+    a.telling = b.telling = SimulatedHome::Telling::noPlaces;
     a.store.calendars = {
         calendar("Privat", {event("Zahnarzt", "20071224T100000", {{"Location", "von a"}})})};
     b.store.calendars = {
@@ -134,6 +135,7 @@ TEST_F(SyncEngineRules, Rule10_AtAFirstMeetingTheNotesOfBothStay)
 {
     auto& a = home("a");
     auto& b = home("b");
+    a.telling = b.telling = SimulatedHome::Telling::noPlaces;
     a.store.calendars = {
         calendar("Privat", {event("Zahnarzt", "20071224T100000", {{"Notes", "von a"}})})};
     b.store.calendars = {

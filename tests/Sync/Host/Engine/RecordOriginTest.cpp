@@ -23,5 +23,30 @@ TEST(RecordOrigin, WhatWasBroughtTogetherHasBothOnceEachInWhateverOrder)
     EXPECT_EQ(joinedOrigins("a", ""), "");
 }
 
+TEST(RecordOrigin, IsWhatTheStoreKnowsAnItemByAndOtherwiseItsContent)
+{
+    const std::string series = originOf("ical-event", {"uid", "a.ics"}, "hash");
+    EXPECT_EQ(series, originOf("ical-event", {"uid", "b.ics"}, "other hash"));
+    EXPECT_NE(series, originOf("ical-event", {"uid", "a.ics", "20071224"}, "hash"));
+    EXPECT_NE(series, originOf("ical-task", {"uid", "a.ics"}, "hash"));
+    EXPECT_EQ(originOf("ical-event", {"", "a.ics"}, "hash"), "hash");
+    EXPECT_EQ(originOf("ical-calendar", {"", "folder"}, "hash"), "hash");
+    EXPECT_EQ(originOfIdentity("ical-event", {"", "a.ics"}), "");
+}
+
+TEST(RecordOrigin, AStoresOwnNameIsFoundAmongSeveral)
+{
+    const std::string a = originOfIdentity("ical-event", {"a"});
+    const std::string b = originOfIdentity("ical-event", {"b"});
+    EXPECT_TRUE(hasOrigin(joinedOrigins(a, b), b));
+    EXPECT_FALSE(hasOrigin(a, b));
+    EXPECT_FALSE(hasOrigin(a, ""));
+    EXPECT_TRUE(excludesIdentity(a, b));
+    EXPECT_FALSE(excludesIdentity(joinedOrigins(a, b), b));
+    EXPECT_FALSE(excludesIdentity("", b)) << "nothing is known of it";
+    EXPECT_FALSE(excludesIdentity(joinedOrigins(a, "hash"), b)) << "it may have been that";
+    EXPECT_FALSE(excludesIdentity(a, "")) << "this store cannot tell";
+}
+
 }  // namespace
 }  // namespace kt::test

@@ -118,5 +118,102 @@ TEST_F(SyncEngineRules, Rule12_AFullComparisonStillTellsADeletionFromAnAddition)
     EXPECT_EQ(home("b").store.count("Einkaufen"), 0);
 }
 
+// What a store knows an item by outlives the state of a device.
+class WithoutState : public SyncEngineRules {
+protected:
+    static SimulatedItem withUid(SimulatedItem item, const std::string& uid)
+    {
+        item.uid = uid;
+        return item;
+    }
+    void SetUp() override
+    {
+        b.store.calendars.clear();
+        a.store.calendars = {
+            calendar("Privat", {withUid(event("Zahnarzt", "20071224T100000"), "uid-1"),
+                                withUid(task("Einkaufen"), "uid-2")})};
+        syncUntilRest();
+        before = liveOnServer();
+    }
+    // The later one where two devices have other texts.
+    static void rename(SimulatedHome& home, const std::string& title, const std::string& now)
+    {
+        Dictionary& item = fields(home, "Privat", title);
+        item.set("DateStamp", date("20071223T080000"));
+        item.set("Title", now);
+    }
+    void expectThatAllIsAsBefore()
+    {
+        syncUntilRest();
+        expectEqualHomes();
+        EXPECT_EQ(liveOnServer(), before);
+        expectRest();
+    }
+
+    SimulatedHome& a = home("a");
+    SimulatedHome& b = home("b");
+    std::vector<RecordId> before;
+};
+
+TEST_F(WithoutState, Rule13_AnItemOfAnotherTitleIsStillTheSame)
+{
+    rename(a, "Zahnarzt", "Augenarzt");
+    rename(a, "Einkaufen", "Blumen");
+    std::filesystem::remove(a.statePath());
+    expectThatAllIsAsBefore();
+    EXPECT_EQ(b.store.count("Augenarzt"), 1);
+    EXPECT_EQ(b.store.count("Blumen"), 1);
+    EXPECT_EQ(b.store.count("Zahnarzt"), 0);
+}
+
+TEST_F(WithoutState, Rule13_SoIsWhatARewriteBrought)
+{
+    rename(b, "Zahnarzt", "Augenarzt");
+    std::filesystem::remove(b.statePath());
+    expectThatAllIsAsBefore();
+    EXPECT_EQ(a.store.count("Augenarzt"), 1);
+}
+
+TEST_F(WithoutState, Rule13_WhatBothChangedIsNotJoinedInOneText)
+{
+    fields(a, "Privat", "Zahnarzt").set("Notes", "alt");
+    a.sync();
+    fields(a, "Privat", "Zahnarzt").set("Notes", "neu");
+    fields(a, "Privat", "Zahnarzt").set("DateStamp", date("20071223T080000"));
+    std::filesystem::remove(a.statePath());
+    expectThatAllIsAsBefore();
+    EXPECT_EQ(fields(b, "Privat", "Zahnarzt")["Notes"], Value("neu"));
+}
+
+TEST_F(WithoutState, Rule13_EventsThatWereEnteredTwiceStayTwoWhereTheyContradict)
+{
+    fields(a, "Privat", "Zahnarzt").set("Notes", "Karte");
+    a.sync();
+    SimulatedHome& c = home("c");
+    c.store.calendars = {calendar(
+        "Privat",
+        {withUid(event("Zahnarzt", "20071224T100000", {{"Notes", "Röntgenbild"}}), "uid-3")})};
+    c.sync();
+    fields(a, "Privat", "Zahnarzt").set("Notes", "Karte und Geld");
+    syncUntilRest();
+    expectEqualHomes();
+    EXPECT_EQ(a.store.count("Zahnarzt"), 2);
+    EXPECT_EQ(liveOnServer().size(), before.size() + 1);
+    expectRest();
+}
+
+TEST_F(WithoutState, Rule13_AnInvitationThatTwoDevicesTakeInIsOneEvent)
+{
+    const SimulatedItem invitation = withUid(event("Sitzung", "20071227T090000"), "uid-4");
+    a.store.calendar("Privat")->items.push_back(invitation);
+    SimulatedItem renamed = invitation;
+    renamed.fields.set("Title", "Sitzung (Anna)");
+    b.store.calendar("Privat")->items.push_back(renamed);
+    syncUntilRest();
+    expectEqualHomes();
+    EXPECT_EQ(liveOnServer().size(), before.size() + 1);
+    expectRest();
+}
+
 }  // namespace
 }  // namespace kt::test

@@ -1,0 +1,15 @@
+#pragma once
+
+#include <vector>
+
+#include "Sync/Host/Engine/LocalRecords.h"
+
+namespace kt {
+
+/// Names items that this device knows nothing of by what the server knows them by: the UID they
+/// were entered with, or the key that a rewrite made their UID of. That outlives an edit of title
+/// or time, of which a device that lost its state knows nothing.
+void nameByOrigin(std::vector<LocalRecord>& records, const RemoteChanges& remote,
+                  const Knowledge& knowledge);
+
+}  // namespace kt
