@@ -34,6 +34,10 @@ public:
     {
         return _inner->contentsAtPath(path);
     }
+    std::optional<FileContents> contentsAndStatusAtPath(const std::string& path) const override
+    {
+        return _inner->contentsAndStatusAtPath(path);
+    }
 
     bool writeAtomically(std::string_view, const std::string&) override { return false; }
     bool createDirectoryAtPath(const std::string&) override { return false; }
@@ -73,6 +77,15 @@ bool FileManager::isDirectory(const std::string& path) const
 {
     const std::optional<FileStatus> status = statusAtPath(path);
     return status && status->kind == FileStatus::Kind::directory;
+}
+
+std::optional<FileContents> FileManager::contentsAndStatusAtPath(const std::string& path) const
+{
+    const std::optional<FileStatus> status = statusAtPath(path);
+    auto bytes = contentsAtPath(path);
+    if (!status || !bytes)
+        return std::nullopt;
+    return FileContents{*std::move(bytes), *status};
 }
 
 std::vector<std::string> FileManager::directoryContentsAtPath(const std::string& path) const

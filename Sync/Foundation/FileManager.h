@@ -31,7 +31,14 @@ struct FileStatus {
     std::uint64_t size = 0;                                      // bytes
     std::chrono::sys_time<std::chrono::nanoseconds> modified{};  // of the content
     std::uint32_t permissions = 0;                               // POSIX bits, 07777
-    std::uint64_t inode = 0;  // what it is on its file system, whatever its name
+    std::uint64_t inode = 0;   // what it is on its file system, whatever its name
+    std::uint64_t device = 0;  // its file system
+    std::chrono::sys_time<std::chrono::nanoseconds> changed{};  // it or its content; nobody sets it
+};
+
+struct FileContents {
+    std::string bytes;
+    FileStatus status;  // links followed, from before the first byte was read
 };
 
 struct DirectoryEntry {
@@ -61,6 +68,8 @@ public:
     /// out. Takes half the time, since no path is looked up from the root.
     virtual std::vector<DirectoryEntry> directoryEntriesAtPath(const std::string& path) const = 0;
     virtual std::optional<std::string> contentsAtPath(const std::string& path) const = 0;
+    /// The same, with what tells later whether it is still that.
+    virtual std::optional<FileContents> contentsAndStatusAtPath(const std::string& path) const;
 
     /// Written to a temporary name beside the target and renamed over it; the old file survives
     /// every failure and its permissions are kept.

@@ -50,6 +50,8 @@ FileStatus fileStatusOf(const struct stat& status)
     result.modified = instantOf(status.st_mtim);
     result.permissions = status.st_mode & kPermissionBits;
     result.inode = status.st_ino;
+    result.device = status.st_dev;
+    result.changed = instantOf(status.st_ctim);
     return result;
 }
 
@@ -179,6 +181,12 @@ std::optional<FileStatus> PosixFileManager::linkStatusAtPath(const std::string& 
 
 std::optional<std::string> PosixFileManager::contentsAtPath(const std::string& path) const
 {
+    auto contents = contentsAndStatusAtPath(path);
+    return contents ? std::optional(std::move(contents->bytes)) : std::nullopt;
+}
+
+std::optional<FileContents> PosixFileManager::contentsAndStatusAtPath(const std::string& path) const
+{
     // Not to wait for a writer, should it be a pipe.
     const FileDescriptor file(::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
     struct stat status {};
@@ -198,7 +206,7 @@ std::optional<std::string> PosixFileManager::contentsAtPath(const std::string& p
         bytes.append(buffer.data(), length);
         // A short read at the size that there should be says that this was all.
         if (length == 0 || (length < buffer.size() && bytes.size() == size))
-            return bytes;
+            return FileContents{std::move(bytes), fileStatusOf(status)};
     }
 }
 

@@ -12,6 +12,7 @@ public:
     std::optional<FileStatus> linkStatusAtPath(const std::string& path) const override;
     std::vector<DirectoryEntry> directoryEntriesAtPath(const std::string& path) const override;
     std::optional<std::string> contentsAtPath(const std::string& path) const override;
+    std::optional<FileContents> contentsAndStatusAtPath(const std::string& path) const override;
 
     bool writeAtomically(std::string_view bytes, const std::string& path) override;
     bool createDirectoryAtPath(const std::string& path) override;

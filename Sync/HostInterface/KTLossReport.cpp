@@ -8,6 +8,7 @@ namespace {
 
 thread_local KTLoss current;
 thread_local int silences = 0;
+thread_local std::uint64_t told = 0;
 thread_local UnreadCollector* collector = nullptr;
 
 /// Puts the text in place of the outer scope's, unless it is empty.
@@ -47,8 +48,11 @@ UnreadCollector::UnreadCollector() { collector = this; }
 
 UnreadCollector::~UnreadCollector() { collector = nullptr; }
 
+std::uint64_t lossesTold() { return told; }
+
 void reportLoss(KTLoss::Kind kind, std::string_view reason)
 {
+    ++told;
     auto* report = silences == 0 ? hostClass<KTLossReport>() : nullptr;
     if (report == nullptr)
         return;
@@ -60,6 +64,7 @@ void reportLoss(KTLoss::Kind kind, std::string_view reason)
 
 void reportUnread(const KTUnreadText& text, std::string_view reason)
 {
+    ++told;
     auto* report = silences == 0 ? hostClass<KTLossReport>() : nullptr;
     if (report == nullptr && collector == nullptr)
         return;

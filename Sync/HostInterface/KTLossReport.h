@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstdint>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -74,6 +75,9 @@ private:
 
 void reportLoss(KTLoss::Kind kind, std::string_view reason);
 void reportUnread(const KTUnreadText& text, std::string_view reason);
+
+/// How many losses were told on this thread so far, be there anybody to hear of them or not.
+std::uint64_t lossesTold();
 
 /// While it lives, no loss is told on this thread: what is only tried out costs nobody anything.
 class LossSilence {

@@ -48,6 +48,7 @@ std::shared_ptr<MemoryFileManager::Node> MemoryFileManager::newNode(FileStatus::
     node->status.kind = kind;
     node->status.permissions = permissions;
     node->status.modified = now();
+    node->status.changed = node->status.modified;
     node->status.inode = ++_lastInode;
     return node;
 }
@@ -219,6 +220,7 @@ bool MemoryFileManager::setPermissions(std::uint32_t permissions, const std::str
     if (!node || !mayGoOn("permit " + path))
         return false;
     node->status.permissions = permissions & 07777U;
+    node->status.changed = now();
     return true;
 }
 
@@ -228,6 +230,7 @@ bool MemoryFileManager::setModificationDate(Instant date, const std::string& pat
     if (!node || !mayGoOn("date " + path))
         return false;
     node->status.modified = date;
+    node->status.changed = now();
     return true;
 }
 

@@ -338,7 +338,8 @@ void keepWhatEqualsItsSeen(const std::vector<LocalRecord*>& records,
 void tellEqualKeysApart(const std::vector<LocalRecord*>& records,
                         const std::vector<const SeenRow*>& rows, const EqualKeysContext& context)
 {
-    if (records.empty())
+    const bool isDone = records.size() == 1 && isNamed(*records.front());
+    if (records.empty() || isDone)
         return;
     // Nearly always a key is one record's, and was.
     const bool isSimple = records.size() == 1 && rows.size() == 1 && !isNamed(*records.front()) &&

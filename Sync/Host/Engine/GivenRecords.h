@@ -1,5 +1,6 @@
 #pragma once
 
+#include <deque>
 #include <string>
 #include <unordered_map>
 
@@ -12,12 +13,21 @@ namespace kt {
 /// most of a store is as it is agreed, and need not be read from the state as well.
 class GivenRecords {
 public:
+    GivenRecords() = default;
+    GivenRecords(GivenRecords&&) = default;
+    GivenRecords& operator=(GivenRecords&&) = default;
+
     /// The first record that is given for an id stays. Calendars are left out: what is handed of
     /// them may be put right on the way.
-    void add(RecordId agreedId, const SyncRecord& record, const std::string& hash)
+    void add(const RecordId& agreedId, const SyncRecord& record, const std::string& hash)
     {
-        if (agreedId.conduit != kConduitCalendar)
-            _records.try_emplace(std::move(agreedId), Given{record, hash});
+        if (agreedId.conduit == kConduitCalendar || _records.contains(agreedId))
+            return;
+        const bool isOwnKey = agreedId.key == record->recordKey();
+        _records.try_emplace(RecordIdView{record->conduit(),
+                                          isOwnKey ? record->recordKey()
+                                                   : _keys.emplace_back(agreedId.key)},
+                             Given{record, hash});
     }
     void reserve(std::size_t count) { _records.reserve(count); }
 
@@ -41,7 +51,8 @@ private:
         SyncRecord record;
         std::string hash;
     };
-    std::unordered_map<RecordId, Given, RecordIdHash> _records;
+    std::unordered_map<RecordIdView, Given, RecordIdHash> _records;  // named by what is held anyway
+    std::deque<std::string> _keys;                                   // that no record bears
 };
 
 }  // namespace kt

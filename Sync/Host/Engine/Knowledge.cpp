@@ -1,5 +1,7 @@
 #include "Sync/Host/Engine/Knowledge.h"
 
+#include <algorithm>
+#include <set>
 #include <utility>
 
 #include "Sync/Host/Engine/RecordFields.h"
@@ -53,15 +55,40 @@ Knowledge::Knowledge(LocalState& state)
     }
 }
 
+Knowledge::Knowledge(LocalState& state, const KnowledgePart& part) : Knowledge(state)
+{
+    std::vector<std::int64_t> rows = part.seen;
+    std::sort(rows.begin(), rows.end());
+    takeSeen(state.seenRows(rows));
+    std::set<RecordId> ids(part.agreed.begin(), part.agreed.end());
+    for (const SeenRow& row : _seen->rows) {
+        if (row.agreedKey)
+            ids.insert({row.local.conduit, *row.agreedKey});
+    }
+    takeAgreed(state.agreedRows(std::vector<RecordId>(ids.begin(), ids.end())));
+}
+
+Knowledge::Knowledge(LocalState& state, std::vector<AgreedRow> agreed) : Knowledge(state)
+{
+    takeAgreed(std::move(agreed));
+}
+
+std::vector<AgreedRow> Knowledge::takeAgreedRows()
+{
+    allAgreed();
+    std::vector<AgreedRow> rows = std::move(_agreed->rows);
+    _agreed.reset();
+    return rows;
+}
+
 const Knowledge::Agreed& Knowledge::allAgreed() const
 {
-    if (_agreed)
-        return *_agreed;
-    Agreed agreed{_state.agreedRows(), {}};
-    agreed.byId.reserve(agreed.rows.size());
-    for (std::size_t index = 0; index < agreed.rows.size(); ++index)
-        agreed.byId.emplace(agreed.rows[index].id, index);
-    return _agreed.emplace(std::move(agreed));
+    return _agreed ? *_agreed : takeAgreed(_state.agreedRows());
+}
+
+const Knowledge::Agreed& Knowledge::takeAgreed(std::vector<AgreedRow> rows) const
+{
+    return _agreed.emplace(Agreed{std::move(rows)});
 }
 
 // Of several calendars of one key the others mean the one that bears its agreed key itself.
@@ -78,9 +105,12 @@ void Knowledge::note(Seen& seen, std::size_t calendar)
 
 const Knowledge::Seen& Knowledge::allSeen() const
 {
-    if (_seen)
-        return *_seen;
-    Seen seen{_state.seenRows(), {}, {}, {}, {}, {}, {}};
+    return _seen ? *_seen : takeSeen(_state.seenRows());
+}
+
+const Knowledge::Seen& Knowledge::takeSeen(std::vector<SeenRow> rows) const
+{
+    Seen seen{std::move(rows), {}, {}, {}, {}, {}, {}};
     seen.byAgreedId.reserve(seen.rows.size());
     for (std::size_t index = 0; index < seen.rows.size(); ++index) {
         const SeenRow& row = seen.rows[index];
@@ -112,7 +142,13 @@ const Knowledge::Seen& Knowledge::allSeen() const
 
 const AgreedRow* Knowledge::agreedRow(const RecordId& id) const
 {
-    return rowAt(allAgreed().rows, allAgreed().byId, id);
+    const Agreed& all = allAgreed();
+    if (!all.byId) {
+        all.byId.emplace().reserve(all.rows.size());
+        for (std::size_t index = 0; index < all.rows.size(); ++index)
+            all.byId->emplace(all.rows[index].id, index);
+    }
+    return rowAt(all.rows, *all.byId, id);
 }
 
 const UntakenRow* Knowledge::untakenRow(const RecordId& id) const

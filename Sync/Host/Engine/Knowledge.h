@@ -9,12 +9,22 @@
 
 namespace kt {
 
+/// Some of the records that the state has rows of.
+struct KnowledgePart {
+    std::vector<RecordId> agreed;    // and what the rows of `seen` belong to
+    std::vector<std::int64_t> seen;  // numbers of the rows
+};
+
 /// What the state file said when a session began, without the records' contents. The many rows of
 /// agreed and seen are read when they are first asked for: before either is written to.
 class Knowledge {
 public:
     /// The state is not owned and outlives this.
     explicit Knowledge(LocalState& state);
+    /// Of agreed and seen, only that part.
+    Knowledge(LocalState& state, const KnowledgePart& part);
+    /// With what is agreed as it is known already.
+    Knowledge(LocalState& state, std::vector<AgreedRow> agreed);
     Knowledge(const Knowledge&) = delete;
     Knowledge& operator=(const Knowledge&) = delete;
 
@@ -26,8 +36,15 @@ public:
     const std::vector<UnreadRow>& unread() const { return _unread; }
     const std::vector<UnreadTextRow>& unreadTexts() const { return _unreadTexts; }
 
+    /// The rows of agreed, which are not there any more afterwards.
+    std::vector<AgreedRow> takeAgreedRows();
+
     /// Null when there is no such record.
     const AgreedRow* agreedRow(const RecordId& id) const;
+    std::size_t numberOf(const AgreedRow& row) const
+    {
+        return static_cast<std::size_t>(&row - agreed().data());
+    }
     const UntakenRow* untakenRow(const RecordId& id) const;
     /// The row that says what the store gave for an agreed record; null when it was never seen.
     const SeenRow* seenOfAgreed(const RecordId& agreedId) const;
@@ -65,7 +82,7 @@ private:
 
     struct Agreed {
         std::vector<AgreedRow> rows;
-        RowIndex byId;
+        mutable std::optional<RowIndex> byId{};  // once it is asked for
     };
     struct Seen {
         std::vector<SeenRow> rows;
@@ -81,6 +98,8 @@ private:
     static void note(Seen& seen, std::size_t calendar);
     const Agreed& allAgreed() const;
     const Seen& allSeen() const;
+    const Agreed& takeAgreed(std::vector<AgreedRow> rows) const;
+    const Seen& takeSeen(std::vector<SeenRow> rows) const;
 
     LocalState& _state;
     mutable std::optional<Agreed> _agreed;

@@ -22,6 +22,28 @@ constexpr const char* kPutBack = "put back";
 constexpr const char* kLoadInVain = "load in vain";
 constexpr const char* kUnreadTextsChanged = "unread texts changed";
 
+AgreedRow agreedRowAt(SQLite::Statement& row)
+{
+    return {{row.getColumn(0).getString(), row.getColumn(1).getString()},
+            textOrNull(row, 2),
+            row.getColumn(3).getInt64(),
+            row.getColumn(4).getString()};
+}
+
+SeenRow seenRowAt(SQLite::Statement& row)
+{
+    SeenRow seen;
+    seen.row = row.getColumn(0).getInt64();
+    seen.local = {row.getColumn(1).getString(), row.getColumn(2).getString()};
+    seen.agreedKey = textOrNull(row, 3);
+    seen.localParentKey = textOrNull(row, 4);
+    seen.hash = row.getColumn(5).getString();
+    seen.timezone = row.getColumn(6).getString();
+    seen.place = {row.getColumn(7).getString(), row.getColumn(8).getString(),
+                  row.getColumn(9).getString()};
+    return seen;
+}
+
 void makeFolderOf(const std::string& path)
 {
     // A folder that cannot be made shows when the file is opened.
@@ -58,6 +80,14 @@ bool LocalState::begin() { return _database->file.begin(); }
 void LocalState::commit() { _database->file.commit(); }
 
 void LocalState::rollback() noexcept { _database->file.rollback(); }
+
+std::int64_t LocalState::versionOfOthers()
+{
+    std::int64_t version = 0;
+    _database->file.each("PRAGMA data_version",
+                         [&](auto& row) { version = row.getColumn(0).getInt64(); });
+    return version;
+}
 
 bool LocalState::isOpen() const { return _database->file.isInTransaction(); }
 
@@ -97,12 +127,18 @@ std::vector<AgreedRow> LocalState::agreedRows()
     rows.reserve(_database->count("SELECT count(*) FROM agreed"));
     _database->file.each(
         "SELECT conduit, key, parent_key, revision, hash FROM agreed ORDER BY conduit, key",
-        [&](auto& row) {
-            rows.push_back({{row.getColumn(0).getString(), row.getColumn(1).getString()},
-                            textOrNull(row, 2),
-                            row.getColumn(3).getInt64(),
-                            row.getColumn(4).getString()});
-        });
+        [&](auto& row) { rows.push_back(agreedRowAt(row)); });
+    return rows;
+}
+
+std::vector<AgreedRow> LocalState::agreedRows(const std::vector<RecordId>& ids)
+{
+    std::vector<AgreedRow> rows;
+    for (const RecordId& id : ids)
+        _database->file.each(
+            "SELECT conduit, key, parent_key, revision, hash FROM agreed WHERE conduit = ? AND key "
+            "= ?",
+            [&](auto& row) { rows.push_back(agreedRowAt(row)); }, id.conduit, id.key);
     return rows;
 }
 
@@ -145,18 +181,18 @@ std::vector<SeenRow> LocalState::seenRows()
     _database->file.each(
         "SELECT id, conduit, local_key, agreed_key, local_parent_key, hash, timezone, uid, file, "
         "recurrence FROM seen ORDER BY id",
-        [&](auto& row) {
-            SeenRow seen;
-            seen.row = row.getColumn(0).getInt64();
-            seen.local = {row.getColumn(1).getString(), row.getColumn(2).getString()};
-            seen.agreedKey = textOrNull(row, 3);
-            seen.localParentKey = textOrNull(row, 4);
-            seen.hash = row.getColumn(5).getString();
-            seen.timezone = row.getColumn(6).getString();
-            seen.place = {row.getColumn(7).getString(), row.getColumn(8).getString(),
-                          row.getColumn(9).getString()};
-            rows.push_back(std::move(seen));
-        });
+        [&](auto& row) { rows.push_back(seenRowAt(row)); });
+    return rows;
+}
+
+std::vector<SeenRow> LocalState::seenRows(const std::vector<std::int64_t>& numbers)
+{
+    std::vector<SeenRow> rows;
+    for (const std::int64_t number : numbers)
+        _database->file.each(
+            "SELECT id, conduit, local_key, agreed_key, local_parent_key, hash, timezone, uid, "
+            "file, recurrence FROM seen WHERE id = ?",
+            [&](auto& row) { rows.push_back(seenRowAt(row)); }, number);
     return rows;
 }
 

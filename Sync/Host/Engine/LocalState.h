@@ -133,12 +133,16 @@ public:
     void commit();
     /// Undoes what was written since begin(); does nothing without one. Never throws.
     void rollback() noexcept;
+    /// Changes with every commit of another connection.
+    std::int64_t versionOfOthers();
     bool isOpen() const;  // between begin() and commit() or rollback()
 
     StateFacts facts();
     void setFacts(const StateFacts& facts);
 
     std::vector<AgreedRow> agreedRows();  // by conduit and key
+    /// Those that are there.
+    std::vector<AgreedRow> agreedRows(const std::vector<RecordId>& ids);
     Dictionary agreedRecord(const RecordId& id);
     /// Empty where it is not known.
     std::string agreedOrigin(const RecordId& id);
@@ -149,6 +153,8 @@ public:
     void removeAgreed(const RecordId& id);
 
     std::vector<SeenRow> seenRows();  // in the order in which they were first stored
+    /// Those that are there.
+    std::vector<SeenRow> seenRows(const std::vector<std::int64_t>& rows);
     Dictionary seenRecord(const SeenRow& row);
     void addSeen(const SeenRow& row, const Dictionary& record);
     /// Replaces the content of a stored row.

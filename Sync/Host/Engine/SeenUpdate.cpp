@@ -25,6 +25,15 @@ SeenRow rowFor(const SeenTarget& target, std::string_view ownTimezone)
 
 }  // namespace
 
+bool isAsSeen(const SeenTarget& target, std::string_view ownTimezone)
+{
+    const SeenRow& row = *target.row;
+    return row.hash == target.hash && row.local.key == target.record.recordKey() &&
+           row.local.conduit == target.record.conduit() && row.agreedKey == target.agreedKey &&
+           row.localParentKey == target.record.recordParentKey() && row.timezone == ownTimezone &&
+           row.place == target.place;
+}
+
 SeenUpdate::SeenUpdate(LocalState& state, const Knowledge& knowledge, std::string ownTimezone)
     : _state(state),
       _knowledge(knowledge),

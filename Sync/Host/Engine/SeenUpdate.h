@@ -22,6 +22,9 @@ struct SeenTarget {
     const SeenRow* row = nullptr;          // the row that said so until now
 };
 
+/// Whether the row of a record says of it what it would say now.
+bool isAsSeen(const SeenTarget& target, std::string_view ownTimezone);
+
 /// What becomes of rows that no record takes.
 struct SeenRemainder {
     const SwitchedOffCalendars& switchedOff;  // their rows stay as they are

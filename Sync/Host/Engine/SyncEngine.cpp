@@ -33,7 +33,9 @@ public:
     SyncRunOptions options;
     SyncRunSummary summary;
     std::unique_ptr<SyncSession> session;  // null while none is open
-    GivenRecords given;  // of a session that took effect, for what the store is rewritten from
+    // Of a session that took effect, for what the store is rewritten from.
+    GivenRecords given;
+    std::optional<std::vector<AgreedRow>> agreed;
 };
 
 SyncEngine::SyncEngine(LocalState& state, SyncServer& server, HostReports& reports, LogLine log,
@@ -74,6 +76,8 @@ void SyncEngine::log(std::string_view line)
 
 void SyncEngine::beginRun(const SyncRunOptions& options)
 {
+    if (!options.settling)
+        _standing = {};
     _run = std::make_unique<Run>();
     _run->options = options;
     _reports.begin();
@@ -86,6 +90,8 @@ SyncRunSummary SyncEngine::endRun(bool doSyncResult)
     summary.losses = _reports.losses.losses();
     summary.remarksLeftOut = _reports.losses.remarksLeftOut();
     summary.needsSettling = doSyncResult && summary.rewriteExpected;
+    if (!summary.needsSettling)
+        _standing = {};
     _run = std::make_unique<Run>();
     _reports.end();
     return summary;
@@ -123,7 +129,8 @@ int SyncEngine::startSync(int mode)
         [&] {
             auto session = std::make_unique<SyncSession>(
                 SessionSetting{_state, _server, _account, run.options, _reports,
-                               [this](std::string_view line) { log(line); }, run.summary});
+                               [this](std::string_view line) { log(line); }, run.summary,
+                               run.options.settling ? &_standing : nullptr});
             const StartResult answer = session->start(mode);
             if (answer != StartResult::noSession && answer != StartResult::accountOff)
                 run.session = std::move(session);
@@ -190,8 +197,12 @@ bool SyncEngine::finishSync()
     run.summary.rewriteExpected =
         run.summary.finished && !run.options.dryRun &&
         isRewriteExpected(static_cast<StartResult>(run.summary.startResult));
-    if (run.summary.rewriteExpected)
+    if (run.summary.rewriteExpected) {
+        // In this order the session holds ever less: here a run holds most at one time.
+        _standing = run.session->standing();
+        run.agreed = run.session->takeAgreedRows();
         run.given = run.session->given();
+    }
     run.session.reset();
     return isClean;
 }
@@ -200,9 +211,13 @@ std::optional<SyncRecordMap> SyncEngine::getLocalState()
 {
     return guarded(
         [&] {
-            const Knowledge knowledge(_state);
+            std::optional<Knowledge> knowledge;
+            if (auto agreed = std::exchange(_run->agreed, std::nullopt))
+                knowledge.emplace(_state, *std::move(agreed));
+            else
+                knowledge.emplace(_state);
             std::optional<SyncRecordMap> map(std::in_place);
-            for (HandedRecord& handed : handedState(_state, knowledge, _run->given)) {
+            for (HandedRecord& handed : handedState(_state, *knowledge, _run->given)) {
                 SyncRecord record = recordToHandOut(handed);
                 const SyncRecord stored = handed.isKept() ? nullptr : _run->given.find(handed.id);
                 if (stored && stored != record)

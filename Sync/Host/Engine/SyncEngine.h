@@ -8,6 +8,7 @@
 
 #include "Sync/Host/Engine/HostReports.h"
 #include "Sync/Host/Engine/LocalState.h"
+#include "Sync/Host/Engine/StandingRecords.h"
 #include "Sync/Host/Engine/SyncRunOptions.h"
 #include "Sync/Host/Server/SyncServer.h"
 #include "Sync/HostInterface/KTSyncRecord.h"
@@ -99,6 +100,7 @@ private:
     LogLine _log;
     std::string _account;
     std::unique_ptr<Run> _run;
+    StandingRecords _standing;  // of the run that is to be settled
 };
 
 }  // namespace kt

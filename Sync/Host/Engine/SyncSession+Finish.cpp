@@ -106,6 +106,7 @@ bool SyncSession::takeEffect()
     writeFacts(effective, head);
     if (!isRewriteExpected(_result))
         _setting.state.clearPushed();
+    _stateVersion = _setting.state.versionOfOthers();
     // The server first: what it has and this device does not know of comes back as equal to what
     // the device has. The other way round the device would take for exchanged what nobody else ever
     // got.
@@ -141,6 +142,8 @@ std::int64_t SyncSession::writeToServer(const std::vector<const Outcome*>& effec
 void SyncSession::writeAgreed(const std::vector<const Outcome*>& effective, std::int64_t revision)
 {
     LocalState& state = _setting.state;
+    if (effective.size() < _knowledge->agreed().size() / 4)
+        _agreedChanges.emplace();
     if (!_hasBase)
         state.clearAgreedRevisions();
     for (const auto& [id, serverRevision] : _remote.renumbered())
@@ -148,6 +151,8 @@ void SyncSession::writeAgreed(const std::vector<const Outcome*>& effective, std:
     for (const Outcome* outcome : effective) {
         if (outcome->isDeletion()) {
             state.removeAgreed(outcome->id);
+            if (_agreedChanges)
+                _agreedChanges->insert_or_assign(outcome->id, std::nullopt);
             continue;
         }
         AgreedRow row;
@@ -156,7 +161,37 @@ void SyncSession::writeAgreed(const std::vector<const Outcome*>& effective, std:
         row.revision = outcome->goesUp ? revision : outcome->serverRevision;
         row.hash = outcome->hash;
         state.setAgreed(row, outcome->record, outcome->origin);
+        if (_agreedChanges)
+            _agreedChanges->insert_or_assign(outcome->id, std::move(row));
     }
+}
+
+std::optional<std::vector<AgreedRow>> SyncSession::takeAgreedRows()
+{
+    std::vector<AgreedRow> before;
+    if (_agreedChanges)
+        before = _knowledge->takeAgreedRows();
+    _knowledge.reset();
+    if (!_agreedChanges)
+        return std::nullopt;
+    std::vector<AgreedRow> rows;
+    auto change = _agreedChanges->begin();
+    const auto addChange = [&] {
+        if (change->second)
+            rows.push_back(*std::move(change->second));
+        ++change;
+    };
+    for (AgreedRow& row : before) {
+        while (change != _agreedChanges->end() && change->first < row.id)
+            addChange();
+        if (change != _agreedChanges->end() && change->first == row.id)
+            addChange();
+        else
+            rows.push_back(std::move(row));
+    }
+    while (change != _agreedChanges->end())
+        addChange();
+    return rows;
 }
 
 // A remote record that was not taken is not agreed, and comes again. A held run takes nothing and

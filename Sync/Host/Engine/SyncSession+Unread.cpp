@@ -75,8 +75,8 @@ SyncRecordList SyncSession::withGroupsThatAreUnread(const SyncRecordList& record
         if (group == groups.end() || group->second == record->recordKey() ||
             unread.count(group->second) == 0)
             continue;
-        const KTStoreIdentity* identity = _setting.reports.identities.identityOf(*record);
-        const KTStoreIdentity known = identity == nullptr ? KTStoreIdentity{} : *identity;
+        const KTStoreIdentity known =
+            _setting.reports.identities.identityOf(*record).value_or(KTStoreIdentity{});
         record = inGroup(*record, group->second);
         _setting.reports.identities.reportIdentity(record, known);
     }

@@ -21,6 +21,7 @@
 #include "Sync/Host/Engine/Participation.h"
 #include "Sync/Host/Engine/RemoteChanges.h"
 #include "Sync/Host/Engine/SeenUpdate.h"
+#include "Sync/Host/Engine/StandingRecords.h"
 #include "Sync/Host/Engine/StartResult.h"
 #include "Sync/Host/Engine/SyncRunOptions.h"
 #include "Sync/Host/Engine/UnreadRecords.h"
@@ -38,6 +39,7 @@ struct SessionSetting {
     HostReports& reports;  // of the load that the session begins with
     std::function<void(std::string_view)> log;
     SyncRunSummary& summary;
+    const StandingRecords* standing = nullptr;  // of the session that a settling run follows
 };
 
 /// One session: one transaction in the state file and one on the server, from startSync to
@@ -69,6 +71,12 @@ public:
     /// The store's records under the ids they are agreed under after the session, where it compared
     /// them.
     GivenRecords given() const;
+    /// What a rewrite after this session has nothing to do with; empty where that cannot be told.
+    /// After finish().
+    StandingRecords standing() const;
+    /// What is agreed after a session that took effect, by conduit and key; nullopt where that is
+    /// read from the state as well. At the very end: the session does not know it any more.
+    std::optional<std::vector<AgreedRow>> takeAgreedRows();
 
 private:
     StartResult refuse(StartResult result, const std::string& reason);
@@ -113,6 +121,9 @@ private:
 
     bool takeEffect();
     bool finishSettling();
+    bool settleRecords();
+    bool proveAndMakeSeen();
+    std::optional<StandingRecords::Rest> recordsThatDoNotStand() const;
     std::vector<std::optional<std::string>> proveRewrite(const std::vector<std::string>& hashes);
     void leaveOutWhatWasUnread(const SettlingCheck& check,
                                const std::vector<std::optional<std::string>>& agreedKeys);
@@ -187,6 +198,9 @@ private:
     std::vector<std::pair<SyncRecord, const Outcome*>> _staged;
     std::unordered_set<const KTSyncRecord*> _handedBack;
     bool _isPushed = false;
+    // What this session wrote, while that is little.
+    std::optional<std::map<RecordId, std::optional<AgreedRow>>> _agreedChanges;
+    std::int64_t _stateVersion = 0;  // versionOfOthers when this one was about to take effect
     SyncRecordList _localRecords;
     std::optional<Participation> _participation;
     SwitchedOffCalendars _offNow;                  // as the load says; empty where it tells nothing

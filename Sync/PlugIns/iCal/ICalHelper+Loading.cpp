@@ -1,13 +1,17 @@
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <map>
 #include <utility>
 
 #include "Sync/Foundation/Digest.h"
+#include "Sync/Foundation/Platform.h"
 #include "Sync/HostInterface/Guard.h"
 #include "Sync/HostInterface/KTCarefulWriting.h"
 #include "Sync/HostInterface/KTIdentityReport.h"
 #include "Sync/HostInterface/KTLossReport.h"
+#include "Sync/HostInterface/KTSyncEnhancedDate.h"
 #include "Sync/PlugIns/iCal/Calendar/HostAndSystemLog.h"
 #include "Sync/PlugIns/iCal/Calendar/KTSyncCalendarStore.h"
 #include "Sync/PlugIns/iCal/ICalHelper.h"
@@ -53,6 +57,7 @@ struct Loader {
     RecordKeySet& notSelectedCalendars;
     RecordKeySet& notExpandedGroups;
     LoadedStore* loaded = nullptr;
+    const LoadedStore* earlier = nullptr;
     KTIdentityReport* identities = hostClass<KTIdentityReport>();
     SyncRecordList records = {};
     bool isSkipping = false;
@@ -62,8 +67,9 @@ struct Loader {
     void takeCalendar(const std::string& recordKey, const std::shared_ptr<KTSyncCalendar>& model);
     void noteCalendar(const std::string& recordKey, const SyncRecord& record,
                       const std::shared_ptr<KTSyncCalendar>& model);
-    void noteItem(const SyncRecord& record, const Value& uid, std::string_view recurrenceId,
-                  const TextPlace* place);
+    void noteItem(LoadedItem item, std::string_view recurrenceId, const TextPlace* place);
+    void takeEarlier(const ItemSources::Item& source, std::int32_t& counter);
+    void watchForLosses(const TextPlace* place, const std::function<void()>& take);
     void finishCalendar(KTSyncCalendar& calendar);
     void refuseItem(const KTSyncCalendarItem& item, const TextPlace* place,
                     std::string_view reason);
@@ -72,18 +78,48 @@ struct Loader {
                     SyncRecord record);
     void takePart(const std::string& recordKey, SyncRecord record);
     void takeEvents(const std::string& recordKey, KTSyncCalendar& calendar);
+    void takeEventOrTell(const std::string& recordKey, const KTSyncCalendar& calendar,
+                         const KTSyncEvent& event, const TextPlace* place);
     void takeEvent(const std::string& recordKey, const KTSyncCalendar& calendar,
                    const KTSyncEvent& event, const TextPlace* place);
     void takeTasks(const std::string& recordKey, KTSyncCalendar& calendar);
+    void takeTask(const std::string& recordKey, const KTSyncCalendar& calendar,
+                  const KTSyncTask& task, const TextPlace* place);
     void takeItem(SyncRecord record, std::int32_t& counter);
     void reportBadEvent(const KTSyncCalendar& calendar, const KTSyncEvent& event,
                         const TextPlace* place, const std::string& description);
 };
 
 /// Null where places are not known.
-const TextPlace* placeAt(const std::vector<TextPlace>& places, std::size_t number)
+const TextPlace* placeAt(const std::vector<ItemSources::Item>& items, std::size_t number)
 {
-    return number < places.size() ? &places[number] : nullptr;
+    return number < items.size() ? &items[number].place : nullptr;
+}
+
+bool holdsAttachments(const Dictionary& item)
+{
+    const Value& alarms = item["Alarms"];
+    return item.contains("Attachments") ||
+           (alarms.isArray() &&
+            std::any_of(alarms.array().begin(), alarms.array().end(), [](const Value& alarm) {
+                return alarm.isDictionary() && alarm.dictionary().contains("Attachments");
+            }));
+}
+
+std::string recurrenceIdOf(const Dictionary& item)
+{
+    const auto date = item["RecurrenceId"].objectOfClass<KTSyncEnhancedDate>();
+    return date ? date->iCalDate() : std::string();
+}
+
+const LoadedCalendar* calendarOf(const LoadedStore* store, const std::string& recordKey)
+{
+    if (store == nullptr || store->timezone != Platform::shared().localTimeZoneName())
+        return nullptr;
+    const auto found =
+        std::find_if(store->calendars.begin(), store->calendars.end(),
+                     [&](const LoadedCalendar& each) { return each.recordKey == recordKey; });
+    return found == store->calendars.end() ? nullptr : &*found;
 }
 
 void Loader::takeCalendar(const std::string& recordKey,
@@ -92,6 +128,8 @@ void Loader::takeCalendar(const std::string& recordKey,
     KTSyncCalendar& calendar = *model;
     const std::int32_t type = calendar.calendarType();
     isSkipping = false;
+    if (const LoadedCalendar* before = calendarOf(earlier, recordKey))
+        calendar.takeItemsFrom(*before);
 
     logMsg(pluginHelper, "Ereignisse laden fuer Kalender: '%@'", calendar.title());
     if ((type == kCalendarTypeNode || type == kCalendarTypeSubscriber) &&
@@ -142,17 +180,38 @@ void Loader::noteCalendar(const std::string& recordKey, const SyncRecord& record
     loadedCalendar->areItemsLoaded = model->heldEvents() != nullptr;
 }
 
-void Loader::noteItem(const SyncRecord& record, const Value& uid, std::string_view recurrenceId,
-                      const TextPlace* place)
+void Loader::noteItem(LoadedItem item, std::string_view recurrenceId, const TextPlace* place)
 {
+    const Value& uid = item.uid;
     if (identities != nullptr)
-        identities->reportIdentity(record,
+        identities->reportIdentity(item.record,
                                    {uid.isString() ? std::string(uid.string()) : std::string(),
                                     std::string(recurrenceId), "",
                                     place == nullptr ? std::string()
                                                      : sources.files[place->file].path});
-    if (loadedCalendar != nullptr && place != nullptr)
-        loadedCalendar->items.push_back({record, uid, *place});
+    if (loadedCalendar == nullptr || place == nullptr)
+        return;
+    // The attached files may change while the item's stays as it is.
+    if (holdsAttachments(item.record->record()))
+        sources.files[place->file].identity = 0;
+    item.place = *place;
+    loadedCalendar->items.push_back(std::move(item));
+}
+
+/// One that stands in its file as an earlier load found it.
+void Loader::takeEarlier(const ItemSources::Item& source, std::int32_t& counter)
+{
+    noteItem(*source.earlier, recurrenceIdOf(source.earlier->record->record()), &source.place);
+    takeItem(source.earlier->record, counter);
+}
+
+/// A file that gives losses is read by every load, so that each of them is told of.
+void Loader::watchForLosses(const TextPlace* place, const std::function<void()>& take)
+{
+    const std::uint64_t before = lossesTold();
+    take();
+    if (place != nullptr && lossesTold() != before)
+        sources.files[place->file].identity = 0;
 }
 
 /// Whatever ended the calendar's turn. Copies are known by the number of their event until now.
@@ -166,7 +225,7 @@ void Loader::finishCalendar(KTSyncCalendar& calendar)
         numbers.emplace(std::pair(kept.items[number].place.file, kept.items[number].place.offset),
                         number);
     for (ItemSources::Copy& copy : sources.copies) {
-        const TextPlace& first = sources.events[copy.of];
+        const TextPlace& first = sources.events[copy.of].place;
         const auto number = numbers.find({first.file, first.offset});
         if (number == numbers.end())
             continue;
@@ -228,18 +287,28 @@ void Loader::takeEvents(const std::string& recordKey, KTSyncCalendar& calendar)
     if (events == nullptr)
         return;
     for (std::size_t number = 0; number < events->size(); ++number) {
+        if ((*events)[number] == nullptr) {
+            takeEarlier(sources.events[number], numEvents);
+            continue;
+        }
         const KTSyncEvent& event = *(*events)[number];
         const TextPlace* const place = placeAt(sources.events, number);
-        guardedOr([&] { takeEvent(recordKey, calendar, event, place); },
-                  [&](const Exception& exception) {
-                      // The record that the line should show is what may have raised.
-                      reportBadEvent(calendar, event, place,
-                                     guardedOr([&] { return event.syncRecord().description(); },
-                                               [&](const Exception&) {
-                                                   return exception.description();
-                                               }));
-                  });
+        watchForLosses(place, [&] { takeEventOrTell(recordKey, calendar, event, place); });
     }
+}
+
+void Loader::takeEventOrTell(const std::string& recordKey, const KTSyncCalendar& calendar,
+                             const KTSyncEvent& event, const TextPlace* place)
+{
+    guardedOr([&] { takeEvent(recordKey, calendar, event, place); },
+              [&](const Exception& exception) {
+                  // The record that the line should show is what may have raised.
+                  reportBadEvent(calendar, event, place,
+                                 guardedOr([&] { return event.syncRecord().description(); },
+                                           [&](const Exception&) {
+                                               return exception.description();
+                                           }));
+              });
 }
 
 void Loader::takeEvent(const std::string& recordKey, const KTSyncCalendar& calendar,
@@ -248,7 +317,7 @@ void Loader::takeEvent(const std::string& recordKey, const KTSyncCalendar& calen
     SyncRecord record = makeRecord(event.syncRecord(), event.recordKey(), recordKey, kConduitEvent);
     if (!record)
         return reportBadEvent(calendar, event, place, event.syncRecord().description());
-    noteItem(record, event.uid(),
+    noteItem({record, event.uid(), {}, event.uniquenessDigest().value_or(SHA1Digest())},
              event.recurrenceId() ? event.recurrenceId()->iCalDate() : std::string(), place);
     takeItem(std::move(record), numEvents);
 }
@@ -260,20 +329,29 @@ void Loader::takeTasks(const std::string& recordKey, KTSyncCalendar& calendar)
         return;
     for (std::size_t number = 0; number < tasks->size(); ++number) {
         const auto& task = (*tasks)[number];
-        const TextPlace* const place = placeAt(sources.tasks, number);
-        SyncRecord record =
-            makeRecord(task->syncRecord(), task->recordKey(), recordKey, kConduitTask);
-        if (record) {
-            noteItem(record, task->uid(), "", place);
-            takeItem(std::move(record), numTasks);
+        if (task == nullptr) {
+            takeEarlier(sources.tasks[number], numTasks);
             continue;
         }
-        logMsg(pluginHelper, "Kalender '%@', Aufgabe '%@': Fehlerhafter Sync-Datensatz",
-               calendar.title(), task->description());
-        refuseItem(*task, place,
-                   stringWithFormat("Die Aufgabe '%@' ergibt keinen gültigen Sync-Datensatz",
-                                    task->title()));
+        const TextPlace* const place = placeAt(sources.tasks, number);
+        watchForLosses(place, [&] { takeTask(recordKey, calendar, *task, place); });
     }
+}
+
+void Loader::takeTask(const std::string& recordKey, const KTSyncCalendar& calendar,
+                      const KTSyncTask& task, const TextPlace* place)
+{
+    SyncRecord record = makeRecord(task.syncRecord(), task.recordKey(), recordKey, kConduitTask);
+    if (record) {
+        noteItem({record, task.uid()}, "", place);
+        takeItem(std::move(record), numTasks);
+        return;
+    }
+    logMsg(pluginHelper, "Kalender '%@', Aufgabe '%@': Fehlerhafter Sync-Datensatz",
+           calendar.title(), task.description());
+    refuseItem(task, place,
+               stringWithFormat("Die Aufgabe '%@' ergibt keinen gültigen Sync-Datensatz",
+                                task.title()));
 }
 
 void Loader::takeItem(SyncRecord record, std::int32_t& counter)
@@ -302,10 +380,13 @@ std::optional<SyncRecordList> ICalHelper::loadCalendarsWithPluginHelper(
     KTSyncPluginHelper* pluginHelper, std::int32_t& numCalendars, std::int32_t& numEvents,
     std::int32_t& numTasks, Dictionary& activatedCalendars, RecordKeySet& calendarRecordKeysToSync,
     std::int32_t& numSkippedCalendars, SyncRecordList& skippedRecords,
-    RecordKeySet& notSelectedCalendars, RecordKeySet& notExpandedGroups, LoadedStore* loaded)
+    RecordKeySet& notSelectedCalendars, RecordKeySet& notExpandedGroups, LoadedStore* loaded,
+    const LoadedStore* earlier)
 {
     if (hostClass<KTCarefulWriting>() == nullptr)
         loaded = nullptr;  // nobody is going to ask
+    if (loaded != nullptr)
+        loaded->timezone = Platform::shared().localTimeZoneName();
     UnreadCollector unread;
     const auto calendars =
         KTSyncCalendarStore::calendarStoreWithPluginHelper(pluginHelper)->calendars();
@@ -324,7 +405,8 @@ std::optional<SyncRecordList> ICalHelper::loadCalendarsWithPluginHelper(
                   skippedRecords,
                   notSelectedCalendars,
                   notExpandedGroups,
-                  loaded};
+                  loaded,
+                  earlier};
     int current = 0;
     for (const auto& [recordKey, calendar] : *calendars) {
         const std::string title = calendar->title().value_or("");

@@ -25,13 +25,15 @@ public:
     /// not counted; `notSelectedCalendars` and `notExpandedGroups` keep how iCal shows them.
     /// What raises costs only itself, or at most its calendar; a foreign object passes.
     /// `loaded`, where given, takes what a careful rewrite compares with; the calendars' items are
-    /// dropped then, since their records hold them.
+    /// dropped then, since their records hold them. Files that stand as `earlier` found them are
+    /// not read again, unless they gave losses or hold attachments: the records are those of then.
     static std::optional<SyncRecordList> loadCalendarsWithPluginHelper(
         KTSyncPluginHelper* pluginHelper, std::int32_t& numCalendars, std::int32_t& numEvents,
         std::int32_t& numTasks, Dictionary& activatedCalendars,
         RecordKeySet& calendarRecordKeysToSync, std::int32_t& numSkippedCalendars,
         SyncRecordList& skippedRecords, RecordKeySet& notSelectedCalendars,
-        RecordKeySet& notExpandedGroups, LoadedStore* loaded = nullptr);
+        RecordKeySet& notExpandedGroups, LoadedStore* loaded = nullptr,
+        const LoadedStore* earlier = nullptr);
 
     /// Rewrites the whole store from these records, the host's complete local state. False without
     /// records and when the store could not be written. Records that make no calendar or item are

@@ -1,3 +1,5 @@
+#include <utility>
+
 #include "Sync/Foundation/FileManager.h"
 #include "Sync/Foundation/Platform.h"
 #include "Sync/HostInterface/Guard.h"
@@ -161,11 +163,13 @@ bool ICalSyncPlugin::SyncRun::loadCalendars()
     _host.disableFileNotifications();
     _plugin.updateActivatedCalendars();
 
-    auto records = ICalHelper::loadCalendarsWithPluginHelper(&_host, _numCalendars, _numEvents,
-                                                             _numTasks, _plugin._activatedCalendars,
-                                                             _keysToSync, _numSkippedCalendars,
-                                                             _skippedRecords, _notSelectedCalendars,
-                                                             _notExpandedGroups, &_loaded);
+    const LoadedStore earlier = std::exchange(_plugin._rewrittenFrom, {});
+    auto records =
+        ICalHelper::loadCalendarsWithPluginHelper(&_host, _numCalendars, _numEvents, _numTasks,
+                                                  _plugin._activatedCalendars, _keysToSync,
+                                                  _numSkippedCalendars, _skippedRecords,
+                                                  _notSelectedCalendars, _notExpandedGroups,
+                                                  &_loaded, &earlier);
     if (!records)
         return fail("ICalSyncPlugin konnte die iCal-Kalender nicht laden.",
                     "Die Kalender konnten nicht geladen werden!");
@@ -261,8 +265,10 @@ bool ICalSyncPlugin::SyncRun::rewriteStore()
             records->push_back(std::move(record));
     }
     if (ICalHelper::saveCalendars(std::move(records), &_host, _numCalendars, _numEvents, _numTasks,
-                                  _notSelectedCalendars, _notExpandedGroups, &_loaded))
+                                  _notSelectedCalendars, _notExpandedGroups, &_loaded)) {
+        _plugin._rewrittenFrom = std::move(_loaded);
         return true;
+    }
     fail("Die iCal-Kalender konnten nicht gespeichert werden!",
          "Die Kalender konnten nicht gespeichert werden!");
     _host.updatePreferenceWithBool(kFullSyncPreference, true);

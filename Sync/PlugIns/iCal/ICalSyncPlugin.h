@@ -15,6 +15,7 @@
 #include "Sync/HostInterface/Nib.h"
 #include "Sync/HostInterface/TableView.h"
 #include "Sync/PlugIns/iCal/Calendar/KTSyncCalendar.h"
+#include "Sync/PlugIns/iCal/Calendar/LoadedStore.h"
 #include "Sync/PlugIns/iCal/ConfigViewOutlets.h"
 
 namespace kt {
@@ -163,6 +164,7 @@ private:
     void showSharingStatus(const std::string& text);
     void endSharing();
 
+    LoadedStore _rewrittenFrom;  // what the last run loaded, if it rewrote the store; for the next
     std::string _bundlePath;
     std::unique_ptr<Nib> _nib;  // null without a view
 };

@@ -1,5 +1,6 @@
 #include <memory>
 #include <set>
+#include <thread>
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -109,6 +110,31 @@ TEST_P(FileManagerContract, ReadsFilesOnly)
     EXPECT_EQ(read("folder"), std::nullopt);
     EXPECT_EQ(read("missing"), std::nullopt);
     EXPECT_EQ(read("file/below"), std::nullopt);
+}
+
+TEST_P(FileManagerContract, ReadsAFileAndItsStatusAtOnce)
+{
+    makeFolder("folder");
+    write("file", "12345");
+    const auto contents = manager->contentsAndStatusAtPath(path("file"));
+    ASSERT_TRUE(contents);
+    EXPECT_EQ(contents->bytes, "12345");
+    EXPECT_EQ(contents->status.size, 5U);
+    EXPECT_EQ(contents->status.inode, status("file").inode);
+    EXPECT_EQ(contents->status.changed, status("file").changed);
+    EXPECT_FALSE(manager->contentsAndStatusAtPath(path("folder")));
+    EXPECT_FALSE(manager->contentsAndStatusAtPath(path("missing")));
+}
+
+TEST_P(FileManagerContract, SaysThatAFileChangedWhateverItsDateIsSetTo)
+{
+    using namespace std::chrono_literals;
+    write("file", "old");
+    ASSERT_TRUE(manager->setModificationDate(kLongAgo, path("file")));
+    const auto before = status("file").changed;
+    std::this_thread::sleep_for(20ms);  // file systems count time in steps
+    ASSERT_TRUE(manager->setModificationDate(kLongAgo, path("file")));
+    EXPECT_GT(status("file").changed, before);
 }
 
 TEST_P(FileManagerContract, WritesAFileAndNothingBeside)

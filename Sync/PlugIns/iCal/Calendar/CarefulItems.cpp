@@ -46,10 +46,6 @@ CarefulItems::CarefulItems(KTSyncPluginHelper* pluginHelper, const LoadedCalenda
 {
     if (_stored == nullptr)
         return;
-    for (const ItemSources::File& file : _stored->files)
-        _hashes.emplace(file.path, file.hash);
-    for (const LoadedItem& item : _stored->items)
-        _uids.insert(item.uid.isString() ? std::string(item.uid.string()) : std::string());
     _stays.resize(_stored->items.size());
     _isWanted.resize(_stored->items.size());
 }
@@ -64,7 +60,9 @@ void CarefulItems::plan(const std::vector<SyncRecord>& wanted, StoreEdits& edits
     });
     const std::vector<ItemPair> pairs = pairItems(stored, wanted, knownItems(wanted),
                                                   areKnown ? Unknown::isNew : Unknown::isSearched);
-    for (std::size_t index = 0; index < wanted.size(); ++index) {
+    const bool isAnyNew =
+        std::any_of(pairs.begin(), pairs.end(), [](const ItemPair& pair) { return !pair.stored; });
+    for (std::size_t index = 0; isAnyNew && index < wanted.size(); ++index) {
         if (pairs[index].stored)
             findHome(wanted[index], stored[*pairs[index].stored]);
     }
@@ -191,8 +189,16 @@ std::string CarefulItems::textOfNew(const SyncRecord& wanted, const std::string&
 /// An item that was edited keeps the UID that its first key has become.
 std::string CarefulItems::freeUID(const std::string& key)
 {
+    if (!_uids) {
+        _uids.emplace();
+        for (std::size_t number = 0; _stored != nullptr && number < _stored->items.size();
+             ++number) {
+            const Value& stored = _stored->items[number].uid;
+            _uids->insert(stored.isString() ? std::string(stored.string()) : std::string());
+        }
+    }
     std::string uid = key;
-    for (int number = 2; !_uids.insert(uid).second; ++number)
+    for (int number = 2; !_uids->insert(uid).second; ++number)
         uid = key + '-' + std::to_string(number);
     return uid;
 }
@@ -215,7 +221,7 @@ std::string CarefulItems::pathForNew(const std::string& key)
         return StorePaths::isItemKey(key) ? freePath(key) : "";
     // A common file that cannot be read stays as it is, and new items stand beside it.
     const std::string& common = *_filing.commonFile;
-    if (!_hashes.contains(common) || open(common).edit.isWhole())
+    if (loadedFile(common) == nullptr || open(common).edit.isWhole())
         return common;
     const std::string name = lastPathComponent(common);
     return freePath(name.substr(0, name.size() - pathExtension(name).size() - 1));
@@ -232,6 +238,20 @@ std::string CarefulItems::freePath(const std::string& stem) const
     return path;
 }
 
+/// Null for a file that was not there. They were loaded in the order of their names.
+const ItemSources::File* CarefulItems::loadedFile(const std::string& path) const
+{
+    if (_stored == nullptr)
+        return nullptr;
+    const auto& files = _stored->files;
+    const auto found =
+        std::lower_bound(files.begin(), files.end(), path,
+                         [](const ItemSources::File& file, const std::string& wanted) {
+                             return file.path < wanted;
+                         });
+    return found != files.end() && found->path == path ? &*found : nullptr;
+}
+
 CarefulItems::OpenFile& CarefulItems::open(const std::string& path)
 {
     const auto known = _open.find(path);
@@ -239,8 +259,8 @@ CarefulItems::OpenFile& CarefulItems::open(const std::string& path)
         return known->second;
     auto bytes = FileManager::defaultManager().contentsAtPath(path);
     OpenFile file{ItemFileEdit(std::move(bytes).value_or(""))};
-    if (const auto hash = _hashes.find(path); hash != _hashes.end())
-        checkUnchanged(file.edit, path, hash->second);
+    if (const ItemSources::File* loaded = loadedFile(path))
+        checkUnchanged(file.edit, path, loaded->hash);
     return _open.emplace(path, std::move(file)).first->second;
 }
 
@@ -253,7 +273,7 @@ void CarefulItems::replace(const TextPlace& place, std::string component)
 
 void CarefulItems::append(const std::string& path, const std::string& component)
 {
-    if (!_hashes.contains(path)) {
+    if (loadedFile(path) == nullptr) {
         _newFiles[path] += component;
         return;
     }
@@ -279,7 +299,7 @@ void CarefulItems::removeUnwanted()
 
 bool CarefulItems::isOfThisCalendar(const KTLoss& unread) const
 {
-    if (_hashes.contains(unread.file))
+    if (loadedFile(unread.file) != nullptr)
         return true;
     return unread.extent == KTLoss::Extent::calendar && _stored != nullptr &&
            unread.calendarKey == _stored->recordKey;

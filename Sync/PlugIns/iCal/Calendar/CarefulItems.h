@@ -80,6 +80,7 @@ private:
     std::string freePath(const std::string& stem) const;
     OpenFile& open(const std::string& path);
     std::string freeUID(const std::string& key);
+    const ItemSources::File* loadedFile(const std::string& path) const;
     void replace(const TextPlace& place, std::string component);
     void append(const std::string& path, const std::string& component);
 
@@ -88,8 +89,7 @@ private:
     const CarefulRewriting& _rewriting;
     ItemFiling _filing;
     std::string _title;
-    std::unordered_map<std::string, std::size_t> _hashes;  // of the files as they were loaded
-    std::unordered_set<std::string> _uids;                 // of stored items
+    std::optional<std::unordered_set<std::string>> _uids;  // of all items, once one is new
     std::vector<bool> _stays;                              // stored items whose text stays
     std::vector<bool> _isWanted;                           // stored items that are to be written
     std::unordered_map<std::string, Home> _homes;          // by the key of the series

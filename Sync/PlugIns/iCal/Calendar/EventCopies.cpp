@@ -51,13 +51,14 @@ std::vector<std::string> linesOf(std::string_view text)
 
 }  // namespace
 
-bool EventCopies::isCopyOf(const KTSyncEvent& first, const KTSyncEvent& second)
+bool EventCopies::isCopyOf(std::size_t first, const RecordOfFirst& recordOfFirst,
+                           const KTSyncEvent& second)
 {
     return guardedOr(
         [&] {
-            auto known = _firsts.find(&first);
+            auto known = _firsts.find(first);
             if (known == _firsts.end())
-                known = _firsts.emplace(&first, withoutRevision(first.syncRecord())).first;
+                known = _firsts.emplace(first, withoutRevision(recordOfFirst())).first;
             return known->second == withoutRevision(second.syncRecord());
         },
         [](const Exception&) { return false; });

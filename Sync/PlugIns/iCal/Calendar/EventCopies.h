@@ -1,5 +1,7 @@
 #pragma once
 
+#include <cstddef>
+#include <functional>
 #include <string_view>
 #include <unordered_map>
 
@@ -11,12 +13,14 @@ namespace kt {
 /// its copies: it may be large, and they may be many and small.
 class EventCopies {
 public:
-    /// Whether the records of both differ in nothing but the revision and the series they belong
-    /// to. False where a record cannot be made.
-    bool isCopyOf(const KTSyncEvent& first, const KTSyncEvent& second);
+    using RecordOfFirst = std::function<Dictionary()>;
+
+    /// Whether the record of an event and that of the first one, known by its number, differ in
+    /// nothing but the revision and the series they belong to. False where a record cannot be made.
+    bool isCopyOf(std::size_t first, const RecordOfFirst& recordOfFirst, const KTSyncEvent& second);
 
 private:
-    std::unordered_map<const KTSyncEvent*, Dictionary> _firsts;
+    std::unordered_map<std::size_t, Dictionary> _firsts;
 };
 
 /// Whether the texts of two components hold the same lines, in whatever order, but for those that

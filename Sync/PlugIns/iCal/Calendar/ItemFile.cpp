@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <utility>
 
-#include "Sync/Foundation/FileManager.h"
 #include "Sync/Foundation/Text.h"
 #include "Sync/HostInterface/KTLossReport.h"
 
@@ -80,11 +79,18 @@ std::size_t endOfItems(std::string_view text) { return lastLineEqual(text, kEndC
 
 std::optional<std::string> itemFileText(const std::string& path)
 {
-    std::optional<std::string> text = FileManager::defaultManager().contentsAtPath(path);
-    if (!text || text->empty() || !isReadableUTF8(*text))
+    FileStatus status;
+    return itemFileText(path, status);
+}
+
+std::optional<std::string> itemFileText(const std::string& path, FileStatus& status)
+{
+    auto contents = FileManager::defaultManager().contentsAndStatusAtPath(path);
+    if (!contents || contents->bytes.empty() || !isReadableUTF8(contents->bytes))
         return std::nullopt;
-    joinCutLineEnds(*text);
-    return text;
+    joinCutLineEnds(contents->bytes);
+    status = contents->status;
+    return std::move(contents->bytes);
 }
 
 bool beginsCalendar(std::string_view text)

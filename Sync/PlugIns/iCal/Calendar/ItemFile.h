@@ -5,6 +5,8 @@
 #include <string>
 #include <string_view>
 
+#include "Sync/Foundation/FileManager.h"
+
 namespace kt {
 
 // An iCalendar file of a store, up to the point where its components begin (RFC 5545, 3.4).
@@ -12,6 +14,8 @@ namespace kt {
 /// The file's text; nullopt when it cannot be read, is empty or is no UTF-8. A line end that the
 /// fold at 75 characters cut in two (CR, CR LF, blank, LF) is put together again.
 std::optional<std::string> itemFileText(const std::string& path);
+/// The same; its status goes to `status` where there is text.
+std::optional<std::string> itemFileText(const std::string& path, FileStatus& status);
 
 /// Whether the first line opens a calendar. Lines end at CR LF, and only there.
 bool beginsCalendar(std::string_view text);

@@ -9,6 +9,8 @@
 
 namespace kt {
 
+struct LoadedItem;
+
 /// Where the text of one component stands in the item files of a calendar, from its BEGIN to its
 /// END line.
 struct TextPlace {
@@ -22,6 +24,11 @@ struct ItemSources {
     struct File {
         std::string path;
         std::size_t hash = 0;  // of the text, to see whether it is still the same; 0 when unread
+        std::uint64_t identity = 0;  // fileIdentity, where the records tell all that it gives
+    };
+    struct Item {
+        TextPlace place;
+        const LoadedItem* earlier = nullptr;  // taken over from an earlier load
     };
     /// The text of an event that is there already in all that a record holds, under whatever UID.
     struct Copy {
@@ -34,8 +41,8 @@ struct ItemSources {
     };
 
     std::vector<File> files;  // also those that could not be read
-    std::vector<TextPlace> events;
-    std::vector<TextPlace> tasks;
+    std::vector<Item> events;
+    std::vector<Item> tasks;
     std::vector<Copy> copies;
     std::vector<Unread> unread;  // components that gave no record
 };

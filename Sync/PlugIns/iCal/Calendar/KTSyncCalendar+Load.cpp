@@ -1,5 +1,6 @@
 // Reads the item files of a calendar's folder into its two lists.
 
+#include <chrono>
 #include <cstddef>
 #include <cstdint>
 #include <optional>
@@ -9,12 +10,15 @@
 
 #include "Sync/Foundation/Digest.h"
 #include "Sync/Foundation/FileManager.h"
+#include "Sync/Foundation/Platform.h"
 #include "Sync/HostInterface/Guard.h"
 #include "Sync/HostInterface/KTCarefulWriting.h"
 #include "Sync/HostInterface/KTLossReport.h"
 #include "Sync/HostInterface/StorePaths.h"
 #include "Sync/PlugIns/iCal/Calendar/DigestTable.h"
+#include "Sync/PlugIns/iCal/Calendar/EarlierItems.h"
 #include "Sync/PlugIns/iCal/Calendar/EventCopies.h"
+#include "Sync/PlugIns/iCal/Calendar/FileIdentity.h"
 #include "Sync/PlugIns/iCal/Calendar/ItemFile.h"
 #include "Sync/PlugIns/iCal/Calendar/KTSyncCalendar.h"
 #include "Sync/PlugIns/iCal/Calendar/KTSyncCalendarTools.h"
@@ -52,12 +56,46 @@ public:
             _sources = &_calendar._sources.emplace();
     }
 
+    /// The file's items as they were found in it earlier.
+    void takeOver(const EarlierItems::File& file)
+    {
+        _sources->files.push_back(file.source);
+        const auto number = static_cast<std::uint32_t>(_sources->files.size() - 1);
+        const auto itemOf = [&](const LoadedItem& item) {
+            return ItemSources::Item{{number, item.place.offset, item.place.length}, &item};
+        };
+        for (const LoadedItem& event : file.events) {
+            _calendar._events->push_back(nullptr);
+            _sources->events.push_back(itemOf(event));
+            _known.enter(event.uniqueness,
+                         static_cast<std::uint32_t>(_calendar._events->size() - 1),
+                         [&](std::uint32_t at) { return uniquenessOf(at); });
+        }
+        for (const LoadedItem& task : file.tasks) {
+            _calendar._tasks->push_back(nullptr);
+            _sources->tasks.push_back(itemOf(task));
+        }
+    }
+
     void loadFile(const std::string& path)
     {
+        const std::uint64_t lossesBefore = lossesTold();
+        const std::optional<FileStatus> status = readFile(path);
+        if (_sources != nullptr && status && isLongUnchanged(*status, _begun) &&
+            lossesTold() == lossesBefore && !_hasCopiesInFile)
+            _sources->files.back().identity = fileIdentity(*status);
+    }
+
+private:
+    /// Its status, where there is text.
+    std::optional<FileStatus> readFile(const std::string& path)
+    {
         const LossScope scope(_calendar._title.value_or(""), path);
-        const std::optional<std::string> text = itemFileText(path);
+        FileStatus status;
+        const std::optional<std::string> text = itemFileText(path, status);
         _path = path;
         _text = text ? std::string_view(*text) : std::string_view();
+        _hasCopiesInFile = false;
         if (_sources != nullptr)
             _sources->files.push_back({path, text ? hashOfItemText(*text) : 0});
         if (!text && !FileManager::defaultManager().fileExistsAtPath(path)) {
@@ -70,9 +108,9 @@ public:
             if (opensCalendar(lines))
                 loadItems(FileLines(lines));
         }
+        return text ? std::optional(status) : std::nullopt;
     }
 
-private:
     /// One component as it stands in the file, for the log: making an item empties its lines.
     struct AsRead {
         std::string description() const { return all[index].description(); }
@@ -192,10 +230,15 @@ private:
         const auto position = static_cast<std::uint32_t>(events.size());
         const std::uint32_t known =
             _known.enter(*event->uniquenessDigest(), position,
-                         [&](std::uint32_t at) { return *events[at]->uniquenessDigest(); });
+                         [&](std::uint32_t at) { return uniquenessOf(at); });
         if (known != position) {
+            _hasCopiesInFile = true;
             logMsg(_helper, "Doppeltes Ereignis:\n%@", asRead.description());
-            if (!_copies.isCopyOf(*events[known], *event) || !hasTextOf(known, asRead))
+            const auto recordOfFirst = [&] {
+                return events[known] ? events[known]->syncRecord()
+                                     : _sources->events[known].earlier->record->record();
+            };
+            if (!_copies.isCopyOf(known, recordOfFirst, *event) || !hasTextOf(known, asRead))
                 refuse(asRead, event->uid(),
                        "Doppeltes Ereignis, das vom ersten abweicht, wird nicht übernommen");
             else if (_sources != nullptr)
@@ -206,7 +249,13 @@ private:
             _occurrences.push_back(event.get());
         events.push_back(std::move(event));
         if (_sources != nullptr)
-            _sources->events.push_back(placeOf(asRead));
+            _sources->events.push_back({placeOf(asRead)});
+    }
+
+    SHA1Digest uniquenessOf(std::uint32_t event) const
+    {
+        const auto& known = (*_calendar._events)[event];
+        return known ? *known->uniquenessDigest() : _sources->events[event].earlier->uniqueness;
     }
 
     /// Whether a component holds nothing that the event of that number does not. Without places
@@ -215,7 +264,7 @@ private:
     {
         if (_sources == nullptr)
             return true;
-        const TextPlace& first = _sources->events[event];
+        const TextPlace& first = _sources->events[event].place;
         const TextPlace own = placeOf(asRead);
         return haveSameLines(textOfFile(first.file).substr(first.offset, first.length),
                              _text.substr(own.offset, own.length));
@@ -266,7 +315,7 @@ private:
         }
         _calendar._tasks->push_back(std::move(task));
         if (_sources != nullptr)
-            _sources->tasks.push_back(placeOf(asRead));
+            _sources->tasks.push_back({placeOf(asRead)});
     }
 
     KTSyncCalendar& _calendar;
@@ -281,8 +330,17 @@ private:
     std::vector<KTSyncEvent*> _occurrences;  // of this file, detached; the calendar owns them
     std::string _path;                       // of this file
     std::string_view _text;                  // what it holds
-    ItemSources* _sources = nullptr;         // null where nobody asks for them
+    bool _hasCopiesInFile = false;
+    ItemSources* _sources = nullptr;  // null where nobody asks for them
+    const std::chrono::sys_time<std::chrono::nanoseconds> _begun = Platform::shared().now().instant;
 };
+
+void KTSyncCalendar::takeItemsFrom(const LoadedCalendar& earlier)
+{
+    const bool isSame = earlier.areItemsLoaded && earlier.recordKey == recordKey() &&
+                        hostClass<KTCarefulWriting>() != nullptr;
+    _earlier = isSame ? &earlier : nullptr;
+}
 
 std::optional<std::string> KTSyncCalendar::itemsFolder() const
 {
@@ -319,10 +377,15 @@ bool KTSyncCalendar::loadEventsAndTasks()
 void KTSyncCalendar::loadItemFiles(const std::string& folder, const std::vector<std::string>& names)
 {
     Loading loading(*this, names.size());
+    EarlierItems earlier(std::exchange(_earlier, nullptr), folder);
     for (const std::string& name : names) {
         if (pathExtension(name) != StorePaths::itemFileExtension)
             continue;
         const std::string path = stringByAppendingPathComponent(folder, name);
+        if (const auto file = earlier.next(name)) {
+            loading.takeOver(*file);
+            continue;
+        }
         try {
             loading.loadFile(path);
         } catch (const Exception& exception) {
@@ -341,6 +404,7 @@ void KTSyncCalendar::dropItems()
     _events.reset();
     _tasks.reset();
     _sources.reset();
+    _earlier = nullptr;
 }
 
 /// A list that was only filled in part would pass for the whole calendar, so it goes as well.

@@ -15,6 +15,8 @@
 
 namespace kt {
 
+struct LoadedCalendar;
+
 // Calendar types; any other number is treated like an ordinary calendar.
 inline constexpr std::int32_t kCalendarTypeNode = 0;
 inline constexpr std::int32_t kCalendarTypeGroup = 1;
@@ -122,6 +124,10 @@ public:
     /// Where the items that were loaded stand, in the order of the lists; moved out. Nullopt when
     /// nothing was loaded, and where the host does not ask for careful writing.
     std::optional<ItemSources> takeItemSources() { return std::exchange(_sources, std::nullopt); }
+    /// Lets the next loading of the items take over what an earlier one found in files that stand
+    /// as they stood then: the lists hold null for those items, ItemSources says which they are.
+    /// All is read where that was a calendar of another key. Not owned, outlives that loading.
+    void takeItemsFrom(const LoadedCalendar& earlier);
     /// Forgets the items, which are loaded anew when they are asked for.
     void dropItems();
     const std::optional<std::string>& imapFolderKey() const { return _imapFolderKey; }
@@ -165,6 +171,7 @@ private:
     std::optional<Events> _events;
     std::optional<Tasks> _tasks;
     std::optional<ItemSources> _sources;
+    const LoadedCalendar* _earlier = nullptr;
     std::optional<std::string> _storedFolder;
     Value _publisher;
     Value _subscriber;

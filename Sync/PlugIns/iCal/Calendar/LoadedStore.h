@@ -4,6 +4,7 @@
 #include <string>
 #include <vector>
 
+#include "Sync/Foundation/Digest.h"
 #include "Sync/Foundation/Value.h"
 #include "Sync/HostInterface/KTLossReport.h"
 #include "Sync/HostInterface/KTSyncRecord.h"
@@ -18,6 +19,7 @@ struct LoadedItem {
     SyncRecord record;
     Value uid;  // as it stands in the text, or nil
     TextPlace place{};
+    SHA1Digest uniqueness{};  // of an event: KTSyncEvent::uniquenessDigest
 };
 
 /// A calendar or group of the store as it was loaded.
@@ -36,6 +38,7 @@ struct LoadedCalendar {
 struct LoadedStore {
     std::vector<LoadedCalendar> calendars;
     std::vector<KTLoss> unread;  // as they were told
+    std::string timezone;        // the machine's, which dates may depend on
 };
 
 }  // namespace kt

@@ -20,10 +20,10 @@ TEST(HostIdentityReport, TellsRecordsOfOneKeyApart)
     const SyncRecord second = record(kConduitTask, "T");
     report.reportIdentity(first, {"uid-1", "", "", "/home/1.ics"});
     report.reportIdentity(second, {"uid-2", "", "", "/home/2.ics"});
-    ASSERT_NE(report.identityOf(*first), nullptr);
+    ASSERT_TRUE(report.identityOf(*first));
     EXPECT_EQ(report.identityOf(*first)->uid, "uid-1");
     EXPECT_EQ(report.identityOf(*second)->uid, "uid-2");
-    EXPECT_EQ(report.identityOf(*record(kConduitTask, "T")), nullptr);
+    EXPECT_FALSE(report.identityOf(*record(kConduitTask, "T")));
 }
 
 TEST(HostIdentityReport, KnowsTheCalendarsOfTheLoad)

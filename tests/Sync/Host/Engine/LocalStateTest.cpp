@@ -118,6 +118,38 @@ TEST_F(LocalStates, KeepSeveralSeenRecordsOfOneKey)
     EXPECT_THAT(state.seenRows(), SizeIs(1));
 }
 
+TEST_F(LocalStates, GiveOnlyTheRowsThatAreAskedFor)
+{
+    LocalState state(path());
+    for (const char* key : {"eins", "zwei", "drei"}) {
+        state.setAgreed({{"tasks", key}, std::nullopt, 1, key}, {});
+        state.addSeen({0, {"tasks", key}, key, std::nullopt, key, "UTC", {"uid", "file", ""}}, {});
+    }
+    const auto agreed =
+        state.agreedRows({{"tasks", "drei"}, {"tasks", "vier"}, {"events", "eins"}});
+    ASSERT_THAT(agreed, SizeIs(1));
+    EXPECT_EQ(agreed.front().hash, "drei");
+    const auto all = state.seenRows();
+    const auto seen = state.seenRows({all[2].row, all[0].row, 1000});
+    ASSERT_THAT(seen, SizeIs(2));
+    EXPECT_EQ(seen[0].local.key, "drei");
+    EXPECT_EQ(seen[0].place, all[2].place);
+    EXPECT_EQ(seen[1].local.key, "eins");
+}
+
+TEST_F(LocalStates, TellThatAnotherConnectionCommitted)
+{
+    LocalState state(path());
+    const std::int64_t before = state.versionOfOthers();
+    ASSERT_TRUE(state.begin());
+    state.setFacts(StateFacts{});
+    state.setAgreed({{"tasks", "eins"}, std::nullopt, 1, "eins"}, {});
+    state.commit();
+    EXPECT_EQ(state.versionOfOthers(), before);
+    LocalState(path()).removeAgreed({"tasks", "eins"});
+    EXPECT_NE(state.versionOfOthers(), before);
+}
+
 TEST_F(LocalStates, KeepKeptAndUntakenRecords)
 {
     LocalState state(path());

@@ -204,16 +204,32 @@ SimulatedHome::Load SimulatedHome::load()
     return result;
 }
 
+/// The very record that an earlier load gave for what stands there as it stood: the plug-in reads
+/// no file again that stands as it stood.
+SyncRecord SimulatedHome::asBefore(const SyncRecord& record, const std::string& place)
+{
+    SyncRecord& before = _given[place];
+    const bool isSame = before && record && before->record() == record->record() &&
+                        before->recordKey() == record->recordKey() &&
+                        before->recordParentKey() == record->recordParentKey();
+    if (!isSame)
+        before = record;
+    return before;
+}
+
 void SimulatedHome::takeItems(const SimulatedStore::Loaded& loaded, SyncRecordList& target)
 {
     for (std::size_t index = 0; index < loaded.items.size(); ++index) {
-        target.push_back(loaded.items[index]);
         const SimulatedItem& text = *loaded.itemTexts[index];
         const auto occurrence = text.fields["RecurrenceId"].objectOfClass<KTSyncEnhancedDate>();
+        const KTStoreIdentity identity{text.uid, occurrence ? occurrence->iCalDate() : "", "",
+                                       store.fileOf(*loaded.text, text)};
+        const SyncRecord record =
+            asBefore(loaded.items[index], identity.file + '\n' + identity.uid + '\n' +
+                                              identity.recurrenceId + '\n' + std::to_string(index));
+        target.push_back(record);
         if (telling != Telling::noPlaces)
-            _reports.identities.reportIdentity(loaded.items[index],
-                                               {text.uid, occurrence ? occurrence->iCalDate() : "",
-                                                "", store.fileOf(*loaded.text, text)});
+            _reports.identities.reportIdentity(record, identity);
     }
 }
 

@@ -89,6 +89,7 @@ private:
     bool doSync(SyncEngine& engine, Break breakAt);
     Load load();
     void takeItems(const SimulatedStore::Loaded& loaded, SyncRecordList& target);
+    SyncRecord asBefore(const SyncRecord& record, const std::string& place);
     bool isUnread(const SimulatedCalendar& calendar, const SimulatedItem* item) const;
     KTLoss lossFor(const SimulatedCalendar& calendar, const SimulatedItem* item) const;
     void tellOfLosses();
@@ -104,6 +105,7 @@ private:
     bool _isFullSync = false;                // stored
     bool _resetSync = false;
     HostReports _reports;
+    std::map<std::string, SyncRecord> _given;  // by the last load that gave it, by place
 };
 
 }  // namespace kt::test

@@ -38,6 +38,26 @@ TEST_F(SyncEngineRules, Rule15_AStoreThatChangedSinceTheRewriteIsNotSettled)
     expectRest();
 }
 
+TEST_F(SyncEngineRules, Rule15_AStateThatSomebodyElseWroteIsNotTakenForWhatItWas)
+{
+    givenTwoHomes();
+    auto& b = home("b");
+    fields(home("a"), "Privat", "Zahnarzt").set("Location", "Praxis");
+    home("a").sync();
+    const std::size_t before = b.openState().seenRows().size();
+    b.beforeSettling = [&] {
+        LocalState other = b.openState();
+        for (const SeenRow& row : other.seenRows()) {
+            if (row.local.conduit == kConduitTask)
+                other.removeSeen(row);
+        }
+    };
+    EXPECT_TRUE(b.sync().settled);
+    b.beforeSettling = nullptr;
+    EXPECT_EQ(b.openState().seenRows().size(), before);
+    expectRest();
+}
+
 TEST_F(SyncEngineRules, Rule15_SeenAndAnchorStandStillUntilARewriteIsSettled)
 {
     givenTwoHomes();

@@ -1,4 +1,5 @@
 #include <filesystem>
+#include <thread>
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -52,6 +53,17 @@ TEST_F(StoreFingerprintOfAFolder, ChangesWithAnotherFileOfTheSameLook)
     fs::rename(folder.path("other"), path);
     fs::last_write_time(path, time);
     fs::last_write_time(folder.path("store/A.calendar"), folderTime);
+    EXPECT_NE(now(), before);
+}
+
+TEST_F(StoreFingerprintOfAFolder, ChangesWithContentOfEqualSizeAndTime)
+{
+    const std::string path = folder.path("store/A.calendar/Events/1.ics");
+    const auto time = fs::last_write_time(path);
+    std::this_thread::sleep_for(
+        std::chrono::milliseconds(20));  // a step of the file system's clock
+    folder.write("store/A.calendar/Events/1.ics", "zwei");
+    fs::last_write_time(path, time);
     EXPECT_NE(now(), before);
 }
 

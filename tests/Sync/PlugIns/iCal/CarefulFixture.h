@@ -202,7 +202,7 @@ protected:
     }
 
     /// What the store gives; its calendars are remembered for the next rewrite.
-    SyncRecordList load()
+    SyncRecordList load(const LoadedStore* earlier = nullptr)
     {
         std::int32_t counts[4] = {};
         Dictionary activated;
@@ -214,7 +214,7 @@ protected:
         auto records =
             ICalHelper::loadCalendarsWithPluginHelper(&host, counts[0], counts[1], counts[2],
                                                       activated, toSync, counts[3], skipped,
-                                                      notSelected, notExpanded, &loaded);
+                                                      notSelected, notExpanded, &loaded, earlier);
         EXPECT_TRUE(records.has_value());
         return records.value_or(SyncRecordList());
     }
