@@ -64,11 +64,11 @@ void Layout104::planDescription(const KTSyncCalendar* before, const KTSyncCalend
 {
     const std::string title = calendar.title().value_or("");
     const std::string path = StorePaths::infoFile(folder);
-    const auto stored = dictionaryWithContentsOfFile(path);
     const Dictionary wanted = description(calendar);
-    const Dictionary merged = before == nullptr || !stored
-                                  ? wanted
-                                  : mergedSettings(*stored, description(*before), wanted);
+    const auto stored =
+        before == nullptr ? dictionaryWithContentsOfFile(path) : settingsThatWereRead(path);
+    const Dictionary merged =
+        before == nullptr ? wanted : mergedSettings(*stored, description(*before), wanted);
     if (merged != stored)
         edits.write(path, xmlPropertyList(merged), title);
     if (calendar.calendarType() != kCalendarTypeSubscriber)
@@ -105,8 +105,8 @@ void Layout104::planIndex(KTSyncPluginHelper* pluginHelper, const CarefulStore& 
             merge.addLoaded(loaded, calendarAsStored(pluginHelper, loaded)->iCalNode());
     }
 
-    const auto stored = dictionaryWithContentsOfFile(paths().nodeFile());
-    const Dictionary merged = merge.merged(stored.value_or(Dictionary()), tree.nodeFile());
+    const Dictionary stored = settingsThatWereRead(paths().nodeFile());
+    const Dictionary merged = merge.merged(stored, tree.nodeFile());
     if (merged != stored)
         edits.write(paths().nodeFile(), xmlPropertyList(merged), "");
     for (const CarefulCalendar& calendar : store.calendars) {
