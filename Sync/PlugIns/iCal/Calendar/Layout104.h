@@ -48,6 +48,7 @@ private:
                                   const std::string& calendarFolder);
     static bool writeDescription(const KTSyncCalendar& calendar, const std::string& calendarFolder);
     void reportMissingNodes() const;
+    bool isNodeFileKept() const;
     static void addItems(const KTSyncCalendar& calendar, const std::string& path,
                          std::string& text);
 };
