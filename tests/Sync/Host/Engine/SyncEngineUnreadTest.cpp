@@ -192,6 +192,28 @@ TEST_F(Unread, Rule18_AWholeCalendarWaitsWithAllThatComesIntoIt)
     expectEqualHomes();
 }
 
+// As on a disk that fails once: the run that settles the rewrite can read it.
+TEST_F(Unread, Rule18_WhatIsNewInACalendarThatCouldNotBeReadForOnceGoesUp)
+{
+    for (const std::string known : {"Privat", "Neues"}) {
+        if (a.store.calendar(known) == nullptr)
+            a.store.calendars.push_back(calendar(known));
+        a.store.calendar(known)->items.push_back(task("Neu in " + known));
+        a.store.touch();
+        a.unreadable = {known};
+        b.store.calendar("Arbeit")->items.push_back(task("Bericht " + known));
+        b.sync();
+        a.beforeSettling = [this] { a.unreadable.clear(); };
+        EXPECT_TRUE(a.sync().settled);
+        a.beforeSettling = nullptr;
+        b.store.calendar("Arbeit")->items.push_back(task("Plan " + known));
+        b.sync();
+        syncUntilRest();
+        expectOnceEverywhere({"Neu in " + known});
+    }
+    expectRest();
+}
+
 TEST_F(Unread, Rule18_AWholeCalendarComesBackWhenItsFolderIsThrownAway)
 {
     a.store.calendar("Privat")->isBroken = true;
