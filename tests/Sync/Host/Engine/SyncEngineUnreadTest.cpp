@@ -319,6 +319,28 @@ TEST_F(Unread, Rule18_AnUnreadGroupMovesNobody)
     expectRest();
 }
 
+// A store that counts its calendars does not count one that it cannot read.
+TEST_F(Unread, Rule18_AnUnreadCalendarMovesNobodyUp)
+{
+    int number = 0;
+    a.store.calendars.push_back(calendar("Verein", {task("Kasse")}));
+    for (SimulatedCalendar& each : a.store.calendars)
+        each.order = number++;
+    a.store.touch();
+    syncUntilRest();
+    SimulatedCalendar& last = a.store.calendars.back();
+    const int last105 = b.store.calendar("Verein")->order;
+    a.store.calendar("Arbeit")->isBroken = true;
+    --last.order;
+    a.store.touch();
+    EXPECT_EQ(a.sync().sent, 0U);
+    last.order -= 2;
+    a.store.touch();
+    EXPECT_NE(a.sync().sent, 0U) << "somebody moved it";
+    syncUntilRest();
+    EXPECT_NE(b.store.calendar("Verein")->order, last105);
+}
+
 TEST_F(Unread, Rule18_AnEditedTwinDoesNotTakeTheNameOfTheUnreadOne)
 {
     a.store.calendar("Privat")->items.push_back(task("Einkaufen", {{"Notes", "zweiter"}}));
