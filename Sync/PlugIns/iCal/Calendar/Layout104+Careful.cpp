@@ -32,6 +32,23 @@ bool isMember(const KTSyncCalendar& calendar)
     return parent && parent != calendar.recordKey();
 }
 
+/// Of all nodes, whatever else is wrong with them.
+void collectSourceKeys(const Value& nodes, std::unordered_set<std::string>& keys)
+{
+    if (!nodes.isArray())
+        return;
+    for (const Value& node : nodes.array()) {
+        if (!node.isDictionary())
+            continue;
+        for (const char* name : {"SourceKey", "Key"}) {
+            const Value& key = node.dictionary()[name];
+            if (key.isString())
+                keys.emplace(key.string());
+        }
+        collectSourceKeys(node.dictionary()["Subnodes"], keys);
+    }
+}
+
 }  // namespace
 
 ItemFiling Layout104::filing(const std::string& calendarFolder) const
@@ -43,6 +60,21 @@ bool Layout104::saveStore() const
 {
     const bool areSourcesSaved = mirrorPath(paths().sources(), paths().sourcesBackup());
     return mirrorPath(paths().nodeFile(), paths().nodeFileBackup()) && areSourcesSaved;
+}
+
+std::vector<std::string> Layout104::unlistedFolders() const
+{
+    std::unordered_set<std::string> listed;
+    collectSourceKeys(settingsThatWereRead(paths().nodeFile())["List"], listed);
+    std::vector<std::string> unlisted;
+    for (const std::string& name :
+         FileManager::defaultManager().directoryContentsAtPath(paths().sources())) {
+        const std::string path = stringByAppendingPathComponent(paths().sources(), name);
+        const std::string key = name.substr(0, name.rfind('.'));
+        if (paths().calendarFolder104(key) == path && !listed.contains(key))
+            unlisted.push_back(path);
+    }
+    return unlisted;
 }
 
 void Layout104::planDescriptions(KTSyncPluginHelper* pluginHelper, const CarefulStore& store,

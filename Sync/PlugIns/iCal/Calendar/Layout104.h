@@ -30,6 +30,8 @@ public:
 protected:
     ItemFiling filing(const std::string& calendarFolder) const override;
     bool saveStore() const override;
+    bool hasIndex() const override { return true; }
+    std::vector<std::string> unlistedFolders() const override;
     void planDescriptions(KTSyncPluginHelper* pluginHelper, const CarefulStore& store,
                           StoreEdits& edits) const override;
     void planIndex(KTSyncPluginHelper* pluginHelper, const CarefulStore& store,
