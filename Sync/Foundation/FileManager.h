@@ -25,7 +25,13 @@ public:
 };
 
 struct FileStatus {
-    enum class Kind { file, directory, symbolicLink, other };
+    enum class Kind {
+        file,
+        directory,
+        symbolicLink,
+        other,
+        unknown,  // it cannot be asked about: perhaps something is there, perhaps not
+    };
 
     Kind kind = Kind::file;
     std::uint64_t size = 0;                                      // bytes
@@ -60,7 +66,8 @@ public:
     /// permission).
     virtual std::optional<std::vector<std::string>> listDirectory(
         const std::string& path) const = 0;
-    /// Links followed; nullopt when there is nothing.
+    /// Links followed; nullopt when there is nothing. Where that cannot be told, for want of
+    /// permission or because the disk fails, the kind is unknown and nothing else is said.
     virtual std::optional<FileStatus> statusAtPath(const std::string& path) const = 0;
     /// The item itself, links not followed.
     virtual std::optional<FileStatus> linkStatusAtPath(const std::string& path) const = 0;

@@ -55,6 +55,18 @@ FileStatus fileStatusOf(const struct stat& status)
     return result;
 }
 
+/// Of what was asked about with that result. A link to nowhere leads to nothing.
+std::optional<FileStatus> fileStatusOf(int result, const struct stat& status)
+{
+    if (result == 0)
+        return fileStatusOf(status);
+    if (errno == ENOENT || errno == ENOTDIR || errno == ELOOP || errno == ENAMETOOLONG)
+        return std::nullopt;
+    FileStatus unknown;
+    unknown.kind = FileStatus::Kind::unknown;
+    return unknown;
+}
+
 struct DirectoryCloser {
     void operator()(DIR* directory) const { ::closedir(directory); }
 };
@@ -157,8 +169,10 @@ std::vector<DirectoryEntry> PosixFileManager::directoryEntriesAtPath(const std::
     entries.reserve(names->size());
     for (std::string& name : *names) {
         struct stat status {};
-        if (::fstatat(::dirfd(directory.get()), name.c_str(), &status, AT_SYMLINK_NOFOLLOW) == 0)
-            entries.push_back({std::move(name), fileStatusOf(status)});
+        const int result =
+            ::fstatat(::dirfd(directory.get()), name.c_str(), &status, AT_SYMLINK_NOFOLLOW);
+        if (const auto found = fileStatusOf(result, status))
+            entries.push_back({std::move(name), *found});
     }
     return entries;
 }
@@ -166,17 +180,13 @@ std::vector<DirectoryEntry> PosixFileManager::directoryEntriesAtPath(const std::
 std::optional<FileStatus> PosixFileManager::statusAtPath(const std::string& path) const
 {
     struct stat status {};
-    if (::stat(path.c_str(), &status) != 0)
-        return std::nullopt;
-    return fileStatusOf(status);
+    return fileStatusOf(::stat(path.c_str(), &status), status);
 }
 
 std::optional<FileStatus> PosixFileManager::linkStatusAtPath(const std::string& path) const
 {
     struct stat status {};
-    if (::lstat(path.c_str(), &status) != 0)
-        return std::nullopt;
-    return fileStatusOf(status);
+    return fileStatusOf(::lstat(path.c_str(), &status), status);
 }
 
 std::optional<std::string> PosixFileManager::contentsAtPath(const std::string& path) const

@@ -1,6 +1,8 @@
 #pragma once
 
+#include <string>
 #include <string_view>
+#include <vector>
 
 #include "Sync/HostInterface/KTLossReport.h"
 #include "Sync/HostInterface/KTSyncRecord.h"
@@ -22,6 +24,15 @@ public:
     /// since; the record itself for one that the store does not have; null where the host cannot
     /// tell.
     virtual const KTSyncRecord* storedRecordOf(const KTSyncRecord& handed) const = 0;
+
+    /// Told before a rewrite touches anything, where only an index says which folders are
+    /// calendars: the names of the folders that it makes or takes away. False when that cannot be
+    /// noted for later runs; nothing is touched then.
+    virtual bool noteFolders(const std::vector<std::string>& names) = 0;
+
+    /// Those that rewrites before this one have noted and that may be half made or half gone, since
+    /// none of them was settled.
+    virtual std::vector<std::string> foldersLeftBehind() const = 0;
 };
 
 }  // namespace kt

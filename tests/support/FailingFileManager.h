@@ -14,7 +14,7 @@
 namespace kt::test {
 
 /// In front of another file manager: counts the operations that change the disk and lets one of
-/// them, or all that a test picks, fail without doing anything. Reads pass.
+/// them, or all that a test picks, fail without doing anything. Reads pass, unless it picks some.
 class FailingFileManager : public FileManager {
 public:
     enum class Afterwards { everythingWorks, everythingFails };
@@ -35,29 +35,39 @@ public:
         _picks = std::move(failing);
     }
 
+    /// What stands at such a path can neither be read nor asked about, as on a disk that fails.
+    void failReads(Picks ofPath) { _pickedReads = std::move(ofPath); }
+
     /// The operations so far, as "writeAtomically /path" or "movePath /from -> /to".
     const std::vector<std::string>& operations() const { return _operations; }
     bool hasFailed() const { return _failing != 0 && _operations.size() >= _failing; }
 
     std::optional<std::vector<std::string>> listDirectory(const std::string& path) const override
     {
-        return _inner->listDirectory(path);
+        return isUnreadable(path) ? std::nullopt : _inner->listDirectory(path);
     }
     std::optional<FileStatus> statusAtPath(const std::string& path) const override
     {
-        return _inner->statusAtPath(path);
+        return isUnreadable(path) ? unknown() : _inner->statusAtPath(path);
     }
     std::optional<FileStatus> linkStatusAtPath(const std::string& path) const override
     {
-        return _inner->linkStatusAtPath(path);
+        return isUnreadable(path) ? unknown() : _inner->linkStatusAtPath(path);
     }
     std::vector<DirectoryEntry> directoryEntriesAtPath(const std::string& path) const override
     {
-        return _inner->directoryEntriesAtPath(path);
+        if (isUnreadable(path))
+            return {};
+        auto entries = _inner->directoryEntriesAtPath(path);
+        for (DirectoryEntry& entry : entries) {
+            if (isUnreadable(stringByAppendingPathComponent(path, entry.name)))
+                entry.status = *unknown();
+        }
+        return entries;
     }
     std::optional<std::string> contentsAtPath(const std::string& path) const override
     {
-        return _inner->contentsAtPath(path);
+        return isUnreadable(path) ? std::nullopt : _inner->contentsAtPath(path);
     }
 
     bool writeAtomically(std::string_view bytes, const std::string& path) override
@@ -105,6 +115,13 @@ public:
     }
 
 private:
+    bool isUnreadable(const std::string& path) const { return _pickedReads && _pickedReads(path); }
+    static std::optional<FileStatus> unknown()
+    {
+        FileStatus status;
+        status.kind = FileStatus::Kind::unknown;
+        return status;
+    }
     bool perform(std::string operation, const std::function<bool()>& body)
     {
         const bool hasFailedBefore = _afterwards == Afterwards::everythingFails && hasFailed();
@@ -117,6 +134,7 @@ private:
     std::size_t _failing;
     Afterwards _afterwards;
     Picks _picks;
+    Picks _pickedReads;
     std::vector<std::string> _operations;
 };
 
@@ -138,6 +156,12 @@ inline std::shared_ptr<FailingFileManager> failFileOperations(FailingFileManager
     auto manager = std::make_shared<FailingFileManager>(makePosixFileManager(), std::move(failing));
     Platform::shared().setFileManager(manager);
     return manager;
+}
+
+/// No path that the test picks can be read or asked about.
+inline void failFileReads(FailingFileManager::Picks ofPath)
+{
+    failFileOperation(0)->failReads(std::move(ofPath));
 }
 
 }  // namespace kt::test

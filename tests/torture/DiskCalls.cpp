@@ -5,6 +5,8 @@
 #include <climits>
 #include <cstddef>
 #include <filesystem>
+#include <span>
+#include <string_view>
 
 #include <fcntl.h>
 #include <linux/audit.h>
@@ -31,7 +33,7 @@ struct Known {
     Known { SYS_##name, #name, __VA_ARGS__ }
 
 // Newer systems know only the later ones of each family.
-constexpr Known kKnown[] = {
+constexpr Known kChanging[] = {
 #ifdef SYS_open
     KT_CALL(open, Target::path),
     KT_CALL(creat, Target::path),
@@ -82,13 +84,39 @@ constexpr Known kKnown[] = {
     KT_CALL(splice, Target::descriptor, 2),
 };
 
+constexpr Known kReading[] = {
+#ifdef SYS_stat
+    KT_CALL(stat, Target::path),
+    KT_CALL(lstat, Target::path),
+    KT_CALL(access, Target::path),
+    KT_CALL(readlink, Target::path),
+#endif
+    KT_CALL(newfstatat, Target::pathBelow),
+    KT_CALL(statx, Target::pathBelow),
+    KT_CALL(faccessat, Target::pathBelow),
+    KT_CALL(faccessat2, Target::pathBelow),
+    KT_CALL(readlinkat, Target::pathBelow),
+    KT_CALL(read, Target::descriptor),
+    KT_CALL(readv, Target::descriptor),
+    KT_CALL(pread64, Target::descriptor),
+    KT_CALL(preadv, Target::descriptor),
+    KT_CALL(preadv2, Target::descriptor),
+    KT_CALL(getdents64, Target::descriptor),
+};
+
 #undef KT_CALL
+
+const Known* knownIn(std::span<const Known> calls, unsigned long number)
+{
+    const auto known = std::find_if(calls.begin(), calls.end(),
+                                    [number](const Known& each) { return each.number == number; });
+    return known == calls.end() ? nullptr : &*known;
+}
 
 const Known* knownOf(unsigned long number)
 {
-    const auto* known = std::find_if(std::begin(kKnown), std::end(kKnown),
-                                     [number](const Known& each) { return each.number == number; });
-    return known == std::end(kKnown) ? nullptr : known;
+    const Known* known = knownIn(kChanging, number);
+    return known != nullptr ? known : knownIn(kReading, number);
 }
 
 /// Text of the other process up to its end, or as much as can be read.
@@ -124,7 +152,12 @@ std::string pathOf(const Call& call, const Known& known)
         return std::filesystem::read_symlink(descriptorLink(call, known.place), failure).string();
     const bool isBelow = known.target == Target::pathBelow || known.target == Target::twoPathsBelow;
     const unsigned place = known.place + (isBelow && known.place == 0 ? 1U : 0U);
-    return textAt(call.process, call.arguments[place]);
+    const std::filesystem::path path = textAt(call.process, call.arguments[place]);
+    if (!isBelow || path.is_absolute() || place == 0)
+        return path.string();
+    // Below a folder that is open, or that itself.
+    const auto folder = std::filesystem::read_symlink(descriptorLink(call, place - 1), failure);
+    return path.empty() ? folder.string() : (folder / path).string();
 }
 
 bool isOnDisk(const Call& call, const Known& known)
@@ -137,12 +170,17 @@ bool isOnDisk(const Call& call, const Known& known)
 
 bool opensToChange(const Call& call)
 {
-    constexpr unsigned long kChanging = O_CREAT | O_TRUNC;
+    constexpr unsigned long kChangingFlags = O_CREAT | O_TRUNC;
 #ifdef SYS_open
     if (call.number == SYS_open)
-        return (call.arguments[1] & kChanging) != 0;
+        return (call.arguments[1] & kChangingFlags) != 0;
 #endif
-    return call.number != SYS_openat || (call.arguments[2] & kChanging) != 0;
+    return call.number != SYS_openat || (call.arguments[2] & kChangingFlags) != 0;
+}
+
+bool isBelow(std::string_view path, std::string_view folder)
+{
+    return path.starts_with(folder) && (path.size() == folder.size() || path[folder.size()] == '/');
 }
 
 sock_filter statement(unsigned code, std::size_t value)
@@ -150,28 +188,43 @@ sock_filter statement(unsigned code, std::size_t value)
     return {static_cast<__u16>(code), 0, 0, static_cast<__u32>(value)};
 }
 
-}  // namespace
-
-std::vector<sock_filter> filterForDiskCalls()
+void addTo(std::vector<sock_filter>& filter, std::span<const Known> calls)
 {
-    std::vector<sock_filter> filter;
-    filter.push_back(statement(BPF_LD | BPF_W | BPF_ABS, offsetof(seccomp_data, nr)));
-    for (const Known& known : kKnown) {
+    for (const Known& known : calls) {
         filter.push_back({BPF_JMP | BPF_JEQ | BPF_K, 0, 1, static_cast<__u32>(known.number)});
         filter.push_back(statement(BPF_RET | BPF_K, SECCOMP_RET_TRACE));
     }
+}
+
+}  // namespace
+
+std::vector<sock_filter> filterForDiskCalls(Watched watched)
+{
+    std::vector<sock_filter> filter;
+    filter.push_back(statement(BPF_LD | BPF_W | BPF_ABS, offsetof(seccomp_data, nr)));
+    addTo(filter, kChanging);
+    if (watched == Watched::changesAndReads)
+        addTo(filter, kReading);
     filter.push_back(statement(BPF_RET | BPF_K, SECCOMP_RET_ALLOW));
     return filter;
 }
 
 bool changesDisk(const Call& call)
 {
-    const Known* known = knownOf(call.number);
+    const Known* known = knownIn(kChanging, call.number);
     if (known == nullptr || !opensToChange(call))
         return false;
     if (known->target != Target::descriptor)
         return true;
     return isOnDisk(call, *known) && !pathOf(call, *known).ends_with(".log");
+}
+
+bool readsBelow(const Call& call, std::string_view folder)
+{
+    const Known* known = knownOf(call.number);
+    if (known == nullptr || (knownIn(kReading, call.number) == nullptr && opensToChange(call)))
+        return false;
+    return isBelow(pathOf(call, *known), folder);
 }
 
 std::string describe(const Call& call)

@@ -19,9 +19,9 @@ constexpr long kOptions = PTRACE_O_EXITKILL | PTRACE_O_TRACESECCOMP | PTRACE_O_T
                           PTRACE_O_TRACEFORK | PTRACE_O_TRACEVFORK | PTRACE_O_TRACEEXEC;
 
 /// In the new process: waits to be watched, then becomes the program.
-[[noreturn]] void becomeProgram(char* const* command)
+[[noreturn]] void becomeProgram(char* const* command, Watched watched)
 {
-    std::vector<sock_filter> filter = filterForDiskCalls();
+    std::vector<sock_filter> filter = filterForDiskCalls(watched);
     const sock_fprog program{static_cast<unsigned short>(filter.size()), filter.data()};
     if (ptrace(PTRACE_TRACEME, 0, nullptr, nullptr) != 0 || raise(SIGSTOP) != 0)
         _exit(kCannotStart);
@@ -83,12 +83,12 @@ bool isStoppedAtCall(int status)
 
 }  // namespace
 
-std::optional<int> runWatched(char* const* command,
+std::optional<int> runWatched(char* const* command, Watched watched,
                               const std::function<Verdict(const Call&)>& decide)
 {
     const pid_t program = fork();
     if (program == 0)
-        becomeProgram(command);
+        becomeProgram(command, watched);
     if (program < 0 || !isWatched(program))
         return std::nullopt;
     ptrace(PTRACE_CONT, program, nullptr, nullptr);
@@ -101,7 +101,7 @@ std::optional<int> runWatched(char* const* command,
             return code == kCannotStart ? std::nullopt : std::optional(code);
         }
         const std::optional<Call> call = isStoppedAtCall(status) ? callOf(process) : std::nullopt;
-        const Verdict verdict = call && changesDisk(*call) ? decide(*call) : Verdict{};
+        const Verdict verdict = call ? decide(*call) : Verdict{};
         if (verdict.kind == Verdict::Kind::kill)
             kill(program, SIGKILL);
         if (verdict.kind == Verdict::Kind::fail)

@@ -3,7 +3,7 @@ import collections
 import re
 
 from both_layouts_test import comparable, outline
-from household import texts_of, untouched_texts
+from household import calendar_folders, texts_of
 from stage import SUITE, Failure
 
 ROUNDS = 4  # of both homes, until neither has anything to say
@@ -50,6 +50,7 @@ class Outcome:
     def __init__(self, stage):
         self.records = {home.path.name: home.records() for home in (stage.here, stage.there)}
         self.kept = {home.path.name: kept_lines(home) for home in (stage.here, stage.there)}
+        self.aside = {home.path.name: folders_aside(home) for home in (stage.here, stage.there)}
 
     def check_same(self, expected):
         complaints = []
@@ -59,6 +60,8 @@ class Outcome:
                 complaints.append(f"{name}: in the order {outline(records)}, not {outline(expected.records[name])}")
             if self.kept[name] != expected.kept[name]:
                 complaints.append(f"{name}: texts {difference(expected.kept[name], self.kept[name])}")
+            if self.aside[name] != expected.aside[name]:
+                complaints.append(f"{name}: folders that are no calendars: {self.aside[name]}")
         if complaints:
             raise Failure("\n    ".join(["", *complaints]))
 
@@ -69,6 +72,13 @@ def kept_lines(home):
         (re.search(r"\r\nSUMMARY:(.*?)\r\n", text)[1], *re.findall(r"COMMENT.*(?=\r\n)", text)) for text in texts_of(home))
 
 
+def folders_aside(home):
+    """Folders among those of calendars that the calendar program takes for none."""
+    known = calendar_folders(home)
+    return sorted(path.name for path in (known[0].parent.iterdir() if known else ())
+                  if path.name.endswith(".calendar") and path not in known)
+
+
 def difference(expected, found):
     return {"missing": sorted((expected - found).elements()), "too many": sorted((found - expected).elements())}
 
@@ -76,8 +86,7 @@ def difference(expected, found):
 def by_name(records):
     """The records by conduit, key and number among those of one key.
 
-    Left out are a calendar's number in its group, since only their order means something, and the name of its folder: where
-    a rewrite of 10.4 was killed before the node file named the new folder, that stays aside and another one is made.
+    A calendar's number in its group is left out, since only their order means something.
     """
     found = {}
     for record in records:
@@ -85,7 +94,7 @@ def by_name(records):
         while name in found:
             name = (*name, "again")
         fields = {key: value for key, value in record["record"].items()
-                  if record["conduit"] != "ical-calendar" or key not in ("Order", "SourceKey")}
+                  if record["conduit"] != "ical-calendar" or key != "Order"}
         found[name] = {"parentKey": record["parentKey"], **fields}
     return found
 

@@ -1,10 +1,14 @@
 // Runs a program and cuts it off at one of its system calls that change something on disk.
 //
-//   cut_at_call [--list FILE] [--kill N | --fail N ERROR] -- PROGRAM ARGUMENT...
+//   cut_at_call [--list FILE] [--reads-below FOLDER]
+//               [--kill N | --fail N ERROR | --fail-once N ERROR] -- PROGRAM ARGUMENT...
 //
-// --kill   SIGKILL in place of the N-th call, counted from 1
-// --fail   the N-th call and all later ones are not made and answer with EIO or ENOSPC
-// --list   a line for each call: its name and path
+// --kill         SIGKILL in place of the N-th call, counted from 1
+// --fail         the N-th call and all later ones are not made and answer with EIO, ENOSPC or
+// EACCES
+// --fail-once    that one alone
+// --list         a line for each call: its name and path
+// --reads-below  calls that read something there count as well
 //
 // The calls are seen by the kernel (seccomp, then ptrace), not by functions put before those of the
 // C library: SQLite's, libarchive's and the C++ library's own count like all others, and so does
@@ -15,7 +19,9 @@
 #include <cstring>
 #include <fstream>
 #include <iostream>
+#include <string>
 #include <string_view>
+#include <utility>
 
 #include "tests/torture/Tracee.h"
 
@@ -28,13 +34,21 @@ constexpr int kCannotWatch = 125;
 struct Wishes {
     long number = 0;
     Verdict verdict;
+    bool isForTheRest = false;  // of the run, and not for that call alone
+    std::string readsBelow;     // empty: only what changes something counts
     std::ofstream list;
     char** command = nullptr;
 };
 
 bool takeError(Wishes& wishes, std::string_view name)
 {
-    wishes.verdict = {Verdict::Kind::fail, name == "EIO" ? EIO : name == "ENOSPC" ? ENOSPC : 0};
+    constexpr std::pair<std::string_view, int> kErrors[] = {{"EIO", EIO},
+                                                            {"ENOSPC", ENOSPC},
+                                                            {"EACCES", EACCES}};
+    for (const auto& [known, error] : kErrors) {
+        if (known == name)
+            wishes.verdict = {Verdict::Kind::fail, error};
+    }
     return wishes.verdict.error != 0;
 }
 
@@ -50,32 +64,43 @@ bool read(Wishes& wishes, char** argument)
         if (argument[1] == nullptr)
             return false;
         const char* value = *++argument;
+        const bool fails = option == "--fail" || option == "--fail-once";
         if (option == "--list")
             wishes.list.open(value);
-        else if (option == "--kill" || option == "--fail")
+        else if (option == "--reads-below")
+            wishes.readsBelow = value;
+        else if (option == "--kill" || fails)
             wishes.number = std::strtol(value, nullptr, 10);
         else
             return false;
         if (option == "--kill")
             wishes.verdict = {Verdict::Kind::kill, 0};
-        else if (option == "--fail" && (*++argument == nullptr || !takeError(wishes, *argument)))
+        if (fails && (*++argument == nullptr || !takeError(wishes, *argument)))
             return false;
+        wishes.isForTheRest = wishes.isForTheRest || option == "--fail";
     }
     return false;
 }
 
+bool counts(const Wishes& wishes, const Call& call)
+{
+    return changesDisk(call) || (!wishes.readsBelow.empty() && readsBelow(call, wishes.readsBelow));
+}
+
 int run(Wishes& wishes)
 {
-    const bool isLast = wishes.verdict.kind == Verdict::Kind::kill;
     long count = 0;
-    const std::optional<int> code = runWatched(wishes.command, [&](const Call& call) {
+    const auto decide = [&](const Call& call) {
+        if (!counts(wishes, call))
+            return Verdict{};
         ++count;
         if (wishes.list.is_open())
             wishes.list << describe(call) << '\n';
-        const bool isMeant = isLast ? count == wishes.number : count >= wishes.number;
+        const bool isMeant = wishes.isForTheRest ? count >= wishes.number : count == wishes.number;
         return wishes.number > 0 && isMeant ? wishes.verdict : Verdict{};
-    });
-    return code.value_or(kCannotWatch);
+    };
+    const Watched watched = wishes.readsBelow.empty() ? Watched::changes : Watched::changesAndReads;
+    return runWatched(wishes.command, watched, decide).value_or(kCannotWatch);
 }
 
 }  // namespace
@@ -86,8 +111,9 @@ int main(int, char** arguments)
     using namespace kt::torture;
     Wishes wishes;
     if (!read(wishes, arguments + 1)) {
-        std::cerr << "cut_at_call [--list FILE] [--kill N | --fail N EIO|ENOSPC] -- PROGRAM "
-                     "ARGUMENT...\n";
+        std::cerr
+            << "cut_at_call [--list FILE] [--reads-below FOLDER] [--kill N | --fail N ERROR | "
+               "--fail-once N ERROR] -- PROGRAM ARGUMENT...\n";
         return kUsage;
     }
     if (wishes.verdict.kind == Verdict::Kind::fail && !canFailCalls())

@@ -1,20 +1,26 @@
 #!/usr/bin/env python3
-"""The program, killed at some of the system calls that change something on disk; ./dev torture takes all of them.
+"""The program, killed at some of the system calls that change something on disk, and with some of all its calls failing;
+./dev torture takes all of them.
 
 KT_TORTURE_SEED chooses others. The seed is printed, with what repeats a kill that went wrong.
 """
+import json
 import os
 import shutil
+import subprocess
 import unittest
 
 import household
+from backups import missing_everywhere
 from checks import Outcome, check_untouched, files_of, moved
-from stage import Failure, Stage
-from torture import Scenario
+from faults import ERRORS, Faults, can_answer
+from stage import DONE, SUITE, Failure, Stage
+from torture import OF_FAULTS, Scenario
 
 SEED = os.environ.get("KT_TORTURE_SEED", "20071224")
 KILLS = 7  # of each scenario
 FAULTS = {"pull-10.4-10.5": "ENOSPC", "pull-10.5-10.4": "EIO"}  # these are also tried with a disk that fails
+ONCE = {"EIO": 6, "ENOSPC": 3, "EACCES": 3}  # calls of each scenario that fail, one at a time
 SCENARIOS = ("push-10.4", "push-10.5", "meet-10.5-10.4", "pull-10.4-10.5", "pull-10.5-10.4", "heal-10.4-10.4",
              "settle-10.5-10.5")
 
@@ -42,6 +48,26 @@ class KilledRuns(unittest.TestCase):
             self.try_some(scenario, KILLS)
             if name in FAULTS:
                 self.try_some(scenario, KILLS // 2, FAULTS[name])
+
+
+class FailingCalls(unittest.TestCase):
+    def test_nothing_is_lost_and_nothing_is_hidden_whichever_fails(self):
+        print(f"seed {SEED}")
+        for name in OF_FAULTS:
+            scenario = watched(lambda name=name: Scenario(name))
+            self.addCleanup(scenario.stage.remove)
+            tries = Faults(scenario)
+            for error in ERRORS:
+                able = sum(can_answer(call, error) for call in tries.calls)
+                for number in tries.numbers(error, -(-able // ONCE[error]), SEED):
+                    with self.subTest(scenario=name, call=number, error=error, what=tries.calls[number - 1]):
+                        self.assertIsNone(watched(lambda number=number, error=error: tries.check_after(number, error)))
+
+    def test_only_calls_that_can_end_that_way_are_chosen(self):
+        self.assertTrue(can_answer("read /a", "EIO"))
+        self.assertFalse(can_answer("read /a", "ENOSPC"))
+        self.assertFalse(can_answer("write /a", "EACCES"))
+        self.assertTrue(can_answer("openat /a", "EACCES"))
 
 
 class TheChecks(unittest.TestCase):
@@ -96,6 +122,42 @@ class TheChecks(unittest.TestCase):
         file = self.file_of("Milch")
         file.write_bytes(file.read_bytes())
         self.assertEqual([str(file)], moved(before, files_of(self.stage)))
+
+    def test_see_a_text_that_is_in_no_backup_either(self):
+        texts = household.texts_of(self.stage.here)
+        self.file_of("Brot").unlink()
+        self.assertEqual([], missing_everywhere(self.stage.here, texts))
+        for path in (self.stage.here.path / SUITE / "Backups").glob("*.tar.zst"):
+            path.unlink()
+        gone = missing_everywhere(self.stage.here, texts)
+        self.assertEqual([household.is_titled(text, "Brot") for text in gone], [True])
+
+    def test_see_a_folder_that_is_no_calendar(self):
+        old = Stage("10.4", "10.4")
+        self.addCleanup(old.remove)
+        household.fill(old.here)
+        expected = Outcome(old)
+        (old.here.store / "Sources/Rest.calendar").mkdir()
+        with self.assertRaisesRegex(Failure, "Rest.calendar"):
+            Outcome(old).check_same(expected)
+
+    def test_see_what_a_run_says_of_itself(self):
+        faults = Faults.__new__(Faults)
+        faults.stage, faults.texts, faults.records = self.stage, [], self.stage.here.records()
+        report = json.loads(self.stage.run(self.stage.command(self.stage.here)).stdout)
+
+        def check(code, **changes):
+            said = json.dumps({**report, **changes}, ensure_ascii=False) if code in (0, 1) else ""
+            faults.check_run(subprocess.CompletedProcess([], code, said, ""))
+        check(0)
+        for code, changes in ((1, {}), (2, {}), (0, {"completed": False}), (0, {"status": "anders"})):
+            with self.assertRaises(Failure, msg=(code, changes)):
+                check(code, **changes)
+        self.assertEqual(report["status"], DONE)
+        self.file_of("Brot").unlink()
+        with self.assertRaisesRegex(Failure, "Brot"):
+            check(0)
+        check(0, newlyUnread=[{}])
 
     def test_kill_before_the_call(self):
         self.stage.save()

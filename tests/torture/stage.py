@@ -10,6 +10,7 @@ from household import HOMES
 
 PROGRAM = pathlib.Path(os.environ["KT_PROGRAM_DIR"]) / "icalsync"
 CUTTER = pathlib.Path(os.environ["KT_PROGRAM_DIR"]).parent / "tests/bin/cut_at_call"
+DONE = "Die iCal-Kalender wurden synchronisiert"
 KILLED = 137
 CANNOT_WATCH = 125
 SUITE = "Library/Application Support/VeloraSuite"
@@ -51,23 +52,30 @@ class Stage:
         return [PROGRAM, "--home", home.path, "--system-version", str(home.VERSION), "--server",
                 f"sqlite:{self.server}", "--device", home.path.name, "--quiet", "--json", "sync"]
 
-    def run(self, command):
+    def run(self, command, zone="Europe/Berlin"):
         # What looks for leaks watches the program itself, and only one can.
         sanitizer = os.environ.get("ASAN_OPTIONS", "") + ":detect_leaks=0"
-        environment = dict(os.environ, TZ="Europe/Berlin", HOME="/nonexistent", ASAN_OPTIONS=sanitizer)
+        environment = dict(os.environ, TZ=zone, HOME="/nonexistent", ASAN_OPTIONS=sanitizer)
         return subprocess.run(command, capture_output=True, text=True, env=environment, check=False, timeout=120)
 
-    def sync(self, home):
+    def sync(self, home, zone="Europe/Berlin"):
         """The report of a run that has to succeed."""
-        done = self.run(self.command(home))
+        done = self.run(self.command(home), zone)
         if done.returncode != 0:
             raise Failure(f"{home.path.name} ends with {done.returncode}: {done.stdout}{done.stderr}")
         return json.loads(done.stdout)
 
     def calls(self):
         """What a run of this home changes on disk, call by call; the run is made."""
+        return self.calls_listed_by()
+
+    def calls_with_reads(self):
+        """The same with what it reads of homes and server."""
+        return self.calls_listed_by("--reads-below", self.work)
+
+    def calls_listed_by(self, *options):
         listing = self.folder / "calls"
-        done = self.run([CUTTER, "--list", listing, "--", *self.command(self.here)])
+        done = self.run([CUTTER, "--list", listing, *options, "--", *self.command(self.here)])
         if done.returncode == CANNOT_WATCH:
             raise PermissionError("programs cannot be watched on this machine")
         if done.returncode != 0:
@@ -80,6 +88,14 @@ class Stage:
         if done.returncode not in (0, KILLED):
             raise Failure(f"killed at {number}, it ends with {done.returncode}: {done.stdout}{done.stderr}")
         return done.returncode == KILLED
+
+    def fail_once(self, number, error):
+        """A run of which one call fails, counted with those that read."""
+        done = self.run([CUTTER, "--reads-below", self.work, "--fail-once", str(number), error, "--",
+                         *self.command(self.here)])
+        if done.returncode == CANNOT_WATCH:
+            raise PermissionError("calls cannot be made to fail on this machine")
+        return done
 
     def fail_from(self, number, error):
         """A run whose calls fail from this one on: it may end as it likes, but by itself."""

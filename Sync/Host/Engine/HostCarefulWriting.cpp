@@ -36,6 +36,8 @@ void HostCarefulWriting::clear()
     _givenUp.clear();
     _stored.clear();
     _areAllKnown = false;
+    _noteFolders = nullptr;
+    _leftBehind.clear();
 }
 
 void HostCarefulWriting::giveUp(const std::vector<KTLoss>& texts)

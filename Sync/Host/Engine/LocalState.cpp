@@ -1,5 +1,6 @@
 #include "Sync/Host/Engine/LocalState.h"
 
+#include <algorithm>
 #include <filesystem>
 #include <system_error>
 #include <utility>
@@ -19,6 +20,7 @@ constexpr const char* kOwed = "owed";
 constexpr const char* kMark = "mark";
 constexpr const char* kSystemVersion = "system version";
 constexpr const char* kPutBack = "put back";
+constexpr const char* kFoldersUnderWay = "folders under way";
 constexpr const char* kLoadInVain = "load in vain";
 constexpr const char* kUnreadTextsChanged = "unread texts changed";
 
@@ -42,6 +44,28 @@ SeenRow seenRowAt(SQLite::Statement& row)
     seen.place = {row.getColumn(7).getString(), row.getColumn(8).getString(),
                   row.getColumn(9).getString()};
     return seen;
+}
+
+// What no name can hold stands between them.
+constexpr char kBetweenNames = '/';
+
+std::optional<std::string> joined(const std::vector<std::string>& names)
+{
+    std::optional<std::string> text;
+    for (const std::string& name : names)
+        text = text ? *text + kBetweenNames + name : name;
+    return text;
+}
+
+std::vector<std::string> namesIn(const std::string& text)
+{
+    std::vector<std::string> names;
+    for (std::size_t begin = 0; begin < text.size();) {
+        const std::size_t end = std::min(text.find(kBetweenNames, begin), text.size());
+        names.push_back(text.substr(begin, end - begin));
+        begin = end + 1;
+    }
+    return names;
 }
 
 void makeFolderOf(const std::string& path)
@@ -103,6 +127,7 @@ StateFacts LocalState::facts()
     facts.unreadTextsChanged = _database->number(kUnreadTextsChanged);
     facts.loadInVain = _database->fact(kLoadInVain).value_or("");
     facts.isPutBack = _database->number(kPutBack) != 0;
+    facts.foldersUnderWay = namesIn(_database->fact(kFoldersUnderWay).value_or(""));
     return facts;
 }
 
@@ -117,6 +142,7 @@ void LocalState::setFacts(const StateFacts& facts)
     _database->setNumber(kSystemVersion, facts.systemVersion);
     _database->setNumber(kUnreadTextsChanged, facts.unreadTextsChanged);
     _database->setNumber(kPutBack, facts.isPutBack ? 1 : 0);
+    _database->setFact(kFoldersUnderWay, facts.mark ? joined(facts.foldersUnderWay) : std::nullopt);
     _database->setFact(kLoadInVain,
                        facts.loadInVain.empty() ? std::nullopt : std::optional(facts.loadInVain));
 }

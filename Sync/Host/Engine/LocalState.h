@@ -107,6 +107,8 @@ struct StateFacts {
         0;  // how often settled runs have found other unread texts than the one before
     std::string loadInVain{};  // digest of what the last run compared, if that left all as it was
     bool isPutBack = false;    // beside a mark: the store was put back from a backup since
+    std::vector<std::string>
+        foldersUnderWay{};  // beside a mark: names of what rewrites made or took away since
 
     friend bool operator==(const StateFacts&, const StateFacts&) = default;
 };

@@ -1,5 +1,6 @@
 #include "Sync/Host/Engine/SyncEngine.h"
 
+#include <algorithm>
 #include <exception>
 #include <utility>
 
@@ -81,6 +82,8 @@ void SyncEngine::beginRun(const SyncRunOptions& options)
     _run = std::make_unique<Run>();
     _run->options = options;
     _reports.begin();
+    _reports.carefulWriting.noteFoldersWith(
+        [this](const std::vector<std::string>& names) { return noteFolders(names); });
 }
 
 SyncRunSummary SyncEngine::endRun(bool doSyncResult)
@@ -225,6 +228,7 @@ std::optional<SyncRecordMap> SyncEngine::getLocalState()
                 map->emplace_back(std::move(handed.id.key), std::move(record));
             }
             _run->given = {};
+            _reports.carefulWriting.setLeftBehind(knowledge.facts().foldersUnderWay);
             _reports.carefulWriting.noteAllKnown();
             return map;
         },
@@ -251,6 +255,23 @@ bool SyncEngine::resetLocalState()
         false);
 }
 
+// In a statement of its own, which is on disk before the store is touched.
+bool SyncEngine::noteFolders(const std::vector<std::string>& names)
+{
+    return guarded(
+        [&] {
+            StateFacts facts = _state.facts();
+            auto& noted = facts.foldersUnderWay;
+            for (const std::string& name : names) {
+                if (std::find(noted.begin(), noted.end(), name) == noted.end())
+                    noted.push_back(name);
+            }
+            _state.setFacts(facts);
+            return true;
+        },
+        false);
+}
+
 // While a rewrite is not settled, kept records may be nowhere else than in the state.
 void SyncEngine::forgetState()
 {
@@ -263,6 +284,7 @@ void SyncEngine::forgetState()
     _state.clear();
     StateFacts facts;
     facts.mark = knowledge.facts().mark;
+    facts.foldersUnderWay = knowledge.facts().foldersUnderWay;
     _state.setFacts(facts);
     for (const auto& [row, record] : kept)
         _state.setKept(row, record);

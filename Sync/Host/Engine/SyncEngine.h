@@ -5,6 +5,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "Sync/Host/Engine/HostReports.h"
 #include "Sync/Host/Engine/LocalState.h"
@@ -93,6 +94,7 @@ private:
     Result guarded(Body&& body, Result failed);
     void log(std::string_view line);
     void forgetState();
+    bool noteFolders(const std::vector<std::string>& names);
 
     LocalState& _state;
     SyncServer& _server;

@@ -63,6 +63,67 @@ private:
     std::unordered_map<RecordIdView, const SeenRow*, RecordIdHash> _nobodys;  // the first of each
 };
 
+// Unread texts of a run that stayed where they stood.
+class TextsThatStayed {
+public:
+    TextsThatStayed(const SettlingCheck& check, const StorePlaces& places)
+    {
+        for (const KTLoss& loss : check.losses) {
+            if (loss.kind == KTLoss::Kind::unread &&
+                std::find(check.overwritten.begin(), check.overwritten.end(), loss) ==
+                    check.overwritten.end())
+                add(loss, places.relative(loss.file));
+        }
+    }
+
+    bool empty() const
+    {
+        return _components.empty() && _files.empty() && _folders.empty() && _calendars.empty();
+    }
+
+    // Whether the record may have been in one of them.
+    bool mayHold(const KTSyncRecord& record, const StorePlace& place) const
+    {
+        const bool isCalendar = record.conduit() == kConduitCalendar;
+        const std::string calendar =
+            isCalendar ? record.recordKey() : record.recordParentKey().value_or("");
+        const bool isInFolder =
+            std::any_of(_folders.begin(), _folders.end(), [&](const std::string& folder) {
+                return place.file == folder || place.file.starts_with(folder + '/');
+            });
+        if (isInFolder || _calendars.count(calendar) != 0)
+            return true;
+        return !isCalendar &&
+               (_files.count(place.file) != 0 || _components.count({place.file, place.uid}) != 0);
+    }
+
+private:
+    void add(const KTLoss& loss, const std::string& file)
+    {
+        switch (loss.extent) {
+        case KTLoss::Extent::component:
+            _components.emplace(file, loss.uid);
+            break;
+        case KTLoss::Extent::file:
+            _files.insert(file);
+            break;
+        case KTLoss::Extent::calendar:
+            if (!loss.calendarKey.empty())
+                _calendars.insert(loss.calendarKey);
+            if (!file.empty())
+                _folders.insert(file.ends_with(kInfoFile) ? file.substr(0, file.rfind('/')) : file);
+            break;
+        }
+    }
+
+    static constexpr std::string_view kInfoFile = "/Info.plist";
+
+    std::set<std::pair<std::string, std::string>> _components;  // file and UID
+    std::set<std::string> _files;
+    std::set<std::string> _folders;    // of calendars
+    std::set<std::string> _calendars;  // local keys
+};
+
 // What most records of a settled store are agreed under.
 GivenRecords givenUnderOwnKeys(const SyncRecordList& records,
                                const std::vector<std::string>& hashes)
@@ -225,30 +286,17 @@ std::vector<std::optional<std::string>> SyncSession::proveRewrite(
 }
 
 // What stood unread beside the rewrite and can be read after it, as the second of two events that
-// looked alike, was nobody's so far: the next run finds it new. It stands for nothing that was
-// written either.
+// looked alike, or a whole calendar once its disk answers again, was nobody's so far: the next run
+// finds it new. It stands for nothing that was written either.
 void SyncSession::leaveOutWhatWasUnread(const SettlingCheck& check,
                                         const std::vector<std::optional<std::string>>& agreedKeys)
 {
-    std::set<std::pair<std::string, std::string>> components;  // file and UID
-    std::set<std::string> files;
-    for (const KTLoss& loss : check.losses) {
-        const bool stayed = loss.kind == KTLoss::Kind::unread &&
-                            std::find(check.overwritten.begin(), check.overwritten.end(), loss) ==
-                                check.overwritten.end();
-        if (stayed && loss.extent == KTLoss::Extent::component)
-            components.emplace(_places.relative(loss.file), loss.uid);
-        else if (stayed && loss.extent == KTLoss::Extent::file)
-            files.insert(_places.relative(loss.file));
-    }
-    if (components.empty() && files.empty())
+    const TextsThatStayed texts(check, _places);
+    if (texts.empty())
         return;
     for (std::size_t index = 0; index < _localRecords.size(); ++index) {
         SyncRecord& record = _localRecords[index];
-        if (!record || agreedKeys[index] || record->conduit() == kConduitCalendar)
-            continue;
-        const StorePlace place = _places.of(*record);
-        if (files.count(place.file) != 0 || components.count({place.file, place.uid}) != 0)
+        if (record && !agreedKeys[index] && texts.mayHold(*record, _places.of(*record)))
             record = nullptr;
     }
 }

@@ -13,6 +13,7 @@ namespace kt {
 namespace {
 
 constexpr const char* kParent = "ParentRecordKey";
+constexpr const char* kOrder = "Order";
 
 using Whose = UnreadRow::Whose;
 
@@ -40,18 +41,74 @@ std::map<std::string, std::string> formerGroups(const Knowledge& knowledge)
     return groups;
 }
 
-SyncRecord inGroup(const KTSyncRecord& calendar, const std::string& group)
+SyncRecord with(const KTSyncRecord& calendar, std::string_view field, Value value,
+                const std::optional<std::string>& parentKey)
 {
     Dictionary record = calendar.record();
-    record.set(kParent, group);
+    record.set(field, std::move(value));
     return std::make_shared<HostSyncRecord>(calendar.recordType(), std::move(record),
-                                            calendar.recordKey(), group, calendar.conduit());
+                                            calendar.recordKey(), parentKey, calendar.conduit());
 }
+
+// Empty at the top, where in one of the layouts everything is its own parent.
+std::string groupOf(const std::string& key, const std::optional<std::string>& parentKey)
+{
+    return parentKey && *parentKey != key ? *parentKey : std::string();
+}
+
+// Where calendars stood in their groups, by local keys.
+class Seats {
+public:
+    Seats(const Knowledge& knowledge, LocalState& state)
+    {
+        for (const SeenRow& row : knowledge.seen()) {
+            const Value number =
+                row.local.conduit == kConduitCalendar ? state.seenRecord(row)[kOrder] : Value();
+            if (number.isNumber())
+                _seats.emplace(row.local.key,
+                               Seat{groupOf(row.local.key, row.localParentKey), number.intValue()});
+        }
+    }
+
+    // The number that a calendar had, if it has only moved up by as many as are unread before it.
+    std::optional<int> formerNumber(const KTSyncRecord& calendar,
+                                    const std::unordered_set<std::string>& unread) const
+    {
+        const auto seat = _seats.find(calendar.recordKey());
+        const Value& number = calendar.record()[kOrder];
+        if (seat == _seats.end() || !number.isNumber() ||
+            seat->second.group != groupOf(calendar.recordKey(), calendar.recordParentKey()))
+            return std::nullopt;
+        const auto missing = std::count_if(_seats.begin(), _seats.end(), [&](const auto& each) {
+            return unread.count(each.first) != 0 && each.second.group == seat->second.group &&
+                   each.second.number < seat->second.number;
+        });
+        const bool hasMovedUp =
+            missing != 0 && number.intValue() == seat->second.number - static_cast<int>(missing);
+        return hasMovedUp ? std::optional(seat->second.number) : std::nullopt;
+    }
+
+private:
+    struct Seat {
+        std::string group;
+        int number = 0;
+    };
+    std::map<std::string, Seat> _seats;
+};
 
 }  // namespace
 
-// While the text of a group cannot be read its calendars seem to stand at the top. Nobody moved
-// them.
+// The same calendar otherwise than it was told, with what the store itself knows it by.
+void SyncSession::replace(SyncRecord& record, SyncRecord other)
+{
+    const KTStoreIdentity known =
+        _setting.reports.identities.identityOf(*record).value_or(KTStoreIdentity{});
+    record = std::move(other);
+    _setting.reports.identities.reportIdentity(record, known);
+}
+
+// While the text of a group cannot be read its calendars seem to stand at the top, and a store that
+// counts its calendars leaves out those that it cannot read. Nobody moved them.
 SyncRecordList SyncSession::withGroupsThatAreUnread(const SyncRecordList& records)
 {
     SyncRecordList result = records;
@@ -75,10 +132,15 @@ SyncRecordList SyncSession::withGroupsThatAreUnread(const SyncRecordList& record
         if (group == groups.end() || group->second == record->recordKey() ||
             unread.count(group->second) == 0)
             continue;
-        const KTStoreIdentity known =
-            _setting.reports.identities.identityOf(*record).value_or(KTStoreIdentity{});
-        record = inGroup(*record, group->second);
-        _setting.reports.identities.reportIdentity(record, known);
+        replace(record, with(*record, kParent, group->second, group->second));
+    }
+    const Seats seats(*_knowledge, _setting.state);
+    for (SyncRecord& record : result) {
+        const auto number = record && record->conduit() == kConduitCalendar
+                                ? seats.formerNumber(*record, unread)
+                                : std::nullopt;
+        if (number)
+            replace(record, with(*record, kOrder, *number, record->recordParentKey()));
     }
     return result;
 }

@@ -91,6 +91,7 @@ private:
     void tellOfOlderServer();
     bool waitsForItsText(const RecordId& id, const RemoteChange& change) const;
     bool isFolderUnread(const RecordId& id, const RemoteChange& change) const;
+    void replace(SyncRecord& record, SyncRecord other);
     SyncRecordList withGroupsThatAreUnread(const SyncRecordList& records);
     SyncRecordList withKeptRecordsThatComeBack(const SyncRecordList& records);
     void decideParticipation(const SyncRecordList& given);

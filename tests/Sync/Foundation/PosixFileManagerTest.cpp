@@ -45,6 +45,45 @@ TEST_F(PosixFileManagerFiles, ListsNothingButTellsWhyThereIsNothing)
     EXPECT_THAT(manager.directoryContentsAtPath(folder.path("missing")), IsEmpty());
 }
 
+/// Somebody who may not do everything, as root may.
+class AsSomebody {
+public:
+    AsSomebody() : _isRoot(::geteuid() == 0)
+    {
+        constexpr uid_t kNobody = 65534;
+        if (_isRoot)
+            EXPECT_EQ(::seteuid(kNobody), 0);
+    }
+    ~AsSomebody()
+    {
+        if (_isRoot)
+            EXPECT_EQ(::seteuid(0), 0);
+    }
+    AsSomebody(const AsSomebody&) = delete;
+    AsSomebody& operator=(const AsSomebody&) = delete;
+
+private:
+    bool _isRoot;
+};
+
+TEST_F(PosixFileManagerFiles, WhatCannotBeAskedAboutMayBeThere)
+{
+    folder.write("closed/file", "");
+    ::chmod(folder.path().c_str(), 0755);
+    ::chmod(folder.path("closed").c_str(), 0);
+    {
+        const AsSomebody somebody;
+        for (const auto& status : {manager.statusAtPath(folder.path("closed/file")),
+                                   manager.linkStatusAtPath(folder.path("closed/other"))}) {
+            ASSERT_TRUE(status);
+            EXPECT_EQ(status->kind, FileStatus::Kind::unknown);
+        }
+        EXPECT_FALSE(manager.statusAtPath(folder.path("nowhere")));
+        EXPECT_FALSE(manager.statusAtPath(folder.path("nowhere/at/all")));
+    }
+    ::chmod(folder.path("closed").c_str(), 0755);
+}
+
 TEST_F(PosixFileManagerFiles, NamesEntriesWithTheStatusOfEach)
 {
     folder.write("a", "12345");

@@ -104,7 +104,10 @@ private:
 CalendarPlaces::CalendarPlaces(const LoadedStore& loaded, const StoreLayout& layout)
     : _loaded(loaded),
       _layout(layout)
-{}
+{
+    for (std::string& folder : layout.foldersLeftBehind())
+        _leftBehind.insert(std::move(folder));
+}
 
 std::vector<CalendarPlaces::Place> CalendarPlaces::placesFor(
     const std::vector<SyncRecord>& calendars) const
@@ -149,7 +152,7 @@ void CalendarPlaces::settle(const KTSyncRecord& record, Place& place,
 }
 
 /// Its own, or else its record key, as long as nothing stands in the folder of that name: who knows
-/// what it is.
+/// what it is. What a rewrite that was cut off left there is known.
 std::string CalendarPlaces::freeSourceKey(const KTSyncRecord& record,
                                           std::unordered_set<std::string>& taken) const
 {
@@ -157,7 +160,8 @@ std::string CalendarPlaces::freeSourceKey(const KTSyncRecord& record,
     const auto isFree = [&](const std::string& key) {
         const std::string folder = _layout.calendarFolder(key);
         return StorePaths::isFolderKey(key) && !taken.contains(key) &&
-               (!files.linkStatusAtPath(folder) || isFolderGivenUp(_loaded, folder));
+               (!files.linkStatusAtPath(folder) || isFolderGivenUp(_loaded, folder) ||
+                _leftBehind.contains(folder));
     };
     const std::string own = sourceKeyIn(record);
     std::string key = isFree(own) ? own : record.recordKey();

@@ -35,6 +35,7 @@ private:
 
     const LoadedStore& _loaded;
     const StoreLayout& _layout;
+    std::unordered_set<std::string> _leftBehind;  // folders
 };
 
 }  // namespace kt

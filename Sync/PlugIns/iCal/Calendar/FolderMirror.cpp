@@ -19,6 +19,8 @@ bool isFolder(const Status& status)
     return status && status->kind == FileStatus::Kind::directory;
 }
 
+bool isUnknown(const Status& status) { return status && status->kind == FileStatus::Kind::unknown; }
+
 bool areEqualFiles(const Status& left, const Status& right)
 {
     return left && right && left->kind == FileStatus::Kind::file && right->kind == left->kind &&
@@ -34,7 +36,8 @@ bool isUnreadable(const FileManager& files, const std::string& path)
         return false;
     if (isFolder(status))
         return !files.listDirectory(path);
-    return status->kind == FileStatus::Kind::other || !files.contentsAtPath(path);
+    return isUnknown(status) || status->kind == FileStatus::Kind::other ||
+           !files.contentsAtPath(path);
 }
 
 class PassUnreadable : public FileManagerHandler {
@@ -66,6 +69,9 @@ private:
         const Status from = _files.linkStatusAtPath(source);
         const Status to = _files.linkStatusAtPath(destination);
         if (areEqualFiles(from, to))
+            return;
+        // Perhaps what it was copied from before is all right.
+        if (isUnknown(from))
             return;
         if (isFolder(from) && isFolder(to))
             return mirrorFolder(source, destination);

@@ -32,6 +32,23 @@ bool isMember(const KTSyncCalendar& calendar)
     return parent && parent != calendar.recordKey();
 }
 
+/// Of all nodes, whatever else is wrong with them.
+void collectSourceKeys(const Value& nodes, std::unordered_set<std::string>& keys)
+{
+    if (!nodes.isArray())
+        return;
+    for (const Value& node : nodes.array()) {
+        if (!node.isDictionary())
+            continue;
+        for (const char* name : {"SourceKey", "Key"}) {
+            const Value& key = node.dictionary()[name];
+            if (key.isString())
+                keys.emplace(key.string());
+        }
+        collectSourceKeys(node.dictionary()["Subnodes"], keys);
+    }
+}
+
 }  // namespace
 
 ItemFiling Layout104::filing(const std::string& calendarFolder) const
@@ -43,6 +60,21 @@ bool Layout104::saveStore() const
 {
     const bool areSourcesSaved = mirrorPath(paths().sources(), paths().sourcesBackup());
     return mirrorPath(paths().nodeFile(), paths().nodeFileBackup()) && areSourcesSaved;
+}
+
+std::vector<std::string> Layout104::unlistedFolders() const
+{
+    std::unordered_set<std::string> listed;
+    collectSourceKeys(settingsThatWereRead(paths().nodeFile())["List"], listed);
+    std::vector<std::string> unlisted;
+    for (const std::string& name :
+         FileManager::defaultManager().directoryContentsAtPath(paths().sources())) {
+        const std::string path = stringByAppendingPathComponent(paths().sources(), name);
+        const std::string key = name.substr(0, name.rfind('.'));
+        if (paths().calendarFolder104(key) == path && !listed.contains(key))
+            unlisted.push_back(path);
+    }
+    return unlisted;
 }
 
 void Layout104::planDescriptions(KTSyncPluginHelper* pluginHelper, const CarefulStore& store,
@@ -64,11 +96,11 @@ void Layout104::planDescription(const KTSyncCalendar* before, const KTSyncCalend
 {
     const std::string title = calendar.title().value_or("");
     const std::string path = StorePaths::infoFile(folder);
-    const auto stored = dictionaryWithContentsOfFile(path);
     const Dictionary wanted = description(calendar);
-    const Dictionary merged = before == nullptr || !stored
-                                  ? wanted
-                                  : mergedSettings(*stored, description(*before), wanted);
+    const auto stored =
+        before == nullptr ? dictionaryWithContentsOfFile(path) : settingsThatWereRead(path);
+    const Dictionary merged =
+        before == nullptr ? wanted : mergedSettings(*stored, description(*before), wanted);
     if (merged != stored)
         edits.write(path, xmlPropertyList(merged), title);
     if (calendar.calendarType() != kCalendarTypeSubscriber)
@@ -105,8 +137,8 @@ void Layout104::planIndex(KTSyncPluginHelper* pluginHelper, const CarefulStore& 
             merge.addLoaded(loaded, calendarAsStored(pluginHelper, loaded)->iCalNode());
     }
 
-    const auto stored = dictionaryWithContentsOfFile(paths().nodeFile());
-    const Dictionary merged = merge.merged(stored.value_or(Dictionary()), tree.nodeFile());
+    const Dictionary stored = settingsThatWereRead(paths().nodeFile());
+    const Dictionary merged = merge.merged(stored, tree.nodeFile());
     if (merged != stored)
         edits.write(paths().nodeFile(), xmlPropertyList(merged), "");
     for (const CarefulCalendar& calendar : store.calendars) {

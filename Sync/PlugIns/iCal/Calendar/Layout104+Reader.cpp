@@ -5,6 +5,7 @@
 
 #include "Sync/Foundation/PropertyList.h"
 #include "Sync/HostInterface/Guard.h"
+#include "Sync/HostInterface/KTCarefulWriting.h"
 #include "Sync/HostInterface/KTLossReport.h"
 #include "Sync/PlugIns/iCal/Calendar/HostAndSystemLog.h"
 #include "Sync/PlugIns/iCal/Calendar/KTSyncCalendarStore.h"
@@ -116,6 +117,13 @@ void Layout104::reportMissingNodes() const
     }
 }
 
+/// Whether a node file that cannot be read stays: on a disk that fails it may be whole.
+bool Layout104::isNodeFileKept() const
+{
+    return hostClass<KTCarefulWriting>() != nullptr &&
+           FileManager::defaultManager().linkStatusAtPath(paths().nodeFile()).has_value();
+}
+
 std::optional<ParsedCalendars> Layout104::read(KTSyncCalendarStore& store) const
 {
     KTSyncPluginHelper* pluginHelper = store.pluginHelper();
@@ -124,6 +132,10 @@ std::optional<ParsedCalendars> Layout104::read(KTSyncCalendarStore& store) const
         reportMissingNodes();
         logToHostAndSystem(pluginHelper,
                            "Es gibt keine nodes.plist, evtl. wurde iCal noch nie gestartet");
+        if (isNodeFileKept()) {
+            logToHostAndSystem(pluginHelper, "Die nodes.plist bleibt, wie sie ist");
+            return std::nullopt;
+        }
         store.storeCalendars({});
         nodeFile = dictionaryWithContentsOfFile(paths().nodeFile());
     }

@@ -30,6 +30,8 @@ public:
 protected:
     ItemFiling filing(const std::string& calendarFolder) const override;
     bool saveStore() const override;
+    bool hasIndex() const override { return true; }
+    std::vector<std::string> unlistedFolders() const override;
     void planDescriptions(KTSyncPluginHelper* pluginHelper, const CarefulStore& store,
                           StoreEdits& edits) const override;
     void planIndex(KTSyncPluginHelper* pluginHelper, const CarefulStore& store,
@@ -48,6 +50,7 @@ private:
                                   const std::string& calendarFolder);
     static bool writeDescription(const KTSyncCalendar& calendar, const std::string& calendarFolder);
     void reportMissingNodes() const;
+    bool isNodeFileKept() const;
     static void addItems(const KTSyncCalendar& calendar, const std::string& path,
                          std::string& text);
 };

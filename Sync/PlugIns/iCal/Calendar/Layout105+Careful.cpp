@@ -53,8 +53,7 @@ bool isGroup(const KTSyncCalendar& calendar)
 
 Dictionary infoOf(const LoadedCalendar& loaded)
 {
-    const std::string path = StorePaths::infoFile(loaded.calendar->storedFolder().value_or(""));
-    return dictionaryWithContentsOfFile(path).value_or(Dictionary());
+    return settingsThatWereRead(StorePaths::infoFile(loaded.calendar->storedFolder().value_or("")));
 }
 
 /// What stands under the members' key counts as changed only when members came or went.

@@ -154,12 +154,14 @@ void Layout105::Level::readEntry(const std::string& name)
 {
     const FileManager& files = FileManager::defaultManager();
     const std::string folder = stringByAppendingPathComponent(_path, name);
-    if (!isDirectoryAtPath(folder)) {
+    const auto status = files.statusAtPath(folder);
+    if (!status || status->kind != FileStatus::Kind::directory) {
+        const LossScope scope("", folder);
         // A link to a volume that is away is no plain file: a calendar may stand behind it.
-        if (!files.fileExistsAtPath(folder) && files.linkStatusAtPath(folder)) {
-            const LossScope scope("", folder);
+        if (!status && files.linkStatusAtPath(folder))
             reportUnread({KTLoss::Extent::calendar}, "Der Verweis führt zu keinem Ordner");
-        }
+        else if (status && status->kind == FileStatus::Kind::unknown)
+            reportUnread({KTLoss::Extent::calendar}, "Der Ordner kann nicht gelesen werden");
         return;
     }
 

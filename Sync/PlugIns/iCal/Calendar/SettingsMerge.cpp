@@ -1,7 +1,11 @@
 #include "Sync/PlugIns/iCal/Calendar/SettingsMerge.h"
 
 #include <algorithm>
+#include <utility>
 
+#include "Sync/Foundation/Exception.h"
+#include "Sync/Foundation/Format.h"
+#include "Sync/Foundation/PropertyList.h"
 #include "Sync/Foundation/Value.h"
 
 namespace kt {
@@ -14,6 +18,14 @@ bool holds(const Array& list, const Value& value)
 }
 
 }  // namespace
+
+Dictionary settingsThatWereRead(const std::string& path)
+{
+    if (auto settings = dictionaryWithContentsOfFile(path))
+        return *std::move(settings);
+    throw Exception(NSGenericException,
+                    stringWithFormat("'%@' kann nicht mehr gelesen werden", path));
+}
 
 Dictionary mergedSettings(const Dictionary& stored, const Dictionary& written,
                           const Dictionary& wanted)

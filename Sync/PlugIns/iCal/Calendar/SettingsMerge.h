@@ -1,8 +1,14 @@
 #pragma once
 
+#include <string>
+
 #include "Sync/Foundation/Dictionary.h"
 
 namespace kt {
+
+/// The settings in a file of the store that has been read before. Throws Exception where it cannot
+/// be read now: whatever else stands in it would be written over.
+Dictionary settingsThatWereRead(const std::string& path);
 
 /// A calendar's settings as they stand in the store, with what changed: an entry whose value the
 /// writer would write as before stays as it stands, be it missing; what the writer knows nothing of

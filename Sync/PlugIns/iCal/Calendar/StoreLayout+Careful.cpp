@@ -1,10 +1,12 @@
 // Rewrites a store so that what did not change keeps its text.
 
+#include <algorithm>
 #include <unordered_set>
 #include <utility>
 
 #include "Sync/Foundation/Exception.h"
 #include "Sync/Foundation/FileManager.h"
+#include "Sync/HostInterface/KTCarefulWriting.h"
 #include "Sync/HostInterface/KTLossReport.h"
 #include "Sync/PlugIns/iCal/Calendar/CarefulItems.h"
 #include "Sync/PlugIns/iCal/Calendar/CarefulStore.h"
@@ -48,11 +50,16 @@ public:
         for (const CarefulCalendar& calendar : _store.calendars) {
             if (hasItems(*calendar.calendar))
                 planItems(calendar);
+            const auto folder = calendar.calendar->corestoragePath();
+            if (calendar.stored == nullptr && folder)
+                _foldersUnderWay.push_back(*folder);
         }
         planRemovals();
+        removeWhatWasLeftBehind();
         _layout.planIndex(_pluginHelper, _store, _edits);
         if (_edits.empty())
             return true;
+        noteFolders();
         saveOnce();
         const bool isDone = _edits.apply(_pluginHelper);
         synchronize();
@@ -130,11 +137,38 @@ private:
         if (!folder || (hasItems(*loaded.calendar) && !loaded.areItemsLoaded))
             return;
         const std::string title = titleOf(*loaded.calendar);
-        if (!holdsUnread(*folder))
+        if (!holdsUnread(*folder)) {
+            _foldersUnderWay.push_back(*folder);
             return _edits.remove(*folder, title);
+        }
         CarefulItems(_pluginHelper, &loaded, _rewriting, _layout.filing(*folder), title)
             .plan({}, _edits);
         _edits.remove(StorePaths::infoFile(*folder), title);
+    }
+
+    /// What a rewrite that was cut off made of calendars that the index never came to list, or left
+    /// of such that it does not list any more.
+    void removeWhatWasLeftBehind()
+    {
+        for (const std::string& folder : _layout.foldersLeftBehind()) {
+            if (std::find(_foldersUnderWay.begin(), _foldersUnderWay.end(), folder) ==
+                _foldersUnderWay.end())
+                _edits.remove(folder, "");
+        }
+    }
+
+    /// Should the index never come to say so, the next rewrite knows whose they are.
+    void noteFolders() const
+    {
+        auto* const careful = hostClass<KTCarefulWriting>();
+        if (careful == nullptr || !_layout.hasIndex() || _foldersUnderWay.empty())
+            return;
+        std::vector<std::string> names;
+        for (const std::string& folder : _foldersUnderWay)
+            names.push_back(lastPathComponent(folder));
+        if (!careful->noteFolders(names))
+            throw Exception(NSGenericException,
+                            "Es konnte nicht vermerkt werden, welche Kalender geschrieben werden");
     }
 
     bool holdsUnread(const std::string& folder) const
@@ -160,12 +194,27 @@ private:
     const StoredItems _items;
     const CarefulRewriting _rewriting;
     StoreEdits _edits;
+    std::vector<std::string> _foldersUnderWay;  // of calendars that come or go
     bool _isSaved = false;
 };
 
 bool StoreLayout::writeCarefully(KTSyncPluginHelper* pluginHelper, const CarefulStore& store) const
 {
     return CarefulRewrite(*this, pluginHelper, store).run();
+}
+
+std::vector<std::string> StoreLayout::foldersLeftBehind() const
+{
+    const auto* const careful = hostClass<KTCarefulWriting>();
+    const auto noted =
+        careful == nullptr ? std::vector<std::string>() : careful->foldersLeftBehind();
+    if (noted.empty())
+        return {};
+    std::vector<std::string> folders = unlistedFolders();
+    std::erase_if(folders, [&](const std::string& folder) {
+        return std::find(noted.begin(), noted.end(), lastPathComponent(folder)) == noted.end();
+    });
+    return folders;
 }
 
 std::shared_ptr<KTSyncCalendar> StoreLayout::calendarAsStored(KTSyncPluginHelper* pluginHelper,

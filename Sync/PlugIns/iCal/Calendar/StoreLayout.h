@@ -101,12 +101,19 @@ protected:
     /// What lists the calendars, written after them.
     virtual void planIndex(KTSyncPluginHelper* pluginHelper, const CarefulStore& store,
                            StoreEdits& edits) const = 0;
+    /// Whether a folder is a calendar only if an index lists it, and those of that kind that it
+    /// does not list; absolute paths. Throws Exception when the index cannot be read.
+    virtual bool hasIndex() const { return false; }
+    virtual std::vector<std::string> unlistedFolders() const { return {}; }
     /// The calendar of the store as its record makes it, with its view.
     static std::shared_ptr<KTSyncCalendar> calendarAsStored(KTSyncPluginHelper* pluginHelper,
                                                             const LoadedCalendar& loaded);
 
 private:
+    friend class CalendarPlaces;
     class CarefulRewrite;
+
+    std::vector<std::string> foldersLeftBehind() const;
 
     StorePaths _paths;
 };

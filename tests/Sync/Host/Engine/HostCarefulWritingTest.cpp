@@ -33,6 +33,24 @@ TEST(HostCarefulWriting, GivesUpExactlyWhatItWasTold)
     EXPECT_FALSE(writing.isGivenUp(asked));
 }
 
+TEST(HostCarefulWriting, PassesFoldersOnToWhoeverNotesThem)
+{
+    HostCarefulWriting careful;
+    EXPECT_TRUE(careful.noteFolders({"A.calendar"}));
+    std::vector<std::string> noted;
+    careful.noteFoldersWith([&](const std::vector<std::string>& names) {
+        noted = names;
+        return false;
+    });
+    careful.setLeftBehind({"B.calendar"});
+    EXPECT_FALSE(careful.noteFolders({"A.calendar"}));
+    EXPECT_EQ(noted, std::vector<std::string>{"A.calendar"});
+    EXPECT_EQ(careful.foldersLeftBehind(), std::vector<std::string>{"B.calendar"});
+    careful.clear();
+    EXPECT_TRUE(careful.noteFolders({"A.calendar"}));
+    EXPECT_TRUE(careful.foldersLeftBehind().empty());
+}
+
 TEST(HostCarefulWriting, ForgetsWhatItGaveUpBefore)
 {
     HostCarefulWriting writing;

@@ -53,6 +53,7 @@ TEST_F(LocalStates, KeepFacts)
     facts.unreadTextsChanged = 3;
     facts.loadInVain = "digest";
     facts.isPutBack = true;
+    facts.foldersUnderWay = {"A.calendar", "B C.calendar"};
     {
         LocalState state(path());
         EXPECT_EQ(state.facts(), StateFacts{});

@@ -192,6 +192,28 @@ TEST_F(Unread, Rule18_AWholeCalendarWaitsWithAllThatComesIntoIt)
     expectEqualHomes();
 }
 
+// As on a disk that fails once: the run that settles the rewrite can read it.
+TEST_F(Unread, Rule18_WhatIsNewInACalendarThatCouldNotBeReadForOnceGoesUp)
+{
+    for (const std::string known : {"Privat", "Neues"}) {
+        if (a.store.calendar(known) == nullptr)
+            a.store.calendars.push_back(calendar(known));
+        a.store.calendar(known)->items.push_back(task("Neu in " + known));
+        a.store.touch();
+        a.unreadable = {known};
+        b.store.calendar("Arbeit")->items.push_back(task("Bericht " + known));
+        b.sync();
+        a.beforeSettling = [this] { a.unreadable.clear(); };
+        EXPECT_TRUE(a.sync().settled);
+        a.beforeSettling = nullptr;
+        b.store.calendar("Arbeit")->items.push_back(task("Plan " + known));
+        b.sync();
+        syncUntilRest();
+        expectOnceEverywhere({"Neu in " + known});
+    }
+    expectRest();
+}
+
 TEST_F(Unread, Rule18_AWholeCalendarComesBackWhenItsFolderIsThrownAway)
 {
     a.store.calendar("Privat")->isBroken = true;
@@ -295,6 +317,28 @@ TEST_F(Unread, Rule18_AnUnreadGroupMovesNobody)
     EXPECT_EQ(a.store.calendar("Garten")->group, "Haus");
     expectEqualHomes();
     expectRest();
+}
+
+// A store that counts its calendars does not count one that it cannot read.
+TEST_F(Unread, Rule18_AnUnreadCalendarMovesNobodyUp)
+{
+    int number = 0;
+    a.store.calendars.push_back(calendar("Verein", {task("Kasse")}));
+    for (SimulatedCalendar& each : a.store.calendars)
+        each.order = number++;
+    a.store.touch();
+    syncUntilRest();
+    SimulatedCalendar& last = a.store.calendars.back();
+    const int last105 = b.store.calendar("Verein")->order;
+    a.store.calendar("Arbeit")->isBroken = true;
+    --last.order;
+    a.store.touch();
+    EXPECT_EQ(a.sync().sent, 0U);
+    last.order -= 2;
+    a.store.touch();
+    EXPECT_NE(a.sync().sent, 0U) << "somebody moved it";
+    syncUntilRest();
+    EXPECT_NE(b.store.calendar("Verein")->order, last105);
 }
 
 TEST_F(Unread, Rule18_AnEditedTwinDoesNotTakeTheNameOfTheUnreadOne)

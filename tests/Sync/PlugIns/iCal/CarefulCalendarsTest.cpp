@@ -176,5 +176,77 @@ TEST_P(CarefulCalendars, LeavesTheMembersOfTwoGroupsOfOneTitleWhereTheyAre)
     }
 }
 
+// A rewrite that is cut off between folders and index.
+
+class CarefulLeftBehind : public CarefulFixture {
+protected:
+    SyncRecordList withVerein(SyncRecordList records) const
+    {
+        records.push_back(record(kConduitCalendar, std::string(40, 'c'),
+                                 {{"Type", "CalendarNode"},
+                                  {"Title", "Verein"},
+                                  {"Color", "#FF0000"},
+                                  {"Notes", ""},
+                                  {"SourceKey", "C"}}));
+        records.push_back(record(kConduitTask, std::string(40, 'd'),
+                                 {{"Title", "Kasse"}, {"ParentRecordKey", std::string(40, 'c')}}));
+        return records;
+    }
+    std::vector<std::string> folders() const
+    {
+        std::vector<std::string> folders;
+        for (const auto& [path, content] : home.tree()) {
+            if (path.starts_with(kSources) && path.ends_with("/Info.plist"))
+                folders.push_back(path.substr(std::string(kSources).size()));
+        }
+        return folders;
+    }
+};
+
+INSTANTIATE_TEST_SUITE_P(Layouts, CarefulLeftBehind, ::testing::Values(4));
+
+TEST_P(CarefulLeftBehind, IsNotedBeforehandByWhatComesAndGoes)
+{
+    layOut({{"A", "Privat", {event("1", "Eins")}}, {"B", "Arbeit", {event("2", "Zwei")}}});
+    const SyncRecordList records = withVerein(without(without(load(), "Arbeit"), "Zwei"));
+    const auto before = store();
+    careful.canNote = false;
+    EXPECT_FALSE(save(records));
+    EXPECT_EQ(store(), before);
+    EXPECT_THAT(careful.noted, UnorderedElementsAre("B.calendar", "C.calendar"));
+}
+
+TEST_P(CarefulLeftBehind, IsTakenUpAgainByWhatItWasMadeFor)
+{
+    layOut({{"A", "Privat", {event("1", "Eins")}}});
+    home.write(std::string(kSources) + "C.calendar/Info.plist", "halb");
+    home.write(std::string(kSources) + "C.calendar/corestorage.ics", "halb");
+    careful.leftBehind = {"C.calendar"};
+    ASSERT_TRUE(save(withVerein(load())));
+    EXPECT_THAT(folders(), UnorderedElementsAre("A.calendar/Info.plist", "C.calendar/Info.plist"));
+    EXPECT_THAT(titles(load()), UnorderedElementsAre("Privat", "Eins", "Verein", "Kasse"));
+}
+
+TEST_P(CarefulLeftBehind, GoesWhereNothingTakesItUp)
+{
+    layOut({{"A", "Privat", {event("1", "Eins")}}});
+    home.write(std::string(kSources) + "B.calendar/corestorage.ics", "Rest");
+    careful.leftBehind = {"B.calendar"};
+    ASSERT_TRUE(save(load()));
+    EXPECT_FALSE(home.exists(std::string(kSources) + "B.calendar"));
+}
+
+TEST_P(CarefulLeftBehind, IsNoneThatTheIndexListsOrThatNobodyNoted)
+{
+    layOut({{"A", "Privat", {event("1", "Eins")}}, {"B", "Arbeit", {event("2", "Zwei")}}});
+    home.write(std::string(kSources) + "C.calendar/Info.plist", "fremd");
+    careful.leftBehind = {"A.calendar", "B.calendar"};
+    home.write(std::string(kSources) + "B.calendar/Info.plist", "kaputt");
+    ASSERT_TRUE(save(withVerein(load())));
+    EXPECT_EQ(home.read(std::string(kSources) + "C.calendar/Info.plist"), "fremd");
+    EXPECT_EQ(home.read(std::string(kSources) + "B.calendar/Info.plist"), "kaputt");
+    EXPECT_EQ(folders().size(), 4U);
+}
+
 }  // namespace
 }  // namespace kt::test

@@ -144,6 +144,23 @@ TEST_P(CarefulFault, OfWritingRemovesNothingAndIsToldWithTheFile)
     EXPECT_THAT(unwritten, testing::Contains(home.path(itemFile("A", 1))));
 }
 
+/// What else stands there, calendars that cannot be read among it, is known to nobody then.
+TEST_P(CarefulFault, OfReadingADescriptionAgainTouchesNothing)
+{
+    for (const std::string file :
+         {"A.calendar/Info.plist", is104() ? "nodes.plist" : "B.calendar/Info.plist"}) {
+        begin();
+        SyncRecordList target = wanted(load());
+        SyncRecord& calendar = target[positionOf(target, "Privat")];
+        calendar = with(calendar, "Color", "#00FF00");
+        const auto before = store();
+        failFileReads([&](const std::string& path) { return path.ends_with(file); });
+        EXPECT_FALSE(save(target)) << file;
+        failFileOperation(0);
+        EXPECT_EQ(store(), before) << file;
+    }
+}
+
 /// In one file of all items, too, be there others that come into it at once.
 TEST_P(CarefulFault, OfWritingAnItemInItsNewCalendarLeavesItInTheOldOne)
 {

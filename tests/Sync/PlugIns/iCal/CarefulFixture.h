@@ -34,6 +34,16 @@ public:
         return found == stored.end() ? nullptr : found->second;
     }
 
+    bool noteFolders(const std::vector<std::string>& names) override
+    {
+        noted.insert(noted.end(), names.begin(), names.end());
+        return canNote;
+    }
+    std::vector<std::string> foldersLeftBehind() const override { return leftBehind; }
+
+    std::vector<std::string> noted;
+    bool canNote = true;
+    std::vector<std::string> leftBehind;
     std::function<bool(const KTLoss&)> givesUp;
     std::map<const KTSyncRecord*, const KTSyncRecord*> stored;  // by what is handed out
 };

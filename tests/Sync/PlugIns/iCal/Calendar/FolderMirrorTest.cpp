@@ -104,6 +104,17 @@ TEST_F(FolderMirror, SaysNoWhenSomethingCouldNotBeCopiedAndGoesOn)
     EXPECT_FALSE(folder.exists("nach/x"));
 }
 
+TEST_F(FolderMirror, KeepsTheCopyOfWhatCannotBeAskedAbout)
+{
+    folder.write("von/a/eins", "1");
+    folder.write("von/zwei", "2");
+    ASSERT_TRUE(mirror());
+    const auto before = copied();
+    failFileReads([&](const std::string& path) { return path == folder.path("von/a"); });
+    EXPECT_TRUE(mirror());
+    EXPECT_EQ(copied(), before);
+}
+
 TEST_F(FolderMirror, OfNothingRemovesTheCopy)
 {
     folder.write("nach/x", "");

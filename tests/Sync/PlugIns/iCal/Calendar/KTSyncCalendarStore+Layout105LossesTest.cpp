@@ -1,6 +1,7 @@
 #include <filesystem>
 
 #include "tests/Sync/PlugIns/iCal/Calendar/Layout105ReaderFixture.h"
+#include "tests/support/FailingFileManager.h"
 
 namespace kt::test {
 namespace {
@@ -46,6 +47,18 @@ TEST_F(Layout105Reader, ReportsALinkThatLeadsNowhere)
                 ElementsAre(KTLoss{"", home.path(std::string(kStore) + "A.calendar"),
                                    "Der Verweis führt zu keinem Ordner"}));
 }
+
+TEST_F(Layout105Reader, ReportsAFolderThatCannotBeAskedAbout)
+{
+    writeCalendar("A", "Arbeit");
+    writeCalendar("B", "Zuhause");
+    const std::string folder = home.path(std::string(kStore) + "A.calendar");
+    failFileReads([&](const std::string& path) { return path == folder; });
+    EXPECT_EQ(readStore().size(), 1u);
+    EXPECT_THAT(classes.losses(),
+                ElementsAre(KTLoss{"", folder, "Der Ordner kann nicht gelesen werden"}));
+}
+
 // Losses.
 
 class Layout105BrokenInfo : public Layout105Reader,

@@ -1,5 +1,6 @@
 // The node file of the 10.4 layout, before its nodes are looked at.
 
+#include "Sync/Host/Engine/HostCarefulWriting.h"
 #include "tests/Sync/PlugIns/iCal/Calendar/Store104Fixture.h"
 
 namespace kt::test {
@@ -67,6 +68,22 @@ TEST_P(UnreadableNodeFile, IsReplacedByAnEmptyOneAndKeptInBothBackups)
     EXPECT_EQ(home.read(kNodeFile + ".bak"), GetParam());
     EXPECT_EQ(home.read(kPlugin + "nodes.plist.bak"), GetParam());
     EXPECT_TRUE(home.exists(kICal + "Sources.bak/A.calendar/Info.plist"));
+    EXPECT_THAT(losses(), ElementsAre(KTLoss{"", home.path(kNodeFile),
+                                             "Die nodes.plist kann nicht gelesen werden"}));
+}
+
+/// On a disk that fails it may be whole, and would name all calendars at the next try.
+TEST_P(UnreadableNodeFile, StaysWhereTheHostWantsTextsKept)
+{
+    HostCarefulWriting careful;
+    KTClassTable table = hostClassTable();
+    table.setClass(KTCarefulWriting::className, &careful);
+    setHostClassTable(table);
+    writeCalendar("A", "Arbeit");
+    home.write(kNodeFile, GetParam());
+    const auto before = home.tree();
+    EXPECT_FALSE(store->calendars().has_value());
+    EXPECT_EQ(home.tree(), before);
     EXPECT_THAT(losses(), ElementsAre(KTLoss{"", home.path(kNodeFile),
                                              "Die nodes.plist kann nicht gelesen werden"}));
 }
