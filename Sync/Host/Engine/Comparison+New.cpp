@@ -5,7 +5,6 @@
 #include "Sync/Host/Engine/Comparison.h"
 #include "Sync/Host/Engine/RecordCoding.h"
 #include "Sync/Host/Engine/RecordMerge.h"
-#include "Sync/Host/Engine/RecordOrigin.h"
 
 namespace kt {
 
@@ -39,7 +38,7 @@ void Comparison::compareNew(const RecordId& id, const LocalRecord* local,
 void Comparison::meetsNew(const RecordId& id, const Dictionary& own, const RemoteChange& remote)
 {
     const PushedRow* pushed = _knowledge.pushedRow(id);
-    const bool isOwn = pushed != nullptr && pushed->hash == remote.origin;
+    const bool isOwn = pushed != nullptr && pushed->hash == remote.past.origin;
     takeMerged(id, isOwn ? mergedWithoutBase(own, remote.record) : mergedAsNew(own, remote.record),
                remote);
     Outcome& outcome = _outcomes.at(id);
@@ -47,7 +46,7 @@ void Comparison::meetsNew(const RecordId& id, const Dictionary& own, const Remot
     const std::string ownHash = contentHash(own);
     outcome.comesDown = contentHash(outcome.record) != ownHash;
     if (outcome.goesUp && !isOwn)
-        outcome.origin = joinedOrigins(ownHash, remote.origin);
+        outcome.past.origin = joinedOrigins(ownHash, remote.past.origin);
 }
 
 // Seen, unchanged and no longer agreed: the session that took it away stands, the store only lags

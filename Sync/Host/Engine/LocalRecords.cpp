@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <deque>
 
+#include "Sync/Host/Engine/CalendarTitles.h"
 #include "Sync/Host/Engine/EqualKeys.h"
 #include "Sync/Host/Engine/HandedState.h"
 #include "Sync/Host/Engine/IdentityPairing.h"
@@ -245,6 +246,7 @@ LocalRecords::LocalRecords(std::vector<LocalRecord> loaded, const Knowledge& kno
                 return row->agreedKey && claimed.count({row->local.conduit, *row->agreedKey}) != 0;
             });
     }
+    nameCalendarsByTitle(_records, knowledge, remote, state);
     nameWhatWasNeverSeen(_records, knowledge, state);
     for (const Groups::Group& group : groups.all)
         tellEqualKeysApart(group.records, group.rows, context);

@@ -15,7 +15,7 @@ namespace {
 std::string originOf(const ServerRecord& record)
 {
     try {
-        return storedRecord(record.content).origin;
+        return storedRecord(record.content).past.origin;
     } catch (const Exception&) {
         return "";
     }
@@ -62,9 +62,9 @@ void SyncSession::takeAsAgreed(const PushedRow& pushed, const ServerRecord& reco
                                const std::unordered_map<RecordId, SeenRow, RecordIdHash>& before)
 {
     LocalState& state = _setting.state;
-    const auto [content, origin] = storedRecord(record.content);
+    const auto [content, past] = storedRecord(record.content);
     const Dictionary local = state.pushedRecord(pushed).value_or(content);
-    state.setAgreed({record.id, record.parentKey, record.revision, record.hash}, content, origin);
+    state.setAgreed({record.id, record.parentKey, record.revision, record.hash}, content, past);
     SeenRow seen = pushed.seen;
     const auto row = before.find(record.id);
     if (row == before.end())

@@ -196,7 +196,7 @@ void SyncSession::compare()
             continue;
         outcome.hash = contentHash(outcome.record);
         if (outcome.isEntered)
-            outcome.origin = outcome.hash;
+            outcome.past.origin = outcome.hash;
     }
     _deletionsNotMade = comparison.deletionsNotMade();
     _overwritten = comparison.overwritten();

@@ -1,9 +1,21 @@
-#include "Sync/Host/Engine/RecordOrigin.h"
+#include "Sync/Host/Engine/RecordPast.h"
 
 #include <set>
 #include <sstream>
 
 namespace kt {
+
+namespace {
+
+constexpr std::size_t kDigits = 16;  // of a hash
+constexpr std::size_t kMostFormer = 8;
+
+std::string beginningOf(std::string_view hash)
+{
+    return std::string(hash.substr(0, kDigits)).append(" ");
+}
+
+}  // namespace
 
 bool haveOtherOrigins(std::string_view one, std::string_view other)
 {
@@ -24,6 +36,18 @@ std::string joinedOrigins(std::string_view one, std::string_view other)
     for (const std::string& each : all)
         joined += (joined.empty() ? "" : " ") + each;
     return joined;
+}
+
+bool wasFormerly(std::string_view former, std::string_view hash)
+{
+    return hash.size() >= kDigits && former.find(beginningOf(hash)) != std::string_view::npos;
+}
+
+std::string formerOf(std::string_view hash, std::string_view former)
+{
+    std::string all = wasFormerly(former, hash) ? "" : beginningOf(hash);
+    all.append(former);
+    return all.substr(0, kMostFormer * (kDigits + 1));
 }
 
 }  // namespace kt
