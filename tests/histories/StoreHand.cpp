@@ -64,19 +64,14 @@ public:
     std::vector<std::string> roots() const override { return {paths.calendarsFolder()}; }
     std::vector<std::string> itemFiles(const Calendar& calendar) const override
     {
-        std::vector<std::string> files;
-        const std::string folder = StorePaths::eventsFolder(calendar.folder);
-        for (const std::string& name : disk.directoryContentsAtPath(folder))
-            if (name.ends_with(".ics"))
-                files.push_back(folder + "/" + name);
-        return files;
+        return itemFilesIn(StorePaths::eventsFolder(calendar.folder));
     }
-
-protected:
     std::string fileForNewItem(const Calendar& calendar, const std::string& name) const override
     {
         return StorePaths::eventsFolder(calendar.folder) + "/" + name + ".ics";
     }
+
+protected:
     bool removesEmptyFiles() const override { return true; }
 
 private:
@@ -151,16 +146,17 @@ public:
         writeNodes(all);
     }
     std::vector<std::string> roots() const override { return {paths.iCalFolder()}; }
+    // Beside the common file there is another one where that could not be read.
     std::vector<std::string> itemFiles(const Calendar& calendar) const override
     {
-        return {StorePaths::itemsFile104(calendar.folder)};
+        return itemFilesIn(calendar.folder);
     }
-
-protected:
     std::string fileForNewItem(const Calendar& calendar, const std::string&) const override
     {
         return StorePaths::itemsFile104(calendar.folder);
     }
+
+protected:
     bool removesEmptyFiles() const override { return false; }
 
 private:
@@ -217,6 +213,15 @@ Dictionary StoreHand::plist(const std::string& path) const
 void StoreHand::write(const Dictionary& dictionary, const std::string& path) const
 {
     disk.writeAtomically(xmlPropertyList(dictionary), path);
+}
+
+std::vector<std::string> StoreHand::itemFilesIn(const std::string& folder) const
+{
+    std::vector<std::string> files;
+    for (const std::string& name : disk.directoryContentsAtPath(folder))
+        if (name.ends_with(".ics"))
+            files.push_back(folder + "/" + name);
+    return files;
 }
 
 ItemsFile StoreHand::itemsIn(const std::string& path) const

@@ -58,14 +58,15 @@ public:
     /// The folder or folders that make up the store, for copies of it.
     virtual std::vector<std::string> roots() const = 0;
     virtual std::vector<std::string> itemFiles(const Calendar& calendar) const = 0;
+    virtual std::string fileForNewItem(const Calendar& calendar, const std::string& name) const = 0;
 
 protected:
-    virtual std::string fileForNewItem(const Calendar& calendar, const std::string& name) const = 0;
     /// Whether a file without items goes.
     virtual bool removesEmptyFiles() const = 0;
 
     Dictionary plist(const std::string& path) const;
     void write(const Dictionary& dictionary, const std::string& path) const;
+    std::vector<std::string> itemFilesIn(const std::string& folder) const;
     ItemsFile itemsIn(const std::string& path) const;
     void makeFolder(const std::string& path) const;
 

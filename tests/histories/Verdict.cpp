@@ -26,7 +26,8 @@ std::string nameOf(const KTSyncRecord& record)
 bool isOfLayout(const std::string& conduit, const std::string& field)
 {
     static const std::set<std::string> ofCalendars{"SourceKey", "Order", "Notes"};
-    return field == "ParentRecordKey" || field == "Timezone" ||
+    // A stamp alone is no change, and is not sent.
+    return field == "ParentRecordKey" || field == "Timezone" || field == "DateStamp" ||
            (conduit == kConduitCalendar && ofCalendars.count(field) != 0);
 }
 

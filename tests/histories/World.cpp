@@ -123,12 +123,20 @@ void World::perform(const Operation& operation)
     }
 }
 
+// No program adds to a file that it cannot read.
+bool World::canTakeItem(Device& device, const StoreHand::Calendar& calendar)
+{
+    return !accountOf(device).damages.isBelow(device.hand().fileForNewItem(calendar, "new"));
+}
+
 void World::addItem(Device& device, int which, int what)
 {
     Calendars calendars = device.hand().calendars();
     const auto* calendar = pick(calendars, which);
     if (calendar == nullptr)
         return addCalendar(device, what);
+    if (!canTakeItem(device, *calendar))
+        return;
     const int token = ++_lastToken;
     _mayBeGone[token] = false;
     const ItemText item = makeItem(token, what, stamp());
@@ -168,7 +176,7 @@ void World::move(Device& device, int which, int where)
     const auto* place = pick(items, which);
     const auto* target = pick(calendars, where);
     if (place == nullptr || target->key == place->calendar ||
-        accountOf(device).damages.isBroken(place->item))
+        accountOf(device).damages.isBroken(place->item) || !canTakeItem(device, *target))
         return;
     const std::string name = place->item.value("UID").value_or("UID-" + stamp());
     device.hand().remove(*place);
@@ -246,6 +254,20 @@ void World::toggle(Device& device, int which)
     tell("  calendar " + calendar->title + (isOn ? " off" : " on"));
 }
 
+// A calendar that holds something broken is not loaded at all.
+std::set<int> World::tokensWrittenOver(Device& device)
+{
+    const Damages& damages = accountOf(device).damages;
+    std::set<int> tokens = damages.tokens();
+    for (const auto& calendar : device.hand().calendars()) {
+        if (!damages.isBelow(calendar.folder))
+            continue;
+        for (const auto& place : device.hand().itemsBelow(calendar.folder))
+            tokens.merge(tokensOf(place.item));
+    }
+    return tokens;
+}
+
 void World::sync(Device& device, const Operation& operation)
 {
     SyncRunWishes wishes;
@@ -253,7 +275,7 @@ void World::sync(Device& device, const Operation& operation)
     wishes.acceptLosses = operation.what == Do::syncAcceptingLosses;
     // What could not be read and never was on the server is given up by that.
     if (wishes.acceptLosses)
-        mayBeGone(accountOf(device).damages.tokens());
+        mayBeGone(tokensWrittenOver(device));
     if (operation.what == Do::syncFully)
         device.askForFullSync();
     Fault fault{Fault::Kind::none, operation.first + 1};

@@ -63,6 +63,7 @@ private:
     std::string stamp() const;
     std::string serverURL() const { return "sqlite:" + serverPath(); }
 
+    bool canTakeItem(Device& device, const StoreHand::Calendar& calendar);
     void addItem(Device& device, int which, int what);
     void edit(Device& device, int which, int what);
     bool isSecondCopy(Device& device, const StoreHand::Place& place);
@@ -82,6 +83,7 @@ private:
     void putServerBack();
     void mayBeGone(const std::set<int>& tokens);
     std::set<int> tokensIn(Device& device);
+    std::set<int> tokensWrittenOver(Device& device);
     Account& accountOf(Device& device) { return _accounts.at(&device); }
     std::string serverPath() const { return _folder.path("server.sqlite"); }
     void sync(Device& device, const Operation& operation);

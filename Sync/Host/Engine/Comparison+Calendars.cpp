@@ -73,7 +73,7 @@ void Comparison::bringBack(const std::string& calendarKey)
         if (!isAcceptableRecord(last.record, id.key, id.conduit))
             continue;
         Outcome& outcome = take(id, std::move(last.record));
-        outcome.origin = std::move(last.origin);
+        outcome.past = std::move(last.past);
         outcome.goesUp = true;
         outcome.comesDown = true;
     }

@@ -5,7 +5,6 @@
 #include "Sync/Host/Engine/Comparison.h"
 #include "Sync/Host/Engine/RecordCoding.h"
 #include "Sync/Host/Engine/RecordMerge.h"
-#include "Sync/Host/Engine/RecordOrigin.h"
 
 namespace kt {
 
@@ -44,8 +43,8 @@ void Comparison::meetsNew(const LocalRecord& local, const Dictionary& own,
     const PushedRow* pushed = _knowledge.pushedRow(id);
     const bool isOwn =
         (pushed != nullptr &&
-         originOf(id.conduit, pushed->seen.place, pushed->hash) == remote.origin) ||
-        hasOrigin(remote.origin, originOfIdentity(id.conduit, local.place));
+         originOf(id.conduit, pushed->seen.place, pushed->hash) == remote.past.origin) ||
+        hasOrigin(remote.past.origin, originOfIdentity(id.conduit, local.place));
     takeMerged(id, isOwn ? mergedWithoutBase(own, remote.record) : mergedAsNew(own, remote.record),
                remote);
     Outcome& outcome = _outcomes.at(id);
@@ -53,7 +52,7 @@ void Comparison::meetsNew(const LocalRecord& local, const Dictionary& own,
     const std::string ownHash = contentHash(own);
     outcome.comesDown = contentHash(outcome.record) != ownHash;
     if (outcome.goesUp && !isOwn)
-        outcome.origin = joinedOrigins(originOf(id.conduit, local.place, ownHash), remote.origin);
+        outcome.past.origin = joinedOrigins(originOf(id.conduit, local.place, ownHash), remote.past.origin);
 }
 
 // Seen, unchanged and no longer agreed: the session that took it away stands, the store only lags

@@ -7,7 +7,6 @@
 #include "Sync/Host/Engine/RecordCoding.h"
 #include "Sync/Host/Engine/RecordFields.h"
 #include "Sync/Host/Engine/RecordMerge.h"
-#include "Sync/Host/Engine/RecordOrigin.h"
 #include "Sync/HostInterface/KTSyncRecord.h"
 
 namespace kt {
@@ -55,6 +54,7 @@ std::map<RecordId, Outcome> Comparison::outcomes()
     }
     keepSequences();
     bringCalendarsBack();
+    notePasts();
     return std::move(_outcomes);
 }
 
@@ -67,7 +67,7 @@ Outcome& Comparison::take(const RecordId& id, RecordContent record)
     outcome.record = std::move(record);
     outcome.isNew = _knowledge.agreedRow(id) == nullptr;
     if (!outcome.isNew)
-        outcome.origin = _state.agreedOrigin(id);
+        outcome.past = _state.agreedPast(id);
     return _outcomes.insert_or_assign(id, std::move(outcome)).first->second;
 }
 
@@ -95,7 +95,23 @@ void Comparison::takeMerged(const RecordId& id, RecordContent merged, const Remo
     outcome.goesUp = contentHash(outcome.record) != remote.server.hash;
     outcome.serverRevision = remote.server.revision;
     const bool isJoined = outcome.goesUp && !outcome.isNew;
-    outcome.origin = isJoined ? joinedOrigins(outcome.origin, remote.origin) : remote.origin;
+    const std::string origin =
+        isJoined ? joinedOrigins(outcome.past.origin, remote.past.origin) : remote.past.origin;
+    outcome.past = {origin, remote.past.former};
+}
+
+// What goes up has been what both sides had.
+void Comparison::notePasts()
+{
+    for (auto& [id, outcome] : _outcomes) {
+        if (!outcome.goesUp || outcome.kind != Outcome::Kind::take)
+            continue;
+        std::string& former = outcome.past.former;
+        if (const AgreedRow* agreed = _knowledge.agreedRow(id))
+            former = formerOf(agreed->hash, former);
+        if (const RemoteChange* remote = _remote.change(id))
+            former = formerOf(remote->server.hash, former);
+    }
 }
 
 void Comparison::noteOverwritten(const RecordId& id, const SettledConflict& conflict)
@@ -114,7 +130,7 @@ void Comparison::overwriteWithServer()
         Outcome& outcome = take(id, remote.record);
         outcome.comesDown = true;
         outcome.serverRevision = remote.server.revision;
-        outcome.origin = remote.origin;
+        outcome.past = remote.past;
     }
     for (const AgreedRow& agreed : _knowledge.agreed()) {
         const RemoteChange* remote = _remote.change(agreed.id);
@@ -306,9 +322,7 @@ void Comparison::meetsRecord(const AgreedRow& agreed, const LocalWish& wish,
     }
     const Dictionary base = _state.agreedRecord(agreed.id);
     if (!_rules.hasBase || agreed.revision == 0) {
-        const Dictionary own = withWish(base, wish);
-        takeMerged(agreed.id, mergedWithoutPast(agreed, own, remote), remote);
-        noteOverwritten(agreed.id, {nullptr, own, remote.record, _outcomes.at(agreed.id).record});
+        meetsWithoutPast(agreed, withWish(base, wish), remote);
     } else if (wish.kind == LocalWish::Kind::changed) {
         takeMerged(agreed.id, mergedOntoAgreed(base, {wish.record, wish.units}, remote.record),
                    remote);
@@ -321,13 +335,21 @@ void Comparison::meetsRecord(const AgreedRow& agreed, const LocalWish& wish,
     outcome.comesDown = true;
 }
 
-// Where the server was put back somebody may have entered another item under the same key.
-Dictionary Comparison::mergedWithoutPast(const AgreedRow& agreed, const Dictionary& own,
-                                         const RemoteChange& remote)
+// A server that was put back may have what was agreed before, which says nothing new; or something
+// else that somebody entered since under the same key.
+void Comparison::meetsWithoutPast(const AgreedRow& agreed, const Dictionary& own,
+                                  const RemoteChange& remote)
 {
-    return haveOtherOrigins(_state.agreedOrigin(agreed.id), remote.origin)
-               ? mergedAsNew(own, remote.record)
-               : mergedWithoutBase(own, remote.record);
+    const RecordPast past = _state.agreedPast(agreed.id);
+    if (wasFormerly(past.former, remote.server.hash)) {
+        takeMerged(agreed.id, own, remote);
+        return;
+    }
+    const bool isAnother = haveOtherOrigins(past.origin, remote.past.origin);
+    takeMerged(agreed.id,
+               isAnother ? mergedAsNew(own, remote.record) : mergedWithoutBase(own, remote.record),
+               remote);
+    noteOverwritten(agreed.id, {nullptr, own, remote.record, _outcomes.at(agreed.id).record});
 }
 
 void Comparison::meetsTombstone(const AgreedRow& agreed, const LocalWish& wish,

@@ -12,6 +12,7 @@
 #include "Sync/Host/Engine/LocalRecords.h"
 #include "Sync/Host/Engine/OverwrittenText.h"
 #include "Sync/Host/Engine/RecordContent.h"
+#include "Sync/Host/Engine/RecordPast.h"
 #include "Sync/Host/Engine/RemoteChanges.h"
 #include "Sync/Host/Engine/UnreadRecords.h"
 
@@ -28,7 +29,7 @@ struct Outcome {
     Kind kind = Kind::take;
     RecordContent record;    // a removed record's last content
     std::string hash{};      // contentHash of it, once the comparison is over and if it is taken
-    std::string origin{};    // of what is taken (RecordOrigin.h)
+    RecordPast past{};       // of what is taken
     bool isEntered = false;  // nobody had it before: what it is now says its origin
     std::optional<std::string>
         parentKey;                    // agreed key of the item's calendar, of the calendar's group
@@ -106,8 +107,8 @@ private:
 
     void goesUpAgain(const AgreedRow& agreed, const LocalWish& wish);
     void meetsRecord(const AgreedRow& agreed, const LocalWish& wish, const RemoteChange& remote);
-    Dictionary mergedWithoutPast(const AgreedRow& agreed, const Dictionary& own,
-                                 const RemoteChange& remote);
+    void meetsWithoutPast(const AgreedRow& agreed, const Dictionary& own,
+                          const RemoteChange& remote);
     void meetsTombstone(const AgreedRow& agreed, const LocalWish& wish, const RemoteChange& remote);
     void meetsNothing(const AgreedRow& agreed, const LocalWish& wish);
     void meetsRefused(const AgreedRow& agreed, const LocalWish& wish);
@@ -123,6 +124,7 @@ private:
     static bool isOnlyRenumbered(const std::vector<std::string>& units);
     bool isOnlyRenumbered(const AgreedRow& agreed, const RemoteChange& remote);
     void keepSequences();
+    void notePasts();
     std::string groupOf(const LocalRecord& local) const;
     bool hasNewPlace(const LocalRecord& local);
     void takeNumber(const LocalRecord& local);

@@ -6,7 +6,7 @@
 #include <unordered_map>
 #include <unordered_set>
 
-#include "Sync/Host/Engine/RecordOrigin.h"
+#include "Sync/Host/Engine/RecordPast.h"
 
 namespace kt {
 
@@ -43,7 +43,7 @@ private:
     void add(const RecordId& id, const RemoteChange& change)
     {
         note(originOfIdentity(id.conduit, {id.key}), id);
-        std::istringstream origins{change.origin};
+        std::istringstream origins{change.past.origin};
         for (std::string origin; origins >> origin;)
             note(origin, id);
     }

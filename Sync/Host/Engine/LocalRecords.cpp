@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <deque>
 
+#include "Sync/Host/Engine/CalendarTitles.h"
 #include "Sync/Host/Engine/EqualKeys.h"
 #include "Sync/Host/Engine/FirstMeeting.h"
 #include "Sync/Host/Engine/HandedState.h"
@@ -10,7 +11,7 @@
 #include "Sync/Host/Engine/NeverSeen.h"
 #include "Sync/Host/Engine/RecordCoding.h"
 #include "Sync/Host/Engine/RecordFields.h"
-#include "Sync/Host/Engine/RecordOrigin.h"
+#include "Sync/Host/Engine/RecordPast.h"
 #include "Sync/Host/Engine/Settling.h"
 #include "Sync/Host/Engine/UnreadRecords.h"
 
@@ -127,7 +128,7 @@ private:
         const std::string& conduit = record.record->conduit();
         const bool isMadeOfKey = record.place.uid == remote.server.id.key;
         return !isMadeOfKey &&
-               excludesIdentity(remote.origin, originOfIdentity(conduit, record.place));
+               excludesIdentity(remote.past.origin, originOfIdentity(conduit, record.place));
     }
 
     static bool contradicts(const LocalRecord& record, const Dictionary& other)
@@ -260,6 +261,7 @@ LocalRecords::LocalRecords(std::vector<LocalRecord> loaded, const Knowledge& kno
             });
     }
     nameByOrigin(_records, remote, knowledge);
+    nameCalendarsByTitle(_records, knowledge, remote, state);
     nameWhatWasNeverSeen(_records, knowledge, state);
     for (const Groups::Group& group : groups.all)
         tellEqualKeysApart(group.records, group.rows, context);

@@ -173,14 +173,14 @@ Dictionary LocalState::agreedRecord(const RecordId& id)
     return decodedRecord(_database->agreedBytes(id));
 }
 
-std::string LocalState::agreedOrigin(const RecordId& id)
+RecordPast LocalState::agreedPast(const RecordId& id)
 {
-    return storedRecord(_database->agreedBytes(id)).origin;
+    return storedRecord(_database->agreedBytes(id)).past;
 }
 
-void LocalState::setAgreed(const AgreedRow& row, const Dictionary& record, std::string_view origin)
+void LocalState::setAgreed(const AgreedRow& row, const Dictionary& record, const RecordPast& past)
 {
-    const std::string bytes = encodedRecord(record, origin);
+    const std::string bytes = encodedRecord(record, past);
     _database->file.run(
         "INSERT OR REPLACE INTO agreed (conduit, key, parent_key, revision, hash, record)"
         " VALUES (?, ?, ?, ?, ?, ?)",

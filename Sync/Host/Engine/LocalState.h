@@ -4,10 +4,10 @@
 #include <memory>
 #include <optional>
 #include <string>
-#include <string_view>
 #include <vector>
 
 #include "Sync/Foundation/Dictionary.h"
+#include "Sync/Host/Engine/RecordPast.h"
 #include "Sync/Host/Server/RecordId.h"
 
 namespace kt {
@@ -146,9 +146,8 @@ public:
     /// Those that are there.
     std::vector<AgreedRow> agreedRows(const std::vector<RecordId>& ids);
     Dictionary agreedRecord(const RecordId& id);
-    /// Empty where it is not known.
-    std::string agreedOrigin(const RecordId& id);
-    void setAgreed(const AgreedRow& row, const Dictionary& record, std::string_view origin = {});
+    RecordPast agreedPast(const RecordId& id);
+    void setAgreed(const AgreedRow& row, const Dictionary& record, const RecordPast& past = {});
     void setAgreedRevision(const RecordId& id, std::int64_t revision);
     /// No agreed record has ever been on this server.
     void clearAgreedRevisions();

@@ -20,7 +20,9 @@ constexpr std::string_view kTimezone = "timezone";
 constexpr std::string_view kAllDay = "allDay";
 constexpr std::string_view kText = "KTSyncText";    // the bytes of a text
 constexpr std::string_view kPairs = "KTSyncPairs";  // key, value, key, value ...
+// Beside the fields of a record, its past.
 constexpr std::string_view kOrigin = "KTSyncOrigin";
+constexpr std::string_view kFormer = "KTSyncFormer";
 constexpr std::string_view kDateFormat = "%Y%m%dT%H%M%S";
 
 Value encoded(const Value& value);
@@ -41,7 +43,11 @@ bool isPlainText(std::string_view text)
 
 bool isPlainKey(std::string_view key)
 {
-    return key != kDate && key != kText && key != kPairs && key != kOrigin && isPlainText(key);
+    for (const std::string_view mark : {kDate, kText, kPairs, kOrigin, kFormer}) {
+        if (key == mark)
+            return false;
+    }
+    return isPlainText(key);
 }
 
 Value encodedText(std::string_view text)
@@ -136,8 +142,10 @@ Value decodedDictionary(const Dictionary& dictionary)
     if (const Value* pairs = dictionary.find(kPairs))
         return decodedPairs(pairs->array());
     Dictionary result;
-    for (const auto& [key, value] : dictionary)
-        result.set(key, decoded(value));
+    for (const auto& [key, value] : dictionary) {
+        if (key != kOrigin && key != kFormer)
+            result.set(key, decoded(value));
+    }
     return result;
 }
 
@@ -156,14 +164,14 @@ Value decoded(const Value& value)
 
 }  // namespace
 
-std::string encodedRecord(const Dictionary& record, std::string_view origin)
+std::string encodedRecord(const Dictionary& record, const RecordPast& past)
 {
-    Value list = encodedDictionary(record);
-    if (origin.empty())
-        return binaryPropertyList(list);
-    Dictionary withOrigin = list.dictionary();
-    withOrigin.set(kOrigin, origin);
-    return binaryPropertyList(withOrigin);
+    Dictionary list = encodedDictionary(record).dictionary();
+    for (const auto& [key, text] : {std::pair(kOrigin, past.origin), {kFormer, past.former}}) {
+        if (!text.empty())
+            list.set(key, text);
+    }
+    return binaryPropertyList(list);
 }
 
 StoredRecord storedRecord(std::string_view bytes)
@@ -171,12 +179,11 @@ StoredRecord storedRecord(std::string_view bytes)
     const auto list = propertyListWithData(bytes);
     if (!list || !list->isDictionary())
         throw Exception(NSInvalidArgumentException, "Ein gespeicherter Datensatz ist unlesbar");
-    const Value* origin = list->dictionary().find(kOrigin);
-    if (origin == nullptr || !origin->isString())
-        return {decodedDictionary(list->dictionary()).dictionary(), ""};
-    Dictionary fields = list->dictionary();
-    fields.remove(kOrigin);
-    return {decodedDictionary(fields).dictionary(), std::string(origin->string())};
+    StoredRecord stored{decodedDictionary(list->dictionary()).dictionary(), {}};
+    for (const auto& [key, text] :
+         {std::pair(kOrigin, &stored.past.origin), {kFormer, &stored.past.former}})
+        *text = list->dictionary()[key].stringOrNil().value_or("");
+    return stored;
 }
 
 Dictionary decodedRecord(std::string_view bytes) { return storedRecord(bytes).record; }

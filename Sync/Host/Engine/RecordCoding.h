@@ -4,23 +4,23 @@
 #include <string_view>
 
 #include "Sync/Foundation/Dictionary.h"
+#include "Sync/Host/Engine/RecordPast.h"
 
 namespace kt {
 
-/// A record as a binary property list, for state files and servers, with its origin beside it
-/// (RecordOrigin.h). Dates with a zone, and texts that a property list cannot hold (half a
-/// surrogate pair, NUL), come back as they were. Throws Exception NSInvalidArgumentException for
-/// objects that are no dates.
-std::string encodedRecord(const Dictionary& record, std::string_view origin = {});
+/// A record as a binary property list, for state files and servers, with its past beside it. Dates
+/// with a zone, and texts that a property list cannot hold (half a surrogate pair, NUL), come back
+/// as they were. Throws Exception NSInvalidArgumentException for objects that are no dates.
+std::string encodedRecord(const Dictionary& record, const RecordPast& past = {});
 
 struct StoredRecord {
     Dictionary record;
-    std::string origin;  // empty where none was stored
+    RecordPast past{};
 };
 
 /// The record of such bytes. Throws Exception with a German reason when they are none.
 StoredRecord storedRecord(std::string_view bytes);
-/// The same without its origin.
+/// The same without its past.
 Dictionary decodedRecord(std::string_view bytes);
 
 /// How much of a record a hash takes in.

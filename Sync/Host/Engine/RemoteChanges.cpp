@@ -24,7 +24,7 @@ bool decode(RemoteChange& change)
     try {
         StoredRecord stored = storedRecord(change.server.content);
         change.record = std::move(stored.record);
-        change.origin = std::move(stored.origin);
+        change.past = std::move(stored.past);
     } catch (const Exception&) {
         return false;
     }

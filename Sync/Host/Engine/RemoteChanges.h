@@ -11,6 +11,7 @@
 
 #include "Sync/Host/Engine/Knowledge.h"
 #include "Sync/Host/Engine/RecordContent.h"
+#include "Sync/Host/Engine/RecordPast.h"
 #include "Sync/Host/Server/SyncServer.h"
 #include "Sync/HostInterface/KTSyncRecord.h"
 
@@ -20,7 +21,7 @@ namespace kt {
 struct RemoteChange {
     ServerRecord server;
     RecordContent record{};  // decoded; a tombstone's last record
-    std::string origin{};    // its origin (RecordOrigin.h)
+    RecordPast past{};
     bool isRefused = false;  // no store could take it; stays on the server
     bool isOffered = false;  // given to the plug-in by pullRecords
     bool isTaken = false;    // came back from the plug-in for the comparison

@@ -228,7 +228,7 @@ std::optional<SyncRecordMap> SyncEngine::getLocalState()
                 map->emplace_back(std::move(handed.id.key), std::move(record));
             }
             _run->given = {};
-            _reports.carefulWriting.setLeftBehind(knowledge.facts().foldersUnderWay);
+            _reports.carefulWriting.setLeftBehind(knowledge->facts().foldersUnderWay);
             _reports.carefulWriting.noteAllKnown();
             return map;
         },

@@ -132,7 +132,7 @@ std::int64_t SyncSession::writeToServer(const std::vector<const Outcome*>& effec
         write.isDeletion = outcome->isDeletion();
         if (!write.isDeletion) {
             write.hash = outcome->hash;
-            write.content = encodedRecord(outcome->record, outcome->origin);
+            write.content = encodedRecord(outcome->record, outcome->past);
         }
         writes.push_back(std::move(write));
     }
@@ -160,7 +160,7 @@ void SyncSession::writeAgreed(const std::vector<const Outcome*>& effective, std:
         row.parentKey = outcome->parentKey;
         row.revision = outcome->goesUp ? revision : outcome->serverRevision;
         row.hash = outcome->hash;
-        state.setAgreed(row, outcome->record, outcome->origin);
+        state.setAgreed(row, outcome->record, outcome->past);
         if (_agreedChanges)
             _agreedChanges->insert_or_assign(outcome->id, std::move(row));
     }

@@ -6,7 +6,7 @@
 #include "Sync/Foundation/Exception.h"
 #include "Sync/Foundation/Platform.h"
 #include "Sync/Host/Engine/RecordCoding.h"
-#include "Sync/Host/Engine/RecordOrigin.h"
+#include "Sync/Host/Engine/RecordPast.h"
 #include "Sync/Host/Engine/SyncSession.h"
 
 namespace kt {
@@ -16,7 +16,7 @@ namespace {
 std::string originOnServer(const ServerRecord& record)
 {
     try {
-        return storedRecord(record.content).origin;
+        return storedRecord(record.content).past.origin;
     } catch (const Exception&) {
         return "";
     }
@@ -69,9 +69,9 @@ void SyncSession::takeAsAgreed(const PushedRow& pushed, const ServerRecord& reco
                                const std::unordered_map<RecordId, SeenRow, RecordIdHash>& before)
 {
     LocalState& state = _setting.state;
-    const auto [content, origin] = storedRecord(record.content);
+    const auto [content, past] = storedRecord(record.content);
     const Dictionary local = state.pushedRecord(pushed).value_or(content);
-    state.setAgreed({record.id, record.parentKey, record.revision, record.hash}, content, origin);
+    state.setAgreed({record.id, record.parentKey, record.revision, record.hash}, content, past);
     SeenRow seen = pushed.seen;
     const auto row = before.find(record.id);
     if (row == before.end())

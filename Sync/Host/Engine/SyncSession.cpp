@@ -8,7 +8,7 @@
 #include "Sync/Host/Engine/HostSyncRecord.h"
 #include "Sync/Host/Engine/LoadDigest.h"
 #include "Sync/Host/Engine/RecordCoding.h"
-#include "Sync/Host/Engine/RecordOrigin.h"
+#include "Sync/Host/Engine/RecordPast.h"
 #include "Sync/Host/Engine/ServerPast.h"
 
 namespace kt {
@@ -189,13 +189,15 @@ SyncResult SyncSession::diff(const SyncRecordList& local,
 // store gives only one.
 void SyncSession::findBuried(const std::vector<LocalRecord>& loaded)
 {
-    std::unordered_set<RecordIdView, RecordIdHash> known;
+    std::unordered_map<RecordIdView, int, RecordIdHash> left;  // seen and not given again
     for (const SeenRow& row : _knowledge->seen())
-        known.insert(row.local);
+        ++left[row.local];
     std::vector<RecordId> ids;
     for (const LocalRecord& local : loaded) {
         RecordId id{local.record->conduit(), local.record->recordKey()};
-        if (id.conduit != kConduitCalendar && known.count(id) == 0)
+        const auto seen = left.find(id);
+        const bool isKnown = seen != left.end() && seen->second-- > 0;
+        if (!isKnown && id.conduit != kConduitCalendar)
             ids.push_back(std::move(id));
     }
     _remote.findBuried(*_server, std::move(ids));
@@ -218,7 +220,7 @@ void SyncSession::compare()
         outcome.hash = contentHash(outcome.record);
         const LocalRecord* local = outcome.isEntered ? _local->recordAgreedAs(id) : nullptr;
         if (local != nullptr)
-            outcome.origin = originOf(id.conduit, local->place, outcome.hash);
+            outcome.past.origin = originOf(id.conduit, local->place, outcome.hash);
     }
     _deletionsNotMade = comparison.deletionsNotMade();
     _overwritten = comparison.overwritten();

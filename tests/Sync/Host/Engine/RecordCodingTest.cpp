@@ -74,15 +74,18 @@ TEST(RecordCoding, KeepsDictionariesThatLookLikeItsOwnMarks)
     EXPECT_EQ(roundTrip(record), record);
 }
 
-TEST(RecordCoding, KeepsTheOriginBesideTheRecord)
+TEST(RecordCoding, KeepsThePastBesideTheRecord)
 {
-    const Dictionary record{{"Title", "Zahnarzt"}, {"KTSyncOrigin", "ein Feld"}};
-    const StoredRecord stored = storedRecord(encodedRecord(record, "abc def"));
-    EXPECT_EQ(stored.record, record);
-    EXPECT_EQ(stored.origin, "abc def");
-    EXPECT_EQ(decodedRecord(encodedRecord(record, "abc")), record);
-    EXPECT_EQ(storedRecord(encodedRecord(record)).origin, "");
-    EXPECT_EQ(storedRecord(encodedRecord(record)).record, record);
+    const Dictionary record{{"Title", "Zahnarzt"},
+                            {"KTSyncOrigin", "ein Feld"},
+                            {"Other", Dictionary{{"KTSyncFormer", "noch eins"}}}};
+    const RecordPast past{"abc def", "0123456789abcdef "};
+    for (const RecordPast& each : {past, RecordPast{past.origin, ""}, RecordPast{}}) {
+        const StoredRecord stored = storedRecord(encodedRecord(record, each));
+        EXPECT_EQ(stored.record, record);
+        EXPECT_EQ(stored.past, each);
+        EXPECT_EQ(decodedRecord(encodedRecord(record, each)), record);
+    }
 }
 
 TEST(RecordCoding, KeepsKindsOfNumbersApart)

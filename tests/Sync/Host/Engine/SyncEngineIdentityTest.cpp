@@ -282,6 +282,21 @@ TEST_P(EnteredAgain, IsOneRecordEverywhere)
     expectRest();
 }
 
+TEST_P(EnteredAgain, ThreeTimesIsThreeRecords)
+{
+    enter({{"Notes", "neu"}});
+    SimulatedItem third = event("Zahnarzt", "20071224T100000", {{"Notes", "noch einer"}});
+    third.uid = "a third";
+    a.store.calendar("Privat")->items.push_back(third);
+    a.store.touch();
+    a.sync();
+    b.store.item("Privat", "Zahnarzt")->fields.set("Notes", "alt");
+    syncUntilRest();
+    expectEqualHomes();
+    EXPECT_EQ(a.store.count("Zahnarzt"), 3);
+    expectRest();
+}
+
 TEST_P(EnteredAgain, AndDeletedAgainIsGone)
 {
     enter({{"Notes", "neu"}});

@@ -195,6 +195,23 @@ TEST_P(PutBackServer, Rule21_AnOlderCopyOfAnItemAddsNothingToWhatItHasBecome)
         EXPECT_EQ(fields(*each, "Privat", "Einkaufen")["Notes"], Value("dann das"));
 }
 
+TEST_P(PutBackServer, Rule21_ATitleThatACalendarHadOnceDoesNotComeBack)
+{
+    a.store.calendar("Privat")->title = "Zuhause";
+    a.sync();
+    b.sync();
+    putBack();
+    fields(b, "Arbeit", "Sitzung").set("URL", "http://von.b");
+    b.sync();
+    growBy(GetParam());
+    a.sync(full());
+    expectAllAtRest();
+    for (SimulatedHome* each : {&a, &b}) {
+        EXPECT_NE(each->store.calendar("Zuhause"), nullptr);
+        EXPECT_EQ(each->store.calendar("Privat"), nullptr);
+    }
+}
+
 TEST_F(SyncEngineRules, Rule21_ADeletionDoesNotGoOverWhatWasWrittenSince)
 {
     givenTwoHomes();

@@ -1,11 +1,15 @@
+#include <string>
+
 #include <gtest/gtest.h>
 
-#include "Sync/Host/Engine/RecordOrigin.h"
+#include "Sync/Foundation/Digest.h"
+#include "Sync/Host/Engine/LocalState.h"
+#include "Sync/Host/Engine/RecordPast.h"
 
 namespace kt::test {
 namespace {
 
-TEST(RecordOrigin, OfWhatIsNotKnownNothingIsSaid)
+TEST(RecordPast, OfAnOriginThatIsNotKnownNothingIsSaid)
 {
     EXPECT_TRUE(haveOtherOrigins("a", "b"));
     EXPECT_FALSE(haveOtherOrigins("a", "a"));
@@ -13,7 +17,7 @@ TEST(RecordOrigin, OfWhatIsNotKnownNothingIsSaid)
     EXPECT_FALSE(haveOtherOrigins("a", ""));
 }
 
-TEST(RecordOrigin, WhatWasBroughtTogetherHasBothOnceEachInWhateverOrder)
+TEST(RecordPast, WhatWasBroughtTogetherHasBothOriginsOnceEachInWhateverOrder)
 {
     EXPECT_EQ(joinedOrigins("b", "a"), "a b");
     EXPECT_EQ(joinedOrigins("a b", "b c"), "a b c");
@@ -23,7 +27,22 @@ TEST(RecordOrigin, WhatWasBroughtTogetherHasBothOnceEachInWhateverOrder)
     EXPECT_EQ(joinedOrigins("a", ""), "");
 }
 
-TEST(RecordOrigin, IsWhatTheStoreKnowsAnItemByAndOtherwiseItsContent)
+TEST(RecordPast, TheLastFewHashesAreKnown)
+{
+    const auto hashOf = [](int number) { return sha1DigestHex(std::to_string(number)); };
+    std::string former;
+    for (int number = 0; number < 12; ++number)
+        former = formerOf(hashOf(number), former);
+    EXPECT_TRUE(wasFormerly(former, hashOf(11)));
+    EXPECT_TRUE(wasFormerly(former, hashOf(4)));
+    EXPECT_FALSE(wasFormerly(former, hashOf(3)));
+    EXPECT_FALSE(wasFormerly(former, hashOf(12)));
+    EXPECT_EQ(formerOf(hashOf(8), former), former) << "once each";
+    EXPECT_FALSE(wasFormerly(former, ""));
+    EXPECT_FALSE(wasFormerly("", hashOf(1)));
+}
+
+TEST(RecordPast, ItsOriginIsWhatTheStoreKnowsAnItemByAndOtherwiseItsContent)
 {
     const std::string series = originOf("ical-event", {"uid", "a.ics"}, "hash");
     EXPECT_EQ(series, originOf("ical-event", {"uid", "b.ics"}, "other hash"));
@@ -34,7 +53,7 @@ TEST(RecordOrigin, IsWhatTheStoreKnowsAnItemByAndOtherwiseItsContent)
     EXPECT_EQ(originOfIdentity("ical-event", {"", "a.ics"}), "");
 }
 
-TEST(RecordOrigin, AStoresOwnNameIsFoundAmongSeveral)
+TEST(RecordPast, AStoresOwnNameIsFoundAmongSeveral)
 {
     const std::string a = originOfIdentity("ical-event", {"a"});
     const std::string b = originOfIdentity("ical-event", {"b"});

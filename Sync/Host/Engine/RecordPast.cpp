@@ -1,4 +1,4 @@
-#include "Sync/Host/Engine/RecordOrigin.h"
+#include "Sync/Host/Engine/RecordPast.h"
 
 #include <algorithm>
 #include <set>
@@ -13,6 +13,8 @@ namespace kt {
 namespace {
 
 constexpr std::string_view kIdentity = "id-";
+constexpr std::size_t kDigits = 16;  // of a hash
+constexpr std::size_t kMostFormer = 8;
 
 std::set<std::string> wordsOf(std::string_view origins)
 {
@@ -21,6 +23,11 @@ std::set<std::string> wordsOf(std::string_view origins)
     for (std::string word; stream >> word;)
         words.insert(word);
     return words;
+}
+
+std::string beginningOf(std::string_view hash)
+{
+    return std::string(hash.substr(0, kDigits)).append(" ");
 }
 
 }  // namespace
@@ -68,6 +75,18 @@ std::string joinedOrigins(std::string_view one, std::string_view other)
     for (const std::string& each : all)
         joined += (joined.empty() ? "" : " ") + each;
     return joined;
+}
+
+bool wasFormerly(std::string_view former, std::string_view hash)
+{
+    return hash.size() >= kDigits && former.find(beginningOf(hash)) != std::string_view::npos;
+}
+
+std::string formerOf(std::string_view hash, std::string_view former)
+{
+    std::string all = wasFormerly(former, hash) ? "" : beginningOf(hash);
+    all.append(former);
+    return all.substr(0, kMostFormer * (kDigits + 1));
 }
 
 }  // namespace kt
