@@ -45,7 +45,7 @@ private:
     /// What is known of a device beside itself.
     struct Account {
         Damages damages;
-        bool hasBase = false;  // a run of it was completed
+        bool hasBase = false;    // a run of it was completed
         bool isDirty = false;    // somebody worked in the store since
         std::set<int> synced{};  // tokens that were in the store at its end
         struct Store {

@@ -41,10 +41,9 @@ void Comparison::meetsNew(const LocalRecord& local, const Dictionary& own,
 {
     const RecordId& id = local.agreedId;
     const PushedRow* pushed = _knowledge.pushedRow(id);
-    const bool isOwn =
-        (pushed != nullptr &&
-         originOf(id.conduit, pushed->seen.place, pushed->hash) == remote.past.origin) ||
-        hasOrigin(remote.past.origin, originOfIdentity(id.conduit, local.place));
+    const bool isOwn = (pushed != nullptr && originOf(id.conduit, pushed->seen.place,
+                                                      pushed->hash) == remote.past.origin) ||
+                       hasOrigin(remote.past.origin, originOfIdentity(id.conduit, local.place));
     takeMerged(id, isOwn ? mergedWithoutBase(own, remote.record) : mergedAsNew(own, remote.record),
                remote);
     Outcome& outcome = _outcomes.at(id);
@@ -52,7 +51,8 @@ void Comparison::meetsNew(const LocalRecord& local, const Dictionary& own,
     const std::string ownHash = contentHash(own);
     outcome.comesDown = contentHash(outcome.record) != ownHash;
     if (outcome.goesUp && !isOwn)
-        outcome.past.origin = joinedOrigins(originOf(id.conduit, local.place, ownHash), remote.past.origin);
+        outcome.past.origin =
+            joinedOrigins(originOf(id.conduit, local.place, ownHash), remote.past.origin);
 }
 
 // Seen, unchanged and no longer agreed: the session that took it away stands, the store only lags

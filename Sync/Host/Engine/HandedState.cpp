@@ -120,8 +120,7 @@ private:
 
     const std::string* now(std::string_view conduit, const std::optional<std::string>& key) const
     {
-        const auto found =
-            key ? _renamed.find({std::string(conduit), *key}) : _renamed.end();
+        const auto found = key ? _renamed.find({std::string(conduit), *key}) : _renamed.end();
         return found == _renamed.end() ? nullptr : &found->second;
     }
 

@@ -29,8 +29,9 @@ struct HandedRecord {
 /// Three things are put right on the way out, and stay as they are in what is agreed. What is kept
 /// and has the key of another record that is agreed, as a new calendar under the former title of
 /// another one has, gets a number behind it. A calendar whose group is no record of the state goes
-/// without ParentRecordKey, or a store would have no place for it. A SourceKey that two calendars share, which would make them one folder, stays with
-/// the one this store had it for; the other gets its record key.
+/// without ParentRecordKey, or a store would have no place for it. A SourceKey that two calendars
+/// share, which would make them one folder, stays with the one this store had it for; the other
+/// gets its record key.
 ///
 /// An item that `given` has with the content that is agreed is not read from the state.
 std::vector<HandedRecord> handedState(LocalState& state, const Knowledge& knowledge,

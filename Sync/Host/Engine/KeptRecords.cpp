@@ -169,9 +169,7 @@ void replaceKept(LocalState& state, const Knowledge& knowledge, const NewlyKept&
         const RecordId& id = kept.names.ids[index];
         names.insert(id);
         const bool isCalendar = id.conduit == kConduitCalendar;
-        const KeptRow row{id,
-                          record->recordParentKey(),
-                          contentHash(record->record()),
+        const KeptRow row{id, record->recordParentKey(), contentHash(record->record()),
                           kept.places.of(*record),
                           isCalendar ? kept.calendars.agreedKey(record->recordKey())
                                      : std::nullopt};

@@ -62,8 +62,7 @@ public:
         const bool isAgreed = _knowledge.agreedRow(id) != nullptr;
         if (remote == nullptr && !isAgreed)
             return _base == LocalRecords::Base::none ||
-                   _remote.mayRevive(
-                       id, contentHash(record.record->record(), HashScope::neutral));
+                   _remote.mayRevive(id, contentHash(record.record->record(), HashScope::neutral));
         const bool isBareKey = id.key == record.record->recordKey();
         const bool isCompatible =
             remote == nullptr ? isAgreedWith(record, id) : !contradicts(record, remote->record);

@@ -52,16 +52,18 @@ const KeptRow* keptIn(const std::string& folder, const Knowledge& knowledge)
 // A rewrite brings a calendar that this store never had under its SourceKey or its title.
 bool isBrought(const KTSyncRecord& calendar, const Knowledge& knowledge, LocalState& state)
 {
-    return std::any_of(
-        knowledge.agreed().begin(), knowledge.agreed().end(), [&](const AgreedRow& row) {
-            if (row.id.conduit != kConduitCalendar || knowledge.seenOfAgreed(row.id) != nullptr)
-                return false;
-            const Dictionary agreed = state.agreedRecord(row.id);
-            const auto isSame = [&](std::string_view field) {
-                return agreed[field].isString() && agreed[field] == calendar.record()[field];
-            };
-            return isSame("SourceKey") || (isSame("Title") && isSame("Type"));
-        });
+    return std::any_of(knowledge.agreed().begin(), knowledge.agreed().end(),
+                       [&](const AgreedRow& row) {
+                           if (row.id.conduit != kConduitCalendar ||
+                               knowledge.seenOfAgreed(row.id) != nullptr)
+                               return false;
+                           const Dictionary agreed = state.agreedRecord(row.id);
+                           const auto isSame = [&](std::string_view field) {
+                               return agreed[field].isString() &&
+                                      agreed[field] == calendar.record()[field];
+                           };
+                           return isSame("SourceKey") || (isSame("Title") && isSame("Type"));
+                       });
 }
 
 }  // namespace

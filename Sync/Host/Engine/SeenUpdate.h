@@ -28,7 +28,7 @@ bool isAsSeen(const SeenTarget& target, std::string_view ownTimezone);
 /// What becomes of rows that no record takes.
 struct SeenRemainder {
     const SwitchedOffCalendars& switchedOff;  // their rows stay as they are
-    bool isMissingUnread = false;  // all of them stay: what is missing may come back
+    bool isMissingUnread = false;             // all of them stay: what is missing may come back
     std::unordered_set<const SeenRow*> untouched;  // these stay, too
 };
 

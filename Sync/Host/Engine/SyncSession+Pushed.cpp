@@ -55,9 +55,8 @@ void SyncSession::takeUnansweredPush()
         if (found->second.hash == pushed[index].hash)
             takeAsAgreed(pushed[index], found->second, before);
         else if (before.count(ids[index]) == 0 &&
-                 originOnServer(found->second) == originOf(ids[index].conduit,
-                                                           pushed[index].seen.place,
-                                                           pushed[index].hash))
+                 originOnServer(found->second) ==
+                     originOf(ids[index].conduit, pushed[index].seen.place, pushed[index].hash))
             enteredByIt.push_back(pushed[index]);
     }
     state.clearPushed();

@@ -30,8 +30,7 @@ std::optional<std::string> SyncSession::reasonAgainst(
         facts.recordsOfAccount = static_cast<std::size_t>(_server->recordCount());
     // An empty store says nothing when what is missing in it was not deleted.
     facts.isStoreEmpty = !isMissingUnread() && _unread.unread.empty() &&
-                         _unread.returning.empty() && _localRecords.empty() &&
-                         _switchedOff.empty();
+                         _unread.returning.empty() && _localRecords.empty() && _switchedOff.empty();
     facts.wasStoreEmpty = !facts.isStoreEmpty || _knowledge->seen().empty();
     countWhatWentBack(facts);
     return massDeletionReason(facts);

@@ -20,12 +20,12 @@ void SyncSession::decideParticipation(const SyncRecordList& given)
 {
     const SyncRunOptions& options = _setting.options;
     const bool isUnsettled = _facts.hasMark || isSettling();
-    _participation.emplace(
-        given, _places, *_knowledge, _setting.state, options.switches,
-        isUnsettled ? Participation::Rewrite::unsettled : Participation::Rewrite::settled);
+    _participation.emplace(given, _places, *_knowledge, _setting.state, options.switches,
+                           isUnsettled ? Participation::Rewrite::unsettled
+                                       : Participation::Rewrite::settled);
     _localRecords = withGroupsThatAreUnread(_participation->active());
-    _offNow = switchedOffCalendars(_participation->off(), _localRecords, _places, *_knowledge,
-                                   _remote);
+    _offNow =
+        switchedOffCalendars(_participation->off(), _localRecords, _places, *_knowledge, _remote);
     _switchedOn = calendarKeysNow(_localRecords, _places, *_knowledge);
 }
 
@@ -33,9 +33,8 @@ void SyncSession::decideParticipation(const SyncRecordList& given)
 bool SyncSession::isSwitchedOffNow(const RemoteChange& change) const
 {
     const ServerRecord& server = change.server;
-    const std::string calendar = server.id.conduit == kConduitCalendar
-                                     ? server.id.key
-                                     : server.parentKey.value_or("");
+    const std::string calendar =
+        server.id.conduit == kConduitCalendar ? server.id.key : server.parentKey.value_or("");
     const auto& renamed = _participation->renamed();
     return std::any_of(renamed.begin(), renamed.end(), [&](const auto& keys) {
         return _offNow.agreedKey(keys.second) == calendar;
@@ -45,10 +44,10 @@ bool SyncSession::isSwitchedOffNow(const RemoteChange& change) const
 // The plug-in thins out what concerns it.
 bool SyncSession::isOfStayingCalendar(const Outcome& outcome) const
 {
-    const std::string calendar = outcome.id.conduit == kConduitCalendar
-                                     ? outcome.id.key
-                                     : outcome.parentKey.value_or("");
-    return _participation && _participation->staying().count(_local->localCalendarKey(calendar)) != 0;
+    const std::string calendar =
+        outcome.id.conduit == kConduitCalendar ? outcome.id.key : outcome.parentKey.value_or("");
+    return _participation &&
+           _participation->staying().count(_local->localCalendarKey(calendar)) != 0;
 }
 
 // Before the state says so: a run that is cut off in between finds the same again.

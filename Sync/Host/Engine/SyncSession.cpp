@@ -149,9 +149,8 @@ void SyncSession::noteTaken(const SyncRecordList& remote)
     for (const SyncRecord& record : remote) {
         const auto found = _offered.find(record.get());
         if (found != _offered.end())
-            found->second->isTaken =
-                !waitsForItsText(found->second->server.id, *found->second) &&
-                !isSwitchedOffNow(*found->second);
+            found->second->isTaken = !waitsForItsText(found->second->server.id, *found->second) &&
+                                     !isSwitchedOffNow(*found->second);
     }
 }
 
@@ -162,8 +161,7 @@ SyncResult SyncSession::diff(const SyncRecordList& local,
     if (isSettling())
         return SyncResult(3);
     _localRecords = withKeptRecordsThatComeBack(_localRecords);
-    std::vector<LocalRecord> loaded =
-        loadedRecords(withRecordsThatMoved(_localRecords), _places);
+    std::vector<LocalRecord> loaded = loadedRecords(withRecordsThatMoved(_localRecords), _places);
     if (isComparedInVain(loaded))
         return SyncResult(3);
     // Before anything of this server was ever taken, what is new on both sides is no addition to
@@ -308,8 +306,8 @@ GivenRecords SyncSession::given() const
 
 void SyncSession::keep(const SyncRecordList& records)
 {
-    _keptRecords = withGroupsThatAreUnread(
-        _participation ? _participation->kept(records) : records);
+    _keptRecords =
+        withGroupsThatAreUnread(_participation ? _participation->kept(records) : records);
 }
 
 }  // namespace kt

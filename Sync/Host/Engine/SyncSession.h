@@ -204,9 +204,9 @@ private:
     std::int64_t _stateVersion = 0;  // versionOfOthers when this one was about to take effect
     SyncRecordList _localRecords;
     std::optional<Participation> _participation;
-    SwitchedOffCalendars _offNow;                  // as the load says; empty where it tells nothing
-    CalendarKeysNow _switchedOn;                   // kept calendars that take part
-    CalendarKeysNow _stillOff;                     // kept calendars that are kept again
+    SwitchedOffCalendars _offNow;  // as the load says; empty where it tells nothing
+    CalendarKeysNow _switchedOn;   // kept calendars that take part
+    CalendarKeysNow _stillOff;     // kept calendars that are kept again
     std::optional<SyncRecordList> _keptRecords;
     SwitchedOffCalendars _switchedOff;  // at the end
     KeptNames _keptNames;

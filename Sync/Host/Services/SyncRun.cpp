@@ -5,8 +5,8 @@
 
 #include "Sync/Foundation/Exception.h"
 #include "Sync/Foundation/Format.h"
-#include "Sync/Host/Services/HomeLayout.h"
 #include "Sync/Host/Services/CalendarPreferences.h"
+#include "Sync/Host/Services/HomeLayout.h"
 #include "Sync/Host/Services/StoreFingerprint.h"
 
 namespace kt {

@@ -80,8 +80,8 @@ private:
              const std::optional<std::string>& parent, const KTStoreIdentity& identity,
              const Dictionary& content)
     {
-        list.push_back(std::make_shared<HostSyncRecord>(0, content, key, parent,
-                                                        std::string(conduit)));
+        list.push_back(
+            std::make_shared<HostSyncRecord>(0, content, key, parent, std::string(conduit)));
         identities.reportIdentity(list.back(), identity);
     }
 };

@@ -26,9 +26,8 @@ protected:
     void handOutCalendar(const std::string& key, const std::string& title,
                          const std::string& type = "CalendarNode")
     {
-        handed.push_back({{std::string(kConduitCalendar), key},
-                          std::nullopt,
-                          calendarRecord(title, type)});
+        handed.push_back(
+            {{std::string(kConduitCalendar), key}, std::nullopt, calendarRecord(title, type)});
     }
     void handOut(std::string_view conduit, const std::string& key, const std::string& title,
                  const std::string& calendar = "C")

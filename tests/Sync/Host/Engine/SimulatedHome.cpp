@@ -1,8 +1,8 @@
 #include "tests/Sync/Host/Engine/SimulatedHome.h"
 
 #include <algorithm>
-#include <utility>
 #include <memory>
+#include <utility>
 
 #include <gtest/gtest.h>
 

@@ -100,9 +100,9 @@ private:
     void moveSwitches();
 
     std::string _statePath;
-    std::map<std::string, bool> _activated;  // stored
+    std::map<std::string, bool> _activated;                           // stored
     std::vector<std::pair<std::string, std::string>> _movedSwitches;  // former and present keys
-    bool _isFullSync = false;                // stored
+    bool _isFullSync = false;                                         // stored
     bool _resetSync = false;
     HostReports _reports;
     std::map<std::string, SyncRecord> _given;  // by the last load that gave it, by place

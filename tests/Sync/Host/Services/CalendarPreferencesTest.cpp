@@ -49,20 +49,20 @@ TEST_F(CalendarPreferencesOfHost, MoveOnlySwitchesThatAreOffAndThatNobodySetAnew
     preferences.moveSwitchesOff(
         {{"off", "off now"}, {"on", "on now"}, {"asked", "answered"}, {"unknown", "other"}},
         before);
-    EXPECT_THAT(preferences.switches(),
-                ElementsAre(Pair("answered", true), Pair("asked", false), Pair("off now", false),
-                            Pair("on", true)));
+    EXPECT_THAT(preferences.switches(), ElementsAre(Pair("answered", true), Pair("asked", false),
+                                                    Pair("off now", false), Pair("on", true)));
 }
 
 TEST_F(CalendarPreferencesOfHost, ExchangeWhatIsPublic)
 {
-    host.updatePreferenceWithObject(
-        kPublishedCalendarsPreference,
-        Dictionary{{"a", "options of a"}, {"b", "options of b"}, {"c", "options of c"}});
+    host.updatePreferenceWithObject(kPublishedCalendarsPreference,
+                                    Dictionary{{"a", "options of a"},
+                                               {"b", "options of b"},
+                                               {"c", "options of c"}});
     preferences.movePublished({{"a", "b"}, {"b", "a"}, {"c", "d"}});
-    EXPECT_EQ(published(), Value(Dictionary{{"a", "options of b"},
-                                            {"b", "options of a"},
-                                            {"d", "options of c"}}));
+    EXPECT_EQ(published(),
+              Value(
+                  Dictionary{{"a", "options of b"}, {"b", "options of a"}, {"d", "options of c"}}));
 }
 
 }  // namespace
