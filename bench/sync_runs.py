@@ -1,7 +1,8 @@
 #!/usr/bin/env python3
 """Whole runs side by side: `icalsync sync` with nothing to do, `icalsync sync` that brings one changed event in a hundred
-down, and `icalsync records --count`, which loads the same store. They run in turn, several times; the medians of processor
-time and of the clock, their ratios to loading, the largest peak of memory and the files that a run touched are printed.
+down, or sends as many, and `icalsync records --count`, which loads the same store. They run in turn, several times; the
+medians of processor time and of the clock, their ratios to loading, the largest peak of memory and the files that a run
+touched are printed. Only the run that sends makes a dated backup: before the others the store stands as one was made of it.
 
     sync_runs.py PROGRAM_DIR BENCH_DIR [--events N] [--rounds N]
 """
@@ -51,13 +52,21 @@ class Homes:
     def count(self):
         return [self.program, "--home", str(self.home), "--json", "records", "--count"]
 
-    def edit(self, number):
-        """Gives every hundredth event of the other home another note, and sends that."""
-        for path in sorted(self.other.rglob("Events/*.ics"))[::100]:
+    def edit(self, home, number):
+        """Gives every hundredth event of a home another place."""
+        for path in sorted((home / "Library/Calendars").rglob("Events/*.ics"))[::100]:
             lines = [line for line in path.read_bytes().split(b"\r\n") if not line.startswith(b"LOCATION:")]
             lines.insert(lines.index(b"BEGIN:VEVENT") + 1, b"LOCATION:Raum %d" % number)
             path.write_bytes(b"\r\n".join(lines))
-        cost(self.sync(self.other))
+
+    def prepare(self, run, number):
+        """What happens before a run that has something to do."""
+        if run.endswith("comes down"):
+            cost(self.sync(self.other))
+            self.edit(self.other, number)
+            cost(self.sync(self.other))
+        elif run.endswith("goes up"):
+            self.edit(self.home, -number)
 
 
 def main():
@@ -73,15 +82,15 @@ def main():
     folder = pathlib.Path(tempfile.mkdtemp(prefix="icalsync-bench-"))
     try:
         homes = Homes(os.path.join(arguments.program_dir, "icalsync"), made, folder)
-        runs = {"records --count": [], "sync, nothing changed": [], "sync, 1 in 100 comes down": []}
+        runs = {"records --count": [], "sync, nothing changed": [], "sync, 1 in 100 comes down": [],
+                "sync, 1 in 100 goes up": []}
         once = {"sync, first push": cost(homes.sync(homes.home)), "sync, first pull": cost(homes.sync(homes.other))}
         counts = {}
         cost(homes.sync(homes.home))
         for number in range(arguments.rounds):
             runs["records --count"].append(cost(homes.count()))
             for name in list(runs)[1:]:
-                if name.endswith("comes down"):
-                    homes.edit(number)
+                homes.prepare(name, number + 1)
                 before = files(homes.home)
                 runs[name].append(cost(homes.sync(homes.home)))
                 counts[name] = touched(before, files(homes.home))

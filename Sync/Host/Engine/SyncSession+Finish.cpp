@@ -142,7 +142,7 @@ std::int64_t SyncSession::writeToServer(const std::vector<const Outcome*>& effec
 void SyncSession::writeAgreed(const std::vector<const Outcome*>& effective, std::int64_t revision)
 {
     LocalState& state = _setting.state;
-    if (effective.size() < _knowledge->agreed().size() / 4)
+    if (isRewriteExpected(_result) && effective.size() < _knowledge->agreed().size() / 4)
         _agreedChanges.emplace();
     if (!_hasBase)
         state.clearAgreedRevisions();

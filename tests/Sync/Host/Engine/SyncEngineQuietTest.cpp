@@ -1,5 +1,6 @@
 #include <string>
 
+#include <SQLiteCpp/SQLiteCpp.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -39,6 +40,21 @@ TEST_F(QuietRun, IsRememberedUntilSomethingIsDone)
     a.sync();
     EXPECT_NE(memory(), before);
     EXPECT_NE(memory(), "");
+}
+
+TEST_F(QuietRun, ReadsNoRowsOfTheState)
+{
+    const auto rename = [&](const std::string& from, const std::string& to) {
+        SQLite::Database(a.statePath(), SQLite::OPEN_READWRITE)
+            .exec("ALTER TABLE " + from + " RENAME TO " + to);
+    };
+    rename("agreed", "agreed_away");
+    rename("seen", "seen_away");
+    const SyncRunSummary summary = a.sync();
+    EXPECT_TRUE(summary.finished);
+    EXPECT_THAT(summary.reasons, testing::IsEmpty());
+    rename("agreed_away", "agreed");
+    rename("seen_away", "seen");
 }
 
 TEST_F(QuietRun, FindsWhatTheUserDidSince)
