@@ -45,7 +45,8 @@ private:
     /// What is known of a device beside itself.
     struct Account {
         Damages damages;
-        bool hasBase = false;  // a run of it was completed
+        std::set<std::string> brokenTitles{};  // of calendars, until all is mended
+        bool hasBase = false;                  // a run of it was completed
         std::set<std::string>
             keptOn{};            // keys of calendars that are not switched off before the next
         bool isDirty = false;    // somebody worked in the store since

@@ -35,7 +35,8 @@ std::unordered_set<std::string> SyncSession::keptCalendars() const
     std::unordered_set<std::string> calendars = calendarsOf(*_keptRecords);
     const std::unordered_set<std::string> active = calendarsOf(_localRecords);
     for (const KeptRow& row : _knowledge->kept()) {
-        const bool isStillKept = isMissingUnread() || _unreadKept.isMissed(row.id);
+        const bool isStillKept =
+            isMissingUnread() || _unreadKept.isMissed(row.id) || isUnreadKept(row);
         if (isStillKept && active.count(calendarOf(row)) == 0)
             calendars.insert(calendarOf(row));
     }

@@ -6,6 +6,8 @@
 
 #include "Sync/Host/Engine/EqualKeys.h"
 #include "Sync/Host/Engine/HostSyncRecord.h"
+#include "Sync/Host/Engine/IdentityPairing.h"
+#include "Sync/Host/Engine/RecordCoding.h"
 #include "Sync/Host/Engine/SyncSession.h"
 
 namespace kt {
@@ -39,6 +41,32 @@ std::map<std::string, std::string> formerGroups(const Knowledge& knowledge)
     }
     return groups;
 }
+
+// What was read of switched-off calendars.
+class ReadRecords {
+public:
+    ReadRecords(const SyncRecordList& records, const StorePlaces& places)
+    {
+        for (const SyncRecord& record : records) {
+            if (!record)
+                continue;
+            _identities.insert(identityOf(record->conduit(), places.of(*record)));
+            _hashes[{record->conduit(), record->recordKey()}].insert(contentHash(record->record()));
+        }
+        _identities.erase("");
+    }
+
+    bool has(const SeenRow& row) const
+    {
+        const auto alike = _hashes.find(row.local);
+        return _identities.count(identityOf(row.local.conduit, row.place)) != 0 ||
+               (alike != _hashes.end() && alike->second.count(row.hash) != 0);
+    }
+
+private:
+    std::set<std::string> _identities;
+    std::map<RecordId, std::set<std::string>> _hashes;
+};
 
 SyncRecord inGroup(const KTSyncRecord& calendar, const std::string& group)
 {
@@ -187,9 +215,11 @@ void SyncSession::decideKept()
     keepWhatIsMissed(calendarsOf(*_keptRecords));
 }
 
-// What is unread of a calendar that was switched off just now is kept as it was last seen.
+// What is unread of a calendar that was switched off just now is kept as it was last seen. What
+// could be read again meanwhile is kept as it is.
 void SyncSession::keepWhatIsMissed(const std::unordered_set<std::string>& switchedOff)
 {
+    const ReadRecords read(*_keptRecords, _places);
     std::unordered_set<RecordId, RecordIdHash> taken(_keptNames.ids.begin(), _keptNames.ids.end());
     for (const KeptRow& row : _knowledge->kept())
         taken.insert(row.id);
@@ -198,14 +228,19 @@ void SyncSession::keepWhatIsMissed(const std::unordered_set<std::string>& switch
         const std::string calendar = isCalendar ? row->local.key : row->localParentKey.value_or("");
         if (!row->agreedKey || switchedOff.count(calendar) == 0)
             continue;
+        const RecordId agreed{row->local.conduit, *row->agreedKey};
+        if (read.has(*row)) {
+            _unread.unread.erase(agreed);
+            _unread.returning.erase(agreed);
+            continue;
+        }
         RecordId id = row->local;
         for (int number = 2; !taken.insert(id).second; ++number)
             id.key = numberedKey(row->local.key, number);
         _keptFromSeen.emplace_back(KeptRow{id, row->localParentKey, row->hash, row->place}, row);
-        const RecordId agreedId{row->local.conduit, *row->agreedKey};
-        if (_unread.unread.erase(agreedId) != 0)
+        if (_unread.unread.erase(agreed) != 0)
             _unreadKept.unread.insert(id);
-        _unread.returning.erase(agreedId);
+        _unread.returning.erase(agreed);
     }
 }
 
