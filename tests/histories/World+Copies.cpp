@@ -32,10 +32,16 @@ void World::damage(Device& device, const Operation& operation)
     else if (!device.isMarked())
         told = account.damages.breakFile(
             operation.what == Do::breakFile ? place->file : StorePaths::infoFile(calendar->folder));
+    if (operation.what == Do::breakCalendar && !told.empty())
+        account.brokenTitles.insert(calendar->title);
     tell("  " + told);
 }
 
-void World::mendAll(Device& device) { accountOf(device).damages.mendAll(); }
+void World::mendAll(Device& device)
+{
+    accountOf(device).damages.mendAll();
+    accountOf(device).brokenTitles.clear();
+}
 
 std::set<int> World::tokensIn(Device& device)
 {

@@ -199,7 +199,9 @@ void World::addCalendar(Device& device, int what)
 {
     const Calendars calendars = device.hand().calendars();
     std::string title = "Kalender " + std::to_string(what % 6);
-    const bool isTaken = std::any_of(calendars.begin(), calendars.end(),
+    // One that cannot be read is not shown, but comes back.
+    const bool isTaken = accountOf(device).brokenTitles.count(title) != 0 ||
+                         std::any_of(calendars.begin(), calendars.end(),
                                      [&](const auto& each) { return each.title == title; });
     const std::string number = std::to_string(++_lastTitle);
     if (isTaken)

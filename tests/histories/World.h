@@ -45,9 +45,10 @@ private:
     /// What is known of a device beside itself.
     struct Account {
         Damages damages;
-        bool hasBase = false;    // a run of it was completed
-        bool isDirty = false;    // somebody worked in the store since
-        std::set<int> synced{};  // tokens that were in the store at its end
+        std::set<std::string> brokenTitles{};  // of calendars, until all is mended
+        bool hasBase = false;                  // a run of it was completed
+        bool isDirty = false;                  // somebody worked in the store since
+        std::set<int> synced{};                // tokens that were in the store at its end
         struct Store {
             Device::StoreCopy copy;
             std::set<int> tokens;

@@ -324,8 +324,7 @@ void Comparison::meetsRecord(const AgreedRow& agreed, const LocalWish& wish,
     if (!_rules.hasBase || agreed.revision == 0) {
         meetsWithoutPast(agreed, withWish(base, wish), remote);
     } else if (wish.kind == LocalWish::Kind::changed) {
-        takeMerged(agreed.id, mergedOntoAgreed(base, {wish.record, wish.units}, remote.record),
-                   remote);
+        takeMerged(agreed.id, mergedOntoPast(agreed, base, wish, remote), remote);
         noteOverwritten(agreed.id, {&base, withWish(base, wish), remote.record,
                                     _outcomes.at(agreed.id).record});
     } else {
@@ -333,6 +332,15 @@ void Comparison::meetsRecord(const AgreedRow& agreed, const LocalWish& wish,
     }
     Outcome& outcome = _outcomes.at(agreed.id);
     outcome.comesDown = true;
+}
+
+// What was deleted there may have left its key to something that was entered since.
+Dictionary Comparison::mergedOntoPast(const AgreedRow& agreed, const Dictionary& base,
+                                      const LocalWish& wish, const RemoteChange& remote)
+{
+    return haveOtherOrigins(_state.agreedPast(agreed.id).origin, remote.past.origin)
+               ? mergedAsNew(withWish(base, wish), remote.record)
+               : mergedOntoAgreed(base, {wish.record, wish.units}, remote.record);
 }
 
 // A server that was put back may have what was agreed before, which says nothing new; or something

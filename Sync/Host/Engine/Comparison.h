@@ -107,6 +107,8 @@ private:
 
     void goesUpAgain(const AgreedRow& agreed, const LocalWish& wish);
     void meetsRecord(const AgreedRow& agreed, const LocalWish& wish, const RemoteChange& remote);
+    Dictionary mergedOntoPast(const AgreedRow& agreed, const Dictionary& base,
+                              const LocalWish& wish, const RemoteChange& remote);
     void meetsWithoutPast(const AgreedRow& agreed, const Dictionary& own,
                           const RemoteChange& remote);
     void meetsTombstone(const AgreedRow& agreed, const LocalWish& wish, const RemoteChange& remote);

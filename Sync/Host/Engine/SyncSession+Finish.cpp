@@ -35,7 +35,8 @@ SwitchedOffCalendars SyncSession::switchedOffAfterwards() const
     SwitchedOffCalendars calendars =
         switchedOffCalendars(*_keptRecords, _localRecords, _places, *_knowledge, _remote);
     for (const KeptRow& row : _knowledge->kept()) {
-        const bool isStillKept = isMissingUnread() || _unreadKept.isMissed(row.id);
+        const bool isStillKept =
+            isMissingUnread() || _unreadKept.isMissed(row.id) || isUnreadKept(row);
         const std::string& calendar = calendarOf(row);
         if (isStillKept && !isSwitchedOn(row) && _stillOff.count(calendar) == 0)
             calendars.add(calendar, _knowledge->switchedOff().agreedKey(calendar));

@@ -6,6 +6,7 @@
 
 #include "Sync/Host/Engine/EqualKeys.h"
 #include "Sync/Host/Engine/HostSyncRecord.h"
+#include "Sync/Host/Engine/ReadRecords.h"
 #include "Sync/Host/Engine/SyncSession.h"
 
 namespace kt {
@@ -252,17 +253,25 @@ void SyncSession::decideKept()
     keepWhatIsMissed();
 }
 
-// What is unread of a calendar that was switched off just now is kept as it was last seen.
+// What is unread of a calendar that was switched off just now is kept as it was last seen. What
+// could be read again meanwhile is kept as it is.
 void SyncSession::keepWhatIsMissed()
 {
     const SwitchedOffCalendars switchedOff =
         switchedOffCalendars(*_keptRecords, _localRecords, _places, *_knowledge, _remote);
+    const ReadRecords read(*_keptRecords, _places);
     std::unordered_set<RecordId, RecordIdHash> taken(_keptNames.ids.begin(), _keptNames.ids.end());
     for (const KeptRow& row : _knowledge->kept())
         taken.insert(row.id);
     for (const SeenRow* row : _unread.rows) {
         if (!row->agreedKey || !switchedOff.holds(*row, *_knowledge))
             continue;
+        const RecordId agreed{row->local.conduit, *row->agreedKey};
+        if (read.has(*row)) {
+            _unread.unread.erase(agreed);
+            _unread.returning.erase(agreed);
+            continue;
+        }
         RecordId id = row->local;
         for (int number = 2; !taken.insert(id).second; ++number)
             id.key = numberedKey(row->local.key, number);
@@ -273,10 +282,9 @@ void SyncSession::keepWhatIsMissed()
             kept.parentKey =
                 _local->localCalendarKey(_knowledge->agreedCalendarKey(*kept.parentKey));
         _keptFromSeen.emplace_back(std::move(kept), row);
-        const RecordId agreedId{row->local.conduit, *row->agreedKey};
-        if (_unread.unread.erase(agreedId) != 0)
+        if (_unread.unread.erase(agreed) != 0)
             _unreadKept.unread.insert(id);
-        _unread.returning.erase(agreedId);
+        _unread.returning.erase(agreed);
     }
 }
 
