@@ -51,13 +51,15 @@ public:
     AsSomebody() : _isRoot(::geteuid() == 0)
     {
         constexpr uid_t kNobody = 65534;
-        if (_isRoot)
+        if (_isRoot) {
             EXPECT_EQ(::seteuid(kNobody), 0);
+        }
     }
     ~AsSomebody()
     {
-        if (_isRoot)
+        if (_isRoot) {
             EXPECT_EQ(::seteuid(0), 0);
+        }
     }
     AsSomebody(const AsSomebody&) = delete;
     AsSomebody& operator=(const AsSomebody&) = delete;
