@@ -73,6 +73,36 @@ TEST_P(Identity, EditsOfOneRecordGoOnForEver)
     expectAllAtRest();
 }
 
+// Only the older layout says of an occurrence which series it belongs to.
+TEST_F(SyncEngineRules, Rule13_AnOccurrenceBelongsToItsSeriesWhateverBecomesOfThatsKey)
+{
+    auto& tiger = home("a", Layout::tiger);
+    SimulatedItem series =
+        event("Sport", "20071224T100000", {{"RecurrenceRule", Dictionary{{"Frequency", 1}}}});
+    SimulatedItem occurrence =
+        event("Sport (verlegt)", "20080101T100000", {{"RecurrenceId", date("20071231T100000")}});
+    series.uid = occurrence.uid = "UID-Sport";
+    tiger.store.calendars = {calendar("Privat", {series, occurrence})};
+    tiger.sync();
+    const auto agreed = [&](const std::string& title) {
+        LocalState state = tiger.openState();
+        for (const AgreedRow& row : state.agreedRows()) {
+            const Dictionary record = state.agreedRecord(row.id);
+            if (record["Title"] == Value(title))
+                return std::make_pair(row.id.key, record["RecurrenceParentRecordKey"]);
+        }
+        return std::make_pair(std::string(), Value());
+    };
+    const std::string key = agreed("Sport").first;
+    ASSERT_EQ(agreed("Sport (verlegt)").second, Value(key));
+    tiger.store.item("Privat", "Sport")->fields.set("Title", "Turnen");
+    tiger.store.item("Privat", "Sport (verlegt)")->fields.set("Notes", "neu");
+    tiger.store.touch();
+    EXPECT_EQ(tiger.sync().sent, 2U);
+    EXPECT_EQ(agreed("Turnen").first, key);
+    EXPECT_EQ(agreed("Sport (verlegt)").second, Value(key));
+}
+
 TEST_P(Identity, ARenamedCalendarTakesItsItemsAlong)
 {
     a.store.calendar("Privat")->title = "Familie";
