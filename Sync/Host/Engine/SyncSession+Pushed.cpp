@@ -46,7 +46,7 @@ void SyncSession::takeUnansweredPush()
         RecordId id = record.id;
         onServer.emplace(std::move(id), std::move(record));
     }
-    state.clearPushed();
+    std::vector<PushedRow> enteredByIt;
     for (std::size_t index = 0; index < pushed.size(); ++index) {
         const auto found = onServer.find(ids[index]);
         if (found == onServer.end() || found->second.isTombstone)
@@ -54,8 +54,11 @@ void SyncSession::takeUnansweredPush()
         if (found->second.hash == pushed[index].hash)
             takeAsAgreed(pushed[index], found->second, before);
         else if (before.count(ids[index]) == 0 && originOf(found->second) == pushed[index].hash)
-            state.setPushed(pushed[index], std::nullopt);
+            enteredByIt.push_back(pushed[index]);
     }
+    state.clearPushed();
+    for (const PushedRow& row : enteredByIt)
+        state.setPushed(row, std::nullopt);
 }
 
 void SyncSession::takeAsAgreed(const PushedRow& pushed, const ServerRecord& record,
