@@ -26,7 +26,9 @@ struct Row {
 // - putStateBack: an item whose title was edited after the older state is not known by that any
 // more
 //   and stands there twice.
-// - breakItem, breakFile, breakCalendar: not looked into yet.
+// - breakItem, breakFile, breakCalendar: with all three, twelve of the seeds 1 to 800. Calendars
+//   that are renamed while they are switched off and cannot be read; items that were moved into a
+//   file that could not be read at the next run; and some that nobody has looked into.
 constexpr bool kLeftOut = true;
 
 constexpr Row kRows[] = {
