@@ -38,10 +38,11 @@ protected:
         const StorePlaces places(report, "/home");
         const Knowledge knowledge(state);
         const UnreadTexts texts({}, places, knowledge);
+        const SwitchedOffCalendars none;
         const SyncRecordList records{
             std::make_shared<HostSyncRecord>(kRecordTypeRecord, content(notes), "K", "calendar",
                                              std::string(kConduitTask))};
-        return keptNames(records, state, knowledge, {places, texts}, missing);
+        return keptNames(records, state, knowledge, {places, texts, none}, missing);
     }
 
     TemporaryFolder folder;
