@@ -40,6 +40,7 @@ public:
     {
         return id.conduit == kConduitCalendar && _named.count(id) == 0 &&
                _knowledge.seenOfAgreed(id) == nullptr &&
+               !_knowledge.switchedOff().hasAgreed(id.key) &&
                _knowledge.unreadRow(UnreadRow::Whose::agreed, id) == nullptr;
     }
 
