@@ -146,6 +146,19 @@ SyncRecordList SyncSession::withGroupsThatAreUnread(const SyncRecordList& record
     return result;
 }
 
+// Whether a store would give only one of the two: the switched-off one would be hidden behind one
+// of its title, and what is said of it elsewhere, its other title above all, could never come.
+static bool hasTitleOfAnother(const RecordId& id, const Dictionary& calendar,
+                              const SyncRecordList& off, const SwitchedOffCalendars& offNow)
+{
+    return std::any_of(off.begin(), off.end(), [&](const SyncRecord& record) {
+        return record->conduit() == kConduitCalendar &&
+               offNow.agreedKey(record->recordKey()) != id.key &&
+               record->record()["Title"] == calendar["Title"] &&
+               record->record()["Type"] == calendar["Type"];
+    });
+}
+
 // Changes of what cannot be read wait. So does what comes into a calendar that is unread as a
 // whole, and the deletion of one that holds something unread: its folder would have to go.
 bool SyncSession::waitsForItsText(const RecordId& id, const RemoteChange& change) const
@@ -165,12 +178,15 @@ bool SyncSession::waitsForItsText(const RecordId& id, const RemoteChange& change
             isFolderUnread(parent, *calendar));
 }
 
-// A calendar that is new here, but whose folder is there and cannot be read.
+// A calendar that is new here, but whose folder is there and cannot be read, or whose title is that
+// of a switched-off one.
 bool SyncSession::isFolderUnread(const RecordId& id, const RemoteChange& change) const
 {
+    if (_knowledge->agreedRow(id) != nullptr || _local->recordAgreedAs(id) != nullptr)
+        return false;
     const Value& sourceKey = change.record["SourceKey"];
-    return _knowledge->agreedRow(id) == nullptr && _local->recordAgreedAs(id) == nullptr &&
-           sourceKey.isString() && _texts->isInFolderOf(std::string(sourceKey.string()));
+    return (sourceKey.isString() && _texts->isInFolderOf(std::string(sourceKey.string()))) ||
+           hasTitleOfAnother(id, change.record, _participation->off(), _offNow);
 }
 
 // What was kept of calendars that are switched on now, and what the store lacks without anybody

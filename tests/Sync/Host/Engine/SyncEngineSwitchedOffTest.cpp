@@ -441,5 +441,20 @@ TEST_P(SwitchedOffAndRenamed, Rule14_OneThatIsNewHereTakesNothingOfItsNamesakeEl
     expectOnceAndIn("Chor", "Probe");
 }
 
+TEST_P(SwitchedOffAndRenamed, Rule14_ANewOneOfItsFormerTitleElsewhereWaitsUntilItIsOn)
+{
+    rename(b, "Arbeit", "Projekte");
+    b.store.calendars.push_back(inFolder(calendar("Arbeit", {task("Steuer")}), "NEW"));
+    b.sync();
+    a.sync();
+    a.sync();
+    EXPECT_EQ(a.store.count("Sitzung"), 1);
+    EXPECT_EQ(a.store.count("Steuer"), 0);
+    a.switchOn("Arbeit");
+    expectAllAtRest();
+    expectOnceAndIn("Projekte", "Sitzung");
+    expectOnceAndIn("Arbeit", "Steuer");
+}
+
 }  // namespace
 }  // namespace kt::test
