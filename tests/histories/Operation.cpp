@@ -19,13 +19,7 @@ struct Row {
 };
 
 // What still ends wrong, and so is left out unless it is asked for:
-// - removeAnyCalendar, putStoreBack: a calendar can come back while it is switched off here. An
-// item
-//   in it that is edited, here or elsewhere, before it is switched on stands there twice.
-// - restoreBackup: the same, where the backup is older than the calendar.
-// - putStateBack: an item whose title was edited after the older state is not known by that any
-// more
-//   and stands there twice.
+// - restoreBackup: one of the seeds 1 to 100.
 // - breakItem, breakFile, breakCalendar: with all three, twelve of the seeds 1 to 800. Calendars
 //   that are renamed while they are switched off and cannot be read; items that were moved into a
 //   file that could not be read at the next run; and some that nobody has looked into.
@@ -38,7 +32,7 @@ constexpr Row kRows[] = {
     {Do::remove, "remove", 6},
     {Do::addCalendar, "addCalendar", 4},
     {Do::removeCalendar, "removeCalendar", 1},
-    {Do::removeAnyCalendar, "removeAnyCalendar", 1, kLeftOut},
+    {Do::removeAnyCalendar, "removeAnyCalendar", 1},
     {Do::rename, "rename", 2},
     {Do::recolor, "recolor", 1},
     {Do::reorder, "reorder", 1},
@@ -48,10 +42,10 @@ constexpr Row kRows[] = {
     {Do::breakCalendar, "breakCalendar", 2, kLeftOut},
     {Do::mend, "mend", 2},
     {Do::copyStore, "copyStore", 2},
-    {Do::putStoreBack, "putStoreBack", 1, kLeftOut},
+    {Do::putStoreBack, "putStoreBack", 1},
     {Do::restoreBackup, "restoreBackup", 1, kLeftOut},
     {Do::copyState, "copyState", 2},
-    {Do::putStateBack, "putStateBack", 1, kLeftOut},
+    {Do::putStateBack, "putStateBack", 1},
     {Do::copyServer, "copyServer", 2},
     {Do::putServerBack, "putServerBack", 1},
     {Do::sync, "sync", 30},
