@@ -97,6 +97,19 @@ private:
     std::map<std::string, Seat> _seats;
 };
 
+// Whether a store would give only one of the two: the switched-off one would be hidden behind one
+// of its title, and what is said of it elsewhere, its other title above all, could never come.
+bool hasTitleOfAnother(const RecordId& id, const Dictionary& calendar, const SyncRecordList& off,
+                       const SwitchedOffCalendars& offNow)
+{
+    return std::any_of(off.begin(), off.end(), [&](const SyncRecord& record) {
+        return record->conduit() == kConduitCalendar &&
+               offNow.agreedKey(record->recordKey()) != id.key &&
+               record->record()["Title"] == calendar["Title"] &&
+               record->record()["Type"] == calendar["Type"];
+    });
+}
+
 }  // namespace
 
 // The same calendar otherwise than it was told, with what the store itself knows it by.
@@ -146,19 +159,6 @@ SyncRecordList SyncSession::withGroupsThatAreUnread(const SyncRecordList& record
     return result;
 }
 
-// Whether a store would give only one of the two: the switched-off one would be hidden behind one
-// of its title, and what is said of it elsewhere, its other title above all, could never come.
-static bool hasTitleOfAnother(const RecordId& id, const Dictionary& calendar,
-                              const SyncRecordList& off, const SwitchedOffCalendars& offNow)
-{
-    return std::any_of(off.begin(), off.end(), [&](const SyncRecord& record) {
-        return record->conduit() == kConduitCalendar &&
-               offNow.agreedKey(record->recordKey()) != id.key &&
-               record->record()["Title"] == calendar["Title"] &&
-               record->record()["Type"] == calendar["Type"];
-    });
-}
-
 // Changes of what cannot be read wait. So does what comes into a calendar that is unread as a
 // whole, and the deletion of one that holds something unread: its folder would have to go.
 bool SyncSession::waitsForItsText(const RecordId& id, const RemoteChange& change) const
@@ -167,7 +167,7 @@ bool SyncSession::waitsForItsText(const RecordId& id, const RemoteChange& change
         return true;
     if (id.conduit == kConduitCalendar)
         return change.server.isTombstone ? _unread.parents.count(id.key) != 0
-                                         : isFolderUnread(id, change);
+                                         : isPlaceTaken(id, change);
     if (!change.server.parentKey || change.server.isTombstone)
         return false;
     const RecordId parent{std::string(kConduitCalendar), *change.server.parentKey};
@@ -175,12 +175,12 @@ bool SyncSession::waitsForItsText(const RecordId& id, const RemoteChange& change
     return _unread.closed.count(_local->localCalendarKey(parent.key)) != 0 ||
            _unread.unread.count(parent) != 0 ||
            (calendar != nullptr && !calendar->server.isTombstone &&
-            isFolderUnread(parent, *calendar));
+            isPlaceTaken(parent, *calendar));
 }
 
 // A calendar that is new here, but whose folder is there and cannot be read, or whose title is that
 // of a switched-off one.
-bool SyncSession::isFolderUnread(const RecordId& id, const RemoteChange& change) const
+bool SyncSession::isPlaceTaken(const RecordId& id, const RemoteChange& change) const
 {
     if (_knowledge->agreedRow(id) != nullptr || _local->recordAgreedAs(id) != nullptr)
         return false;

@@ -90,7 +90,7 @@ private:
     void compareWithoutPast();
     void tellOfOlderServer();
     bool waitsForItsText(const RecordId& id, const RemoteChange& change) const;
-    bool isFolderUnread(const RecordId& id, const RemoteChange& change) const;
+    bool isPlaceTaken(const RecordId& id, const RemoteChange& change) const;
     void replace(SyncRecord& record, SyncRecord other);
     SyncRecordList withGroupsThatAreUnread(const SyncRecordList& records);
     SyncRecordList withKeptRecordsThatComeBack(const SyncRecordList& records);
