@@ -135,4 +135,82 @@ std::vector<MovedRecord> movedIntoSwitchedOff(const SyncRecordList& active,
     return moved;
 }
 
+namespace {
+
+// How often items are read and were known before, by what the store knows them by.
+class Sightings {
+public:
+    Sightings(const Knowledge& knowledge, const StorePlaces& places) : _places(places)
+    {
+        for (const KeptRow& row : knowledge.kept()) {
+            if (row.id.conduit == kConduitCalendar)
+                continue;
+            Sighting& sighting = _all[identityOf(row.id.conduit, row.place)];
+            ++sighting.kept;
+            sighting.calendar =
+                knowledge.switchedOff().agreedKey(row.parentKey.value_or("")).value_or("");
+        }
+        _all.erase("");
+        for (const SeenRow& row : knowledge.seen())
+            addBefore(row, knowledge);
+        for (const PushedRow& row : knowledge.pushed())
+            addBefore(row.seen, knowledge);
+    }
+
+    void add(const SyncRecordList& records)
+    {
+        for (const SyncRecord& record : records) {
+            if (!record || record->conduit() == kConduitCalendar)
+                continue;
+            const auto found = _all.find(identityOf(record->conduit(), _places.of(*record)));
+            if (found != _all.end())
+                ++found->second.read;
+        }
+    }
+
+    bool isOnlyElsewhere(const KeptRow& row) const
+    {
+        const auto found = _all.find(identityOf(row.id.conduit, row.place));
+        return found != _all.end() && found->second.kept == 1 && found->second.read == 1 &&
+               !found->second.wasElsewhere;
+    }
+
+private:
+    struct Sighting {
+        int kept = 0;
+        std::string calendar;  // agreed key; empty where it has none
+        int read = 0;
+        bool wasElsewhere = false;
+    };
+
+    void addBefore(const SeenRow& row, const Knowledge& knowledge)
+    {
+        const auto found = _all.find(identityOf(row.local.conduit, row.place));
+        if (found != _all.end() && row.localParentKey &&
+            knowledge.agreedCalendarKey(*row.localParentKey) != found->second.calendar)
+            found->second.wasElsewhere = true;
+    }
+
+    const StorePlaces& _places;
+    std::unordered_map<std::string, Sighting> _all;
+};
+
+}  // namespace
+
+RecordIdSet movedOutOfSwitchedOff(const SyncRecordList& active, const SyncRecordList& off,
+                                  const StorePlaces& places, const Knowledge& knowledge)
+{
+    RecordIdSet moved;
+    if (knowledge.kept().empty())
+        return moved;
+    Sightings sightings(knowledge, places);
+    sightings.add(active);
+    sightings.add(off);
+    for (const KeptRow& row : knowledge.kept()) {
+        if (row.id.conduit != kConduitCalendar && sightings.isOnlyElsewhere(row))
+            moved.insert(row.id);
+    }
+    return moved;
+}
+
 }  // namespace kt

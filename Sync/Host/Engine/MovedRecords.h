@@ -4,6 +4,7 @@
 
 #include "Sync/Host/Engine/HostIdentityReport.h"
 #include "Sync/Host/Engine/Knowledge.h"
+#include "Sync/Host/Engine/UnreadRecords.h"
 #include "Sync/HostInterface/KTSyncRecord.h"
 
 namespace kt {
@@ -25,5 +26,11 @@ std::vector<MovedRecord> movedIntoSwitchedOff(const SyncRecordList& active,
                                               const SwitchedOffCalendars& switchedOff,
                                               const StorePlaces& places,
                                               const Knowledge& knowledge);
+
+/// What was kept of switched-off calendars and is read in another calendar now, one where it was
+/// not before: it is missing in its own without anybody having lost it. Only what the store itself
+/// knows the items by counts, where it stands once.
+RecordIdSet movedOutOfSwitchedOff(const SyncRecordList& active, const SyncRecordList& off,
+                                  const StorePlaces& places, const Knowledge& knowledge);
 
 }  // namespace kt

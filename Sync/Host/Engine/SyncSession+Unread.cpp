@@ -194,6 +194,7 @@ bool SyncSession::isPlaceTaken(const RecordId& id, const RemoteChange& change) c
 SyncRecordList SyncSession::withKeptRecordsThatComeBack(const SyncRecordList& records)
 {
     SyncRecordList all = records;
+    _keptAndRead = movedOutOfSwitchedOff(records, _participation->off(), _places, *_knowledge);
     if (_switchedOn.empty())
         return all;
     std::unordered_set<std::string> switchedOn;
@@ -201,8 +202,8 @@ SyncRecordList SyncSession::withKeptRecordsThatComeBack(const SyncRecordList& re
         switchedOn.insert(now);
     const KeptNames names = keptNames(recordsOfCalendars(records, switchedOn), _setting.state,
                                       *_knowledge, reading(), keptMissing());
-    _keptAndRead = names.known;
-    RecordIdSet present = names.known;
+    _keptAndRead.insert(names.known.begin(), names.known.end());
+    RecordIdSet present = _keptAndRead;
     for (const KeptRow& row : _knowledge->kept()) {
         if (!isSwitchedOn(row))
             present.insert(row.id);
@@ -260,6 +261,7 @@ void SyncSession::decideKept()
     if (_isHeld || isSettling())
         return;
     RecordIdSet present = _keptNames.known;
+    present.insert(_keptAndRead.begin(), _keptAndRead.end());
     for (const KeptRow& row : _knowledge->kept()) {
         if (isSwitchedOn(row))
             present.insert(row.id);

@@ -210,7 +210,8 @@ private:
     std::optional<SyncRecordList> _keptRecords;
     SwitchedOffCalendars _switchedOff;  // at the end
     KeptNames _keptNames;
-    RecordIdSet _keptAndRead;  // kept so far, and read in a calendar that is switched on now
+    RecordIdSet _keptAndRead;  // kept so far, and read in a calendar that is switched on now, or in
+                               // another one than before
     std::vector<std::pair<KeptRow, const SeenRow*>> _keptFromSeen;  // to be kept as they were seen
 };
 
