@@ -6,7 +6,9 @@
 #include <unordered_set>
 
 #include "Sync/Foundation/FileManager.h"
+#include "Sync/HostInterface/KTCarefulWriting.h"
 #include "Sync/HostInterface/StorePaths.h"
+#include "Sync/PlugIns/iCal/Calendar/EmptyFolder.h"
 #include "Sync/PlugIns/iCal/Calendar/GivenUp.h"
 #include "Sync/PlugIns/iCal/Calendar/KTSyncCalendar.h"
 #include "Sync/PlugIns/iCal/Calendar/StoreLayout.h"
@@ -32,6 +34,21 @@ std::string parentKeyIn(const KTSyncRecord& record)
     const Value& key = record.record()["ParentRecordKey"];
     return key.isString() && key != Value(record.recordKey()) ? std::string(key.string())
                                                               : std::string();
+}
+
+/// The calendar of the store that the host knows a handed one to be; null where it cannot tell.
+const LoadedCalendar* knownPlaceOf(const KTSyncRecord& handed, const LoadedStore& loaded)
+{
+    const auto* const careful = hostClass<KTCarefulWriting>();
+    const KTSyncRecord* const stored =
+        careful == nullptr ? nullptr : careful->storedRecordOf(handed);
+    if (stored == nullptr)
+        return nullptr;
+    const auto found =
+        std::find_if(loaded.calendars.begin(), loaded.calendars.end(),
+                     [&](const LoadedCalendar& each) { return each.record.get() == stored; });
+    const bool fits = found != loaded.calendars.end() && isGroup(*stored) == isGroup(handed);
+    return fits ? &*found : nullptr;
 }
 
 /// Calendars of the store that no other one has taken, by a key of theirs. Groups and calendars
@@ -114,6 +131,11 @@ std::vector<CalendarPlaces::Place> CalendarPlaces::placesFor(
 {
     std::vector<Place> places(calendars.size());
     std::unordered_set<const LoadedCalendar*> claimed;
+    for (std::size_t index = 0; index < calendars.size(); ++index) {
+        const LoadedCalendar* const known = knownPlaceOf(*calendars[index], _loaded);
+        if (known != nullptr && claimed.insert(known).second)
+            places[index].stored = known;
+    }
     const auto claim = [&](Unclaimed::KeyOf keyOf, const auto& wantedKey) {
         const Unclaimed unclaimed(_loaded, keyOf, claimed);
         for (std::size_t index = 0; index < calendars.size(); ++index) {
@@ -160,8 +182,8 @@ std::string CalendarPlaces::freeSourceKey(const KTSyncRecord& record,
     const auto isFree = [&](const std::string& key) {
         const std::string folder = _layout.calendarFolder(key);
         return StorePaths::isFolderKey(key) && !taken.contains(key) &&
-               (!files.linkStatusAtPath(folder) || isFolderGivenUp(_loaded, folder) ||
-                _leftBehind.contains(folder));
+               (!files.linkStatusAtPath(folder) || isEmptyFolder(folder) ||
+                isFolderGivenUp(_loaded, folder) || _leftBehind.contains(folder));
     };
     const std::string own = sourceKeyIn(record);
     std::string key = isFree(own) ? own : record.recordKey();

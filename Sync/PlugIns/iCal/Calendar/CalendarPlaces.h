@@ -12,9 +12,10 @@ namespace kt {
 class StoreLayout;
 
 /// Where the calendars of a rewrite stand. A calendar stays in the folder that the store has it in,
-/// found by its source key, which is that folder, or else by its record key, which another calendar
-/// may take over with the title. A group that has neither is known by its members. A new calendar
-/// gets a folder that nothing stands in.
+/// which the host may know, whatever the calendar is called now and was called elsewhere. Where it
+/// does not, it is found by its source key, which is that folder, or else by its record key, which
+/// another calendar may take over with the title. A group that has neither is known by its members.
+/// A new calendar gets a folder that nothing stands in.
 class CalendarPlaces {
 public:
     /// Both outlive the object.

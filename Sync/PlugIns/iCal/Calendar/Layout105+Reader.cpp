@@ -8,6 +8,7 @@
 #include "Sync/Foundation/PropertyList.h"
 #include "Sync/HostInterface/Guard.h"
 #include "Sync/HostInterface/KTLossReport.h"
+#include "Sync/PlugIns/iCal/Calendar/EmptyFolder.h"
 #include "Sync/PlugIns/iCal/Calendar/HostAndSystemLog.h"
 #include "Sync/PlugIns/iCal/Calendar/KTSyncCalendarStore.h"
 #include "Sync/PlugIns/iCal/Calendar/Layout105.h"
@@ -168,7 +169,8 @@ void Layout105::Level::readEntry(const std::string& name)
     const auto info = dictionaryWithContentsOfFile(StorePaths::infoFile(folder));
     if (!info) {
         const LossScope scope("", StorePaths::infoFile(folder));
-        reportUnread({KTLoss::Extent::calendar}, "Die Info.plist kann nicht gelesen werden");
+        if (!isEmptyFolder(folder))
+            reportUnread({KTLoss::Extent::calendar}, "Die Info.plist kann nicht gelesen werden");
         return;
     }
     const LossScope scope(titleForReports(*info), folder);

@@ -84,6 +84,41 @@ TEST_P(CarefulCalendars, NeverPutsANewCalendarWhereSomethingStands)
     EXPECT_THAT(titles(load()), UnorderedElementsAre("Privat", "Eins", "Neu", "Drei"));
 }
 
+TEST_P(CarefulCalendars, PutsANewCalendarIntoAFolderThatHoldsNoFile)
+{
+    layOut({{"A", "Privat", {event("1", "Eins")}}});
+    home.makeFolder(folderOf("B") + "Events");
+    SyncRecordList records = load();
+    records.push_back(record(kConduitCalendar, std::string(40, 'd'),
+                             {{"Type", "CalendarNode"},
+                              {"Title", "Neu"},
+                              {"Color", "#FF0000"},
+                              {"Notes", ""},
+                              {"SourceKey", "B"}}));
+    ASSERT_TRUE(save(records));
+    EXPECT_EQ(titleIn(folderOf("B")), Value("Neu"));
+}
+
+// Elsewhere it may have another folder, and another title.
+TEST_P(CarefulCalendars, KeepsACalendarInTheFolderInWhichTheHostKnowsIt)
+{
+    layOut({{"A", "Privat", {event("1", "Eins")}}, {"B", "Arbeit", {event("2", "Zwei")}}});
+    SyncRecordList records = load();
+    const SyncRecord stored = records[positionOf(records, "Privat")];
+    const std::string key(40, 'a');
+    records = renamed(std::move(records), "Privat", "Neu", key);
+    SyncRecord& handed = records[positionOf(records, "Neu")];
+    handed = with(handed, "SourceKey", "ELSEWHERE", key);
+    if (is104())
+        handed = with(handed, "ParentRecordKey", key);
+    careful.stored[handed.get()] = stored.get();
+    const auto before = store();
+    ASSERT_TRUE(save(records));
+    EXPECT_EQ(titleIn(folderOf("A")), Value("Neu"));
+    EXPECT_FALSE(home.exists(folderOf("ELSEWHERE")));
+    EXPECT_EQ(store()[itemFile("A", 0)], before.at(itemFile("A", 0)));
+}
+
 TEST_P(CarefulCalendars, KeepsTheTextsOfARenamedCalendarWhoseNameANewOneTakes)
 {
     layOut({{"A", "Arbeit", {event("1", "Eins"), event("2", "Zwei")}}});

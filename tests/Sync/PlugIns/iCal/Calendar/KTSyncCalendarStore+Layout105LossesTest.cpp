@@ -69,7 +69,7 @@ INSTANTIATE_TEST_SUITE_P(Contents, Layout105BrokenInfo,
 
 TEST_P(Layout105BrokenInfo, IsSkippedSilentlyButReportedAsALoss)
 {
-    home.makeFolder(std::string(kStore) + "A.calendar");
+    home.write(std::string(kStore) + "A.calendar/Events/1.ics", "BEGIN:VCALENDAR");
     if (GetParam())
         home.write(std::string(kStore) + "A.calendar/Info.plist", *GetParam());
     writeCalendar("B", "Zuhause");
@@ -78,6 +78,15 @@ TEST_P(Layout105BrokenInfo, IsSkippedSilentlyButReportedAsALoss)
     EXPECT_THAT(classes.losses(),
                 ElementsAre(KTLoss{"", home.path(std::string(kStore) + "A.calendar/Info.plist"),
                                    "Die Info.plist kann nicht gelesen werden"}));
+}
+
+TEST_F(Layout105Reader, TakesAFolderWithoutAnyFileForNoCalendar)
+{
+    home.makeFolder(std::string(kStore) + "A.calendar/Events");
+    home.write(std::string(kStore) + "A.calendar/.Info.plist.tmp", "bplist00");
+    writeCalendar("B", "Zuhause");
+    EXPECT_EQ(readStore().size(), 1u);
+    EXPECT_THAT(classes.losses(), IsEmpty());
 }
 
 TEST_F(Layout105Reader, LogsAndReportsACalendarWithoutTitleAndReadsOn)
