@@ -4,6 +4,7 @@
 #include <map>
 #include <set>
 
+#include "Sync/Foundation/FileManager.h"
 #include "Sync/Host/Engine/HostLossReport.h"
 
 namespace kt {
@@ -74,8 +75,20 @@ struct UnreadTexts::KnownPlaces {
         }
         if (!place.uid.empty())
             byUid.emplace(place.uid, KnownRecord{false, calendar, place, 0});
-        if (!place.file.empty())
-            files.insert(place.file);
+        if (place.file.empty())
+            return;
+        files.insert(place.file);
+        // Of an item that is switched off there may be two rows.
+        const auto [entry, isNew] = filesByName.emplace(lastPathComponent(place.file), place);
+        if (!isNew && entry->second != place)
+            entry->second = {};
+    }
+
+    // Where one item stood, in a file that is named after it; it may be in another calendar now.
+    std::string fileOfName(const std::string& file) const
+    {
+        const auto found = filesByName.find(lastPathComponent(file));
+        return found == filesByName.end() ? "" : found->second.file;
     }
 
     bool hasFileBelow(const std::string& folder) const
@@ -86,7 +99,8 @@ struct UnreadTexts::KnownPlaces {
 
     const StorePlaces& places;
     std::unordered_multimap<std::string, KnownRecord> byUid;
-    std::set<std::string> files;  // of items
+    std::set<std::string> files;                              // of items
+    std::unordered_map<std::string, StorePlace> filesByName;  // empty: of several items
     std::unordered_set<std::string> calendars;
     std::multimap<std::string, std::string> folders;  // of calendars, by local key
 };
@@ -131,7 +145,9 @@ void UnreadTexts::tell(Text& text, const KnownPlaces& known) const
         return;
     }
     case Extent::file:
-        if (known.files.count(text.file) != 0)
+        text.knownFile =
+            known.files.count(text.file) != 0 ? text.file : known.fileOfName(text.file);
+        if (!text.knownFile.empty())
             text.toldBy = ToldBy::file;
         return;
     case Extent::calendar:
@@ -175,7 +191,7 @@ void UnreadTexts::indexTexts()
             _byUid.emplace(text.loss.uid, index);
             break;
         case ToldBy::file:
-            _byFile.emplace(text.file, index);
+            _byFile.emplace(text.knownFile, index);
             break;
         case ToldBy::nothing:
             if (groups
@@ -214,7 +230,7 @@ bool UnreadTexts::isCertain(const Text& text, const KnownRecord& record) const
     case ToldBy::uid:
         return !record.isCalendar && record.place.uid == text.loss.uid;
     case ToldBy::file:
-        return !record.isCalendar && record.place.file == text.file;
+        return !record.isCalendar && record.place.file == text.knownFile;
     case ToldBy::calendar:
         return text.calendars.count(record.calendar) != 0 ||
                (!text.file.empty() && isBelow(record.place.file, text.file));

@@ -32,11 +32,12 @@ enum class UnreadClaim {
 
 /// The texts of one load that gave no record, and which known records they may be.
 ///
-/// One component is known by its UID, in its calendar before others; a file by its name; a calendar
-/// by its key, else by its folder. What can be told by none of these may be whatever is missing of
-/// its calendar (of the same file, if anything is), unless the same text was there already at a
-/// time when the record was still read. A text that is a whole calendar, and can be told by
-/// nothing, may be any missing calendar.
+/// One component is known by its UID, in its calendar before others; a file by its path, or else by
+/// its name, as long as one item alone stood in a file of that name; a calendar by its key, else by
+/// its folder. What can be told by none of these may be whatever is missing of its calendar (of the
+/// same file, if anything is), unless the same text was there already at a time when the record was
+/// still read. A text that is a whole calendar, and can be told by nothing, may be any missing
+/// calendar.
 class UnreadTexts {
 public:
     /// Nothing of the arguments is kept but copies.
@@ -87,6 +88,7 @@ private:
         bool isNew = true;
         std::int64_t since = std::numeric_limits<std::int64_t>::max();  // without end: never known
         ToldBy toldBy = ToldBy::nothing;
+        std::string knownFile{};                    // of a file: where its item stood
         std::unordered_set<std::string> calendars;  // of a whole calendar: local keys
     };
     struct KnownPlaces;
