@@ -2,7 +2,9 @@
 
 #include <algorithm>
 
+#include "Sync/Foundation/FileManager.h"
 #include "Sync/HostInterface/KTSyncRecord.h"
+#include "Sync/HostInterface/StorePaths.h"
 
 namespace kt {
 
@@ -99,17 +101,19 @@ Missing missingRecords(const UnreadTexts& texts, const Knowledge& knowledge,
     return missing;
 }
 
-// While a rewrite is not settled, a calendar that cannot be read may be one that was half made. All
-// of it was known when the rewrite began, so it is written over. Items are whole or not there. A
-// text of which nothing is known but its folder may be anything that is missing, but what the
-// folder is named after comes first.
+// While a rewrite is not settled, a calendar whose description cannot be read may be one that was
+// half made. All of it was known when the rewrite began, so it is written over. Items are whole or
+// not there. A text of which nothing is known but its folder may be anything that is missing, but
+// what the folder is named after comes first.
 std::vector<std::size_t> calendarsOfBrokenRewrite(const UnreadTexts& texts,
                                                   const std::vector<KnownRecord>& missing,
                                                   const std::vector<bool>& wasUnread)
 {
     std::vector<std::size_t> result;
     for (std::size_t text = 0; text < texts.count(); ++text) {
-        if (texts.loss(text).extent != KTLoss::Extent::calendar)
+        const KTLoss& loss = texts.loss(text);
+        if (loss.extent != KTLoss::Extent::calendar ||
+            lastPathComponent(loss.file) != StorePaths::infoFileName)
             continue;
         bool claimsNew = false;
         bool claimsUnread = false;
@@ -217,6 +221,24 @@ KnownRecord knownRecord(const AgreedRow& row, const Knowledge& knowledge, const 
     return record;
 }
 
+namespace {
+
+// A text that was never known may be what somebody has entered since.
+void addCalendarsOfTexts(const UnreadTexts& texts, const LocalRecords& local,
+                         std::unordered_set<std::string>& agreedKeys)
+{
+    std::unordered_set<std::string> localKeys;
+    for (std::size_t text = 0; text < texts.count(); ++text)
+        localKeys.insert(texts.loss(text).calendarKey);
+    for (const LocalRecord& each : local.all()) {
+        if (each.record->conduit() == kConduitCalendar && !each.isLeftOver &&
+            localKeys.count(each.record->recordKey()) != 0)
+            agreedKeys.insert(each.agreedId.key);
+    }
+}
+
+}  // namespace
+
 UnreadRecords unreadRecords(const UnreadTexts& texts, const Knowledge& knowledge,
                             const LocalRecords& local, const UnreadRules& rules, LocalState& state)
 {
@@ -229,6 +251,8 @@ UnreadRecords unreadRecords(const UnreadTexts& texts, const Knowledge& knowledge
         if (row.parentKey && result.unread.count(row.id) != 0)
             result.parents.insert(*row.parentKey);
     }
+    if (!rules.isOverwriting)
+        addCalendarsOfTexts(texts, local, result.parents);
     return result;
 }
 

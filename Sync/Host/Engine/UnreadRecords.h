@@ -24,7 +24,7 @@ struct UnreadRecords {
     RecordIdSet returning;  // not deleted either, and to be written: the text is gone or given up
     std::unordered_set<const SeenRow*> rows;  // of both; they stay
     std::vector<bool> givenUp;                // texts that make way, in their order
-    std::unordered_set<std::string> parents;  // agreed keys of calendars that hold some of that
+    std::unordered_set<std::string> parents;  // agreed keys of calendars that hold unread texts
     std::unordered_set<std::string> closed;   // local keys of calendars that are unread as a whole
 
     bool isMissed(const RecordId& id) const { return unread.count(id) + returning.count(id) != 0; }
