@@ -183,6 +183,19 @@ std::unordered_set<std::string> sourceKeysOfUnread(LocalState& state, const Know
     return sourceKeys;
 }
 
+// A calendar stays in the folder that this store has it in. Elsewhere it may have another one.
+void giveOwnSourceKeys(std::vector<HandedRecord>& handed, LocalState& state,
+                       const Knowledge& knowledge)
+{
+    const auto ofStore = sourceKeysOfStore(state, knowledge);
+    for (HandedRecord& record : handed) {
+        const auto own =
+            isCalendar(record) && !record.isKept() ? ofStore.find(record.id.key) : ofStore.end();
+        if (own != ofStore.end())
+            record.record.set("SourceKey", own->second);
+    }
+}
+
 void tellSourceKeysApart(std::vector<HandedRecord>& handed, LocalState& state,
                          const Knowledge& knowledge)
 {
@@ -241,6 +254,7 @@ std::vector<HandedRecord> handedState(LocalState& state, const Knowledge& knowle
                   [](const auto& left, const auto& right) { return left.id < right.id; });
     }
     dropParentsThatAreMissing(handed);
+    giveOwnSourceKeys(handed, state, knowledge);
     tellSourceKeysApart(handed, state, knowledge);
     return handed;
 }

@@ -26,12 +26,12 @@ struct HandedRecord {
 /// what their store last gave, which is all that counts of them. What is unread is not given, nor
 /// what belongs into a calendar that is: their texts stay as they stand in the store.
 ///
-/// Three things are put right on the way out, and stay as they are in what is agreed. What is kept
+/// Four things are put right on the way out, and stay as they are in what is agreed. What is kept
 /// and has the key of another record that is agreed, as a new calendar under the former title of
 /// another one has, gets a number behind it. A calendar whose group is no record of the state goes
-/// without ParentRecordKey, or a store would have no place for it. A SourceKey that two calendars
-/// share, which would make them one folder, stays with the one this store had it for; the other
-/// gets its record key.
+/// without ParentRecordKey, or a store would have no place for it. A calendar that this store has
+/// goes with the SourceKey that it has here. A SourceKey that two calendars share, which would make
+/// them one folder, stays with the one this store had it for; the other gets its record key.
 ///
 /// An item that `given` has with the content that is agreed is not read from the state.
 std::vector<HandedRecord> handedState(LocalState& state, const Knowledge& knowledge,

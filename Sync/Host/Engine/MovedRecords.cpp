@@ -147,8 +147,9 @@ public:
                 continue;
             Sighting& sighting = _all[identityOf(row.id.conduit, row.place)];
             ++sighting.kept;
-            sighting.calendar =
-                knowledge.switchedOff().agreedKey(row.parentKey.value_or("")).value_or("");
+            const std::string parent = row.parentKey.value_or("");
+            sighting.calendar = knowledge.switchedOff().agreedKey(parent).value_or(
+                knowledge.agreedCalendarKey(parent));
         }
         _all.erase("");
         for (const SeenRow& row : knowledge.seen())
@@ -178,7 +179,7 @@ public:
 private:
     struct Sighting {
         int kept = 0;
-        std::string calendar;  // agreed key; empty where it has none
+        std::string calendar;  // agreed key, or the local one of what was never agreed
         int read = 0;
         bool wasElsewhere = false;
     };
