@@ -61,8 +61,7 @@ public:
         const RemoteChange* remote = liveOnServer(id);
         const bool isAgreed = _knowledge.agreedRow(id) != nullptr;
         if (remote == nullptr && !isAgreed)
-            return _base == LocalRecords::Base::none ||
-                   _remote.mayRevive(id, contentHash(record.record->record(), HashScope::neutral));
+            return _remote.mayRevive(id, record.record->record());
         const bool isBareKey = id.key == record.record->recordKey();
         const bool isCompatible =
             remote == nullptr ? isAgreedWith(record, id) : !contradicts(record, remote->record);
@@ -244,6 +243,11 @@ LocalRecords::LocalRecords(std::vector<LocalRecord> loaded, const Knowledge& kno
 {
     Groups groups(_records, knowledge.seen());
     takeWhatIsKnown(groups);
+    // What is not compared is no record of these, whatever title a new calendar has been given.
+    for (Groups::Group& group : groups.all)
+        std::erase_if(group.rows, [&](const SeenRow* row) {
+            return reading.switchedOff.holds(*row, knowledge);
+        });
     Claims claimed;
     const Context context(knowledge, remote, state, base, claimed, reading.texts);
     if (knowledge.facts().mark) {

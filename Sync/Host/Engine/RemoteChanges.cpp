@@ -75,6 +75,17 @@ SyncRecord offeredRecord(const RemoteChange& change, const Knowledge& knowledge)
         server.id.conduit);
 }
 
+// What something deleted is known again by: a calendar's colour and place are no more than edits.
+std::string hashOfRemains(const RecordId& id, const Dictionary& record)
+{
+    if (id.conduit != kConduitCalendar)
+        return contentHash(record, HashScope::neutral);
+    Dictionary name;
+    name.set("Title", record["Title"]);
+    name.set("Type", record["Type"]);
+    return contentHash(name, HashScope::neutral);
+}
+
 }  // namespace
 
 RemoteChanges::RemoteChanges(SyncServerSession& server, const Knowledge& knowledge, Reach reach,
@@ -192,13 +203,13 @@ void RemoteChanges::bury(ServerRecord record)
 {
     const RecordId id = record.id;
     RemoteChange last{std::move(record)};
-    _buried.emplace(id, decode(last) ? contentHash(last.record, HashScope::neutral) : "");
+    _buried.emplace(id, decode(last) ? hashOfRemains(id, last.record) : "");
 }
 
-bool RemoteChanges::mayRevive(const RecordId& id, const std::string& hash) const
+bool RemoteChanges::mayRevive(const RecordId& id, const Dictionary& record) const
 {
     const auto found = _buried.find(id);
-    return found == _buried.end() || found->second == hash;
+    return found == _buried.end() || found->second == hashOfRemains(id, record);
 }
 
 RemoteChange* RemoteChanges::change(const RecordId& id)

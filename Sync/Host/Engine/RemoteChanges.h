@@ -61,10 +61,10 @@ public:
     /// Looks up which of the names, and of those with numbers behind them, were those of records
     /// that are deleted: before mayRevive() is asked. Throws Exception when the server fails.
     void findBuried(SyncServerSession& server, std::vector<RecordId> names);
-    /// Whether a new record of that name and neutral hash can be the one that had it: a deleted one
-    /// only comes back as it was. Whatever else is entered under the same title at the same hour
-    /// would be taken for an edit of it where its deletion is not known yet.
-    bool mayRevive(const RecordId& id, const std::string& hash) const;
+    /// Whether a new record of that name can be the one that had it: a deleted item only comes back
+    /// as it was, a calendar with the title that it had. Whatever else is entered under the same
+    /// title at the same hour would be taken for an edit of it where its deletion is not known yet.
+    bool mayRevive(const RecordId& id, const Dictionary& record) const;
     /// Whether there is anything to come down that was not offered in vain before.
     bool hasNews() const { return _hasNews; }
     std::size_t refusedCount() const;
@@ -85,7 +85,7 @@ private:
     std::map<RecordId, RemoteChange> _changes;
     std::unordered_map<RecordId, std::int64_t, RecordIdHash> _renumbered;
     std::unordered_set<RecordId, RecordIdHash> _missing;
-    std::unordered_map<RecordId, std::string, RecordIdHash> _buried;  // neutral hashes
+    std::unordered_map<RecordId, std::string, RecordIdHash> _buried;  // by what they come back with
     bool _hasNews = false;
     bool _contradictsPast = false;
 };

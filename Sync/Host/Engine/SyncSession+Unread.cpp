@@ -97,19 +97,6 @@ private:
     std::map<std::string, Seat> _seats;
 };
 
-// Whether a store would give only one of the two: the switched-off one would be hidden behind one
-// of its title, and what is said of it elsewhere, its other title above all, could never come.
-bool hasTitleOfAnother(const RecordId& id, const Dictionary& calendar, const SyncRecordList& off,
-                       const SwitchedOffCalendars& offNow)
-{
-    return std::any_of(off.begin(), off.end(), [&](const SyncRecord& record) {
-        return record->conduit() == kConduitCalendar &&
-               offNow.agreedKey(record->recordKey()) != id.key &&
-               record->record()["Title"] == calendar["Title"] &&
-               record->record()["Type"] == calendar["Type"];
-    });
-}
-
 }  // namespace
 
 // The same calendar otherwise than it was told, with what the store itself knows it by.
@@ -161,7 +148,7 @@ SyncRecordList SyncSession::withGroupsThatAreUnread(const SyncRecordList& record
 
 // Changes of what cannot be read wait. So does what comes into a calendar that is unread as a
 // whole, and the deletion of one that holds something unread: its folder would have to go.
-bool SyncSession::waitsForItsText(const RecordId& id, const RemoteChange& change) const
+bool SyncSession::waitsForItsText(const RecordId& id, const RemoteChange& change)
 {
     if (_unread.unread.count(id) != 0)
         return true;
@@ -178,15 +165,21 @@ bool SyncSession::waitsForItsText(const RecordId& id, const RemoteChange& change
             isPlaceTaken(parent, *calendar));
 }
 
-// A calendar that is new here, but whose folder is there and cannot be read, or whose title is that
-// of a switched-off one.
-bool SyncSession::isPlaceTaken(const RecordId& id, const RemoteChange& change) const
+// A calendar that is new here, but whose folder is there and cannot be read, or one whose title
+// another one has.
+bool SyncSession::isPlaceTaken(const RecordId& id, const RemoteChange& change)
 {
-    if (_knowledge->agreedRow(id) != nullptr || _local->recordAgreedAs(id) != nullptr)
-        return false;
+    const LocalRecord* local = _local->recordAgreedAs(id);
+    const bool isHere = _knowledge->agreedRow(id) != nullptr || local != nullptr;
     const Value& sourceKey = change.record["SourceKey"];
-    return (sourceKey.isString() && _texts->isInFolderOf(std::string(sourceKey.string()))) ||
-           hasTitleOfAnother(id, change.record, _participation->off(), _offNow);
+    if (!isHere && sourceKey.isString() && _texts->isInFolderOf(std::string(sourceKey.string())))
+        return true;
+    if (local != nullptr && local->record->record()["Title"] == change.record["Title"])
+        return false;
+    if (!_takenTitles)
+        _takenTitles.emplace(TakenTitles::Store{*_local, _participation->off(), reading()}, _remote,
+                             *_knowledge, _setting.state);
+    return _takenTitles->isAnothers(id, change.record);
 }
 
 // What was kept of calendars that are switched on now, and what the store lacks without anybody

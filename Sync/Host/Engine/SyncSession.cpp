@@ -167,11 +167,9 @@ SyncResult SyncSession::diff(const SyncRecordList& local,
     // Before anything of this server was ever taken, what is new on both sides is no addition to
     // something common.
     const bool isAfterFirstMeeting = _hasBase && _knowledge->facts().anchor != 0;
-    if (isAfterFirstMeeting)
-        findBuried(loaded);
-    _local.emplace(std::move(loaded), *_knowledge, _remote, _setting.state,
-                   isAfterFirstMeeting ? LocalRecords::Base::agreed : LocalRecords::Base::none,
-                   reading());
+    const auto base = isAfterFirstMeeting ? LocalRecords::Base::agreed : LocalRecords::Base::none;
+    findBuried(loaded, base);
+    _local.emplace(std::move(loaded), *_knowledge, _remote, _setting.state, base, reading());
     // A held run writes nothing into the store and takes nothing missing for deleted anyway.
     if (!_isHeld)
         _unread = unreadRecords(*_texts, *_knowledge, *_local, unreadRules(), _setting.state);
@@ -183,9 +181,9 @@ SyncResult SyncSession::diff(const SyncRecordList& local,
     return stagedResult(diffMode);
 }
 
-// Only what is new can take the name of what is deleted. A calendar does: of two of one title a
-// store gives only one.
-void SyncSession::findBuried(const std::vector<LocalRecord>& loaded)
+// Only what is new can take the name of what is deleted. An item that is new at a first meeting
+// does.
+void SyncSession::findBuried(const std::vector<LocalRecord>& loaded, LocalRecords::Base base)
 {
     std::unordered_map<RecordIdView, int, RecordIdHash> left;  // seen and not given again
     for (const SeenRow& row : _knowledge->seen())
@@ -195,7 +193,7 @@ void SyncSession::findBuried(const std::vector<LocalRecord>& loaded)
         RecordId id{local.record->conduit(), local.record->recordKey()};
         const auto seen = left.find(id);
         const bool isKnown = seen != left.end() && seen->second-- > 0;
-        if (!isKnown && id.conduit != kConduitCalendar)
+        if (!isKnown && (base == LocalRecords::Base::agreed || id.conduit == kConduitCalendar))
             ids.push_back(std::move(id));
     }
     _remote.findBuried(*_server, std::move(ids));

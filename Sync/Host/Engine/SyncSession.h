@@ -24,6 +24,7 @@
 #include "Sync/Host/Engine/StandingRecords.h"
 #include "Sync/Host/Engine/StartResult.h"
 #include "Sync/Host/Engine/SyncRunOptions.h"
+#include "Sync/Host/Engine/TakenTitles.h"
 #include "Sync/Host/Engine/UnreadRecords.h"
 #include "Sync/Host/Server/SyncServer.h"
 #include "Sync/HostInterface/KTSyncRecord.h"
@@ -84,13 +85,13 @@ private:
     bool isComparedInVain(const std::vector<LocalRecord>& loaded);
     void noteTaken(const SyncRecordList& remote);
     void readRemote(RemoteChanges::Reach reach);
-    void findBuried(const std::vector<LocalRecord>& loaded);
+    void findBuried(const std::vector<LocalRecord>& loaded, LocalRecords::Base base);
     void compare();
     bool isWrittenOverUnseen();
     void compareWithoutPast();
     void tellOfOlderServer();
-    bool waitsForItsText(const RecordId& id, const RemoteChange& change) const;
-    bool isPlaceTaken(const RecordId& id, const RemoteChange& change) const;
+    bool waitsForItsText(const RecordId& id, const RemoteChange& change);
+    bool isPlaceTaken(const RecordId& id, const RemoteChange& change);
     void replace(SyncRecord& record, SyncRecord other);
     SyncRecordList withGroupsThatAreUnread(const SyncRecordList& records);
     SyncRecordList withKeptRecordsThatComeBack(const SyncRecordList& records);
@@ -204,9 +205,10 @@ private:
     std::int64_t _stateVersion = 0;  // versionOfOthers when this one was about to take effect
     SyncRecordList _localRecords;
     std::optional<Participation> _participation;
-    SwitchedOffCalendars _offNow;  // as the load says; empty where it tells nothing
-    CalendarKeysNow _switchedOn;   // kept calendars that take part
-    CalendarKeysNow _stillOff;     // kept calendars that are kept again
+    SwitchedOffCalendars _offNow;             // as the load says; empty where it tells nothing
+    std::optional<TakenTitles> _takenTitles;  // once asked for
+    CalendarKeysNow _switchedOn;              // kept calendars that take part
+    CalendarKeysNow _stillOff;                // kept calendars that are kept again
     std::optional<SyncRecordList> _keptRecords;
     SwitchedOffCalendars _switchedOff;  // at the end
     KeptNames _keptNames;
