@@ -301,12 +301,23 @@ void World::run(Device& device, const std::string& url, const SyncRunWishes& wis
     note(device, run);
 }
 
+// What could not be read is known where it could be before.
+void World::noteSynced(Device& device)
+{
+    Account& account = accountOf(device);
+    std::set<int> synced = tokensIn(device);
+    for (const int token : tokensWrittenOver(device))
+        if (account.synced.count(token) == 0)
+            synced.erase(token);
+    account.synced = std::move(synced);
+}
+
 void World::note(Device& device, const Device::Run& run)
 {
     if (run.result.isCompleted) {
         accountOf(device).hasBase = true;
         accountOf(device).isDirty = false;
-        accountOf(device).synced = tokensIn(device);
+        noteSynced(device);
     }
     std::string line = "  " + device.name() + ": ";
     if (run.isKilled)

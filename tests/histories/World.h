@@ -48,7 +48,7 @@ private:
         std::set<std::string> brokenTitles{};  // of calendars, until all is mended
         bool hasBase = false;                  // a run of it was completed
         bool isDirty = false;                  // somebody worked in the store since
-        std::set<int> synced{};                // tokens that were in the store at its end
+        std::set<int> synced{};  // tokens that were in the store at its end and known by then
         struct Store {
             Device::StoreCopy copy;
             std::set<int> tokens;
@@ -91,6 +91,7 @@ private:
     void run(Device& device, const std::string& url, const SyncRunWishes& wishes,
              const Fault& fault);
     void note(Device& device, const Device::Run& run);
+    void noteSynced(Device& device);
     bool switchAllOn(Device& device);
 
     TemporaryFolder _folder;
