@@ -343,6 +343,9 @@ struct UnreadTexts::Claiming {
             const Text& asking = texts._texts[text];
             if (asking.toldBy != ToldBy::nothing || excluded.count(text) != 0)
                 continue;
+            // A folder that is named after a calendar is that one and no other.
+            if (asking.loss.extent == Extent::calendar && claims.byTexts[text])
+                continue;
             if (asking.loss.extent == Extent::calendar)
                 claimCalendars(text);
             else
