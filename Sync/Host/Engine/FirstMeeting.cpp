@@ -6,17 +6,19 @@
 #include <unordered_map>
 #include <unordered_set>
 
+#include "Sync/Host/Engine/IdentityPairing.h"
 #include "Sync/Host/Engine/RecordPast.h"
 
 namespace kt {
 
 namespace {
 
-// Items of the server that nobody here is, by every origin they have. Null: several have it.
+// Items that are agreed or on the server, and that nobody here is, by every origin they have. Null:
+// several have it.
 class ByOrigin {
 public:
     ByOrigin(const std::vector<LocalRecord>& records, const RemoteChanges& remote,
-             const Knowledge& knowledge)
+             const Knowledge& knowledge, LocalState& state)
     {
         std::unordered_set<RecordIdView, RecordIdHash> named;
         for (const LocalRecord& local : records)
@@ -25,9 +27,16 @@ public:
             const bool isLive = !change.server.isTombstone && !change.isRefused;
             if (isLive && id.conduit != kConduitCalendar && named.count(id) == 0 &&
                 knowledge.seenOfAgreed(id) == nullptr)
-                add(id, change);
+                add(id, change.past);
+        }
+        for (const AgreedRow& row : knowledge.agreed()) {
+            if (row.id.conduit != kConduitCalendar && named.count(row.id) == 0 &&
+                remote.change(row.id) == nullptr)
+                add(row.id, state.agreedPast(row.id));
         }
     }
+
+    bool empty() const { return _byOrigin.empty(); }
 
     // Each is given once.
     std::optional<RecordId> take(const std::string& origin)
@@ -40,10 +49,10 @@ public:
     }
 
 private:
-    void add(const RecordId& id, const RemoteChange& change)
+    void add(const RecordId& id, const RecordPast& past)
     {
         note(originOfIdentity(id.conduit, {id.key}), id);
-        std::istringstream origins{change.past.origin};
+        std::istringstream origins{past.origin};
         for (std::string origin; origins >> origin;)
             note(origin, id);
     }
@@ -61,29 +70,44 @@ private:
 
 }  // namespace
 
-void nameByOrigin(std::vector<LocalRecord>& records, const RemoteChanges& remote,
-                  const Knowledge& knowledge)
+namespace {
+
+// What the store knows by something, and nobody else does. Most of a store is known.
+std::vector<LocalRecord*> unknownItems(std::vector<LocalRecord>& records)
 {
-    if (remote.changes().empty())
-        return;
-    std::vector<std::pair<LocalRecord*, std::string>> unknown;
-    std::unordered_map<std::string, int> sharers;
+    std::vector<LocalRecord*> unknown;
     for (LocalRecord& local : records) {
-        std::string origin = originOfIdentity(local.record->conduit(), local.place);
-        if (origin.empty())
-            continue;
-        ++sharers[origin];
-        if (local.seen == nullptr && local.agreedId.key.empty() && !local.isLeftOver)
-            unknown.emplace_back(&local, std::move(origin));
+        const bool isUnknown =
+            local.seen == nullptr && local.agreedId.key.empty() && !local.isLeftOver;
+        if (isUnknown && local.record->conduit() != kConduitCalendar && !local.place.uid.empty())
+            unknown.push_back(&local);
     }
+    return unknown;
+}
+
+}  // namespace
+
+void nameByOrigin(std::vector<LocalRecord>& records, const RemoteChanges& remote,
+                  const Knowledge& knowledge, LocalState& state)
+{
+    const std::vector<LocalRecord*> unknown = unknownItems(records);
     if (unknown.empty())
         return;
-    ByOrigin byOrigin(records, remote, knowledge);
-    for (const auto& [local, origin] : unknown) {
-        if (sharers[origin] != 1)
+    ByOrigin byOrigin(records, remote, knowledge, state);
+    if (byOrigin.empty())
+        return;
+    std::unordered_map<std::string, int> sharers;
+    for (const LocalRecord& local : records)
+        ++sharers[identityOf(local.record->conduit(), local.place)];
+    for (LocalRecord* const local : unknown) {
+        const std::string& conduit = local->record->conduit();
+        if (sharers[identityOf(conduit, local->place)] != 1)
             continue;
-        if (const auto id = byOrigin.take(origin))
-            local->agreedId = *id;
+        const auto id = byOrigin.take(originOfIdentity(conduit, local->place));
+        if (!id)
+            continue;
+        local->agreedId = *id;
+        local->seen = knowledge.seenOfAgreed(*id);
     }
 }
 

@@ -61,7 +61,8 @@ public:
         const RemoteChange* remote = liveOnServer(id);
         const bool isAgreed = _knowledge.agreedRow(id) != nullptr;
         if (remote == nullptr && !isAgreed)
-            return _remote.mayRevive(id, record.record->record());
+            return _remote.mayRevive(id, record.record->record(),
+                                     originOfIdentity(id.conduit, record.place));
         const bool isBareKey = id.key == record.record->recordKey();
         const bool isCompatible =
             remote == nullptr ? isAgreedWith(record, id) : !contradicts(record, remote->record);
@@ -263,7 +264,7 @@ LocalRecords::LocalRecords(std::vector<LocalRecord> loaded, const Knowledge& kno
                 return row->agreedKey && claimed.count({row->local.conduit, *row->agreedKey}) != 0;
             });
     }
-    nameByOrigin(_records, remote, knowledge);
+    nameByOrigin(_records, remote, knowledge, state);
     nameCalendarsByTitle(_records, knowledge, remote, state);
     nameWhatWasNeverSeen(_records, knowledge, state);
     for (const Groups::Group& group : groups.all)

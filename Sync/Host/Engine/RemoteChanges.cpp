@@ -203,13 +203,18 @@ void RemoteChanges::bury(ServerRecord record)
 {
     const RecordId id = record.id;
     RemoteChange last{std::move(record)};
-    _buried.emplace(id, decode(last) ? hashOfRemains(id, last.record) : "");
+    if (decode(last))
+        _buried.emplace(id, Remains{hashOfRemains(id, last.record), last.past.origin});
+    else
+        _buried.emplace(id, Remains{});
 }
 
-bool RemoteChanges::mayRevive(const RecordId& id, const Dictionary& record) const
+bool RemoteChanges::mayRevive(const RecordId& id, const Dictionary& record,
+                              const std::string& origin) const
 {
     const auto found = _buried.find(id);
-    return found == _buried.end() || found->second == hashOfRemains(id, record);
+    return found == _buried.end() || found->second.hash == hashOfRemains(id, record) ||
+           hasOrigin(found->second.origin, origin);
 }
 
 RemoteChange* RemoteChanges::change(const RecordId& id)

@@ -62,9 +62,10 @@ public:
     /// that are deleted: before mayRevive() is asked. Throws Exception when the server fails.
     void findBuried(SyncServerSession& server, std::vector<RecordId> names);
     /// Whether a new record of that name can be the one that had it: a deleted item only comes back
-    /// as it was, a calendar with the title that it had. Whatever else is entered under the same
-    /// title at the same hour would be taken for an edit of it where its deletion is not known yet.
-    bool mayRevive(const RecordId& id, const Dictionary& record) const;
+    /// as it was, or with what its first store knew it by (`origin`, originOfIdentity), a calendar
+    /// with the title that it had. Whatever else is entered under the same title at the same hour
+    /// would be taken for an edit of it where its deletion is not known yet.
+    bool mayRevive(const RecordId& id, const Dictionary& record, const std::string& origin) const;
     /// Whether there is anything to come down that was not offered in vain before.
     bool hasNews() const { return _hasNews; }
     std::size_t refusedCount() const;
@@ -85,7 +86,11 @@ private:
     std::map<RecordId, RemoteChange> _changes;
     std::unordered_map<RecordId, std::int64_t, RecordIdHash> _renumbered;
     std::unordered_set<RecordId, RecordIdHash> _missing;
-    std::unordered_map<RecordId, std::string, RecordIdHash> _buried;  // by what they come back with
+    struct Remains {
+        std::string hash{};  // of what it comes back with
+        std::string origin{};
+    };
+    std::unordered_map<RecordId, Remains, RecordIdHash> _buried;
     bool _hasNews = false;
     bool _contradictsPast = false;
 };
