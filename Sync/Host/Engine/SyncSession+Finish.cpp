@@ -1,6 +1,7 @@
 #include <algorithm>
 #include <utility>
 
+#include "Sync/Foundation/Format.h"
 #include "Sync/Foundation/Platform.h"
 #include "Sync/Host/Engine/HandedState.h"
 #include "Sync/Host/Engine/KeptRecords.h"
@@ -90,6 +91,7 @@ bool SyncSession::takeEffect()
     count(effective);
     tellOfTexts();
     tellOfGoneCalendars(effective);
+    tellOfTitles();
     if (isDryRun())
         return true;
     tellOfConflicts(effective);
@@ -327,6 +329,17 @@ void SyncSession::tellOfConflicts(const std::vector<const Outcome*>& effective)
     for (const OverwrittenText& text : _overwritten) {
         if (settled.count(text.id) != 0 || _outcomes.count(text.id) == 0)
             _setting.log(lineForOverwritten(text));
+    }
+}
+
+void SyncSession::tellOfTitles()
+{
+    for (const auto& [title, newTitle] : _retitled) {
+        const std::string line = stringWithFormat(
+            "Es gibt hier schon einen Kalender '%@'; der neu gekommene heißt jetzt überall '%@'.",
+            title, newTitle);
+        _setting.summary.notices.push_back(line);
+        _setting.log(line);
     }
 }
 

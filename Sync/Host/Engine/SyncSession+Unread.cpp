@@ -177,8 +177,7 @@ bool SyncSession::isPlaceTaken(const RecordId& id, const RemoteChange& change)
     if (local != nullptr && local->record->record()["Title"] == change.record["Title"])
         return false;
     if (!_takenTitles)
-        _takenTitles.emplace(TakenTitles::Store{*_local, _participation->off(), reading()}, _remote,
-                             *_knowledge, _setting.state);
+        _takenTitles.emplace(_participation->off(), reading(), *_knowledge, _setting.state);
     return _takenTitles->isAnothers(id, change.record);
 }
 

@@ -210,6 +210,8 @@ void SyncSession::compare()
     rules.serverWins = overwritesStore();
     Comparison comparison(*_knowledge, _remote, *_local, _setting.state, *_server, rules);
     _outcomes = comparison.outcomes();
+    if (!overwritesStore())
+        _retitled = tellTitlesApart(_outcomes, *_knowledge, *_local, _setting.state);
     for (auto& [id, outcome] : _outcomes) {
         if (outcome.kind != Outcome::Kind::take)
             continue;

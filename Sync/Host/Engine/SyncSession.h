@@ -10,6 +10,7 @@
 #include <unordered_set>
 #include <vector>
 
+#include "Sync/Host/Engine/ClashingTitles.h"
 #include "Sync/Host/Engine/Comparison.h"
 #include "Sync/Host/Engine/GivenRecords.h"
 #include "Sync/Host/Engine/HostReports.h"
@@ -145,6 +146,7 @@ private:
     void writeUnreadTexts(StateFacts& facts);
     void tellOfTexts();
     void tellOfConflicts(const std::vector<const Outcome*>& effective);
+    void tellOfTitles();
     void writeSeen(const std::vector<const Outcome*>& effective);
     void writeFacts(const std::vector<const Outcome*>& effective, std::int64_t head);
     bool isAllQuiet(const std::vector<const Outcome*>& effective) const;
@@ -186,6 +188,7 @@ private:
     std::map<RecordId, Outcome> _outcomes;
     std::vector<RecordId> _deletionsNotMade;
     std::vector<OverwrittenText> _overwritten;
+    std::vector<Retitled> _retitled;
     std::vector<MovedRecord> _moved;  // into calendars that do not take part
     RecordIdSet _movedIds;            // those of them that the others are told of
 

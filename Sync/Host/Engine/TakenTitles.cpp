@@ -15,32 +15,16 @@ std::string titleAndType(const Dictionary& calendar)
 
 }  // namespace
 
-TakenTitles::TakenTitles(const Store& store, const RemoteChanges& remote,
+TakenTitles::TakenTitles(const SyncRecordList& off, const StoreReading& reading,
                          const Knowledge& knowledge, LocalState& state)
 {
-    addCompared(store.compared, remote);
-    for (const SyncRecord& record : store.off) {
+    for (const SyncRecord& record : off) {
         if (record->conduit() == kConduitCalendar)
             _agreedKeys.emplace(titleAndType(record->record()),
-                                store.reading.switchedOff.agreedKey(record->recordKey()));
+                                reading.switchedOff.agreedKey(record->recordKey()));
     }
-    if (!store.reading.texts.empty())
-        addUnread(store.reading, knowledge, state);
-}
-
-// One that others have renamed or deleted makes way in the same run.
-void TakenTitles::addCompared(const LocalRecords& records, const RemoteChanges& remote)
-{
-    for (const LocalRecord& local : records.all()) {
-        if (local.record->conduit() != kConduitCalendar || local.isLeftOver)
-            continue;
-        const std::string title = titleAndType(local.record->record());
-        const RemoteChange* const change = remote.change(local.agreedId);
-        const bool makesWay = change != nullptr && !change->isRefused &&
-                              (change->server.isTombstone || titleAndType(change->record) != title);
-        if (!makesWay)
-            _agreedKeys.emplace(title, local.agreedId.key);
-    }
+    if (!reading.texts.empty())
+        addUnread(reading, knowledge, state);
 }
 
 // What an unread calendar is called is known from the time when it could be read.

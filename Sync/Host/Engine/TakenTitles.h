@@ -10,20 +10,14 @@
 
 namespace kt {
 
-/// Titles of calendars that stand in the store and keep them in this run: those that take part, are
-/// switched off, or are known and cannot be read at present. Of two calendars of one title and type
-/// a store gives only one. The other would be hidden behind it, and what is said of it elsewhere,
-/// its other title above all, could never come.
+/// Titles of calendars that stand in the store and are not compared: those that are switched off,
+/// and those that cannot be read at present. Of two calendars of one title and type a store gives
+/// only one. The other would be hidden behind it, and what is said of it elsewhere, its other title
+/// above all, could never come.
 class TakenTitles {
 public:
-    /// What a store holds that is about to be compared. Nothing is owned.
-    struct Store {
-        const LocalRecords& compared;
-        const SyncRecordList& off;  // what the load holds beside that
-        const StoreReading& reading;
-    };
-    /// Nothing of the arguments is kept.
-    TakenTitles(const Store& store, const RemoteChanges& remote, const Knowledge& knowledge,
+    /// `off` is what a load holds beside what is compared. Nothing of the arguments is kept.
+    TakenTitles(const SyncRecordList& off, const StoreReading& reading, const Knowledge& knowledge,
                 LocalState& state);
 
     /// Whether a calendar of the server, which has another title here or is not here, has the title
@@ -31,7 +25,6 @@ public:
     bool isAnothers(const RecordId& agreedId, const Dictionary& calendar) const;
 
 private:
-    void addCompared(const LocalRecords& records, const RemoteChanges& remote);
     void addUnread(const StoreReading& reading, const Knowledge& knowledge, LocalState& state);
 
     // By title and type; nullopt of what is nothing that the others know.
