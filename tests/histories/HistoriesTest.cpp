@@ -18,7 +18,6 @@ namespace {
 //     ICALSYNC_SEED=17 ICALSYNC_HISTORIES=1 test_histories
 // More of them, from that seed on, through ICALSYNC_HISTORIES; one that is written down, as the
 // report shows it, through ICALSYNC_HISTORY, the name of a file. ICALSYNC_STORY tells what happens.
-// What is left out by default comes in through ICALSYNC_ALSO.
 
 constexpr std::int64_t kFirstSeed = 1;
 constexpr std::int64_t kHistories = 40;
@@ -36,10 +35,7 @@ History historyOfSeed(std::int64_t seed)
         std::ifstream file(path);
         return historyInText({std::istreambuf_iterator<char>(file), {}});
     }
-    const char* also = std::getenv("ICALSYNC_ALSO");
-    return histories(also == nullptr ? "" : also)(rc::Random(static_cast<std::uint64_t>(seed)),
-                                                  rc::kNominalSize)
-        .value();
+    return histories()(rc::Random(static_cast<std::uint64_t>(seed)), rc::kNominalSize).value();
 }
 
 /// What went wrong, as it is played again, and the smallest history that still goes wrong.

@@ -64,8 +64,6 @@ std::string description(const History& history);
 /// The same text read again; what it does not know it passes over.
 History historyInText(const std::string& text);
 
-/// Of what is left out for a reason that is not mended yet, that whose names stand in `also`
-/// happens as well.
-rc::Gen<History> histories(const std::string& also);
+rc::Gen<History> histories();
 
 }  // namespace kt::test
