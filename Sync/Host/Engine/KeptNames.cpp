@@ -130,14 +130,24 @@ private:
         return taken;
     }
 
+    // An item keeps its UID through every edit, but for a rewrite that makes one of its key.
+    static bool isAnotherItem(const Record& record, const KeptRow& row)
+    {
+        const std::string& uid = record.place.uid;
+        return !uid.empty() && !row.place.uid.empty() && uid != row.place.uid && uid != row.id.key;
+    }
+
     // Where one may be missing without being deleted, it is not known which one was edited.
     void pairWhatWasEdited(KeptNames& names, KeptMissing missing)
     {
         if (missing == KeptMissing::stillThere && _records.size() < _rows.size())
             return;
-        std::vector<const KeptRow*> rows = _rows;
         std::vector<Record> rest;
         for (Record& record : _records) {
+            std::vector<const KeptRow*> rows = _rows;
+            if (missing == KeptMissing::stillThere)
+                std::erase_if(rows,
+                              [&](const KeptRow* row) { return isAnotherItem(record, *row); });
             if (const KeptRow* row = takeFirst(rows, record))
                 take(names, record, *row);
             else
