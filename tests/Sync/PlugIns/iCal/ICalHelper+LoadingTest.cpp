@@ -196,6 +196,13 @@ TEST_F(Loading, GivesABirthdayCalendarWithoutFolderItsRecordAllTheSame)
     EXPECT_THAT(titles(loaded()), ElementsAre("ical-calendar Geburtstage"));
 }
 
+TEST_F(Loading, GivesAGroupWithoutFolderItsRecordAllTheSame)
+{
+    writeFolder("G.group", without(groupInfo("G", "Gruppe", {}), "Key"));
+    EXPECT_THAT(titles(loaded()), ElementsAre("ical-calendar Gruppe"));
+    EXPECT_THAT(host.messages(), Not(Contains("Keine Ereignisse fuer Kalender: 'Gruppe'")));
+}
+
 TEST_F(Loading, LogsWhatItIsDoingCalendarByCalendar)
 {
     writeCalendar("A", "Arbeit");
