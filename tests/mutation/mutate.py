@@ -58,6 +58,11 @@ class Builder:
         self.compilers = {os.path.relpath(each["file"], ROOT): each for each in commands}
         self.links = {}
 
+    def is_in_library(self, file):
+        """A source may belong to another target, which no test program links."""
+        target = pathlib.Path(self.library).stem.removeprefix("lib")
+        return f"/{target}.dir/" in self.compilers[file]["command"]
+
     def compile(self, place):
         """The object file of the changed source, or None where it is no C++ any more."""
         source = self.folder / pathlib.Path(place.file).name
@@ -107,11 +112,11 @@ def who_sees(builder, changed, runs):
     return None
 
 
-def all_places(folder, part, line):
+def all_places(area, builder, part, line):
     places = []
-    for path in sorted((ROOT / folder).glob("*.cpp")):
+    for path in sorted((ROOT / area.folder).glob("*.cpp")):
         name = path.relative_to(ROOT).as_posix()
-        if part in name:
+        if part in name and builder.is_in_library(name):
             places += [place for place in places_in(name, path.read_text(encoding="utf-8"))
                        if line in (None, place.line)]
     return places
@@ -141,22 +146,26 @@ def check_unchanged(builder, place, runs):
 def main():
     options = parsed()
     area = AREAS[options.area]
-    places = all_places(area.folder, options.file, options.line)
-    chosen = random.Random(options.seed).sample(places, min(options.count, len(places)))
-    if options.list:
-        print("\n".join(map(str, places)))
-        return 0
-    print(f"{len(places)} places, {len(chosen)} of them with --seed {options.seed}", flush=True)
-    counts = {"seen": 0, "survived": 0, "not compiled": 0}
     with tempfile.TemporaryDirectory(prefix="kt-mutation-") as folder:
         builder = Builder(options.build.resolve(), pathlib.Path(folder), area.library)
+        places = all_places(area, builder, options.file, options.line)
+        if options.list:
+            print("\n".join(map(str, places)))
+            return 0
+        chosen = random.Random(options.seed).sample(places, min(options.count, len(places)))
+        print(f"{len(places)} places, {len(chosen)} of them with --seed {options.seed}", flush=True)
         check_unchanged(builder, chosen[0], area.runs)
-        for place in chosen:
-            changed = builder.compile(place)
-            program = who_sees(builder, changed, area.runs) if changed else None
-            outcome = "not compiled" if not changed else "seen" if program else "survived"
-            counts[outcome] += 1
-            print(f"{outcome:12} {place}" + (f" ({program})" if program else ""), flush=True)
+        return try_out(builder, chosen, area.runs)
+
+
+def try_out(builder, chosen, runs):
+    counts = {"seen": 0, "survived": 0, "not compiled": 0}
+    for place in chosen:
+        changed = builder.compile(place)
+        program = who_sees(builder, changed, runs) if changed else None
+        outcome = "not compiled" if not changed else "seen" if program else "survived"
+        counts[outcome] += 1
+        print(f"{outcome:12} {place}" + (f" ({program})" if program else ""), flush=True)
     print(", ".join(f"{number} {outcome}" for outcome, number in counts.items()))
     return 1 if counts["survived"] else 0
 
