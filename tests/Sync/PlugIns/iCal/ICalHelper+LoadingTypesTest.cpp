@@ -77,6 +77,16 @@ TEST_P(LoadingOfType, RemembersThatItIsNotSelected)
     EXPECT_THAT(notSelected, UnorderedElementsAre(key));
 }
 
+TEST_F(Loading, GivesExactlyOneRecordForAGroup)
+{
+    writeFolder("G.group", groupInfo("G", "Gruppe", {}));
+    writeItems("G", "1.ics", eventLines("Termin") + taskLines("Aufgabe"));
+    EXPECT_THAT(titles(loaded()), ElementsAre("ical-calendar Gruppe"));
+    EXPECT_EQ(numCalendars, 1);
+    EXPECT_EQ(numEvents, 0);
+    EXPECT_EQ(numTasks, 0);
+}
+
 struct SwitchRow {
     Value value;
     bool isOn;

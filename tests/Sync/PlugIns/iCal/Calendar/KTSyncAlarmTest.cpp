@@ -191,6 +191,7 @@ TEST_F(Alarm, LosesTheParametersOfARelativeTrigger)
               (Dictionary{{"Action", "DISPLAY"}, {"RelativeTrigger", "-PT15M"}}));
     EXPECT_EQ(alarm->iCalLines(),
               "BEGIN:VALARM\r\nACTION:DISPLAY\r\nTRIGGER:-PT15M\r\nEND:VALARM\r\n");
+    EXPECT_THAT(lossReasons(), IsEmpty());
 }
 
 TEST_F(Alarm, TakesAZoneThatDoesNotComeFirstForNoAbsoluteTrigger)

@@ -1,6 +1,8 @@
 #include <filesystem>
+#include <utility>
 
 #include "tests/Sync/PlugIns/iCal/Calendar/Layout105WriterFixture.h"
+#include "tests/support/FailingFileManager.h"
 
 namespace kt::test {
 namespace {
@@ -37,6 +39,18 @@ TEST_F(Layout105Writer, CreatesTheStoreFolderWhereThereIsNone)
     EXPECT_TRUE(store({}));
     EXPECT_TRUE(home.exists("Library/Calendars"));
     EXPECT_TRUE(home.exists(kBackup));
+}
+
+TEST_F(Layout105Writer, CreatesTheStoreFolderAgainWhereTheFirstTryFailed)
+{
+    bool isFirst = true;
+    failFileOperations([&](const std::string& operation) {
+        return operation.starts_with("createDirectory") &&
+               operation.ends_with("Library/Calendars") && std::exchange(isFirst, false);
+    });
+    EXPECT_TRUE(store({}));
+    EXPECT_FALSE(isFirst);
+    EXPECT_TRUE(home.exists("Library/Calendars"));
 }
 
 TEST_F(Layout105Writer, KeepsOneBackupTheStoreBeforeTheLastRewrite)

@@ -1,4 +1,5 @@
-// Every line of an item is folded but that of a priority. DTSTAMP and DURATION never get as long.
+// How the lines of items are written: folded (DTSTAMP and DURATION never get as long, and a
+// priority stays as it is), and what becomes of a property that should stand there once.
 
 #include "tests/Sync/PlugIns/iCal/Calendar/ModelFixture.h"
 
@@ -59,12 +60,6 @@ TEST_P(TaskFold, IsThatOfTheLine)
 
 class ItemLines : public ModelFixture {};
 
-TEST_F(ItemLines, OfAPriorityAreNotFolded)
-{
-    EXPECT_THAT(task("SUMMARY:t\nPRIORITY:" + kLong)->iCalLines(),
-                HasSubstr("\r\nPRIORITY:" + kLong + "\r\n"));
-}
-
 TEST_F(ItemLines, OfAnXPropertyThatCameTwiceAreFoldedAsWell)
 {
     const std::string line = "X-A:(\n    " + kLong + ",\n    b\n)\r\n";
@@ -104,6 +99,41 @@ TEST_P(TaskSeveralValues, AreToldAsSuchAndNothingElse)
 {
     task(twice())->iCalLines();
     EXPECT_EQ(lossReasons(), std::vector<std::string>{told()});
+}
+
+class EventSeveralDates : public ItemSeveralValues {
+protected:
+    static std::string twoDates()
+    {
+        const std::string line = "\n" + std::string(GetParam()) + ":2007122";
+        return "SUMMARY:t" + line + "4T100000Z" + line + "5T100000Z";
+    }
+    void expectNoDate(const Dictionary& record, const std::string& lines)
+    {
+        for (const auto& [key, value] : record)
+            EXPECT_EQ(value.objectOfClass<KTSyncEnhancedDate>(), nullptr) << key;
+        EXPECT_THAT(lines, testing::Not(HasSubstr(GetParam())));
+        ASSERT_EQ(lossReasons().size(), 1u);
+        EXPECT_THAT(lossReasons().front(), testing::StartsWith(GetParam()));
+        EXPECT_THAT(lossReasons().front(), testing::EndsWith("ist kein Datum"));
+    }
+};
+class TaskSeveralDates : public EventSeveralDates {};
+
+INSTANTIATE_TEST_SUITE_P(Names, EventSeveralDates,
+                         testing::Values("DTSTART", "DTEND", "DTSTAMP", "RECURRENCE-ID"));
+TEST_P(EventSeveralDates, CountAsNoneAndAreToldWhenTheyAreRead)
+{
+    const auto read = event(twoDates());
+    expectNoDate(read->syncRecord(), read->iCalLines());
+}
+
+INSTANTIATE_TEST_SUITE_P(Names, TaskSeveralDates, testing::Values("DUE", "COMPLETED"));
+TEST_P(TaskSeveralDates, CountAsNoneAndAreToldWhenTheyAreRead)
+{
+    const auto read = task(twoDates());
+    expectNoDate(read->syncRecord(), read->iCalLines());
+    EXPECT_FALSE(read->isCompleted());
 }
 
 }  // namespace
