@@ -54,12 +54,13 @@ bool ejectVolume(const std::string& path)
 
 bool createAliasAtPath(const std::string& path, const std::string& pathContent)
 {
-    const auto target = scriptPath(pathContent);
-    const auto folder = scriptPath(stringByDeletingLastPathComponent(path));
-    // Nothing is removed for the sake of an alias that cannot be made.
-    if (!target || !folder || Platform::shared().isWriteGuarded())
+    if (Platform::shared().isWriteGuarded())
         return false;
     FileManager::defaultManager().removeFileAtPath(path);
+    const auto target = scriptPath(pathContent);
+    const auto folder = scriptPath(stringByDeletingLastPathComponent(path));
+    if (!target || !folder)
+        return false;
     return runFinderScript(
         stringWithFormat("tell application \"Finder\"\n"
                          "set linkTarget to \"%@\"\n"

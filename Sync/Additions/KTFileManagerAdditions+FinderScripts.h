@@ -9,8 +9,8 @@ namespace kt {
 // script, where hfsStylePathFromPosixPath gives nil. When a script fails the answer is false and
 // the description of its error dictionary goes to the system log, as a format of its own.
 
-/// Makes an alias file that points to `pathContent`; an item that stands at its path is removed
-/// first.
+/// Makes an alias file that points to `pathContent`. An item that stands at its path is removed
+/// first, whether an alias can be made or not.
 bool createAliasAtPath(const std::string& path, const std::string& pathContent);
 
 /// Has the Finder show the item as it is now.

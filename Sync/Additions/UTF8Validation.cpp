@@ -20,7 +20,7 @@ bool isTrailByte(std::uint8_t byte) { return byte >= 0x80 && byte <= 0xBF; }
 /// The second byte's range depends on the lead byte: it keeps out overlong forms (E0, F0) and
 /// numbers beyond the last character. That is U+10FFFF, which is F4 8F BF BF: with the lead byte F4
 /// some sequences are characters and some are not, so F4 is a legal lead byte with a limit of its
-/// own, and all above it are none.
+/// own, and all above it are none. That limit stands in the place of the lower one.
 bool isSecondByteLegal(std::uint8_t leadByte, std::uint8_t secondByte)
 {
     switch (leadByte) {
@@ -29,7 +29,7 @@ bool isSecondByteLegal(std::uint8_t leadByte, std::uint8_t secondByte)
     case 0xF0:
         return secondByte >= 0x90 && secondByte <= 0xBF;
     case 0xF4:
-        return secondByte >= 0x80 && secondByte <= 0x8F;
+        return secondByte <= 0x8F;
     default:
         return isTrailByte(secondByte);
     }

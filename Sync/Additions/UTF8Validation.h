@@ -19,7 +19,7 @@ std::size_t utf8SequenceLength(std::uint8_t leadByte);
 /// isLegalUTF8Char:length: whether the bytes are one legal sequence of that length (RFC 3629,
 /// section 4). Any length but 1 to 4 is illegal and reads nothing; otherwise `length` bytes are
 /// read. Encoded surrogate halves (ED A0..BF xx) count as legal, so that titles cut in the middle
-/// of a pair pass.
+/// of a pair pass; after the lead byte F4 the second byte has no lower bound.
 bool isLegalUTF8Char(const std::uint8_t* bytes, std::int32_t length);
 
 /// True for text of ASCII alone without control characters other than tab, line feed and carriage
@@ -29,7 +29,8 @@ bool isValidUTF8(std::string_view receiver);
 
 /// The text up to its first NUL without control characters (tab, line feed and carriage return
 /// stay) and without illegal sequences. A sequence is kept or dropped as a whole: a bad lead byte
-/// takes the bytes with it that it lays claim to.
+/// takes the bytes with it that it lays claim to. Null where what is kept is no UTF-8 all the same,
+/// which takes an F4 with a second byte below 80.
 std::optional<std::string> validUTF8String(std::string_view receiver);
 
 }  // namespace kt

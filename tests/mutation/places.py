@@ -7,6 +7,9 @@ SWAPS = [(" == ", " != "), (" != ", " == "), (" < ", " <= "), (" <= ", " < "), (
          (" && ", " || "), (" || ", " && "), ("return true;", "return false;"), ("return false;", "return true;")]
 NEGATION = re.compile(r"(?<![\w)\]!])!(?=[\w(:])")
 CONDITION = re.compile(r"\b(?:else )?(?:if|while) \((.+)\)(?: \{)?$")
+# A statement of its own that ends on its line, and how the line before a statement ends.
+CALL = re.compile(r"^ +((?:[\w\]\[*]|\.|->|::)+\(.*\);)$")
+STATEMENT_END = re.compile(r"(?:^|[;{}]|\belse|^ *(?:else )?(?:if|while|for) \(.*\))$")
 NUMBER = re.compile(r"(?<![\w.\"'])\d+U?(?![\w.\"'])")
 STRING = re.compile(r'"(?:[^"\\]|\\.)*"|\'(?:[^\'\\]|\\.)*\'')
 SKIPPED = re.compile(r"^\s*(?://|#|\*|using |namespace |static_assert)")
@@ -51,6 +54,13 @@ def slips_in(line):
         yield found.start(), found[0], f"{int(found[0].rstrip('U')) + 1}" + ("U" if found[0].endswith("U") else "")
 
 
+def left_out_call(line, previous):
+    """As slips_in, where the line is a call whose result nobody takes."""
+    call = CALL.match(code_of(line).rstrip())
+    if call and is_whole(call[1][:-1]) and STATEMENT_END.search(code_of(previous).rstrip()):
+        yield call.start(1), line[call.start(1):call.end(1)], ";"
+
+
 def is_whole(condition):
     """Not cut off by the end of the line, and no loop's or initialiser's list of statements."""
     depth = 0
@@ -62,11 +72,12 @@ def is_whole(condition):
 
 
 def places_in(name, text):
-    for number, line in enumerate(text.split("\n"), 1):
+    lines = text.split("\n")
+    for number, (previous, line) in enumerate(zip(["", *lines], lines), 1):
         if SKIPPED.match(line):
             continue
         # An operator at the end of a line is one like any other.
-        for column, old, new in slips_in(line + " "):
+        for column, old, new in [*slips_in(line + " "), *left_out_call(line, previous)]:
             if column + len(old) > len(line):
                 old, new = old.rstrip(), new.rstrip()
             yield Place(name, number, column, old, new)

@@ -22,11 +22,19 @@ class Slips(unittest.TestCase):
 
     def test_numbers(self):
         self.assertEqual([("0", "1")], slips("    int count = 0;"))
-        self.assertEqual([("7U", "8U")], slips("    take(7U);"))
+        self.assertEqual([("7U", "8U")], slips("    value = take(7U);"))
+
+    def test_calls_that_are_statements(self):
+        self.assertEqual([("take(x, y);", ";")], slips("    take(x, y);"))
+        self.assertEqual([("a.b->c(d());", ";")], slips("    a.b->c(d());"))
+        for line in ("    Type name(x);", "    return take(x);", "    const auto y = take(x);", "    take(x, [&] {",
+                     "         taken(x), other(y));", "    const auto y =\n        take(x);"):
+            self.assertEqual([], slips(line), line)
+        self.assertEqual([("take(x);", ";")], slips("    for (auto& x : all)\n        take(x);"))
 
     def test_nothing_in_texts_comments_includes_and_templates(self):
-        for line in ('log("a == b && 1");', "// if (a == b)", "#include <vector>", "std::vector<int> x(y);",
-                     "    take(x);  // 1 == 2", "call(std::move(kept));", "value_1.name2();"):
+        for line in ('x = log("a == b && 1");', "// if (a == b)", "#include <vector>", "std::vector<int> x(y);",
+                     "    x = take(y);  // 1 == 2", "x = call(std::move(kept));", "x = value_1.name2();"):
             self.assertEqual([], slips(line), line)
 
     def test_change_one_place_of_the_text(self):

@@ -167,13 +167,20 @@ TEST_F(FinderScripts, PassOnWhatIsNoExceptionOfOursWhileAVolumeIsEjected)
 
 TEST_F(FinderScripts, AreNotRunForItemsWithoutAnHFSPath)
 {
-    folder.write("old", "y");
     catalog->volumes.clear();
-    EXPECT_FALSE(createAliasAtPath(folder.path("old"), folder.path("a.ics")));
+    EXPECT_FALSE(createAliasAtPath(folder.path("alias"), folder.path("a.ics")));
     EXPECT_FALSE(updateFinderDisplayAtPath(folder.path("a.ics")));
     EXPECT_FALSE(ejectVolumeAtPath(folder.path()));
     EXPECT_THAT(scripts, IsEmpty());
-    EXPECT_THAT(folder.tree(), ElementsAre(Pair("old", "y")));
+}
+
+TEST_F(FinderScripts, RemoveWhatStandsAtAnAliassPathEvenWhereThereIsNoHFSPath)
+{
+    folder.write("a.ics", "x");
+    folder.write("old", "y");
+    catalog->volumes.clear();
+    EXPECT_FALSE(createAliasAtPath(folder.path("old"), folder.path("a.ics")));
+    EXPECT_THAT(folder.tree(), ElementsAre(Pair("a.ics", "x")));
 }
 
 TEST_F(FinderScripts, FailWhereThereIsNoAppleScript)

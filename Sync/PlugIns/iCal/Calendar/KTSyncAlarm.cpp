@@ -7,6 +7,7 @@
 #include "Sync/Foundation/Platform.h"
 #include "Sync/HostInterface/Guard.h"
 #include "Sync/PlugIns/iCal/Calendar/KTSyncCalendarTools.h"
+#include "Sync/PlugIns/iCal/Calendar/RawValueLine.h"
 
 namespace kt {
 
@@ -106,8 +107,7 @@ Dictionary KTSyncAlarm::syncRecord() const
 
 std::string KTSyncAlarm::iCalLines() const
 {
-    std::string lines = "BEGIN:VALARM\r\n" + KTSyncCalendarTools::writableLine(
-                                                 stringWithFormat("ACTION:%@\r\n", _action));
+    std::string lines = "BEGIN:VALARM\r\n" + rawValueLine("ACTION:%@\r\n", _action);
     if (_attachments) {
         for (const auto& attachment : *_attachments)
             lines += attachment->iCalLines();
@@ -116,7 +116,8 @@ std::string KTSyncAlarm::iCalLines() const
         lines += KTSyncCalendarTools::propertyLine(_fileLogger, "ATTENDEE:%@\r\n",
                                                    _emailAddress->address());
     if (!_relativeTrigger.isNil())
-        lines += KTSyncCalendarTools::propertyLine(_fileLogger, "TRIGGER:%@\r\n", _relativeTrigger);
+        lines += KTSyncCalendarTools::splitLine(rawValueLine("TRIGGER:%@\r\n", _relativeTrigger),
+                                                _fileLogger);
     else if (auto trigger = KTSyncCalendarTools::assembleDateComponent("TRIGGER", _absoluteTrigger))
         lines +=
             KTSyncCalendarTools::splitLine(KTSyncCalendarTools::writableLine(*std::move(trigger)),

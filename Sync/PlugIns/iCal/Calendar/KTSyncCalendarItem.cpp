@@ -9,6 +9,7 @@
 #include "Sync/HostInterface/Guard.h"
 #include "Sync/HostInterface/KTLossReport.h"
 #include "Sync/PlugIns/iCal/Calendar/KTSyncCalendarTools.h"
+#include "Sync/PlugIns/iCal/Calendar/RawValueLine.h"
 #include "Sync/PlugIns/iCal/Calendar/UnreadText.h"
 
 namespace kt {
@@ -24,14 +25,6 @@ bool isSpecialName(std::string_view name)
     return name.starts_with(kSpecialPrefix) &&
            name.find_first_of("\r\n") == std::string_view::npos &&
            Tools::propertyNameInKey(Tools::propertyKeyInLine(std::string(name) + ':')) == name;
-}
-
-/// A property that stood in an item more than once.
-void tellOfSeveralValues(std::string_view name, const Value& value)
-{
-    if (value.isArray())
-        reportLoss(KTLoss::Kind::curtailed,
-                   stringWithFormat("%@: mehrere Werte werden als ein Text geschrieben", name));
 }
 
 template <class List>
@@ -216,7 +209,7 @@ std::string KTSyncCalendarItem::sharedICalLines() const
     guarded(
         logger, "[KTSyncCalendarItem iCalLines]:\n%@\n%@", [&] { return lines; },
         [&] {
-            lines += KTSyncCalendarTools::propertyLine(logger, "SUMMARY:%@\r\n", _title);
+            lines += KTSyncCalendarTools::splitLine(rawValueLine("SUMMARY:%@\r\n", _title), logger);
             appendProperty(lines, "DESCRIPTION:%@\r\n", _notes);
             appendProperty(lines, "SEQUENCE:%@\r\n", _sequence);
             appendProperty(lines, "URL;VALUE=URI:%@\r\n", _url);
@@ -243,12 +236,14 @@ void KTSyncCalendarItem::appendSpecialFields(std::string& lines) const
                                         KTSyncCalendarTools::onOneLine(name)));
             continue;
         }
-        tellOfSeveralValues(name, value);
-        // An array goes as it describes itself, which holds line feeds but none of its elements'.
-        lines += value.isArray()
-                     ? KTSyncCalendarTools::splitLineUsingFileLogger(fileLogger(), "%@:%@\r\n",
-                                                                     name, value)
-                     : KTSyncCalendarTools::propertyLine(fileLogger(), "%@:%@\r\n", name, value);
+        if (!value.isArray()) {
+            lines += KTSyncCalendarTools::propertyLine(fileLogger(), "%@:%@\r\n", name, value);
+            continue;
+        }
+        tellOfSeveralValues(name);
+        // It describes itself with line feeds, but without those of its elements.
+        lines +=
+            KTSyncCalendarTools::splitLineUsingFileLogger(fileLogger(), "%@:%@\r\n", name, value);
     }
 }
 
@@ -288,8 +283,7 @@ void KTSyncCalendarItem::appendProperty(std::string& lines, std::string_view for
 {
     if (value.isNil())
         return;
-    tellOfSeveralValues(format.substr(0, format.find_first_of(":;")), value);
-    lines += KTSyncCalendarTools::propertyLine(fileLogger(), format, value);
+    lines += KTSyncCalendarTools::splitLine(rawValueLine(format, value), fileLogger());
 }
 
 void KTSyncCalendarItem::appendDate(std::string& lines, std::string_view name,

@@ -7,6 +7,7 @@
 #include "Sync/HostInterface/Guard.h"
 #include "Sync/HostInterface/KTLossReport.h"
 #include "Sync/PlugIns/iCal/Calendar/KTSyncCalendarTools.h"
+#include "Sync/PlugIns/iCal/Calendar/RawValueLine.h"
 
 namespace kt {
 
@@ -85,7 +86,7 @@ std::string KTSyncTask::iCalLines()
     if (_isCompleted)
         lines += "STATUS:COMPLETED\r\n";
     if (!_priority.isNil())
-        lines += KTSyncCalendarTools::writableLine(stringWithFormat("PRIORITY:%@\r\n", _priority));
+        lines += rawValueLine("PRIORITY:%@\r\n", _priority);
     appendDate(lines, "DUE", _dueDate);
     appendDate(lines, "COMPLETED", _completedDate);
     adoptRecordKeyAsUID();

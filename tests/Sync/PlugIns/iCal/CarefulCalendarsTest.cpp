@@ -119,6 +119,27 @@ TEST_P(CarefulCalendars, KeepsACalendarInTheFolderInWhichTheHostKnowsIt)
     EXPECT_EQ(store()[itemFile("A", 0)], before.at(itemFile("A", 0)));
 }
 
+TEST_P(CarefulCalendars, GivesTwoNewCalendarsOfOneSourceKeyAFolderEach)
+{
+    layOut({{"A", "Privat", {event("1", "Eins")}}});
+    SyncRecordList records = load();
+    for (const char* title : {"Links", "Rechts"}) {
+        const std::string key(40, title[0] == 'L' ? 'd' : 'e');
+        records.push_back(record(kConduitCalendar, key,
+                                 {{"Type", "CalendarNode"},
+                                  {"Title", title},
+                                  {"Color", "#FF0000"},
+                                  {"Notes", ""},
+                                  {"SourceKey", "NEU"}}));
+        records.push_back(
+            record(kConduitEvent, "termin-" + key,
+                   {{"Title", std::string("In ") + title}, {"ParentRecordKey", key}}));
+    }
+    ASSERT_TRUE(save(records));
+    EXPECT_THAT(titles(load()),
+                UnorderedElementsAre("Privat", "Eins", "Links", "In Links", "Rechts", "In Rechts"));
+}
+
 TEST_P(CarefulCalendars, KeepsTheTextsOfARenamedCalendarWhoseNameANewOneTakes)
 {
     layOut({{"A", "Arbeit", {event("1", "Eins"), event("2", "Zwei")}}});

@@ -231,8 +231,8 @@ protected:
 
     bool save(const SyncRecordList& records)
     {
-        std::int32_t counts[3] = {};
-        return ICalHelper::saveCalendars(records, &host, counts[0], counts[1], counts[2],
+        savedCalendars = savedEvents = savedTasks = 0;
+        return ICalHelper::saveCalendars(records, &host, savedCalendars, savedEvents, savedTasks,
                                          notSelected, notExpanded, &loaded);
     }
 
@@ -333,6 +333,9 @@ protected:
     RecordKeySet notSelected;
     RecordKeySet notExpanded;
     SyncRecordList skipped;
+    std::int32_t savedCalendars = 0;  // by the last rewrite
+    std::int32_t savedEvents = 0;
+    std::int32_t savedTasks = 0;
 };
 
 }  // namespace kt::test

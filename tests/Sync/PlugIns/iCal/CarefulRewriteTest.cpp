@@ -75,6 +75,47 @@ TEST_P(CarefulRewrite, AddsNewItemsBesideTheOthers)
     EXPECT_THAT(titles(load()), ElementsAre("Privat", "Eins", "Neu"));
 }
 
+TEST_P(CarefulRewrite, AddsNewItemsInTheOrderInWhichTheyAreHandedOut)
+{
+    layOut({{"A", "Privat", {}}});
+    SyncRecordList records = load();
+    const std::string calendar = records[0]->recordKey();
+    for (const char* title : {"Zwei", "Drei", "Eins"})
+        records.push_back(record(kConduitEvent, std::string(40, title[0]),
+                                 {{"Title", title}, {"ParentRecordKey", calendar}}));
+    ASSERT_TRUE(save(records));
+    std::string all;
+    for (const auto& [path, text] : store())
+        all += text;
+    if (is104()) {
+        EXPECT_LT(all.find("SUMMARY:Zwei"), all.find("SUMMARY:Drei"));
+        EXPECT_LT(all.find("SUMMARY:Drei"), all.find("SUMMARY:Eins"));
+    }
+    EXPECT_NE(all.find("SUMMARY:Eins"), std::string::npos);
+}
+
+TEST_P(CarefulRewrite, CountsTheItemsOfEveryCalendarThatIsHandedOut)
+{
+    layOut({{"A", "Privat", {}}});
+    SyncRecordList records = load();
+    const std::string birthdays(40, 'b');
+    records.push_back(record(kConduitCalendar, birthdays,
+                             {{"Type", "BirthdayCalendar"},
+                              {"Title", "Geburtstage"},
+                              {"Color", "#0252D4"},
+                              {"Notes", ""}}));
+    for (const std::string& parent : {records[0]->recordKey(), birthdays}) {
+        records.push_back(
+            record(kConduitEvent, "e" + parent, {{"Title", "Anna"}, {"ParentRecordKey", parent}}));
+        records.push_back(record(kConduitTask, "t" + parent,
+                                 {{"Title", "Geschenk"}, {"ParentRecordKey", parent}}));
+    }
+    ASSERT_TRUE(save(records));
+    EXPECT_EQ(savedCalendars, 2);
+    EXPECT_EQ(savedEvents, 2);
+    EXPECT_EQ(savedTasks, 2);
+}
+
 TEST_P(CarefulRewrite, RemovesACopyWithTheEventThatItIsACopyOf)
 {
     layOut({{"A", "Privat", {event("1", "Eins"), event("1", "Eins"), event("2", "Zwei")}}});

@@ -196,6 +196,13 @@ TEST_F(Loading, GivesABirthdayCalendarWithoutFolderItsRecordAllTheSame)
     EXPECT_THAT(titles(loaded()), ElementsAre("ical-calendar Geburtstage"));
 }
 
+TEST_F(Loading, GivesAGroupWithoutFolderItsRecordAllTheSame)
+{
+    writeFolder("G.group", without(groupInfo("G", "Gruppe", {}), "Key"));
+    EXPECT_THAT(titles(loaded()), ElementsAre("ical-calendar Gruppe"));
+    EXPECT_THAT(host.messages(), Not(Contains("Keine Ereignisse fuer Kalender: 'Gruppe'")));
+}
+
 TEST_F(Loading, LogsWhatItIsDoingCalendarByCalendar)
 {
     writeCalendar("A", "Arbeit");
@@ -240,11 +247,15 @@ TEST_F(Loading, RemembersWhichCalendarsAreNotSelectedAndWhichGroupsAreCollapsed)
     writeFolder("C.calendar", with(calendarInfo("C", "Aus"), "Checked", false));
     writeFolder("G.group", with(groupInfo("G", "Zu", {}), "Expanded", false));
     writeFolder("H.group", with(groupInfo("H", "Offen", {}), "Checked", false));
+    writeFolder("I.group",
+                with(with(groupInfo("I", "Beides", {}), "Expanded", false), "Checked", false));
     activated.set(keyOf("Aus"), 0);
     loaded();
     EXPECT_THAT(notSelected, UnorderedElementsAre(keyOf("Arbeit"), keyOf("Aus"),
-                                                  keyOf("Offen", kCalendarTypeGroup)));
-    EXPECT_THAT(notExpanded, UnorderedElementsAre(keyOf("Zu", kCalendarTypeGroup)));
+                                                  keyOf("Offen", kCalendarTypeGroup),
+                                                  keyOf("Beides", kCalendarTypeGroup)));
+    EXPECT_THAT(notExpanded, UnorderedElementsAre(keyOf("Zu", kCalendarTypeGroup),
+                                                  keyOf("Beides", kCalendarTypeGroup)));
 }
 
 }  // namespace

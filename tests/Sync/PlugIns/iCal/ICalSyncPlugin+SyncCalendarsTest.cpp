@@ -69,6 +69,26 @@ TEST_F(SyncRunRewrite, KeepsTheViewStateThatTheStoreHad)
     EXPECT_EQ((*storedInfo("A.calendar"))["Checked"], Value(false));
     EXPECT_EQ((*storedInfo("B.calendar"))["Checked"], Value(true));
 }
+
+TEST_F(SyncRunRewrite, KeepsACollapsedGroupCollapsed)
+{
+    writeFolder("G.group", with(with(groupInfo("G", "Zu", {}), "Expanded", false), "Notes", ""));
+    writeFolder("H.group", with(groupInfo("H", "Offen", {}), "Notes", ""));
+    host.script.localState->clear();
+    for (const auto& [key, group] : readStore()) {
+        if (group->calendarType() == kCalendarTypeGroup)
+            host.script.localState->emplace_back(
+                key, std::make_shared<HostSyncRecord>(0, group->syncRecord(), key, std::nullopt,
+                                                      "ical-calendar"));
+    }
+    EXPECT_TRUE(plugin.doSync());
+    std::map<std::string, Value> expanded;
+    for (const std::string& folder : storeEntries())
+        expanded[(*storedInfo(folder))["Title"].description()] = (*storedInfo(folder))["Expanded"];
+    EXPECT_THAT(expanded,
+                ElementsAre(std::pair("Offen", Value(true)), std::pair("Zu", Value(false))));
+}
+
 // Switched-off calendars.
 
 class SyncRunWithSwitchedOff : public SyncRun {
@@ -149,6 +169,25 @@ TEST_F(SyncRunWithSwitchedOff, DropACalendarTheSecondTimeOnlyIfItTakesNoPartByTh
 {
     EXPECT_THAT(pull({record(kConduitCalendar, off), record(kConduitCalendar, off)}),
                 ElementsAre(off));
+}
+
+TEST_F(SyncRunWithSwitchedOff, DropAKnownCalendarThatTakesNoPartThoughItsEntryIsOn)
+{
+    activate("Nicht mehr im Laden", 1);
+    const std::string known = keyOf("Nicht mehr im Laden");
+    EXPECT_THAT(pull({record(kConduitCalendar, known), record(kConduitEvent, "e1", known)}),
+                ElementsAre("e1"));
+}
+
+TEST_F(SyncRunWithSwitchedOff, AreCountedAndTakenOutWhenThereAreSeveral)
+{
+    writeCalendar("Y", "Auch aus");
+    activate("Auch aus", 0);
+    host.script.pulledRecords = SyncRecordList{record(kConduitEvent, "e1", keyOf("Auch aus"))};
+    EXPECT_THAT(push({{record(kConduitEvent, "e2", off), record(kConduitEvent, "e3", on)}}),
+                ElementsAre(ElementsAre("e3")));
+    EXPECT_THAT(*host.remoteUpdates(), IsEmpty());
+    EXPECT_EQ(host.status(), "1 Kalender (2 deaktiviert)\n1 Ereignis, 1 Aufgabe");
 }
 
 TEST_F(SyncRunWithSwitchedOff, SkipNoRecordWhileRemovingNeighbours)

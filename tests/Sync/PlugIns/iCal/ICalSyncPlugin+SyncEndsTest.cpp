@@ -115,6 +115,43 @@ TEST_F(SyncRun, FailsWhenThePushFails)
     expectCleanedUp();
 }
 
+struct FailedSessionRow {
+    const char* name;
+    std::function<void(RecordingPluginHelper&, OpenPlugin&)> prepare;
+    const char* text;
+    friend void PrintTo(const FailedSessionRow& row, std::ostream* out) { *out << row.name; }
+};
+class SyncRunFailedSession : public SyncRun,
+                             public ::testing::WithParamInterface<FailedSessionRow> {};
+INSTANTIATE_TEST_SUITE_P(
+    Ends, SyncRunFailedSession,
+    ::testing::Values(
+        FailedSessionRow{"cancelled",
+                         [](auto& host, auto& plugin) {
+                             host.script.diff = [&](auto&, auto&) {
+                                 plugin.cancelSync();
+                                 return SyncResult();
+                             };
+                         },
+                         kCancelled},
+        FailedSessionRow{"diff",
+                         [](auto& host, auto&) {
+                             host.script.diff = [](auto&, auto&) { return std::nullopt; };
+                         },
+                         "Die Synchronisierung ist fehlgeschlagen!"},
+        FailedSessionRow{"push", [](auto& host, auto&) { host.script.pushResult = false; },
+                         "Die Daten konnten nicht auf den Server übertragen werden"}));
+
+TEST_P(SyncRunFailedSession, SaysNothingMoreWhenItDoesNotFinishCleanlyEither)
+{
+    GetParam().prepare(host, plugin);
+    host.script.finishResult = false;
+    EXPECT_FALSE(plugin.doSync());
+    EXPECT_EQ(host.status(), GetParam().text);
+    EXPECT_EQ(host.messages().back(), GetParam().text);
+    EXPECT_EQ(host.count("finishSync"), 1u);
+}
+
 TEST_F(SyncRun, FailsWhenTheSessionDoesNotFinishCleanly)
 {
     host.script.finishResult = false;

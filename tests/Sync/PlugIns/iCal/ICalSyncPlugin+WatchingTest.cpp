@@ -1,3 +1,6 @@
+#include <atomic>
+#include <thread>
+
 #include "tests/Sync/PlugIns/iCal/OpenPlugin.h"
 #include "tests/Sync/PlugIns/iCal/StoreFixture.h"
 
@@ -143,6 +146,50 @@ TEST_F(WatchingDuringARun, ACancelThatCameBeforeItHasNoEffect)
     plugin.watchedFileChanged("/egal");
     plugin.watchedBinaryDidLaunch();
     EXPECT_TRUE(plugin.doSync());
+}
+
+// Notices come on whatever thread the host's watchers have. Nothing but the flags orders the two
+// threads here, so the build with the thread sanitizer sees one that is written plainly.
+class WatchingOnAnotherThread : public WatchingDuringARun {
+protected:
+    /// Runs a sync that waits, while it loads, for the other thread to give the notice.
+    bool runWhile(const std::function<void()>& notice)
+    {
+        std::atomic<bool> isLoading = false;
+        std::atomic<bool> isGiven = false;
+        std::thread watcher([&] {
+            while (!isLoading.load(std::memory_order_relaxed))
+                std::this_thread::yield();
+            notice();
+            isGiven.store(true, std::memory_order_relaxed);
+        });
+        const bool isSynchronized = runWith([&] {
+            isLoading.store(true, std::memory_order_relaxed);
+            while (!isGiven.load(std::memory_order_relaxed))
+                std::this_thread::yield();
+        });
+        isLoading.store(true, std::memory_order_relaxed);  // one that never loaded
+        watcher.join();
+        return isSynchronized;
+    }
+};
+
+TEST_F(WatchingOnAnotherThread, ACancelEndsTheRun)
+{
+    EXPECT_FALSE(runWhile([&] { plugin.cancelSync(); }));
+    EXPECT_EQ(host.status(), "Die Synchronisierung wurde abgebrochen!");
+}
+
+TEST_F(WatchingOnAnotherThread, TheRunIsSeenToGoOn)
+{
+    bool isSynchronizing = false;
+    bool isEndOfICalIgnored = false;
+    EXPECT_TRUE(runWhile([&] {
+        isSynchronizing = plugin._isSynchronizing;
+        isEndOfICalIgnored = plugin._isICalDidEndNotificationDisabled;
+    }));
+    EXPECT_TRUE(isSynchronizing);
+    EXPECT_TRUE(isEndOfICalIgnored);
 }
 
 // Quitting and starting iCal.

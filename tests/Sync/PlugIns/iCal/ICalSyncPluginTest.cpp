@@ -199,6 +199,17 @@ TEST_P(PluginReset, IsLoggedRaisesTheFlagAndAnswersWhatTheHostAnswers)
                             "resetLocalState"));
 }
 
+TEST_F(Plugin, MarksAResetBeforeTheHostForgetsAnything)
+{
+    bool wasMarked = false;
+    host.script.before = [&](std::string_view call) {
+        if (call == "resetLocalState")
+            wasMarked = plugin._resetSync;
+    };
+    EXPECT_TRUE(plugin.resetSync());
+    EXPECT_TRUE(wasMarked);
+}
+
 TEST_F(Plugin, CancelsBySettingTheFlagAlone)
 {
     EXPECT_TRUE(plugin.cancelSync());

@@ -11,6 +11,7 @@
 namespace kt::test {
 namespace {
 
+using testing::ElementsAre;
 using testing::IsEmpty;
 
 class Alarm : public CalendarTextTest {
@@ -169,6 +170,36 @@ TEST_F(Alarm, KeepsTriggersAndActionsThatOccurTwiceAsTheyAre)
         read(LineList{"ACTION:AUDIO", "ACTION:DISPLAY", "TRIGGER:-PT1M", "TRIGGER:-PT2M"});
     EXPECT_EQ(alarm->syncRecord(), (Dictionary{{"Action", Array{"AUDIO", "DISPLAY"}},
                                                {"RelativeTrigger", Array{"-PT1M", "-PT2M"}}}));
+}
+
+TEST_F(Alarm, WritesSeveralActionsAndTriggersAsOneTextEachAndTellsThatAlone)
+{
+    const auto alarm =
+        read(LineList{"ACTION:AUDIO", "ACTION:DISPLAY", "TRIGGER:-PT1M", "TRIGGER:-PT2M"});
+    EXPECT_EQ(alarm->iCalLines(),
+              "BEGIN:VALARM\r\nACTION:(     AUDIO,     DISPLAY )\r\n"
+              "TRIGGER:(     -PT1M,     -PT2M )\r\nEND:VALARM\r\n");
+    EXPECT_THAT(lossReasons(),
+                ElementsAre("ACTION: mehrere Werte werden als ein Text geschrieben",
+                            "TRIGGER: mehrere Werte werden als ein Text geschrieben"));
+}
+
+TEST_F(Alarm, LosesTheParametersOfARelativeTrigger)
+{
+    const auto alarm = read(LineList{"ACTION:DISPLAY", "TRIGGER;RELATED=END:-PT15M"});
+    EXPECT_EQ(alarm->syncRecord(),
+              (Dictionary{{"Action", "DISPLAY"}, {"RelativeTrigger", "-PT15M"}}));
+    EXPECT_EQ(alarm->iCalLines(),
+              "BEGIN:VALARM\r\nACTION:DISPLAY\r\nTRIGGER:-PT15M\r\nEND:VALARM\r\n");
+    EXPECT_THAT(lossReasons(), IsEmpty());
+}
+
+TEST_F(Alarm, TakesAZoneThatDoesNotComeFirstForNoAbsoluteTrigger)
+{
+    const auto alarm =
+        read(LineList{"ACTION:DISPLAY", "TRIGGER;RELATED=END;TZID=Europe/Berlin:20071224T090000"});
+    EXPECT_EQ(alarm->relativeTrigger(), Value("20071224T090000"));
+    EXPECT_TRUE(alarm->absoluteTrigger().isNil());
 }
 
 TEST_F(Alarm, RaisesWithoutAnActionWhereARecordNeedsOne)

@@ -132,6 +132,39 @@ TEST_F(KTSyncCalendarLoadItems, OccurrencesWithoutUIDStayUnlinked)
     EXPECT_FALSE(loaded()->events()->at(1)->recurrenceParentRecordKey());
 }
 
+TEST_F(KTSyncCalendarLoadItems, AnEmptyUIDLinksLikeAnyOther)
+{
+    write("a.ics", eventLines("SUMMARY:Reihe\nUID:\nRRULE:FREQ=DAILY") + "\n" +
+                       eventLines("SUMMARY:einmal\nUID:\nRECURRENCE-ID:20071225T100000Z"));
+    const auto made = loaded();
+    ASSERT_EQ(made->events()->size(), 2u);
+    EXPECT_EQ(made->events()->at(1)->recurrenceParentRecordKey(),
+              made->events()->front()->recordKey());
+}
+
+TEST_F(KTSyncCalendarLoadItems, NoUIDIsNotAnEmptyOne)
+{
+    write("a.ics", eventLines("SUMMARY:ohne\nRRULE:FREQ=DAILY") + "\n" +
+                       eventLines("SUMMARY:leer\nUID:\nRECURRENCE-ID:20071225T100000Z") + "\n" +
+                       eventLines("SUMMARY:so heißt sie\nUID:(null)\nRRULE:FREQ=WEEKLY") + "\n" +
+                       eventLines("SUMMARY:keine\nRECURRENCE-ID:20071225T100000Z"));
+    const auto made = loaded();
+    for (const auto& event : *made->events())
+        EXPECT_EQ(event->recurrenceParentRecordKey(), std::nullopt) << event->title().string();
+}
+
+TEST_F(KTSyncCalendarLoadItems, AnUnlinkedOccurrenceKeepsNoOtherFromItsSeries)
+{
+    write("a.ics", eventLines("SUMMARY:fremd\nUID:2\nRECURRENCE-ID:20071225T100000Z") + "\n" +
+                       eventLines("SUMMARY:einmal\nUID:1\nRECURRENCE-ID:20071225T100000Z") + "\n" +
+                       eventLines("SUMMARY:Reihe\nUID:1\nRRULE:FREQ=DAILY"));
+    const auto made = loaded();
+    ASSERT_EQ(made->events()->size(), 3u);
+    EXPECT_EQ(made->events()->at(0)->recurrenceParentRecordKey(), std::nullopt);
+    EXPECT_EQ(made->events()->at(1)->recurrenceParentRecordKey(),
+              made->events()->at(2)->recordKey());
+}
+
 TEST_F(KTSyncCalendarLoadItems, AUIDThatOccursTwiceLinksLikeAnyOther)
 {
     write("a.ics", eventLines("SUMMARY:Serie\nUID:1\nUID:2\nRRULE:FREQ=DAILY") + "\n" +

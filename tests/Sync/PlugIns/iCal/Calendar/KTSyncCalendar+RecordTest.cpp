@@ -53,6 +53,26 @@ TEST_F(KTSyncCalendarRecord, AnEmptyRecordGivesAnEmptyCalendar)
     EXPECT_FALSE(made->title());
 }
 
+TEST_F(KTSyncCalendarRecord, NumbersMayBeTexts)
+{
+    Dictionary given = record();
+    given.set("Order", "12");
+    given.set("AlarmsDisabled", "1");
+    EXPECT_EQ(calendarOf(given)->order(), 12);
+    EXPECT_TRUE(calendarOf(given)->alarmsDisabled());
+    given.set("AlarmsDisabled", "0");
+    EXPECT_FALSE(calendarOf(given)->alarmsDisabled());
+}
+
+TEST_F(KTSyncCalendarRecord, ViewStateInARecordIsNotRead)
+{
+    Dictionary given = record();
+    for (const char* key : {"Selected", "Selection", "Checked", "Expanded"})
+        given.set(key, false);
+    EXPECT_TRUE(calendarOf(given)->selected());
+    EXPECT_TRUE(calendarOf(given)->expanded());
+}
+
 TEST_F(KTSyncCalendarRecord, APublisherInAnArrayIsItsFirstElement)
 {
     Dictionary given = record();

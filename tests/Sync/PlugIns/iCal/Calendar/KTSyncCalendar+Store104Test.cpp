@@ -74,6 +74,16 @@ TEST_F(Items104, CarryTheirRecordKeyAsUID)
     EXPECT_THAT(text(), HasSubstr("UID:" + *stored.recordKey() + "\r\n"));
 }
 
+TEST_F(Items104, ThatAreTasksKeepTheirUID)
+{
+    const auto made = calendar();
+    made->addTask(task("UID:alt\nSUMMARY:Einkaufen"));
+    made->addTask(task("SUMMARY:Putzen"));
+    ASSERT_TRUE(made->storeEventsAndTasks());
+    EXPECT_THAT(text(), HasSubstr("\r\nUID:alt\r\n"));
+    EXPECT_THAT(text(), HasSubstr("\r\nUID:" + *made->tasks()->at(1)->recordKey() + "\r\n"));
+}
+
 TEST_F(Items104, OfASeriesAndItsOccurrenceCarryTheSeriesRecordKeyAsUID)
 {
     writeItems("source",

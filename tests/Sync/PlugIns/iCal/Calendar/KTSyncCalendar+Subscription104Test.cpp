@@ -57,6 +57,14 @@ TEST_F(Subscription104, WritesASubscriberOfRawBytesUnchanged)
     EXPECT_EQ(stored(Data{"raw"}), "raw");
 }
 
+TEST_F(Subscription104, WritesTheDataBeforeASubscriberOfRawBytes)
+{
+    const auto made = subscription(Data{"subscriber"});
+    made->setSubscriberData(Data{"data"});
+    ASSERT_TRUE(made->storeEventsAndTasks());
+    EXPECT_EQ(home.read(file), "data");
+}
+
 TEST_F(Subscription104, ComesBackByteForByte)
 {
     const std::string bytes = stored(Dictionary{{"SubscriptionURL", "http://a.invalid/k.ics"}});

@@ -137,6 +137,20 @@ TEST_F(KTSyncCalendarItemTest, AnItemFromARecordWithoutSequenceHasNone)
     EXPECT_THAT(item->iCalLines(), Not(HasSubstr("SEQUENCE")));
 }
 
+TEST_F(KTSyncCalendarItemTest, AnEmptySequenceIsOneOfItsOwn)
+{
+    const auto item = event("SUMMARY:Fest\nSEQUENCE:");
+    EXPECT_EQ(item->syncRecord()["Sequence"], Value(""));
+    EXPECT_THAT(item->iCalLines(), HasSubstr("\r\nSEQUENCE:\r\n"));
+}
+
+TEST_F(KTSyncCalendarItemTest, XPropertiesBeginWithACapitalX)
+{
+    EXPECT_FALSE(event("SUMMARY:Fest\nx-one:eins")->syncRecord().contains("AppleSpecialFields"));
+    const auto item = eventOf(recordWith("AppleSpecialFields", Dictionary{{"x-one", "eins"}}));
+    EXPECT_THAT(item->iCalLines(), Not(HasSubstr("eins")));
+}
+
 TEST_F(KTSyncCalendarItemTest, EveryXPropertyComesBackAfterTheAlarms)
 {
     const auto item = event(

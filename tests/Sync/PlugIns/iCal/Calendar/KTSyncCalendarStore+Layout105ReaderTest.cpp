@@ -27,6 +27,7 @@ INSTANTIATE_TEST_SUITE_P(
         InfoRow{"Order", "12", 0, [](KTSyncCalendar& c) { return Value(c.order()); }},
         InfoRow{"Checked", true, false, [](KTSyncCalendar& c) { return Value(c.selected()); }},
         InfoRow{"Checked", 1, false, [](KTSyncCalendar& c) { return Value(c.selected()); }},
+        InfoRow{"Checked", "1", false, [](KTSyncCalendar& c) { return Value(c.selected()); }},
         InfoRow{"AlarmsDisabled", true, false,
                 [](KTSyncCalendar& c) { return Value(c.alarmsDisabled()); }},
         InfoRow{"Publication", Dictionary{{"PublicationURL", "http://p"}}, nullptr,
@@ -40,6 +41,8 @@ TEST_P(Layout105InfoKey, IsTakenOverWhenPresent)
     Value expected = GetParam().present;
     if (std::string_view(GetParam().key) == "Order")
         expected = expected.intValue();
+    if (std::string_view(GetParam().key) == "Checked")
+        expected = expected.boolValue();
     EXPECT_EQ(GetParam().field(*calendar), expected);
 }
 

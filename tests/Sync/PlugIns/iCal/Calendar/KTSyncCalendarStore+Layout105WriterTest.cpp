@@ -1,6 +1,8 @@
 #include <filesystem>
+#include <utility>
 
 #include "tests/Sync/PlugIns/iCal/Calendar/Layout105WriterFixture.h"
+#include "tests/support/FailingFileManager.h"
 
 namespace kt::test {
 namespace {
@@ -39,6 +41,18 @@ TEST_F(Layout105Writer, CreatesTheStoreFolderWhereThereIsNone)
     EXPECT_TRUE(home.exists(kBackup));
 }
 
+TEST_F(Layout105Writer, CreatesTheStoreFolderAgainWhereTheFirstTryFailed)
+{
+    bool isFirst = true;
+    failFileOperations([&](const std::string& operation) {
+        return operation.starts_with("createDirectory") &&
+               operation.ends_with("Library/Calendars") && std::exchange(isFirst, false);
+    });
+    EXPECT_TRUE(store({}));
+    EXPECT_FALSE(isFirst);
+    EXPECT_TRUE(home.exists("Library/Calendars"));
+}
+
 TEST_F(Layout105Writer, KeepsOneBackupTheStoreBeforeTheLastRewrite)
 {
     writeCalendar("A", "Arbeit");
@@ -61,6 +75,58 @@ TEST_F(Layout105Writer, DeletesOldCalendarsAndGroupsAloneAndSaysSoOnTheSystemLog
     EXPECT_THAT(platform.consoleLines(), ElementsAre("Loesche alten Kalender: A.calendar",
                                                      "Loesche alten Kalender: G.group"));
     EXPECT_THAT(host.messages(), IsEmpty());
+}
+
+TEST_F(Layout105Writer, DeletesPlainFilesThatAreNamedLikeCalendarsAndGroups)
+{
+    home.write(std::string(kStore) + "alt.calendar", "eine Datei");
+    home.write(std::string(kStore) + "alt.group", "eine Datei");
+    EXPECT_TRUE(store({}));
+    EXPECT_THAT(storeEntries(), IsEmpty());
+    EXPECT_THAT(platform.consoleLines(), ElementsAre("Loesche alten Kalender: alt.calendar",
+                                                     "Loesche alten Kalender: alt.group"));
+    EXPECT_EQ(home.read(std::string(kBackup) + "alt.calendar"), "eine Datei");
+}
+
+TEST_F(Layout105Writer, SaysWhatItDeletesBeforeItDoes)
+{
+    writeCalendar("A", "Arbeit");
+    std::vector<bool> wasThere;
+    Platform::shared().setConsoleLog([&](std::string_view) {
+        wasThere.push_back(home.exists(std::string(kStore) + "A.calendar"));
+    });
+    EXPECT_TRUE(store({}));
+    EXPECT_THAT(wasThere, ElementsAre(true));
+}
+
+TEST_F(Layout105Writer, WritesTheCalendarsInTheOrderGiven)
+{
+    EXPECT_TRUE(store({calendar("Zwei", "B"), calendar("Drei", "C"), calendar("Eins", "A")}));
+    std::vector<std::string> written;
+    for (const std::string& line : host.messages()) {
+        if (line.find(" -> ") != std::string::npos)
+            written.push_back(line.substr(0, line.find(' ')));
+    }
+    EXPECT_THAT(written, ElementsAre("Zwei", "Drei", "Eins"));
+}
+
+TEST_F(Layout105Writer, WritesTheItemsOfACalendarThatHasNoInfo)
+{
+    const auto arbeit = calendar("Arbeit", "A");
+    arbeit->setColor(std::nullopt);
+    addEvent(arbeit, "e1");
+    EXPECT_FALSE(store({arbeit}));
+    EXPECT_TRUE(home.exists(std::string(kStore) + "A.calendar/Events/e1.ics"));
+    EXPECT_EQ(storedInfo("A.calendar"), std::nullopt);
+}
+
+TEST_F(Layout105Writer, ListsAGroupInsideAGroupAsAMember)
+{
+    const auto aussen = group("Außen");
+    const auto innen = inGroup(group("Innen"), aussen);
+    EXPECT_TRUE(store({inGroup(calendar("Arbeit", "A"), innen), innen, aussen}));
+    EXPECT_THAT(members(aussen), ElementsAre(*innen->recordKey()));
+    EXPECT_THAT(members(innen), ElementsAre("A"));
 }
 
 TEST_F(Layout105Writer, WritesItemsAndInfoOfACalendarIntoTheFolderOfItsSourceKey)

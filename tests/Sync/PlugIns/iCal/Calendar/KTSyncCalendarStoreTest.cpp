@@ -67,6 +67,26 @@ TEST_F(StoreFrame, SaysTwiceThatThereAreNoCalendarsWhenTheFolderIsMissing)
     EXPECT_THAT(platform.consoleLines(), ElementsAre(kNoCalendars, kNoCalendars));
 }
 
+TEST_F(StoreFrame, CreatesAMissingFolderBeforeItReads)
+{
+    std::vector<bool> wasThere;
+    host.script.before = [&](std::string_view) {
+        wasThere.push_back(home.exists("Library/Calendars"));
+    };
+    store->calendars();
+    EXPECT_THAT(wasThere, ElementsAre(false, true));
+}
+
+TEST_F(StoreFrame, TakesAPlainFileInTheFoldersPlaceForAMissingFolder)
+{
+    home.write("Library/Calendars", "kein Ordner");
+    const auto parsed = store->calendars();
+    ASSERT_TRUE(parsed.has_value());
+    EXPECT_TRUE(parsed->empty());
+    EXPECT_THAT(host.messages(), ElementsAre(kNoCalendars, kNoCalendars));
+    EXPECT_EQ(home.read("Library/Calendars"), "kein Ordner");
+}
+
 TEST_F(StoreFrame, SaysOnceThatThereAreNoCalendarsWhenTheFolderIsEmpty)
 {
     home.makeFolder("Library/Calendars");

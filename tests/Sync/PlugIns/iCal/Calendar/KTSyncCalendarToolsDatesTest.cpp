@@ -201,6 +201,8 @@ TEST_F(ExceptionDates, TakeADefaultForAZoneThatIsTooLongToBeOneAndTellOfIt)
                 ElementsAre("20071224 Europe/Berlin"));
     EXPECT_THAT(lossReasons(),
                 ElementsAre("Eine Zeitzone mit mehr als 255 Zeichen wird nicht gelesen"));
+    EXPECT_THAT(logger.entries(),
+                ElementsAre("Unbekannte Zeitzone: 'EXDATE;TZID=" + longest + "x'"));
 }
 
 TEST_F(ExceptionDates, AreSplitAtCommas)

@@ -176,6 +176,22 @@ TEST_F(FindAndRemoveComponents, ComparesTheMarkersExactly)
     EXPECT_EQ(lines, all);
 }
 
+TEST_F(FindAndRemoveComponents, TakesAnEndWithBlanksBehindItForALineOfTheComponent)
+{
+    LineList lines{"BEGIN:VALARM", "END:VALARM ", "end:valarm", "END:VALARM", "x"};
+    EXPECT_THAT(find(lines), ElementsAre(ElementsAre("END:VALARM ", "end:valarm")));
+    EXPECT_THAT(lines, ElementsAre("x"));
+    EXPECT_THAT(logger.entries(), IsEmpty());
+}
+
+TEST_F(FindAndRemoveComponents, LeavesAnEndWithBlanksBehindItOutsideOfComponents)
+{
+    LineList lines{"END:VALARM ", "x"};
+    EXPECT_THAT(find(lines), IsEmpty());
+    EXPECT_THAT(lines, ElementsAre("END:VALARM ", "x"));
+    EXPECT_THAT(logger.entries(), IsEmpty());
+}
+
 TEST_F(FindAndRemoveComponents, StopsAtAnEndWithoutBeginAndKeepsWhatItHas)
 {
     LineList lines{"BEGIN:VALARM", "a", "END:VALARM", "b", "END:VALARM", "c",

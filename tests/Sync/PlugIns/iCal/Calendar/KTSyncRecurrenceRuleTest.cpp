@@ -45,6 +45,11 @@ INSTANTIATE_TEST_SUITE_P(
         // A prefix is enough, a later part replaces an earlier, an unknown one is ignored.
         Row{"FREQUENCY=DAILY;X-A=1;;freq=x", "FREQ=DAILY;INTERVAL=1"},
         Row{"FREQ=DAILY;FREQ=WEEKLY;COUNT=3;COUNT=0", "FREQ=WEEKLY;INTERVAL=1"},
+        Row{"FREQ=DAILY;UNTIL=20071231;UNTIL=20081231",
+            "FREQ=DAILY;UNTIL=20081231T000000Z;INTERVAL=1"},
+        Row{"FREQ=DAILY;UNTIL=20071231;UNTIL", "FREQ=DAILY;INTERVAL=1"},
+        Row{"FREQ=DAILY;BYHOUR=1;BYHOUR=2,3;BYDAY=MO;BYDAY=TU",
+            "FREQ=DAILY;INTERVAL=1;BYHOUR=2,3;BYDAY=TU"},
         Row{"FREQ=a=b", "FREQ=a=b;INTERVAL=1"},
         // Nothing is checked.
         Row{"FREQ=NIE;BYMONTH=99;INTERVAL=-2;COUNT=-1", "FREQ=NIE;BYMONTH=99"},
