@@ -23,7 +23,7 @@ namespace {
 constexpr const char* kHtml = "text/html; charset=utf-8";
 constexpr std::size_t kTagLength = 32;
 
-SiteAnswer page(std::string html) { return {200, kHtml, std::move(html), {}}; }
+SiteAnswer page(std::string html) { return foundAnswer(kHtml, std::move(html)); }
 
 SiteAnswer notFound()
 {
@@ -117,12 +117,12 @@ void addTag(SiteAnswer& answer, const SiteRequest& request)
 {
     if (answer.status != 200)
         return;
-    const std::string tag = '"' + sha256DigestHex(answer.body).substr(0, kTagLength) + '"';
+    const std::string tag = '"' + sha256DigestHex(answer.bytes()).substr(0, kTagLength) + '"';
     answer.headers.emplace_back("ETag", tag);
     if (!matches(request.ifNoneMatch, tag))
         return;
     answer.status = 304;
-    answer.body.clear();
+    answer.body = nullptr;
     answer.contentType.clear();
 }
 
@@ -156,7 +156,7 @@ SiteAnswer Site::answerTo(const SiteAddress& address)
     if (address.kind == SiteAddress::Kind::root)
         return movedTo(kListingPath);
     if (address.kind == SiteAddress::Kind::styleSheet)
-        return {200, "text/css; charset=utf-8", std::string(styleSheet()), {}};
+        return foundAnswer("text/css; charset=utf-8", std::string(styleSheet()));
     try {
         // Several pages may be read at once, and a device may have one session only.
         OpenedSession opened =
@@ -185,7 +185,7 @@ SiteAnswer Site::calendarAnswer(SyncServerSession& session, const SiteAddress& a
         return notFound();
     if (address.kind == SiteAddress::Kind::calendar)
         return calendarPageAnswer(cached->calendar, address);
-    SiteAnswer answer{200, "text/calendar; charset=utf-8", cached->file, {}};
+    SiteAnswer answer{200, "text/calendar; charset=utf-8", {cached, &cached->file}, {}};
     answer.headers.emplace_back("Content-Disposition", "inline; filename=\"kalender.ics\"");
     return answer;
 }

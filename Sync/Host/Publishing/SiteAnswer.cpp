@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <utility>
 
 #include "Sync/Foundation/CalendarDate.h"
 #include "Sync/Foundation/Format.h"
@@ -85,9 +86,19 @@ void appendField(std::string& head, std::string_view name, std::string_view valu
 
 }  // namespace
 
+SiteAnswer foundAnswer(std::string_view contentType, std::string body)
+{
+    return {200,
+            std::string(contentType),
+            std::make_shared<const std::string>(std::move(body)),
+            {}};
+}
+
 SiteAnswer failureAnswer(int status, std::string_view title, std::string_view explanation)
 {
-    return {status, "text/html; charset=utf-8", errorPage(title, explanation), {}};
+    SiteAnswer answer = foundAnswer("text/html; charset=utf-8", errorPage(title, explanation));
+    answer.status = status;
+    return answer;
 }
 
 SiteAnswer refusalAnswer(int status)
@@ -124,7 +135,7 @@ std::string headOf(const SiteAnswer& answer, Date now)
     if (!answer.contentType.empty())
         appendField(head, "Content-Type", answer.contentType);
     if (answer.status != kNotModified)
-        appendField(head, "Content-Length", std::to_string(answer.body.size()));
+        appendField(head, "Content-Length", std::to_string(answer.bytes().size()));
     appendField(head, "Connection", "close");
     return head += "\r\n";
 }

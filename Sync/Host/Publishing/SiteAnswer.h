@@ -1,5 +1,6 @@
 #pragma once
 
+#include <memory>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -13,9 +14,16 @@ namespace kt {
 struct SiteAnswer {
     int status = 200;
     std::string contentType;
-    std::string body;  // also of an answer to HEAD, which is sent without
+    // Of several answers, where it is the same; also of one to HEAD, which is sent without. Null
+    // for an empty one.
+    std::shared_ptr<const std::string> body;
     std::vector<std::pair<std::string, std::string>> headers;
+
+    std::string_view bytes() const { return body ? std::string_view(*body) : std::string_view(); }
 };
+
+/// What was found, of a type as in "text/css".
+SiteAnswer foundAnswer(std::string_view contentType, std::string body);
 
 /// A page that says why there is no other.
 SiteAnswer failureAnswer(int status, std::string_view title, std::string_view explanation);

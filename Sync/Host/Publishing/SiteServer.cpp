@@ -195,7 +195,7 @@ private:
     {
         log(head, answer.status);
         if (stream.write(headOf(answer, Platform::shared().now())) && hasBody(answer, head.method))
-            stream.write(answer.body);
+            stream.write(answer.bytes());
         stream.finish();
     }
 
@@ -217,7 +217,7 @@ private:
     {
         const SiteAnswer answer = refusalAnswer(503);
         log({}, answer.status);
-        const std::string bytes = headOf(answer, Platform::shared().now()) + answer.body;
+        const std::string bytes = headOf(answer, Platform::shared().now()) + *answer.body;
         char request[4096];  // unread, it would take the answer back
         ::recv(socket, request, sizeof request, MSG_DONTWAIT);
         ::send(socket, bytes.data(), bytes.size(), MSG_DONTWAIT | MSG_NOSIGNAL);

@@ -16,7 +16,8 @@ const Date kNow = dateWithISO8601("2007-12-04T09:05:06Z").value();
 
 TEST(SiteAnswers, AreHeadedAsHttpWants)
 {
-    const SiteAnswer answer{200, "text/plain", "Grüße", {{"ETag", "\"a\""}}};
+    SiteAnswer answer = foundAnswer("text/plain", "Grüße");
+    answer.headers = {{"ETag", "\"a\""}};
     EXPECT_EQ(headOf(answer, kNow),
               "HTTP/1.1 200 OK\r\nDate: Tue, 04 Dec 2007 09:05:06 GMT\r\nETag: \"a\"\r\n"
               "Content-Type: text/plain\r\nContent-Length: 7\r\nConnection: close\r\n\r\n");
@@ -26,7 +27,7 @@ TEST(SiteAnswers, AreHeadedAsHttpWants)
 
 TEST(SiteAnswers, SayNothingOfTheBodyOfWhatHasNotChanged)
 {
-    const SiteAnswer answer{304, "", "", {}};
+    const SiteAnswer answer{304, "", nullptr, {}};
     EXPECT_THAT(headOf(answer, kNow), Not(HasSubstr("Content-")));
     EXPECT_FALSE(hasBody(answer, "GET"));
 }
@@ -41,7 +42,7 @@ TEST(SiteAnswers, RefuseWithSafeguardsAndAReason)
         EXPECT_THAT(head, HasSubstr("\r\nX-Content-Type-Options: nosniff\r\n"));
         EXPECT_THAT(head, HasSubstr("\r\nCache-Control: no-store\r\n"));
         EXPECT_THAT(head, Not(HasSubstr(std::to_string(status) + " \r\n")));
-        EXPECT_THAT(answer.body, HasSubstr("<h1>"));
+        EXPECT_THAT(answer.bytes(), HasSubstr("<h1>"));
     }
 }
 

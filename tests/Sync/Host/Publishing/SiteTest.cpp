@@ -46,13 +46,13 @@ protected:
 
 TEST_F(Sites, ListWhatIsPublic)
 {
-    EXPECT_THAT(get("/vl/calendar").body, HasSubstr("Zurzeit ist kein Kalender öffentlich."));
+    EXPECT_THAT(get("/vl/calendar").bytes(), HasSubstr("Zurzeit ist kein Kalender öffentlich."));
     server.share("EVENTS  ");
     const SiteAnswer listing = get("/vl/calendar");
     EXPECT_EQ(listing.status, 200);
     EXPECT_EQ(listing.contentType, "text/html; charset=utf-8");
-    EXPECT_THAT(listing.body, HasSubstr("<a href=\"/vl/calendar/C1\">Verein</a>"));
-    EXPECT_THAT(listing.body, HasSubstr("href=\"/vl/calendar/C1.ics\""));
+    EXPECT_THAT(listing.bytes(), HasSubstr("<a href=\"/vl/calendar/C1\">Verein</a>"));
+    EXPECT_THAT(listing.bytes(), HasSubstr("href=\"/vl/calendar/C1.ics\""));
 }
 
 TEST_F(Sites, ShowTheMonthThatIsNow)
@@ -60,22 +60,22 @@ TEST_F(Sites, ShowTheMonthThatIsNow)
     server.share("EVENTS  ");
     const SiteAnswer page = get("/vl/calendar/C1");
     EXPECT_EQ(page.status, 200);
-    EXPECT_THAT(page.body, HasSubstr("Dezember 2007"));
-    EXPECT_THAT(page.body, HasSubstr("<td class=\"today\"><a href=\"#tag-2007-12-24\" "
-                                     "aria-label=\"Montag, 24. Dezember 2007, 1 Eintrag\">"));
-    EXPECT_THAT(page.body, HasSubstr("10:00–11:30"));
-    EXPECT_THAT(page.body, HasSubstr("&lt;script&gt;alert(1)&lt;/script&gt;"));
-    EXPECT_THAT(page.body, Not(HasSubstr("<script")));
+    EXPECT_THAT(page.bytes(), HasSubstr("Dezember 2007"));
+    EXPECT_THAT(page.bytes(), HasSubstr("<td class=\"today\"><a href=\"#tag-2007-12-24\" "
+                                        "aria-label=\"Montag, 24. Dezember 2007, 1 Eintrag\">"));
+    EXPECT_THAT(page.bytes(), HasSubstr("10:00–11:30"));
+    EXPECT_THAT(page.bytes(), HasSubstr("&lt;script&gt;alert(1)&lt;/script&gt;"));
+    EXPECT_THAT(page.bytes(), Not(HasSubstr("<script")));
 }
 
 TEST_F(Sites, ShowTheMonthAndZoneThatTheViewerWants)
 {
     server.share("EVENTS  ");
-    const std::string there = get("/vl/calendar/C1?zone=Asia%2FTokyo&month=2007-12").body;
+    const std::string there(get("/vl/calendar/C1?zone=Asia%2FTokyo&month=2007-12").bytes());
     EXPECT_THAT(there, HasSubstr("18:00–19:30"));
     EXPECT_THAT(there, HasSubstr("<option value=\"Asia/Tokyo\" selected=\"\">"));
     EXPECT_THAT(there, HasSubstr("?month=2008-01&amp;zone=Asia%2FTokyo"));
-    EXPECT_THAT(get("/vl/calendar/C1?month=2008-01").body,
+    EXPECT_THAT(get("/vl/calendar/C1?month=2008-01").bytes(),
                 HasSubstr("In diesem Monat gibt es keine Termine."));
 }
 
@@ -97,7 +97,14 @@ TEST_F(Sites, ServeTheFile)
     const SiteAnswer file = get("/vl/calendar/C1.ics");
     EXPECT_EQ(file.status, 200);
     EXPECT_EQ(file.contentType, "text/calendar; charset=utf-8");
-    EXPECT_TRUE(file.body.starts_with("BEGIN:VCALENDAR\r\n"));
+    EXPECT_TRUE(file.bytes().starts_with("BEGIN:VCALENDAR\r\n"));
+}
+
+TEST_F(Sites, HoldAFileOnceForAllWhoReadIt)
+{
+    server.share("EVENTS  ");
+    const SiteAnswer first = get("/vl/calendar/C1.ics");
+    EXPECT_EQ(get("/vl/calendar/C1.ics").body, first.body);
 }
 
 TEST_F(Sites, SendNothingAgainThatTheClientHas)
@@ -109,7 +116,7 @@ TEST_F(Sites, SendNothingAgainThatTheClientHas)
         for (const std::string& known : {tag, "\"x\", W/" + tag, std::string("*")}) {
             const SiteAnswer again = get(target, known);
             EXPECT_EQ(again.status, 304) << target << ' ' << known;
-            EXPECT_EQ(again.body, "");
+            EXPECT_EQ(again.bytes(), "");
             EXPECT_EQ(header(again, "ETag"), tag);
         }
         EXPECT_EQ(get(target, "\"x\"").status, 200);
@@ -129,16 +136,16 @@ TEST_F(Sites, ForgetAtOnceWhatIsNoLongerPublic)
     EXPECT_EQ(get("/vl/calendar/C1").status, 404);
     EXPECT_EQ(get("/vl/calendar/C1.ics").status, 404);
     EXPECT_EQ(get("/vl/calendar/C1.ics", tag).status, 404);
-    EXPECT_THAT(get("/vl/calendar").body, Not(HasSubstr("Verein")));
+    EXPECT_THAT(get("/vl/calendar").bytes(), Not(HasSubstr("Verein")));
 }
 
 TEST_F(Sites, ChangeAtOnceToAnonymous)
 {
     server.share("EVENTS  ");
-    EXPECT_THAT(get("/vl/calendar/C1.ics").body, HasSubstr("alert"));
+    EXPECT_THAT(get("/vl/calendar/C1.ics").bytes(), HasSubstr("alert"));
     server.share("EVENTS  ANON");
-    EXPECT_THAT(get("/vl/calendar/C1.ics").body, Not(HasSubstr("alert")));
-    const std::string page = get("/vl/calendar/C1").body;
+    EXPECT_THAT(get("/vl/calendar/C1.ics").bytes(), Not(HasSubstr("alert")));
+    const std::string page(get("/vl/calendar/C1").bytes());
     EXPECT_THAT(page, Not(HasSubstr("alert")));
     EXPECT_THAT(page, HasSubstr("Belegt"));
 }
@@ -191,7 +198,7 @@ TEST_F(Sites, SayWhyThereIsNoPage)
     EXPECT_EQ(get("/nichts").status, 404);
     EXPECT_EQ(get("/vl/calendar/C2").status, 404);
     EXPECT_EQ(get("/vl/calendar/a%00b").status, 400);
-    EXPECT_THAT(get("/nichts").body, HasSubstr("<h1>Seite nicht gefunden</h1>"));
+    EXPECT_THAT(get("/nichts").bytes(), HasSubstr("<h1>Seite nicht gefunden</h1>"));
 }
 
 TEST_F(Sites, HaveNothingToShowForAnAccountThatIsSwitchedOff)
@@ -199,7 +206,7 @@ TEST_F(Sites, HaveNothingToShowForAnAccountThatIsSwitchedOff)
     server.share("EVENTS  ");
     SqliteServer(server.path()).setAccountEnabled("default", false);
     EXPECT_EQ(get("/vl/calendar/C1").status, 404);
-    EXPECT_THAT(get("/vl/calendar").body, Not(HasSubstr("Verein")));
+    EXPECT_THAT(get("/vl/calendar").bytes(), Not(HasSubstr("Verein")));
 }
 
 TEST_F(Sites, AskForPatienceWhenTheServerFails)
@@ -208,7 +215,7 @@ TEST_F(Sites, AskForPatienceWhenTheServerFails)
     const SiteAnswer answer = broken.answer({"GET", "/vl/calendar", ""});
     EXPECT_EQ(answer.status, 503);
     EXPECT_EQ(header(answer, "Retry-After"), "60");
-    EXPECT_THAT(answer.body, Not(HasSubstr("/nonexistent")));
+    EXPECT_THAT(answer.bytes(), Not(HasSubstr("/nonexistent")));
 }
 
 TEST_F(Sites, AskForPatienceWhileTheFileIsOfAnotherVersionOrDamaged)
@@ -276,7 +283,7 @@ TEST_F(Sites, BuildPagesOfMatchingTagsOnly)
     server.putAll(
         {{"ical-event", "E2", series}, {"ical-event", "E3", event}, {"ical-task", "T1", task}});
     server.share("EVENTS TASKS ");
-    const std::string page = get("/vl/calendar/C1?month=2007-12&zone=Europe%2FBerlin").body;
+    const std::string page(get("/vl/calendar/C1?month=2007-12&zone=Europe%2FBerlin").bytes());
     EXPECT_THAT(page, Not(HasSubstr("javascript:")));
     std::vector<std::string> open;
     static const std::regex kTag("<(/?)([a-z0-9]+)[^>]*>");
@@ -318,9 +325,10 @@ TEST_F(Sites, SendPagesOfABoundedSize)
     server.share("EVENTS  ");
     const SiteAnswer page = get("/vl/calendar/C1");
     EXPECT_EQ(page.status, 200);
-    EXPECT_LT(page.body.size(), 10U * 1024 * 1024);
-    EXPECT_THAT(page.body, HasSubstr("Weitere Termine dieses Monats stehen in der Kalenderdatei."));
-    EXPECT_LT(get("/vl/calendar").body.size(), 20'000U);
+    EXPECT_LT(page.bytes().size(), 10U * 1024 * 1024);
+    EXPECT_THAT(page.bytes(),
+                HasSubstr("Weitere Termine dieses Monats stehen in der Kalenderdatei."));
+    EXPECT_LT(get("/vl/calendar").bytes().size(), 20'000U);
 }
 
 TEST_F(Sites, CutLongDaysShortInTheGridAndNotInTheAgenda)
@@ -331,7 +339,7 @@ TEST_F(Sites, CutLongDaysShortInTheGridAndNotInTheAgenda)
                          eventRecord("Termin" + std::to_string(index), "20071227T100000")});
     server.putAll(items);
     server.share("EVENTS  ");
-    const std::string page = get("/vl/calendar/C1").body;
+    const std::string page(get("/vl/calendar/C1").bytes());
     EXPECT_THAT(page, HasSubstr("+ 6 weitere"));
     EXPECT_THAT(page.substr(page.find("id=\"agenda\"")), HasSubstr("Termin8"));
 }
