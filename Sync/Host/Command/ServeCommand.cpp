@@ -1,7 +1,6 @@
 #include <chrono>
 #include <csignal>
 #include <exception>
-#include <mutex>
 #include <thread>
 
 #include <nlohmann/json.hpp>
@@ -49,14 +48,11 @@ constexpr std::size_t kLongestTarget = 200;
 // A reader of a page waits less patiently than a sync.
 constexpr std::chrono::seconds kServerWait{2};
 
-/// Lines of several threads do not mix.
 SiteServer::AccessLog accessLog(bool isQuiet)
 {
     if (isQuiet)
         return {};
     return [](std::string_view method, std::string_view target, int status) {
-        static std::mutex mutex;
-        const std::lock_guard lock(mutex);
         writeFully(STDERR_FILENO,
                    stringWithFormat("%@ %@ %d\n", method,
                                     showableText(target.substr(0, kLongestTarget)), status));

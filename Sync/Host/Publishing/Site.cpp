@@ -147,7 +147,7 @@ SiteAnswer Site::answer(const SiteRequest& request)
         answer = refusal == SiteAddress::Refusal::malformed ? badRequest("Diese Adresse ist keine.")
                                                             : notFound();
     addTag(answer, request);
-    addSafeguards(answer);
+    addCommonHeaders(answer);
     return answer;
 }
 

@@ -5,36 +5,13 @@
 #include <utility>
 
 #include "Sync/Foundation/CalendarDate.h"
-#include "Sync/Foundation/Format.h"
+#include "Sync/Foundation/Platform.h"
 #include "Sync/Host/Publishing/Day.h"
 #include "Sync/Host/Publishing/PageFrame.h"
 
 namespace kt {
 
 namespace {
-
-constexpr int kNotModified = 304;
-
-struct Status {
-    int code;
-    std::string_view reason;
-};
-
-constexpr std::array<Status, 13> kStatuses{{
-    {200, "OK"},
-    {302, "Found"},
-    {304, "Not Modified"},
-    {400, "Bad Request"},
-    {404, "Not Found"},
-    {405, "Method Not Allowed"},
-    {408, "Request Timeout"},
-    {414, "URI Too Long"},
-    {431, "Request Header Fields Too Large"},
-    {500, "Internal Server Error"},
-    {501, "Not Implemented"},
-    {503, "Service Unavailable"},
-    {505, "HTTP Version Not Supported"},
-}};
 
 struct Refusal {
     int status;
@@ -68,22 +45,6 @@ std::string httpDate(Date instant)
            clock.descriptionWithCalendarFormat(" %Y %H:%M:%S GMT");
 }
 
-std::string_view reasonOf(int status)
-{
-    const auto* found =
-        std::find_if(kStatuses.begin(), kStatuses.end(),
-                     [&](const Status& candidate) { return candidate.code == status; });
-    return found == kStatuses.end() ? "" : found->reason;
-}
-
-void appendField(std::string& head, std::string_view name, std::string_view value)
-{
-    head += name;
-    head += ": ";
-    head += value;
-    head += "\r\n";
-}
-
 }  // namespace
 
 SiteAnswer foundAnswer(std::string_view contentType, std::string body)
@@ -107,15 +68,16 @@ SiteAnswer refusalAnswer(int status)
                                      [&](const Refusal& one) { return one.status == status; });
     const Refusal& refusal = found == kRefusals.end() ? kRefusals.front() : *found;
     SiteAnswer answer = failureAnswer(refusal.status, refusal.title, refusal.explanation);
-    addSafeguards(answer);
+    addCommonHeaders(answer);
     return answer;
 }
 
-void addSafeguards(SiteAnswer& answer)
+void addCommonHeaders(SiteAnswer& answer)
 {
     answer.headers.insert(
         answer.headers.end(),
-        {{"Cache-Control", answer.status < 400 ? "no-cache" : "no-store"},
+        {{"Date", httpDate(Platform::shared().now())},
+         {"Cache-Control", answer.status < 400 ? "no-cache" : "no-store"},
          {"Content-Security-Policy",
           "default-src 'none'; style-src 'self'; form-action 'self'; base-uri 'none'; "
           "frame-ancestors 'none'"},
@@ -123,26 +85,6 @@ void addSafeguards(SiteAnswer& answer)
          {"X-Frame-Options", "DENY"},
          {"Referrer-Policy", "no-referrer"},
          {"Cross-Origin-Opener-Policy", "same-origin"}});
-}
-
-std::string headOf(const SiteAnswer& answer, Date now)
-{
-    std::string head =
-        stringWithFormat("HTTP/1.1 %d %@\r\n", answer.status, reasonOf(answer.status));
-    appendField(head, "Date", httpDate(now));
-    for (const auto& [name, value] : answer.headers)
-        appendField(head, name, value);
-    if (!answer.contentType.empty())
-        appendField(head, "Content-Type", answer.contentType);
-    if (answer.status != kNotModified)
-        appendField(head, "Content-Length", std::to_string(answer.bytes().size()));
-    appendField(head, "Connection", "close");
-    return head += "\r\n";
-}
-
-bool hasBody(const SiteAnswer& answer, std::string_view method)
-{
-    return answer.status != kNotModified && method != "HEAD";
 }
 
 }  // namespace kt

@@ -6,8 +6,6 @@
 #include <utility>
 #include <vector>
 
-#include "Sync/Foundation/Value.h"
-
 namespace kt {
 
 /// What the site sends back, without the framing that HTTP puts around it.
@@ -28,16 +26,11 @@ SiteAnswer foundAnswer(std::string_view contentType, std::string body);
 /// A page that says why there is no other.
 SiteAnswer failureAnswer(int status, std::string_view title, std::string_view explanation);
 /// The same for a request that the site itself never got to see, or could not answer: 400, 408,
-/// 414, 431, 500, 501, 503 or 505. With its safeguards.
+/// 414, 431, 500, 501, 503 or 505. With what every answer says.
 SiteAnswer refusalAnswer(int status);
 
-/// Adds what tells a browser to do nothing with the answer but show it.
-void addSafeguards(SiteAnswer& answer);
-
-/// Everything that goes over the wire before the body (RFC 9112, 4 and 5); the connection ends
-/// with the answer.
-std::string headOf(const SiteAnswer& answer, Date now);
-/// Whether the body follows: not for HEAD, and not where nothing has changed.
-bool hasBody(const SiteAnswer& answer, std::string_view method);
+/// Adds what every answer says: when it was made, and what tells a browser to do nothing with it
+/// but show it.
+void addCommonHeaders(SiteAnswer& answer);
 
 }  // namespace kt

@@ -1,9 +1,7 @@
-#include <array>
+#include <algorithm>
 #include <atomic>
 #include <chrono>
-#include <functional>
 #include <memory>
-#include <mutex>
 #include <string>
 #include <thread>
 #include <vector>
@@ -11,103 +9,22 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <httplib.h>
-#include <netinet/in.h>
 #include <sys/resource.h>
-#include <sys/socket.h>
-#include <unistd.h>
 
 #include "Sync/Foundation/Exception.h"
-#include "Sync/Host/Publishing/SiteServer.h"
-#include "tests/Sync/Host/Publishing/PublishingFixture.h"
-#include "tests/support/PlatformScope.h"
+#include "tests/Sync/Host/Publishing/SiteServerFixture.h"
 
 namespace kt::test {
 namespace {
 
+using std::chrono::milliseconds;
 using testing::ElementsAre;
 using testing::HasSubstr;
-
-/// Runs until the end of its life, whatever happens meanwhile.
-class Running {
-public:
-    explicit Running(SiteServer& server) : _server(server), _thread([this] { _server.run(); }) {}
-    ~Running()
-    {
-        _server.stop();
-        _thread.join();
-    }
-    Running(const Running&) = delete;
-    Running& operator=(const Running&) = delete;
-
-private:
-    SiteServer& _server;
-    std::thread _thread;
-};
-
-/// A connection to a port of this machine.
-class Connection {
-public:
-    explicit Connection(int port) : _socket(::socket(AF_INET, SOCK_STREAM, 0))
-    {
-        sockaddr_in address{};
-        address.sin_family = AF_INET;
-        address.sin_port = htons(static_cast<std::uint16_t>(port));
-        address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-        EXPECT_EQ(::connect(_socket, reinterpret_cast<sockaddr*>(&address), sizeof address), 0);
-    }
-    ~Connection() { ::close(_socket); }
-    Connection(const Connection&) = delete;
-    Connection& operator=(const Connection&) = delete;
-
-    void send(const std::string& text) const
-    {
-        EXPECT_EQ(::send(_socket, text.data(), text.size(), MSG_NOSIGNAL),
-                  static_cast<ssize_t>(text.size()));
-    }
-    /// Everything that comes, to the end.
-    std::string receive() const
-    {
-        std::string text;
-        std::array<char, 4096> part;
-        for (ssize_t count; (count = ::recv(_socket, part.data(), part.size(), 0)) > 0;)
-            text.append(part.data(), static_cast<std::size_t>(count));
-        return text;
-    }
-
-private:
-    int _socket;
-};
-
-class SiteServers : public testing::Test {
-protected:
-    SiteServer::AccessLog log()
-    {
-        return [this](std::string_view method, std::string_view target, int status) {
-            const std::lock_guard lock(_mutex);
-            lines.push_back(std::string(method) + ' ' + std::string(target) + ' ' +
-                            std::to_string(status));
-        };
-    }
-
-    /// Nobody is sent away for being slow.
-    static SiteServer::Limits patient()
-    {
-        SiteServer::Limits limits;
-        limits.times = {std::chrono::hours(1), std::chrono::hours(1), std::chrono::hours(1)};
-        return limits;
-    }
-
-    PlatformScope platform;
-    FilledServer server;
-    Site site{std::make_unique<SqliteServer>(server.path())};
-    std::vector<std::string> lines;
-
-private:
-    std::mutex _mutex;
-};
+using testing::IsEmpty;
 
 TEST_F(SiteServers, AnswerOverTheNetwork)
 {
+    platform.setNow(dateWithISO8601("2007-12-04T09:05:06Z").value());
     server.share("EVENTS  ");
     SiteServer network(site, "127.0.0.1", 0, log());
     ASSERT_GT(network.port(), 0);
@@ -119,13 +36,20 @@ TEST_F(SiteServers, AnswerOverTheNetwork)
         EXPECT_EQ(answer->status, 200);
         EXPECT_EQ(answer->get_header_value("Content-Type"), "text/calendar; charset=utf-8");
         EXPECT_EQ(answer->get_header_value("Connection"), "close");
+        EXPECT_EQ(answer->get_header_value("Date"), "Tue, 04 Dec 2007 09:05:06 GMT");
         EXPECT_THAT(answer->body, HasSubstr("BEGIN:VCALENDAR"));
         const auto again = client.Get("/vl/calendar/C1.ics",
                                       {{"If-None-Match", answer->get_header_value("ETag")}});
         ASSERT_TRUE(again);
         EXPECT_EQ(again->status, 304);
+        EXPECT_FALSE(again->has_header("Content-Length"));
+        const auto head = client.Head("/vl/calendar/C1.ics");
+        ASSERT_TRUE(head);
+        EXPECT_EQ(head->get_header_value("Content-Length"), std::to_string(answer->body.size()));
+        EXPECT_THAT(head->body, IsEmpty());
     }
-    EXPECT_THAT(lines, ElementsAre("GET /vl/calendar/C1.ics 200", "GET /vl/calendar/C1.ics 304"));
+    EXPECT_THAT(lines, ElementsAre("GET /vl/calendar/C1.ics 200", "GET /vl/calendar/C1.ics 304",
+                                   "HEAD /vl/calendar/C1.ics 200"));
 }
 
 // The clock of the whole is what ends a site that lets the silent ones keep everybody waiting.
@@ -143,22 +67,22 @@ TEST_F(SiteServers, AnswerWhileManyOthersSayNothing)
 
 TEST_F(SiteServers, SendAwayWhoIsOneTooMany)
 {
-    SiteServer::Limits limits = patient();
-    limits.connections = {2, 1};
+    SiteServerLimits limits = patient();
+    limits.connections = 3;
     SiteServer network(site, "127.0.0.1", 0, log(), limits);
     {
         const Running running(network);
         const Connection first(network.port());
         const Connection second(network.port());
-        const Connection waiting(network.port());
+        const Connection third(network.port());
         const std::string answer = Connection(network.port()).receive();
         EXPECT_TRUE(answer.starts_with("HTTP/1.1 503 Service Unavailable\r\n")) << answer;
         EXPECT_THAT(answer, HasSubstr("\r\nX-Content-Type-Options: nosniff\r\n"));
         EXPECT_THAT(answer, HasSubstr("<h1>Zurzeit nicht verfügbar</h1>"));
         first.send("GET / HTTP/1.0\r\n\r\n");
         EXPECT_TRUE(first.receive().starts_with("HTTP/1.1 302 Found\r\n"));
-        waiting.send("GET / HTTP/1.0\r\n\r\n");
-        EXPECT_TRUE(waiting.receive().starts_with("HTTP/1.1 302 Found\r\n"));
+        third.send("GET / HTTP/1.0\r\n\r\n");
+        EXPECT_TRUE(third.receive().starts_with("HTTP/1.1 302 Found\r\n"));
     }
     EXPECT_THAT(lines, ElementsAre("- - 503", "GET / 302", "GET / 302"));
 }
@@ -222,7 +146,7 @@ TEST_F(SiteServers, SayThatTheyCanTakeNoConnectionsAnyMore)
 TEST_F(SiteServers, AnswerEverybodyInTurn)
 {
     server.share("EVENTS  ");
-    SiteServer::Limits limits = patient();
+    SiteServerLimits limits = patient();
     limits.answers = 1;
     SiteServer network(site, "127.0.0.1", 0, {}, limits);
     const Running running(network);
@@ -238,6 +162,138 @@ TEST_F(SiteServers, AnswerEverybodyInTurn)
     for (std::thread& client : clients)
         client.join();
     EXPECT_EQ(answered, 40);
+}
+
+TEST_F(SiteServers, SayNothingToWhoSaysNothing)
+{
+    SiteServerLimits limits = patient();
+    limits.firstByteTime = milliseconds(20);
+    SiteServer network(site, "127.0.0.1", 0, log(), limits);
+    {
+        const Running running(network);
+        EXPECT_EQ(Connection(network.port()).receive(), "");
+        const Connection leaving(network.port());
+        leaving.saysNoMore();
+        EXPECT_EQ(leaving.receive(), "");
+    }
+    EXPECT_THAT(lines, IsEmpty());
+}
+
+TEST_F(SiteServers, EndARequestThatIsTooSlow)
+{
+    SiteServerLimits limits = patient();
+    limits.requestTime = milliseconds(50);
+    SiteServer network(site, "127.0.0.1", 0, log(), limits);
+    {
+        const Running running(network);
+        const Connection stuck(network.port());
+        stuck.send("GET / HTTP/1.1\r\nX: ");
+        EXPECT_EQ(statusOf(stuck.receive()), 408);
+        const Connection dripping(network.port());
+        while (!dripping.hasAnswer() && dripping.send("G"))
+            std::this_thread::sleep_for(milliseconds(1));
+        EXPECT_EQ(statusOf(dripping.receive()), 408);
+    }
+    EXPECT_THAT(lines, ElementsAre("- - 408", "- - 408"));
+}
+
+/// An answer that does not fit into what the kernel holds of a connection, which is 4 MiB.
+constexpr std::size_t kMuch = 6 * 1024 * 1024;
+
+void shareMuch(FilledServer& server)
+{
+    server.put("ical-event", "E1", eventRecord(std::string(kMuch, 'x'), "20071224"));
+    server.share("EVENTS  ");
+}
+
+TEST_F(SiteServers, DoNotWaitForWhoTakesNothing)
+{
+    shareMuch(server);
+    SiteServerLimits limits = patient();
+    limits.connections = 1;
+    limits.answerTime = milliseconds(50);
+    SiteServer network(site, "127.0.0.1", 0, {}, limits);
+    const Running running(network);
+    const Connection stuck;
+    stuck.takesLittle();
+    stuck.connect(network.port());
+    stuck.send("GET /vl/calendar/C1.ics HTTP/1.0\r\n\r\n");
+    int status = 503;
+    while (status == 503 || status == 0) {
+        const Connection other(network.port());
+        other.send("GET / HTTP/1.0\r\n\r\n");
+        status = statusOf(other.receive());
+    }
+    EXPECT_EQ(status, 302);
+    EXPECT_LT(stuck.receive().size(), kMuch);
+}
+
+TEST_F(SiteServers, GiveAllOfALongAnswer)
+{
+    shareMuch(server);
+    SiteServer network(site, "127.0.0.1", 0, {}, patient());
+    const Running running(network);
+    httplib::Client client("127.0.0.1", network.port());
+    client.set_read_timeout(std::chrono::minutes(1));
+    const auto answer = client.Get("/vl/calendar/C1.ics");
+    ASSERT_TRUE(answer);
+    EXPECT_TRUE(answer->body.ends_with("END:VEVENT\r\nEND:VCALENDAR\r\n"));
+}
+
+TEST_F(SiteServers, OutliveWhoHangsUp)
+{
+    shareMuch(server);
+    SiteServer network(site, "127.0.0.1", 0, {}, patient());
+    const Running running(network);
+    for (const char* request :
+         {"", "GET /", "GET / HTTP/1.0\r\n\r\n", "GET /vl/calendar/C1.ics HTTP/1.0\r\n\r\n"}) {
+        for (int number = 0; number < 5; ++number) {
+            const Connection rude(network.port());
+            rude.willHangUp();
+            rude.send(request);
+        }
+    }
+    const Connection asking(network.port());
+    asking.send("GET / HTTP/1.0\r\n\r\n");
+    EXPECT_EQ(statusOf(asking.receive()), 302);
+}
+
+TEST_F(SiteServers, WaitForRoomWhenTheMachineHasNone)
+{
+    SiteServer network(site, "127.0.0.1", 0, {}, patient());
+    const Running running(network);
+    const Connection asking;
+    rlimit limit{};
+    ASSERT_EQ(::getrlimit(RLIMIT_NOFILE, &limit), 0);
+    const int next = ::dup(0);
+    ::close(next);
+    const rlimit none{static_cast<rlim_t>(next), limit.rlim_max};
+    ASSERT_EQ(::setrlimit(RLIMIT_NOFILE, &none), 0);
+    asking.connect(network.port());
+    asking.send("GET / HTTP/1.0\r\n\r\n");
+    std::this_thread::sleep_for(milliseconds(200));
+    EXPECT_FALSE(asking.hasAnswer());
+    ASSERT_EQ(::setrlimit(RLIMIT_NOFILE, &limit), 0);
+    EXPECT_EQ(statusOf(asking.receive()), 302);
+}
+
+TEST_F(SiteServers, CutShortWhatIsOpenWhenTheyEnd)
+{
+    shareMuch(server);
+    auto network = std::make_unique<SiteServer>(site, "127.0.0.1", 0, log(), patient());
+    const Connection silent;
+    const Connection reading;
+    {
+        const Running running(*network);
+        silent.connect(network->port());
+        reading.connect(network->port());
+        reading.send("GET /vl/calendar/C1.ics HTTP/1.0\r\n\r\n");
+        while (!reading.hasAnswer())
+            std::this_thread::sleep_for(milliseconds(1));
+    }
+    network.reset();
+    EXPECT_EQ(silent.receive(), "");
+    EXPECT_LT(reading.receive().size(), kMuch);
 }
 
 TEST_F(SiteServers, AreStoppedAtAnyTime)
