@@ -14,7 +14,7 @@
 #include "Sync/Host/Publishing/PublishedCalendarReader.h"
 #include "Sync/Host/Publishing/StyleSheet.h"
 #include "Sync/Host/Publishing/TimeZoneChoice.h"
-#include "Sync/Host/Server/SqliteDatabase.h"
+#include "Sync/Host/Server/RandomIdentifier.h"
 
 namespace kt {
 
