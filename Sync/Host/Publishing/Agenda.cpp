@@ -55,7 +55,7 @@ void appendEntry(HtmlWriter& html, const Occurrence& occurrence, Day day, Month 
 {
     const PublishedEvent& event = *occurrence.event;
     const auto item = html.element("li");
-    html.element("span", {{"class", "time"}}, timeOnDay(occurrence, day));
+    html.element("span", {{"class", "time"}}, timeText(timeOnDay(occurrence, day)));
     html.element("span", {{"class", "what"}}, shownTitle(event));
     if (occurrence.firstDay != occurrence.lastDay)
         appendLine(html,

@@ -7,6 +7,16 @@
 
 namespace kt {
 
+namespace {
+
+/// A day that ends at its end ends at 24:00.
+std::string endText(const CalendarDate& end)
+{
+    return end == Day::of(end).date() ? "24:00" : timeText(end);
+}
+
+}  // namespace
+
 DayPlan::DayPlan(const std::vector<Occurrence>& occurrences, Day first, Day last)
     : _first(first),
       _days(static_cast<std::size_t>(last - first + 1))
@@ -34,25 +44,43 @@ MonthGrid MonthGrid::of(Month month)
     return {first - first.weekday(), last + (6 - last.weekday())};
 }
 
-std::string timeOnDay(const Occurrence& occurrence, Day day)
+TimeOnDay timeOnDay(const Occurrence& occurrence, Day day)
 {
-    if (occurrence.isAllDay())
-        return "ganztägig";
+    using Kind = TimeOnDay::Kind;
     const bool begins = day == occurrence.firstDay;
     const bool ends = day == occurrence.lastDay;
-    if (!begins && !ends)
-        return "ganztägig";
+    if (occurrence.isAllDay() || (!begins && !ends))
+        return {Kind::allDay, {}, {}};
     if (begins && occurrence.start == occurrence.end)
-        return timeText(occurrence.start);
+        return {Kind::moment, occurrence.start, {}};
     if (!begins)
-        return stringWithFormat("bis %@", occurrence.end == (day + 1).date()
-                                              ? std::string("24:00")
-                                              : timeText(occurrence.end));
+        return {Kind::ends, {}, occurrence.end};
     if (!ends)
-        return stringWithFormat("ab %@", timeText(occurrence.start));
-    const bool endsAtMidnight = occurrence.end == (day + 1).date();
-    return stringWithFormat("%@–%@", timeText(occurrence.start),
-                            endsAtMidnight ? std::string("24:00") : timeText(occurrence.end));
+        return {Kind::begins, occurrence.start, {}};
+    return {Kind::span, occurrence.start, occurrence.end};
+}
+
+std::string timeText(const TimeOnDay& time)
+{
+    switch (time.kind) {
+    case TimeOnDay::Kind::allDay:
+        break;
+    case TimeOnDay::Kind::moment:
+        return timeText(time.start);
+    case TimeOnDay::Kind::span:
+        return stringWithFormat("%@–%@", timeText(time.start), endText(time.end));
+    case TimeOnDay::Kind::begins:
+        return stringWithFormat("ab %@", timeText(time.start));
+    case TimeOnDay::Kind::ends:
+        return stringWithFormat("bis %@", endText(time.end));
+    }
+    return "ganztägig";
+}
+
+std::string shortTimeText(const TimeOnDay& time)
+{
+    const bool begins = time.kind == TimeOnDay::Kind::span || time.kind == TimeOnDay::Kind::begins;
+    return begins ? timeText(time.start) : timeText(time);
 }
 
 }  // namespace kt

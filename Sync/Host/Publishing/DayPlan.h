@@ -1,5 +1,6 @@
 #pragma once
 
+#include <string>
 #include <vector>
 
 #include "Sync/Host/Publishing/Occurrences.h"
@@ -28,8 +29,24 @@ struct MonthGrid {
     static MonthGrid of(Month month);
 };
 
-/// When an occurrence takes place, as one of its days shows it: "9:30–10:15", "ab 22:00", "bis
-/// 6:00", "ganztägig".
-std::string timeOnDay(const Occurrence& occurrence, Day day);
+/// When an occurrence takes place, as far as one of its days is concerned.
+struct TimeOnDay {
+    enum class Kind {
+        allDay,  // also a day in the midst of what goes on for longer
+        moment,  // takes no time
+        span,    // begins and ends
+        begins,
+        ends,
+    };
+    Kind kind = Kind::allDay;
+    CalendarDate start;  // unless allDay or ends
+    CalendarDate end;    // of a span and of ends; of what ends with the day the next day's midnight
+};
+
+TimeOnDay timeOnDay(const Occurrence& occurrence, Day day);
+/// "9:30–10:15", "9:30", "ab 22:00", "bis 6:00", "ganztägig".
+std::string timeText(const TimeOnDay& time);
+/// The same where there is little room: of what begins only when.
+std::string shortTimeText(const TimeOnDay& time);
 
 }  // namespace kt

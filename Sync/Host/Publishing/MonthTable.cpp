@@ -30,14 +30,13 @@ void appendHeader(HtmlWriter& html)
 
 void appendEntry(HtmlWriter& html, const Occurrence& occurrence, Day day)
 {
-    const bool isAllDay = occurrence.isAllDay() || timeOnDay(occurrence, day) == "ganztägig";
+    const TimeOnDay time = timeOnDay(occurrence, day);
+    const bool isAllDay = time.kind == TimeOnDay::Kind::allDay;
     const std::string title = shownTitle(*occurrence.event);
     const auto item =
         html.element("li", {{"class", isAllDay ? "allday" : "timed"}, {"title", title}});
     if (!isAllDay) {
-        const bool begins = day == occurrence.firstDay;
-        html.element("span", {{"class", "time"}},
-                     begins ? timeText(occurrence.start) : timeOnDay(occurrence, day));
+        html.element("span", {{"class", "time"}}, shortTimeText(time));
         html.text(" ");
     }
     html.text(title);

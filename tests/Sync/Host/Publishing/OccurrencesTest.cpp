@@ -54,8 +54,8 @@ protected:
         std::vector<std::string> lines;
         for (Day day = first; day <= last; day = day + 1)
             for (const Occurrence* occurrence : plan.on(day))
-                lines.push_back(
-                    stringWithFormat("%@ %@", day.date().day, timeOnDay(*occurrence, day)));
+                lines.push_back(stringWithFormat("%@ %@", day.date().day,
+                                                 timeText(timeOnDay(*occurrence, day))));
         return lines;
     }
 
