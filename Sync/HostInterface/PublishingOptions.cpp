@@ -1,4 +1,4 @@
-#include "Sync/Host/Publishing/PublishingOptions.h"
+#include "Sync/HostInterface/PublishingOptions.h"
 
 #include "Sync/Foundation/Format.h"
 

@@ -1,6 +1,6 @@
 #include <gtest/gtest.h>
 
-#include "Sync/Host/Publishing/PublishingOptions.h"
+#include "Sync/HostInterface/PublishingOptions.h"
 
 namespace kt {
 namespace {
