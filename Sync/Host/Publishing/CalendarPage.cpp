@@ -108,6 +108,10 @@ void appendEvents(HtmlWriter& html, const PublishedCalendar& calendar, const Cal
         if (!list.isComplete)
             html.element("p", {{"class", "note"}},
                          "Nicht alle Wiederholungen in diesem Monat können gezeigt werden.");
+        if (list.hasOnlyBeginnings)
+            html.element("p", {{"class", "note"}},
+                         "Was sich stündlich oder öfter wiederholt, steht hier nur an seinem "
+                         "Anfang.");
     }
     appendForm(html, calendar.head, view);
     if (!appendAgenda(html, plan, view))

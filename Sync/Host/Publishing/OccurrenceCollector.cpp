@@ -2,8 +2,6 @@
 
 #include <algorithm>
 
-#include "Sync/Host/Publishing/Day.h"
-
 namespace kt {
 
 namespace {
@@ -28,9 +26,7 @@ OccurrenceCollector::OccurrenceCollector(const RecurrenceRule& rule, const Publi
     : _start(start.clock),
       _range(range),
       _budget(budget),
-      _count(rule.count),
-      _isAllDay(start.isAllDay),
-      _isOnceADay(rule.frequency < RecurrenceRule::Frequency::hourly || start.isAllDay)
+      _count(rule.count)
 {
     if (rule.until)
         _last = lastClock(*rule.until, start);
@@ -49,16 +45,13 @@ bool OccurrenceCollector::take(const CalendarDate& clock)
 bool OccurrenceCollector::give(const CalendarDate& clock)
 {
     ++_taken;
-    const CalendarDate shown = _isAllDay ? Day::of(clock).date() : clock;
-    const bool isShown =
-        _isOnceADay && !_occurrences.empty() && Day::of(_occurrences.back()) == Day::of(shown);
-    if (isShown || !_range.contains(shown))
+    if (!_range.contains(clock))
         return true;
     if (_occurrences.size() >= kMostOccurrences) {
         _budget.setExceeded();
         return false;
     }
-    _occurrences.push_back(shown);
+    _occurrences.push_back(clock);
     return true;
 }
 

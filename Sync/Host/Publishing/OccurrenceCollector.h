@@ -19,8 +19,6 @@ public:
 
     /// False when nothing that comes later can be an occurrence any more.
     bool take(const CalendarDate& clock);
-    /// Only the first of each day is given; the others count.
-    bool isOnceADay() const { return _isOnceADay; }
 
     std::vector<CalendarDate> takeOccurrences() { return std::move(_occurrences); }
 
@@ -32,8 +30,6 @@ private:
     ExpansionBudget& _budget;
     std::optional<int> _count;
     std::optional<CalendarDate> _last;
-    bool _isAllDay;
-    bool _isOnceADay;
     int _taken = 0;
     std::vector<CalendarDate> _occurrences;
 };

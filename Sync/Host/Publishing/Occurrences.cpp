@@ -206,6 +206,14 @@ private:
     bool _isComplete = true;
 };
 
+/// Whether a series of which only the beginning is shown may go on within the days.
+bool goesOnUnseen(const PublishedEvent& event, Day first, Day last)
+{
+    const RecurrenceRule& rule = *event.rule;
+    return rule.isSubDaily() && Day::of(event.start.clock) <= last &&
+           (!rule.until || Day::of(rule.until->clock) >= first);
+}
+
 }  // namespace
 
 OccurrenceList occurrencesOfEvents(const std::vector<PublishedEvent>& events, Day first, Day last,
@@ -222,10 +230,12 @@ OccurrenceList occurrencesOfEvents(const std::vector<PublishedEvent>& events, Da
     };
     std::vector<const PublishedEvent*> series;
     for (const PublishedEvent& event : events) {
-        if (event.rule)
-            series.push_back(&event);
-        else
+        if (!event.rule) {
             add(event, event.start.clock);
+            continue;
+        }
+        series.push_back(&event);
+        list.hasOnlyBeginnings = list.hasOnlyBeginnings || goesOnUnseen(event, first, last);
     }
     list.isComplete = SeriesExpansion(viewer, events, add).run(series) && list.isComplete;
     sortByTime(list.occurrences);

@@ -23,6 +23,7 @@ struct Occurrence {
 struct OccurrenceList {
     std::vector<Occurrence> occurrences;  // by day, all-day ones first, then by time and title
     bool isComplete = true;               // false when limits left something out
+    bool hasOnlyBeginnings = false;       // of what goes on by the hour, minute or second
 };
 
 /// What takes place on some of the days from the first to the last. Exception dates and detached

@@ -6,7 +6,6 @@
 
 #include "Sync/Host/Publishing/OccurrenceCollector.h"
 #include "Sync/Host/Publishing/RuleDays.h"
-#include "Sync/Host/Publishing/SubDailyExpansion.h"
 
 namespace kt {
 
@@ -14,7 +13,7 @@ namespace {
 
 using Frequency = RecurrenceRule::Frequency;
 
-/// The times of a day on which a rule from daily on hits, ascending, as seconds. Nullopt when the
+/// The times of a day on which a rule hits, ascending, as seconds. Nullopt when the
 /// budget ends.
 std::optional<std::vector<int>> timesOfDay(const RecurrenceRule& rule, const PublishedDate& start,
                                            ExpansionBudget& budget)
@@ -39,7 +38,7 @@ std::optional<std::vector<int>> timesOfDay(const RecurrenceRule& rule, const Pub
     return times;
 }
 
-/// Rules that repeat every day or less often: period for period, each a run of days.
+/// Period for period, each a run of days.
 class PeriodWalk {
 public:
     PeriodWalk(const RecurrenceRule& rule, const PublishedDate& start, std::vector<int> times,
@@ -145,9 +144,9 @@ std::vector<CalendarDate> occurrencesOfRule(const RecurrenceRule& rule, const Pu
     if (start.clock >= range.to || !budget.take())
         return {};
     OccurrenceCollector collector(rule, start, range, budget);
-    if (rule.frequency < Frequency::daily)
-        collectSubDaily(rule, start, range, budget, collector);
-    else if (auto times = timesOfDay(rule, start, budget))
+    if (rule.isSubDaily())
+        return collector.takeOccurrences();
+    if (auto times = timesOfDay(rule, start, budget))
         PeriodWalk(rule, start, std::move(*times), budget, collector).run(range);
     return collector.takeOccurrences();
 }

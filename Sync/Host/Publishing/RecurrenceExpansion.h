@@ -40,7 +40,7 @@ struct ClockRange {
 
 /// The wall clocks, in the event's own zone, on which a recurring event begins within the range,
 /// ascending. The event's own start is the first occurrence, whether the rule hits it or not.
-/// Of a rule for minutes or seconds, and of an all-day event, the first of each day is given. At
+/// Of a rule for hours, minutes or seconds nothing else is given: nobody reads such a month. At
 /// most 1500 are given.
 std::vector<CalendarDate> occurrencesOfRule(const RecurrenceRule& rule, const PublishedDate& start,
                                             const ClockRange& range, ExpansionBudget& budget);

@@ -75,27 +75,6 @@ TEST_F(Expansions, SkipMonthsThatAreTooShort)
                 ElementsAre("0131", "0331", "0531"));
 }
 
-TEST_F(Expansions, RepeatEveryHourAsOftenAsThatIs)
-{
-    ExpansionBudget budget(kPlenty);
-    RecurrenceRule hourly = rule(Frequency::hourly);
-    hourly.interval = 9;
-    EXPECT_THAT(textsOf(occurrencesOfRule(hourly, publishedDate("20071224T100000"),
-                                          between("20071225", "20071226"), budget)),
-                ElementsAre("20071225T040000", "20071225T130000", "20071225T220000"));
-}
-
-TEST_F(Expansions, ShowOnceADayWhatRepeatsMoreOftenThanEveryHour)
-{
-    RecurrenceRule secondly = rule(Frequency::secondly);
-    secondly.count = 1'000'000'000;
-    EXPECT_THAT(days(secondly, "20071224T100000", "20260101", "20260104"),
-                ElementsAre("0101", "0102", "0103"));
-    secondly.count = 100'000;  // a day and a little
-    EXPECT_THAT(days(secondly, "20071224T100000", "20071201", "20080101"),
-                ElementsAre("1224", "1225"));
-}
-
 TEST_F(Expansions, PickPositionsOfAWeekAndOfTimes)
 {
     RecurrenceRule weekly = rule(Frequency::weekly);
@@ -138,65 +117,26 @@ TEST_F(Expansions, KnowTheWeekThatNotEveryYearHas)
                             "20100103T100000", "20151228T100000", "20160103T100000"));
 }
 
-TEST_F(Expansions, RepeatEveryHourWhereTheConditionsHold)
+TEST_F(Expansions, GiveOnlyTheBeginningOfWhatRepeatsByTheHourMinuteOrSecond)
 {
-    RecurrenceRule hourly = rule(Frequency::hourly);
-    hourly.hours = {9, 10, 11};
-    hourly.weekdays = {{0, 0}, {1, 0}};
-    EXPECT_THAT(clocks(hourly, "20071224T090000", "20071231", "20080103"),
-                ElementsAre("20071231T090000", "20071231T100000", "20071231T110000",
-                            "20080101T090000", "20080101T100000", "20080101T110000"));
-    hourly.count = 8;
-    EXPECT_THAT(clocks(hourly, "20071224T090000", "20071201", "20080103"),
-                ElementsAre("20071224T090000", "20071224T100000", "20071224T110000",
-                            "20071225T090000", "20071225T100000", "20071225T110000",
-                            "20071231T090000", "20071231T100000"));
-    RecurrenceRule quarters = rule(Frequency::hourly);
-    quarters.interval = 6;
-    quarters.minutes = {15, 45};
-    EXPECT_THAT(clocks(quarters, "20071224T101500", "20071224", "20071225"),
-                ElementsAre("20071224T101500", "20071224T104500", "20071224T161500",
-                            "20071224T164500", "20071224T221500", "20071224T224500"));
-    quarters.positions = {-1};
-    EXPECT_THAT(clocks(quarters, "20071224T104500", "20071224", "20071225"),
-                ElementsAre("20071224T104500", "20071224T164500", "20071224T224500"));
-}
-
-TEST_F(Expansions, FollowMinutesAndSecondsToTheFirstOfEachDay)
-{
-    RecurrenceRule minutely = rule(Frequency::minutely);
-    minutely.interval = 7;
-    minutely.hours = {14};
-    minutely.minutes = {30};
-    EXPECT_THAT(clocks(minutely, "20071224T100000", "20071201", "20080110"),
-                ElementsAre("20071224T100000", "20071226T143000", "20080102T143000",
-                            "20080109T143000"));
-    RecurrenceRule secondly = rule(Frequency::secondly);
-    secondly.hours = {23};
-    secondly.minutes = {59};
-    secondly.seconds = {58, 59};
-    EXPECT_THAT(clocks(secondly, "20071224T235958", "20071224", "20071226"),
-                ElementsAre("20071224T235958", "20071225T235958"));
-    secondly.count = 3;
-    EXPECT_THAT(clocks(secondly, "20071224T235958", "20071224", "20080101"),
-                ElementsAre("20071224T235958", "20071225T235958"));
-    RecurrenceRule never = rule(Frequency::minutely);
-    never.months = {2};
-    never.monthDays = {30};
-    EXPECT_THAT(clocks(never, "20071224T100000", "20071201", "20080101"),
-                ElementsAre("20071224T100000"));
-}
-
-TEST_F(Expansions, ShowADayOnceHoweverOftenItsRuleRepeats)
-{
-    EXPECT_THAT(clocks(rule(Frequency::hourly), "20071224", "20071225", "20071228"),
-                ElementsAre("20071225T000000", "20071226T000000", "20071227T000000"));
+    for (const Frequency frequency :
+         {Frequency::hourly, Frequency::minutely, Frequency::secondly}) {
+        RecurrenceRule often = rule(frequency);
+        often.hours = {9, 10};
+        often.weekdays = {{0, 0}};
+        EXPECT_THAT(clocks(often, "20071224T090000", "20071201", "20080101"),
+                    ElementsAre("20071224T090000"));
+        EXPECT_THAT(clocks(often, "20071224T090000", "20080101", "20080201"), IsEmpty());
+    }
 }
 
 TEST_F(Expansions, KeepEveryHourOfSixWeeks)
 {
     ExpansionBudget budget(kPlenty);
-    EXPECT_THAT(occurrencesOfRule(rule(Frequency::hourly), publishedDate("20071101T100000"),
+    RecurrenceRule every = rule(Frequency::daily);
+    for (int hour = 0; hour < 24; ++hour)
+        every.hours.push_back(hour);
+    EXPECT_THAT(occurrencesOfRule(every, publishedDate("20071101T100000"),
                                   between("20071124", "20080109"), budget),
                 SizeIs(46 * 24));
     EXPECT_FALSE(budget.isExceeded());
@@ -213,8 +153,7 @@ TEST_F(Expansions, CostLittleWhereTheRuleIsPlain)
 {
     const CostRow rows[] = {{Frequency::yearly, {}, 20},  {Frequency::yearly, 1000, 500},
                             {Frequency::monthly, {}, 60}, {Frequency::monthly, 2000, 6000},
-                            {Frequency::weekly, {}, 150}, {Frequency::daily, {}, 250},
-                            {Frequency::hourly, {}, 2000}};
+                            {Frequency::weekly, {}, 150}, {Frequency::daily, {}, 250}};
     for (const CostRow& row : rows) {
         RecurrenceRule plain = rule(row.frequency);
         plain.count = row.count;
@@ -296,8 +235,6 @@ TEST_F(Expansions, HoldOutTheStrangestNumbers)
     strange.count = 2'147'483'647;
     EXPECT_THAT(days(strange, "20071224T100000", "20261101", "20261201"), IsEmpty());
     strange.frequency = Frequency::weekly;
-    EXPECT_THAT(days(strange, "20071224T100000", "20261101", "20261201"), IsEmpty());
-    strange.frequency = Frequency::secondly;
     EXPECT_THAT(days(strange, "20071224T100000", "20261101", "20261201"), IsEmpty());
 }
 

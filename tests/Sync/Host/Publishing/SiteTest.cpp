@@ -306,16 +306,40 @@ TEST_F(Sites, BuildPagesOfMatchingTagsOnly)
         EXPECT_THAT(page, HasSubstr(part));
 }
 
+TEST_F(Sites, SayThatWhatRepeatsByTheHourStandsWhereItBegins)
+{
+    const std::string note = "Was sich stündlich oder öfter wiederholt, steht hier nur an seinem";
+    server.share("EVENTS  ");
+    EXPECT_THAT(get("/vl/calendar/C1?month=2007-12").bytes(), Not(HasSubstr(note)));
+    Dictionary pills = eventRecord("Tropfen", "20071227T080000");
+    Dictionary rule = ruleRecord("HOURLY");
+    rule.set("UntilDate", recordDate("20080115T080000"));
+    pills.set("RecurrenceRule", rule);
+    server.put("ical-event", "E2", pills);
+    const SiteAnswer first = get("/vl/calendar/C1?month=2007-12&zone=Europe%2FBerlin");
+    EXPECT_THAT(first.bytes(), HasSubstr(note));
+    const std::string_view agenda = first.bytes().substr(first.bytes().find("id=\"agenda\""));
+    EXPECT_EQ(agenda.find("Tropfen"), agenda.rfind("Tropfen"));
+    EXPECT_THAT(get("/vl/calendar/C1?month=2008-01").bytes(), HasSubstr(note));
+    EXPECT_THAT(get("/vl/calendar/C1?month=2008-03").bytes(), Not(HasSubstr(note)));
+    EXPECT_THAT(get("/vl/calendar/C1?month=2007-10").bytes(), Not(HasSubstr(note)));
+    EXPECT_THAT(get("/vl/calendar/C1.ics").bytes(), HasSubstr("RRULE:FREQ=HOURLY;UNTIL="));
+}
+
 TEST_F(Sites, SendPagesOfABoundedSize)
 {
     const std::string much(30'000, '<');
+    Array hours;
+    for (int hour = 0; hour < 24; ++hour)
+        hours.push_back(hour);
+    const Dictionary everyHour = ruleRecord("DAILY", {{"ByHours", hours}});
     std::vector<FilledServer::Item> items;
     for (int index = 0; index < 12; ++index) {
         Dictionary series = eventRecord(much, "20071201T000000", "20080201T003000");
         series.set("Location", much);
         series.set("Notes", much);
         series.set("Attendees", Array(60, Value(Dictionary{{"Name", much.substr(0, 500)}})));
-        series.set("RecurrenceRule", ruleRecord("HOURLY"));
+        series.set("RecurrenceRule", everyHour);
         items.push_back({"ical-event", "S" + std::to_string(index), series});
     }
     Dictionary record = calendarRecord(much);
