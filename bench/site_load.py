@@ -84,7 +84,7 @@ def main():
     options = parser.parse_args()
     os.environ["KT_PROGRAM_DIR"] = os.path.abspath(options.program_dir)
     root = pathlib.Path(__file__).resolve().parent.parent
-    sys.path.insert(0, str(root / "tests/Sync/Host/Publishing"))
+    sys.path.insert(0, str(root / "tests/Sync/Host/Site"))
     from site_kit import Home, Site, berlin, event
 
     def events(count, length):

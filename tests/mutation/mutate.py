@@ -25,7 +25,7 @@ from places import places_in
 
 ROOT = pathlib.Path(__file__).resolve().parents[2]
 ENGINE = "Sync/Host/Engine"
-LIBRARY = "lib/libKTHost.a"
+LIBRARY = "lib/libKTEngine.a"
 # The slow ones last: most slips are seen before.
 RUNS = [("test_host_engine", "-*Random*:*Fault*:*RapidCheck*"), ("test_host_engine", "*Random*:*Fault*:*RapidCheck*"),
         ("test_host_services", "*"), ("test_host_command", "*")]

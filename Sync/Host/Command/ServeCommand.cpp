@@ -12,8 +12,8 @@
 #include "Sync/Foundation/Platform.h"
 #include "Sync/Host/Command/Commands.h"
 #include "Sync/Host/Command/Output.h"
+#include "Sync/Host/Http/SiteServer.h"
 #include "Sync/Host/Publishing/PublishedText.h"
-#include "Sync/Host/Publishing/SiteServer.h"
 
 namespace kt {
 
