@@ -59,7 +59,7 @@ def slow_readers(site, path, count):
         reader.close()
 
 
-def answers(site, path, count, clients=8):
+def answers(site, name, path, count, clients=8):
     def take(_):
         with ask(site.port, path) as connection:
             assert connection.recv(12, socket.MSG_WAITALL) == b"HTTP/1.1 200"
@@ -71,7 +71,7 @@ def answers(site, path, count, clients=8):
     with concurrent.futures.ThreadPoolExecutor(clients) as pool:
         list(pool.map(take, range(count)))
     seconds = time.monotonic() - begin
-    print(f"{path.rpartition('/')[2]}: {count / seconds:.0f} answers a second for {clients} clients, "
+    print(f"{name}: {count / seconds:.0f} answers a second for {clients} clients, "
           f"{(processor(site) - used) / count * 1000:.2f} ms of processor time each")
 
 
@@ -100,10 +100,10 @@ def main():
         large, small = home.publish(LARGE), home.publish(SMALL)
         site = Site(home, "--quiet")
         slow_readers(site, f"/vl/calendar/{large}.ics", options.readers)
-        answers(site, "/vl/calendar", options.answers)
-        answers(site, f"/vl/calendar/{small}.ics", options.answers)
-        answers(site, f"/vl/calendar/{small}?month=2026-11&zone=Europe%2FBerlin", options.answers)
-        answers(site, f"/vl/calendar/{large}.ics", options.answers // 20)
+        answers(site, "the list", "/vl/calendar", options.answers)
+        answers(site, "a small file", f"/vl/calendar/{small}.ics", options.answers)
+        answers(site, "a month", f"/vl/calendar/{small}?month=2026-11&zone=Europe%2FBerlin", options.answers)
+        answers(site, "a large file", f"/vl/calendar/{large}.ics", options.answers // 20)
     finally:
         if site:
             site.close()
