@@ -12,13 +12,6 @@ namespace kt {
 
 namespace {
 
-int daysInMonth(int year, int month)
-{
-    constexpr std::array<int, 12> kDays{31, 28, 31, 30, 31, 30, 31, 31, 30, 31, 30, 31};
-    const bool isLeapYear = (year % 4 == 0 && year % 100 != 0) || year % 400 == 0;
-    return month == 2 && isLeapYear ? 29 : kDays.at(static_cast<std::size_t>(month - 1));
-}
-
 bool isReal(const CalendarDate& date)
 {
     return date.month >= 1 && date.month <= 12 && date.day >= 1 &&
@@ -160,24 +153,16 @@ std::string CalendarDate::descriptionWithCalendarFormat(std::string_view format)
     return description;
 }
 
-Date instantOfCalendarDate(const CalendarDate& date, std::string_view timezone, LocalTimeKind* kind)
+int daysInMonth(int year, int month)
 {
-    const cctz::time_zone::civil_lookup lookup =
-        timeZoneOrLocal(timezone).lookup(civilSecondOf(date));
-    if (kind != nullptr) {
-        switch (lookup.kind) {
-        case cctz::time_zone::civil_lookup::UNIQUE:
-            *kind = LocalTimeKind::unique;
-            break;
-        case cctz::time_zone::civil_lookup::SKIPPED:
-            *kind = LocalTimeKind::skipped;
-            break;
-        case cctz::time_zone::civil_lookup::REPEATED:
-            *kind = LocalTimeKind::repeated;
-            break;
-        }
-    }
-    return dateOfSeconds(lookup.pre);
+    constexpr std::array<int, 12> kDays{31, 28, 31, 30, 31, 30, 31, 31, 30, 31, 30, 31};
+    const bool isLeapYear = (year % 4 == 0 && year % 100 != 0) || year % 400 == 0;
+    return month == 2 && isLeapYear ? 29 : kDays.at(static_cast<std::size_t>(month - 1));
+}
+
+Date instantOfCalendarDate(const CalendarDate& date, std::string_view timezone)
+{
+    return dateOfSeconds(timeZoneOrLocal(timezone).lookup(civilSecondOf(date)).pre);
 }
 
 CalendarDate calendarDateOfInstant(Date instant, std::string_view timezone)

@@ -33,17 +33,15 @@ struct CalendarDate {
     friend auto operator<=>(const CalendarDate&, const CalendarDate&) = default;
 };
 
-/// How a wall clock meets a zone's offsets.
-enum class LocalTimeKind { unique, skipped, repeated };
+/// 28 to 31.
+int daysInMonth(int year, int month);
 
 /// Whether the zone database knows the name.
 bool isKnownTimeZone(std::string_view name);
 
 /// The instant of a wall clock in a zone. Skipped and repeated times take the offset before the
-/// change; a name that the zone database lacks stands for the machine's own zone. `kind` tells
-/// which it was.
-Date instantOfCalendarDate(const CalendarDate& date, std::string_view timezone,
-                           LocalTimeKind* kind = nullptr);
+/// change; a name that the zone database lacks stands for the machine's own zone.
+Date instantOfCalendarDate(const CalendarDate& date, std::string_view timezone);
 
 /// The wall clock of an instant in a zone (same rule for unknown names).
 CalendarDate calendarDateOfInstant(Date instant, std::string_view timezone);

@@ -7,7 +7,7 @@ import pathlib
 import sys
 
 HERE = pathlib.Path(__file__).resolve().parent
-sys.path.insert(0, str(HERE.parents[1] / "tests/Sync/Host/Publishing"))
+sys.path.insert(0, str(HERE.parents[1] / "tests/Sync/Host/Site"))
 from browser import Browser  # noqa: E402
 from site_kit import Home, Site, berlin, day, event, task  # noqa: E402
 

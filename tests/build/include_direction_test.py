@@ -11,34 +11,51 @@ ADDITIONS = "Sync/Additions"
 INTERFACE = "Sync/HostInterface"
 CALENDAR = "Sync/PlugIns/iCal/Calendar"
 PLUGIN = "Sync/PlugIns/iCal"
-HOST = ["Sync/Host/Engine", "Sync/Host/Server", "Sync/Host/Services", "Sync/Host/Publishing"]
-QT = "Sync/Host/Qt"
+SERVER = "Sync/Host/Server"
+ENGINE = "Sync/Host/Engine"
+PUBLISHING = "Sync/Host/Publishing"
+SITE = "Sync/Host/Site"
+HTTP = "Sync/Host/Http"
+SERVICES = "Sync/Host/Services"
 COMMAND = "Sync/Host/Command"
+QT = "Sync/Host/Qt"
+PROGRAMS = "Sync/Host/Programs"
 
-# What each folder may include besides itself. The host takes nothing of the plug-in; only the public
-# site writes calendar files. The command line is a roof, and the window, which runs it, the roof above.
+# What each folder may include besides itself. The host takes nothing of the plug-in. The command line is a
+# roof, the window, which runs it, the roof above, and the programs only begin one of them.
 ALLOWED = {
     FOUNDATION: [],
     ADDITIONS: [FOUNDATION],
     INTERFACE: [FOUNDATION],
     CALENDAR: [FOUNDATION, ADDITIONS, INTERFACE],
     PLUGIN: [FOUNDATION, ADDITIONS, INTERFACE, CALENDAR],
-    QT: [FOUNDATION, ADDITIONS, INTERFACE, *HOST, COMMAND],
-    COMMAND: [FOUNDATION, ADDITIONS, INTERFACE, *HOST],
+    SERVER: [FOUNDATION, INTERFACE],
+    ENGINE: [FOUNDATION, ADDITIONS, INTERFACE, SERVER],
+    PUBLISHING: [FOUNDATION, INTERFACE, SERVER, ENGINE],
+    SITE: [FOUNDATION, INTERFACE, SERVER, PUBLISHING],
+    HTTP: [FOUNDATION, SITE],
+    SERVICES: [FOUNDATION, ADDITIONS, INTERFACE, ENGINE, PUBLISHING],
+    COMMAND: [FOUNDATION, ADDITIONS, INTERFACE, SERVER, ENGINE, PUBLISHING, SITE, HTTP, SERVICES],
+    QT: [FOUNDATION, INTERFACE, SERVICES, COMMAND],
+    PROGRAMS: [FOUNDATION, INTERFACE, SERVICES, COMMAND, QT],
 }
-for folder in HOST:
-    ALLOWED[folder] = [FOUNDATION, ADDITIONS, INTERFACE, *HOST]
-ALLOWED["Sync/Host/Publishing"].append(CALENDAR)
 
 INCLUDE = re.compile(r'^[ \t]*#[ \t]*include[ \t]*([<"])([^>"]+)[>"]', re.MULTILINE)
 QT_HEADER = re.compile(r"^(Q[A-Z]\w*|Qt\w+/.*)$")
-HOST_LIBRARY = re.compile(r"^(sqlite3\.h|(SQLiteCpp|pqxx|spdlog|nlohmann|CLI|toml\+\+|libical)/.*|uv\.h|httplib\.h|archive(_entry)?\.h)$")
+HOST_LIBRARY = re.compile(r"^(sqlite3\.h|(SQLiteCpp|pqxx|spdlog|nlohmann|CLI|toml\+\+|libical)/.*|uv\.h|archive(_entry)?\.h)$")
+
+# What speaks HTTP, and who alone sees it.
+HTTP_LIBRARY = re.compile(r"^(boost/.*|httplib\.h)$")
+HTTP_SOURCE = f"{HTTP}/SiteServer.cpp"
 
 
-def complaint(folder, quote, target, root):
-    """Why a file in folder must not include target, or None when it may."""
+def complaint(name, quote, target, root):
+    """Why the file of that name must not include target, or None when it may."""
+    folder = os.path.dirname(name)
+    if HTTP_LIBRARY.match(target):
+        return None if name == HTTP_SOURCE else f"only {HTTP_SOURCE} knows HTTP"
     if QT_HEADER.match(target):
-        return None if folder == QT else "only Sync/Host/Qt knows Qt"
+        return None if folder in (QT, PROGRAMS) else f"only {QT} knows Qt"
     if quote == "<":
         if HOST_LIBRARY.match(target) and not folder.startswith("Sync/Host/"):
             return "a library that belongs to the host"
@@ -67,7 +84,7 @@ def check(root):
             continue
         for quote, target in INCLUDE.findall(path.read_text(encoding="utf-8")):
             count += 1
-            reason = complaint(folder, quote, target, root)
+            reason = complaint(name, quote, target, root)
             if reason:
                 complaints.append(f"{name}: {target}: {reason}")
     return count, complaints
@@ -78,6 +95,7 @@ class TheTree(unittest.TestCase):
         count, complaints = check(pathlib.Path(os.environ["KT_SOURCE_DIR"]))
         self.assertGreater(count, 0, "no include was read at all")
         self.assertEqual([], complaints, "\n" + "\n".join(complaints))
+        self.assertTrue((pathlib.Path(os.environ["KT_SOURCE_DIR"]) / HTTP_SOURCE).is_file())
 
 
 class TheCheck(unittest.TestCase):
@@ -102,8 +120,10 @@ class TheCheck(unittest.TestCase):
             ("Sync/Foundation/A.h", '#include "Sync/Foundation/There.h"'),
             ("Sync/PlugIns/iCal/Calendar/A.cpp", '#include "Sync/Additions/There.h"'),
             ("Sync/PlugIns/iCal/A.cpp", '#include "Sync/PlugIns/iCal/Calendar/There.h"'),
-            ("Sync/Host/Publishing/A.cpp", '#include "Sync/PlugIns/iCal/Calendar/There.h"'),
+            ("Sync/Host/Publishing/A.cpp", '#include "Sync/Host/Engine/There.h"'),
+            ("Sync/Host/Http/A.cpp", '#include "Sync/Host/Site/There.h"'),
             ("Sync/Host/Command/A.cpp", "#include <CLI/CLI.hpp>"),
+            (HTTP_SOURCE, "#include <boost/asio/post.hpp>"),
             ("Sync/Host/Qt/A.cpp", "#include <QWidget>"),
             ("Sync/Host/Qt/A.cpp", '#include "Sync/Host/Command/There.h"'),
         ]:
@@ -125,6 +145,13 @@ class TheCheck(unittest.TestCase):
             ("Sync/Foundation/A.h", '#include "Sync/Foundation/Gone.h"'),
             ("Sync/Foundation/A.h", '#include "tests/support/There.h"'),
             ("Sync/PlugIns/iCal/A.cpp", "#include <SQLiteCpp/SQLiteCpp.h>"),
+            ("Sync/Host/Http/A.cpp", "#include <boost/asio/post.hpp>"),
+            ("Sync/Host/Engine/A.cpp", '#include "Sync/Host/Services/There.h"'),
+            ("Sync/Host/Server/A.cpp", '#include "Sync/Host/Engine/There.h"'),
+            ("Sync/Host/Publishing/A.cpp", '#include "Sync/Host/Site/There.h"'),
+            ("Sync/Host/Site/A.cpp", '#include "Sync/Host/Http/There.h"'),
+            ("Sync/Host/Site/A.cpp", '#include "Sync/Host/Engine/There.h"'),
+            ("Sync/Host/Site/A.cpp", '#include "Sync/PlugIns/iCal/Calendar/There.h"'),
             ("Sync/Host/Engine/A.cpp", "#include <QtWidgets/QWidget>"),
             ("Sync/Attic/A.h", "#include <vector>"),
         ]:

@@ -28,7 +28,7 @@ PATH = re.compile(
     r'|OldSubscription\.plist|%@\.(?:calendar|group)|\.(?:calendar|group|ics))"'
     r'|(?:Component\([^;]*|\+ ?)"(?:/?Info\.plist|/?Events|/?Attachments)"')
 # Names that are not the store's: a bundle has an Info.plist as well, and addresses of the site end in ".ics".
-OTHER_NAMES = re.compile(r"^Sync/(Foundation/Bundle\.cpp|Host/Publishing/.*)$")
+OTHER_NAMES = re.compile(r"^Sync/(Foundation/Bundle\.cpp|Host/Site/.*)$")
 # Keys of dictionaries that are named like a folder.
 KEY_USE = re.compile(r'(?:set|find|contains|setIfPresent)\("(?:Sources|Attachments|Events)"')
 

@@ -62,9 +62,7 @@ private:
         {
             return _inner->write(changes);
         }
-        std::vector<Sharing> sharings() override { return _inner->sharings(); }
-        void share(const Sharing& sharing) override { _inner->share(sharing); }
-        void unshare(const RecordId& id) override { _inner->unshare(id); }
+        Sharings* sharings() override { return _inner->sharings(); }
         void commit() override
         {
             _steps.elsewhere();

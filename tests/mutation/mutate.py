@@ -36,7 +36,7 @@ class Area:
 
 SLOW_OF_CALENDAR = "*Archive*:*Corpus*:*RapidCheck*:*CostsOneStep*:NodeTreeDepth*:*LoadCut*"
 AREAS = {
-    "engine": Area("Sync/Host/Engine", "lib/libKTHost.a",
+    "engine": Area("Sync/Host/Engine", "lib/libKTEngine.a",
                    [("test_host_engine", "-*Random*:*Fault*:*RapidCheck*"),
                     ("test_host_engine", "*Random*:*Fault*:*RapidCheck*"),
                     ("test_host_services", "*"), ("test_host_command", "*")]),

@@ -11,6 +11,7 @@
 #include "Sync/Host/Command/Look.h"
 #include "Sync/Host/Command/Output.h"
 #include "Sync/Host/Services/PluginPreferences.h"
+#include "Sync/HostInterface/PublishingOptions.h"
 
 namespace kt {
 
@@ -45,7 +46,7 @@ CalendarRow rowForCalendar(const KTSyncRecord& record, const Dictionary& publish
     if (record.recordParentKey() != record.recordKey())
         row.groupKey = record.recordParentKey();
     if (const Value& options = published[row.key]; options.isDictionary()) {
-        const Value& isPublic = options.dictionary()["Public"];
+        const Value& isPublic = options.dictionary()[kPublicOption];
         row.isPublished = isPublic.isNumber() && isPublic.boolValue();
     }
     return row;

@@ -11,9 +11,9 @@
 #include "Sync/Host/Command/Output.h"
 #include "Sync/Host/Engine/LastingKeys.h"
 #include "Sync/Host/Publishing/HostSyncConnection.h"
-#include "Sync/Host/Publishing/PublishingOptions.h"
 #include "Sync/Host/Services/HostClasses.h"
 #include "Sync/Host/Services/PluginPreferences.h"
+#include "Sync/HostInterface/PublishingOptions.h"
 
 namespace kt {
 
@@ -55,10 +55,10 @@ void remember(Preferences& preferences, const std::string& key, bool isPublic,
               const PublishingOptions& options)
 {
     Dictionary all = dictionaryPreference(preferences, kPublishedCalendarsPreference);
-    all.set(key, Dictionary{{"Public", isPublic ? 1 : 0},
-                            {"PublishEvents", options.events ? 1 : 0},
-                            {"PublishTasks", options.tasks ? 1 : 0},
-                            {"Anonymize", options.anonymous ? 1 : 0}});
+    all.set(key, Dictionary{{std::string(kPublicOption), isPublic ? 1 : 0},
+                            {std::string(kPublishEventsOption), options.events ? 1 : 0},
+                            {std::string(kPublishTasksOption), options.tasks ? 1 : 0},
+                            {std::string(kAnonymizeOption), options.anonymous ? 1 : 0}});
     setPreference(preferences, kPublishedCalendarsPreference, std::move(all));
 }
 
@@ -67,7 +67,8 @@ Dictionary remembered(Preferences& preferences, const std::string& key)
 {
     const Dictionary all = dictionaryPreference(preferences, kPublishedCalendarsPreference);
     const Value& entry = all[key];
-    return entry.isDictionary() ? entry.dictionary() : Dictionary{{"PublishEvents", 1}};
+    return entry.isDictionary() ? entry.dictionary()
+                                : Dictionary{{std::string(kPublishEventsOption), 1}};
 }
 
 bool isSet(const Dictionary& remembered, std::string_view name)
@@ -80,12 +81,13 @@ bool isSet(const Dictionary& remembered, std::string_view name)
 PublishingOptions rememberedOptions(Preferences& preferences, const std::string& key)
 {
     const Dictionary entry = remembered(preferences, key);
-    return {isSet(entry, "PublishEvents"), isSet(entry, "PublishTasks"), isSet(entry, "Anonymize")};
+    return {isSet(entry, kPublishEventsOption), isSet(entry, kPublishTasksOption),
+            isSet(entry, kAnonymizeOption)};
 }
 
 bool isRememberedAsPublic(Preferences& preferences, const std::string& key)
 {
-    return isSet(remembered(preferences, key), "Public");
+    return isSet(remembered(preferences, key), kPublicOption);
 }
 
 }  // namespace

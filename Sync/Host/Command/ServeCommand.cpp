@@ -1,7 +1,6 @@
 #include <chrono>
 #include <csignal>
 #include <exception>
-#include <mutex>
 #include <thread>
 
 #include <nlohmann/json.hpp>
@@ -13,8 +12,8 @@
 #include "Sync/Foundation/Platform.h"
 #include "Sync/Host/Command/Commands.h"
 #include "Sync/Host/Command/Output.h"
+#include "Sync/Host/Http/SiteServer.h"
 #include "Sync/Host/Publishing/PublishedText.h"
-#include "Sync/Host/Publishing/SiteServer.h"
 
 namespace kt {
 
@@ -49,14 +48,11 @@ constexpr std::size_t kLongestTarget = 200;
 // A reader of a page waits less patiently than a sync.
 constexpr std::chrono::seconds kServerWait{2};
 
-/// Lines of several threads do not mix.
 SiteServer::AccessLog accessLog(bool isQuiet)
 {
     if (isQuiet)
         return {};
     return [](std::string_view method, std::string_view target, int status) {
-        static std::mutex mutex;
-        const std::lock_guard lock(mutex);
         writeFully(STDERR_FILENO,
                    stringWithFormat("%@ %@ %d\n", method,
                                     showableText(target.substr(0, kLongestTarget)), status));

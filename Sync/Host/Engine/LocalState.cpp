@@ -7,6 +7,7 @@
 
 #include "Sync/Host/Engine/LocalStateDatabase.h"
 #include "Sync/Host/Engine/RecordCoding.h"
+#include "Sync/Host/Server/RandomIdentifier.h"
 
 namespace kt {
 

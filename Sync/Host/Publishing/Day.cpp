@@ -12,8 +12,6 @@ using std::chrono::year_month_day;
 
 year_month_day partsOf(Day day) { return year_month_day(sys_days(days(day.number))); }
 
-bool isLeapYear(int year) { return std::chrono::year(year).is_leap(); }
-
 }  // namespace
 
 Day Day::of(int year, int month, int day)
@@ -46,13 +44,7 @@ int Day::weekOfYear() const
     return (thursday - of(thursday.date().year, 1, 1)) / 7 + 1;
 }
 
-int daysInMonth(int year, int month)
-{
-    constexpr int kDays[] = {31, 28, 31, 30, 31, 30, 31, 31, 30, 31, 30, 31};
-    return month == 2 && isLeapYear(year) ? 29 : kDays[month - 1];
-}
-
-int daysInYear(int year) { return isLeapYear(year) ? 366 : 365; }
+int daysInYear(int year) { return std::chrono::year(year).is_leap() ? 366 : 365; }
 
 Month Month::of(Day day)
 {

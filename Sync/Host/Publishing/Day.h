@@ -25,7 +25,6 @@ struct Day {
     friend auto operator<=>(const Day&, const Day&) = default;
 };
 
-int daysInMonth(int year, int month);
 int daysInYear(int year);
 
 /// A month of a year.

@@ -6,7 +6,8 @@
 #include "Sync/Foundation/Exception.h"
 #include "Sync/Foundation/Format.h"
 #include "Sync/Foundation/Platform.h"
-#include "Sync/Host/Server/SqliteDatabase.h"
+#include "Sync/Host/Server/RandomIdentifier.h"
+#include "Sync/Host/Server/Sharings.h"
 #include "Sync/HostInterface/Guard.h"
 
 namespace kt {
@@ -57,7 +58,10 @@ bool HostSyncConnection::inSession(ServerAccess access, KTSyncError& error, Body
             _server->openSession(_account, "publishing-" + randomIdentifier(), access);
         if (opened.status != OpenStatus::opened)
             return fail(opened.reason);
-        body(*opened.session);
+        Sharings* sharings = opened.session->sharings();
+        if (sharings == nullptr)
+            return fail("Dieser Server kann nichts veröffentlichen");
+        body(*sharings);
         if (access == ServerAccess::readWrite)
             opened.session->commit();
         return true;
@@ -70,10 +74,10 @@ bool HostSyncConnection::activatePublicSharingForMainConduit(
     const std::string& mainConduit, const std::vector<std::string>&, const std::string& mode,
     const std::string& mainRecordKey, const std::string& options, KTSyncError& error)
 {
-    return inSession(ServerAccess::readWrite, error, [&](SyncServerSession& session) {
+    return inSession(ServerAccess::readWrite, error, [&](Sharings& sharings) {
         check(mode, mainRecordKey);
-        session.share({idOnServer(mainConduit, mainRecordKey), mode, options, randomIdentifier(),
-                       iso8601(Platform::shared().now())});
+        sharings.share({idOnServer(mainConduit, mainRecordKey), mode, options, randomIdentifier(),
+                        iso8601(Platform::shared().now())});
     });
 }
 
@@ -82,8 +86,8 @@ bool HostSyncConnection::deactivatePublicSharingForMainConduit(const std::string
                                                                const std::string& mainRecordKey,
                                                                KTSyncError& error)
 {
-    return inSession(ServerAccess::readWrite, error, [&](SyncServerSession& session) {
-        session.unshare(idOnServer(mainConduit, mainRecordKey));
+    return inSession(ServerAccess::readWrite, error, [&](Sharings& sharings) {
+        sharings.unshare(idOnServer(mainConduit, mainRecordKey));
     });
 }
 
@@ -93,8 +97,8 @@ bool HostSyncConnection::listPublicSharings(std::vector<Dictionary>& sharings,
                                             const std::string& mainRecordKey, KTSyncError& error)
 {
     sharings.clear();
-    return inSession(ServerAccess::readOnly, error, [&](SyncServerSession& session) {
-        for (const Sharing& sharing : session.sharings()) {
+    return inSession(ServerAccess::readOnly, error, [&](Sharings& known) {
+        for (const Sharing& sharing : known.all()) {
             if (sharing.id == idOnServer(mainConduit, mainRecordKey))
                 sharings.push_back({{"public", "YES"}, {"publicOptions", sharing.options}});
         }

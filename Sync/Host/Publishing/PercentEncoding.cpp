@@ -1,7 +1,9 @@
 #include "Sync/Host/Publishing/PercentEncoding.h"
 
+#include <algorithm>
 #include <cstdint>
 
+#include "Sync/Foundation/FileManager.h"
 #include "Sync/Foundation/UTF8.h"
 
 namespace kt {
@@ -13,15 +15,6 @@ bool isUnreserved(char character)
     return (character >= 'a' && character <= 'z') || (character >= 'A' && character <= 'Z') ||
            (character >= '0' && character <= '9') ||
            std::string_view("-._~").find(character) != std::string_view::npos;
-}
-
-int hexadecimalDigit(char character)
-{
-    if (character >= '0' && character <= '9')
-        return character - '0';
-    if (character >= 'A' && character <= 'F')
-        return character - 'A' + 10;
-    return character >= 'a' && character <= 'f' ? character - 'a' + 10 : -1;
 }
 
 bool isDecent(std::string_view text)
@@ -57,27 +50,11 @@ std::string percentEncoded(std::string_view text)
 
 std::optional<std::string> percentDecoded(std::string_view text, Blank blank)
 {
-    std::string decoded;
-    for (std::size_t at = 0; at < text.size(); ++at) {
-        if (text[at] == '+' && blank == Blank::plus) {
-            decoded += ' ';
-            continue;
-        }
-        if (text[at] != '%') {
-            decoded += text[at];
-            continue;
-        }
-        const std::string_view digits = text.substr(at + 1, 2);
-        const int high = digits.size() == 2 ? hexadecimalDigit(digits[0]) : -1;
-        const int low = digits.size() == 2 ? hexadecimalDigit(digits[1]) : -1;
-        if (high < 0 || low < 0)
-            return std::nullopt;
-        decoded += static_cast<char>(high * 16 + low);
-        at += 2;
-    }
-    if (!isDecent(decoded))
-        return std::nullopt;
-    return decoded;
+    std::string escaped(text);
+    if (blank == Blank::plus)
+        std::replace(escaped.begin(), escaped.end(), '+', ' ');
+    auto decoded = stringByReplacingPercentEscapes(escaped);
+    return decoded && isDecent(*decoded) ? decoded : std::nullopt;
 }
 
 }  // namespace kt

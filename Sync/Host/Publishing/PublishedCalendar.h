@@ -6,8 +6,8 @@
 #include <vector>
 
 #include "Sync/Host/Publishing/PublishedDate.h"
-#include "Sync/Host/Publishing/PublishingOptions.h"
 #include "Sync/Host/Publishing/RecurrenceRule.h"
+#include "Sync/HostInterface/PublishingOptions.h"
 
 namespace kt {
 

@@ -142,7 +142,9 @@ void mixUp(PublishedCalendar& calendar)
 std::vector<PublishedCalendarReader::Entry> PublishedCalendarReader::entries()
 {
     std::vector<Entry> entries;
-    for (Sharing& sharing : _session.sharings()) {
+    if (_session.sharings() == nullptr)
+        return entries;
+    for (Sharing& sharing : _session.sharings()->all()) {
         if (sharing.id.conduit != kConduitCalendar)
             continue;
         for (const ServerRecord& stored : _session.records({&sharing.id, 1})) {

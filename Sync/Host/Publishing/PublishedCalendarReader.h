@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "Sync/Host/Publishing/PublishedCalendar.h"
+#include "Sync/Host/Server/Sharings.h"
 #include "Sync/Host/Server/SyncServer.h"
 
 namespace kt {

@@ -70,9 +70,4 @@ CalendarDate clockAfter(const CalendarDate& clock, std::int64_t seconds)
     return later;
 }
 
-std::int64_t secondsBetween(const CalendarDate& from, const CalendarDate& to)
-{
-    return secondsOf(to) - secondsOf(from);
-}
-
 }  // namespace kt

@@ -33,7 +33,5 @@ std::string dateTimeText(const CalendarDate& clock);
 
 /// The wall clock some seconds later or earlier. Clamped to the years that a clock can show.
 CalendarDate clockAfter(const CalendarDate& clock, std::int64_t seconds);
-/// Seconds from one wall clock to the other.
-std::int64_t secondsBetween(const CalendarDate& from, const CalendarDate& to);
 
 }  // namespace kt

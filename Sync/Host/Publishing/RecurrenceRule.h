@@ -35,6 +35,9 @@ struct RecurrenceRule {
     std::vector<Weekday> weekdays;
     int weekStart = 0;  // 0 Monday to 6 Sunday
 
+    /// Repeats by the hour, minute or second.
+    bool isSubDaily() const { return frequency < Frequency::daily; }
+
     /// From the sub-dictionary of a sync record. Parts out of range, and those that the frequency
     /// forbids, are left out; nullopt when there is no such frequency, or when a list has nothing
     /// left.

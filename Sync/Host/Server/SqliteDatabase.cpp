@@ -1,7 +1,6 @@
 #include "Sync/Host/Server/SqliteDatabase.h"
 
 #include <filesystem>
-#include <random>
 #include <system_error>
 
 #include <SQLiteCpp/Backup.h>
@@ -169,19 +168,6 @@ std::optional<std::string> textOrNull(const SQLite::Statement& row, int column)
     if (row.isColumnNull(column))
         return std::nullopt;
     return row.getColumn(column).getString();
-}
-
-std::string randomIdentifier()
-{
-    constexpr std::string_view digits = "0123456789abcdef";
-    std::random_device source;
-    std::string identifier;
-    for (int word = 0; word < 4; ++word) {
-        auto bits = static_cast<std::uint32_t>(source());
-        for (int digit = 0; digit < 8; ++digit, bits >>= 4)
-            identifier += digits[bits & 15U];
-    }
-    return identifier;
 }
 
 }  // namespace kt

@@ -148,7 +148,4 @@ private:
 /// A column's text, or nullopt for NULL.
 std::optional<std::string> textOrNull(const SQLite::Statement& row, int column);
 
-/// Random, 32 hexadecimal digits.
-std::string randomIdentifier();
-
 }  // namespace kt

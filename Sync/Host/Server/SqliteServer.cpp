@@ -6,6 +6,7 @@
 #include <utility>
 
 #include "Sync/Foundation/Format.h"
+#include "Sync/Host/Server/Sharings.h"
 #include "Sync/Host/Server/SqliteDatabase.h"
 
 namespace kt {
@@ -80,7 +81,7 @@ Sharing readSharing(SQLite::Statement& row)
             row.getColumn(5).getString()};
 }
 
-class SqliteServerSession : public SyncServerSession {
+class SqliteServerSession : public SyncServerSession, public Sharings {
 public:
     SqliteServerSession(std::unique_ptr<SqliteDatabase> database, std::string_view account)
         : _database(std::move(database)),
@@ -153,7 +154,9 @@ public:
         return found;
     }
 
-    std::vector<Sharing> sharings() override
+    Sharings* sharings() override { return this; }
+
+    std::vector<Sharing> all() override
     {
         std::vector<Sharing> all;
         _database->each(

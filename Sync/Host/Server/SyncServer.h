@@ -13,6 +13,8 @@
 
 namespace kt {
 
+class Sharings;
+
 /// How the server's store is reached.
 enum class ServerAccess {
     readWrite,
@@ -46,15 +48,6 @@ struct ServerWrite {
     std::string content;
 };
 
-/// A record that its owner made public, with all that is below it.
-struct Sharing {
-    RecordId id;
-    std::string mode;     // how far others may go: "RO"
-    std::string options;  // what of it is public, in the words of the plug-in
-    std::string secret;  // random, made with the sharing: what is derived from it cannot be guessed
-    std::string since;   // when it was made public, as in 2007-12-24T09:00:00Z
-};
-
 /// One device's session with one account: one transaction. What was written is undone when the
 /// session goes away without commit(). Every operation throws Exception with a German reason when
 /// the server fails.
@@ -84,15 +77,9 @@ public:
     /// server does not know writes nothing for it. What is deleted is no longer shared, whatever
     /// comes under its key later.
     virtual std::int64_t write(std::span<const ServerWrite> changes) = 0;
-    // Sharing. It is no change of records: the head revision stays as it is.
-
-    /// By conduit and key.
-    virtual std::vector<Sharing> sharings() = 0;
-    /// Makes a record public, known to the server or not yet. What is public already keeps its
-    /// secret and its date.
-    virtual void share(const Sharing& sharing) = 0;
-    /// Does nothing for what is not public.
-    virtual void unshare(const RecordId& id) = 0;
+    /// What of the account is public, part of the same transaction; null for a kind of server that
+    /// makes nothing public.
+    virtual Sharings* sharings() { return nullptr; }
 
     /// Makes the session's writes last. Nothing may be asked of the session afterwards.
     virtual void commit() = 0;

@@ -1,9 +1,9 @@
 #include <algorithm>
 
+#include "Sync/HostInterface/PublishingOptions.h"
 #include "Sync/PlugIns/iCal/Calendar/HostAndSystemLog.h"
 #include "Sync/PlugIns/iCal/Calendar/KTSyncCalendarStore.h"
 #include "Sync/PlugIns/iCal/ICalSyncPlugin.h"
-#include "Sync/PlugIns/iCal/PublishingOptions.h"
 
 namespace kt {
 

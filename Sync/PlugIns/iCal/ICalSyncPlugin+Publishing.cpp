@@ -1,7 +1,7 @@
 #include "Sync/Foundation/Platform.h"
+#include "Sync/HostInterface/PublishingOptions.h"
 #include "Sync/HostInterface/Workspace.h"
 #include "Sync/PlugIns/iCal/ICalSyncPlugin.h"
-#include "Sync/PlugIns/iCal/PublishingOptions.h"
 
 namespace kt {
 
@@ -15,11 +15,6 @@ const std::vector<std::string>& itemConduits()
 }
 
 int stateOf(const Button* checkbox) { return checkbox == nullptr ? 0 : checkbox->intValue(); }
-
-std::string_view wordIfTicked(const Button* checkbox, std::string_view word)
-{
-    return stateOf(checkbox) != 0 ? word : "";
-}
 
 /// Without a connection there is nobody to say what went wrong.
 Value reason(const std::shared_ptr<KTSyncConnection>& connection, const KTSyncError& error)
@@ -49,15 +44,14 @@ void ICalSyncPlugin::publish(const KTSyncCalendar& calendar,
 {
     showSharingStatus("Kalender veröffentlichen...");
     const std::string recordKey = recordKeyOf(calendar);
-    const std::string options =
-        stringWithFormat("%@ %@ %@", wordIfTicked(_outlets.publishEventsCheckbox, kEventsWord),
-                         wordIfTicked(_outlets.publishTasksCheckbox, kTasksWord),
-                         wordIfTicked(_outlets.anonymizeAllCheckbox, kAnonymizeWord));
+    const PublishingOptions options{stateOf(_outlets.publishEventsCheckbox) != 0,
+                                    stateOf(_outlets.publishTasksCheckbox) != 0,
+                                    stateOf(_outlets.anonymizeAllCheckbox) != 0};
     KTSyncError error;
     if (!connection ||
         !connection->activatePublicSharingForMainConduit(std::string(kConduitCalendar),
-                                                         itemConduits(), "RO", recordKey, options,
-                                                         error)) {
+                                                         itemConduits(), "RO", recordKey,
+                                                         options.text(), error)) {
         NSLog("Fehler beim Veroeffentlichen von '%@': \n%@", calendar.title(),
               reason(connection, error));
         return;

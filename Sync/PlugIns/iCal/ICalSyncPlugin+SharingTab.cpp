@@ -1,6 +1,5 @@
-#include "Sync/Additions/KTStringAdditions.h"
+#include "Sync/HostInterface/PublishingOptions.h"
 #include "Sync/PlugIns/iCal/ICalSyncPlugin.h"
-#include "Sync/PlugIns/iCal/PublishingOptions.h"
 
 namespace kt {
 
@@ -9,12 +8,12 @@ namespace {
 /// What the service says of a calendar that it holds.
 Dictionary optionsOfSharing(const Dictionary& sharing)
 {
-    const std::string words = sharing["publicOptions"].stringOrNil().value_or("");
-    const auto has = [&](std::string_view word) { return contains(words, word) ? 1 : 0; };
+    const auto options =
+        PublishingOptions::fromText(sharing["publicOptions"].stringOrNil().value_or(""));
     return Dictionary{{std::string(kPublicOption), sharing["public"] == Value("YES") ? 1 : 0},
-                      {std::string(kPublishEventsOption), has(kEventsWord)},
-                      {std::string(kPublishTasksOption), has(kTasksWord)},
-                      {std::string(kAnonymizeOption), has(kAnonymizeWord)}};
+                      {std::string(kPublishEventsOption), options.events ? 1 : 0},
+                      {std::string(kPublishTasksOption), options.tasks ? 1 : 0},
+                      {std::string(kAnonymizeOption), options.anonymous ? 1 : 0}};
 }
 
 /// A calendar that the service does not hold keeps its choices, up to the first that is missing.

@@ -1,7 +1,7 @@
 #include "Sync/Foundation/Platform.h"
 #include "Sync/HostInterface/Guard.h"
+#include "Sync/HostInterface/PublishingOptions.h"
 #include "Sync/PlugIns/iCal/ICalSyncPlugin.h"
-#include "Sync/PlugIns/iCal/PublishingOptions.h"
 
 namespace kt {
 

@@ -7,6 +7,7 @@
 
 #include "Sync/Host/Publishing/HostSyncConnection.h"
 #include "Sync/Host/Server/SqliteServer.h"
+#include "tests/Sync/Host/Publishing/PlainServer.h"
 #include "tests/support/PlatformScope.h"
 #include "tests/support/RecordingFileLogger.h"
 #include "tests/support/TemporaryFolder.h"
@@ -114,6 +115,14 @@ TEST_F(HostSyncConnections, SayAndLogWhyTheyFail)
     EXPECT_THAT(error.localizedDescription, HasSubstr("Der Ordner"));
     ASSERT_THAT(logger.entries(), SizeIs(1));
     EXPECT_THAT(logger.entries()[0], HasSubstr(error.localizedDescription));
+}
+
+TEST_F(HostSyncConnections, FailWithAServerThatMakesNothingPublic)
+{
+    HostSyncConnection plain(std::make_unique<PlainServer>(), "default", nullptr);
+    EXPECT_FALSE(
+        plain.activatePublicSharingForMainConduit(kConduit, kItems, "RO", "C1", "EVENTS", error));
+    EXPECT_EQ(error.localizedDescription, "Dieser Server kann nichts veröffentlichen");
 }
 
 TEST_F(HostSyncConnections, FailWithoutAServer)

@@ -1,6 +1,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include "tests/Sync/Host/Publishing/PlainServer.h"
 #include "tests/Sync/Host/Publishing/PublishedCalendarsFixture.h"
 
 namespace kt::test {
@@ -24,6 +25,14 @@ TEST_F(PublishedCalendars, AreOnlyThoseThatWereMadePublic)
     EXPECT_EQ(calendar("C2"), std::nullopt);
     server.unshare();
     EXPECT_EQ(calendar(), std::nullopt);
+}
+
+TEST_F(PublishedCalendars, AreNoneOnAServerThatMakesNothingPublic)
+{
+    PlainServer::Session session;
+    PublishedCalendarReader reader(session);
+    EXPECT_THAT(reader.heads(), IsEmpty());
+    EXPECT_EQ(reader.calendar("C1"), std::nullopt);
 }
 
 TEST_F(PublishedCalendars, AreGoneWhenTheyAreDeleted)

@@ -10,6 +10,7 @@
 #include "Sync/Host/Engine/HostEnhancedDate.h"
 #include "Sync/Host/Engine/RecordCoding.h"
 #include "Sync/Host/Publishing/PublishedDate.h"
+#include "Sync/Host/Server/Sharings.h"
 #include "Sync/Host/Server/SqliteServer.h"
 #include "tests/support/TemporaryFolder.h"
 
@@ -122,14 +123,15 @@ public:
                const std::string& secret = "secret")
     {
         const auto session = open(ServerAccess::readWrite);
-        session->share({{"ical-calendar", key}, "RO", options, secret, "2007-12-01T08:00:00Z"});
+        session->sharings()->share(
+            {{"ical-calendar", key}, "RO", options, secret, "2007-12-01T08:00:00Z"});
         session->commit();
     }
 
     void unshare(const std::string& key = "C1")
     {
         const auto session = open(ServerAccess::readWrite);
-        session->unshare({"ical-calendar", key});
+        session->sharings()->unshare({"ical-calendar", key});
         session->commit();
     }
 

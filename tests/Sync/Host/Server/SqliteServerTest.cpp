@@ -6,6 +6,7 @@
 #include <gtest/gtest.h>
 
 #include "Sync/Foundation/Exception.h"
+#include "Sync/Host/Server/Sharings.h"
 #include "Sync/Host/Server/SqliteServer.h"
 #include "tests/support/TemporaryFolder.h"
 
@@ -130,10 +131,10 @@ TEST_F(SqliteServers, TakeOverADatabaseOfTheFirstVersion)
         EXPECT_EQ(opened.session->serverIdentity(), "abc");
         EXPECT_EQ(opened.session->headRevision(), 7);
         EXPECT_EQ(opened.session->recordsOfParent("C1").size(), 1U);
-        opened.session->share({{"ical-calendar", "C1"}, "RO", "EVENTS", "s", "d"});
+        opened.session->sharings()->share({{"ical-calendar", "C1"}, "RO", "EVENTS", "s", "d"});
         opened.session->commit();
     }
-    EXPECT_EQ(open(folder.path("server.db")).session->sharings().size(), 1U);
+    EXPECT_EQ(open(folder.path("server.db")).session->sharings()->all().size(), 1U);
 }
 
 TEST_F(SqliteServers, ReadADatabaseOfTheFirstVersionWithoutChangingTheFile)
@@ -145,7 +146,7 @@ TEST_F(SqliteServers, ReadADatabaseOfTheFirstVersionWithoutChangingTheFile)
         ASSERT_EQ(opened.status, OpenStatus::opened) << opened.reason;
         EXPECT_EQ(opened.session->headRevision(), 7);
         EXPECT_EQ(opened.session->recordCount(), 1);
-        EXPECT_TRUE(opened.session->sharings().empty());
+        EXPECT_TRUE(opened.session->sharings()->all().empty());
     }
     EXPECT_EQ(folder.tree(), before);
 }

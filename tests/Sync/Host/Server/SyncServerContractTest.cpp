@@ -8,6 +8,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include "Sync/Host/Server/Sharings.h"
 #include "Sync/Host/Server/SqliteServer.h"
 #include "Sync/Host/Server/SyncServer.h"
 #include "tests/support/TemporaryFolder.h"
@@ -268,11 +269,11 @@ TEST_P(SyncServerContract, RemembersWhatIsPublic)
     const RecordId second{"ical-calendar", "C2"};
     {
         const auto session = open();
-        session->share(shared(second, "TASKS"));
-        session->share(shared(first, "EVENTS"));
+        session->sharings()->share(shared(second, "TASKS"));
+        session->sharings()->share(shared(first, "EVENTS"));
         session->commit();
     }
-    const auto sharings = open()->sharings();
+    const auto sharings = open()->sharings()->all();
     ASSERT_THAT(sharings, SizeIs(2));
     EXPECT_EQ(sharings[0].id, first);
     EXPECT_EQ(sharings[0].mode, "RO");
@@ -280,37 +281,37 @@ TEST_P(SyncServerContract, RemembersWhatIsPublic)
     EXPECT_EQ(sharings[0].secret, "secret of EVENTS");
     EXPECT_EQ(sharings[0].since, "2007-12-24T09:00:00Z");
     EXPECT_EQ(sharings[1].id, second);
-    EXPECT_THAT(open("berta")->sharings(), IsEmpty());
+    EXPECT_THAT(open("berta")->sharings()->all(), IsEmpty());
 }
 
 TEST_P(SyncServerContract, KeepsSecretAndDateOfWhatIsPublicAlready)
 {
     const RecordId id{"ical-calendar", "C1"};
     const auto session = open();
-    session->share(shared(id, "EVENTS"));
-    session->share({id, "RO", "EVENTS TASKS ", "another", "2008-01-01T00:00:00Z"});
-    ASSERT_THAT(session->sharings(), SizeIs(1));
-    EXPECT_EQ(session->sharings()[0].options, "EVENTS TASKS ");
-    EXPECT_EQ(session->sharings()[0].secret, "secret of EVENTS");
-    EXPECT_EQ(session->sharings()[0].since, "2007-12-24T09:00:00Z");
+    session->sharings()->share(shared(id, "EVENTS"));
+    session->sharings()->share({id, "RO", "EVENTS TASKS ", "another", "2008-01-01T00:00:00Z"});
+    ASSERT_THAT(session->sharings()->all(), SizeIs(1));
+    EXPECT_EQ(session->sharings()->all()[0].options, "EVENTS TASKS ");
+    EXPECT_EQ(session->sharings()->all()[0].secret, "secret of EVENTS");
+    EXPECT_EQ(session->sharings()->all()[0].since, "2007-12-24T09:00:00Z");
 }
 
 TEST_P(SyncServerContract, ForgetsWhatIsNoLongerPublic)
 {
     const RecordId id{"ical-calendar", "C1"};
     const auto session = open();
-    session->share(shared(id, "EVENTS"));
-    session->unshare({"ical-calendar", "C2"});
-    EXPECT_THAT(session->sharings(), SizeIs(1));
-    session->unshare(id);
-    EXPECT_THAT(session->sharings(), IsEmpty());
+    session->sharings()->share(shared(id, "EVENTS"));
+    session->sharings()->unshare({"ical-calendar", "C2"});
+    EXPECT_THAT(session->sharings()->all(), SizeIs(1));
+    session->sharings()->unshare(id);
+    EXPECT_THAT(session->sharings()->all(), IsEmpty());
 }
 
 TEST_P(SyncServerContract, CountsSharingAsNoChangeOfRecords)
 {
     {
         const auto session = open();
-        session->share(shared({"ical-calendar", "C1"}, "EVENTS"));
+        session->sharings()->share(shared({"ical-calendar", "C1"}, "EVENTS"));
         session->commit();
     }
     EXPECT_EQ(open()->headRevision(), 0);
@@ -323,13 +324,13 @@ TEST_P(SyncServerContract, SharesNothingOfADeletedRecordThatComesBack)
     write({written(id, "a")});
     {
         const auto session = open();
-        session->share(shared(id, "EVENTS"));
+        session->sharings()->share(shared(id, "EVENTS"));
         session->commit();
     }
     write({deleted(id)});
-    EXPECT_THAT(open()->sharings(), IsEmpty());
+    EXPECT_THAT(open()->sharings()->all(), IsEmpty());
     write({written(id, "b")});
-    EXPECT_THAT(open()->sharings(), IsEmpty());
+    EXPECT_THAT(open()->sharings()->all(), IsEmpty());
 }
 
 TEST_P(SyncServerContract, FindsTheLiveRecordsOfAParent)
