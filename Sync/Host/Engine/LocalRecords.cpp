@@ -190,7 +190,7 @@ private:
 
 }  // namespace
 
-std::vector<LocalRecord> loadedRecords(const SyncRecordList& records, const StorePlaces& places)
+std::vector<LocalRecord> loadedRecords(const SyncRecordList& records)
 {
     std::vector<LocalRecord> loaded;
     loaded.reserve(records.size());
@@ -200,9 +200,14 @@ std::vector<LocalRecord> loadedRecords(const SyncRecordList& records, const Stor
         LocalRecord& local = loaded.emplace_back();
         local.record = record;
         local.hash = contentHash(record->record());
-        local.place = places.of(*record);
     }
     return loaded;
+}
+
+void takePlaces(std::vector<LocalRecord>& loaded, const StorePlaces& places)
+{
+    for (LocalRecord& local : loaded)
+        local.place = places.of(*local.record);
 }
 
 // What shares a conduit and a key, in load order.
