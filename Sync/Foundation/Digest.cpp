@@ -130,6 +130,9 @@ std::string SHA256Stream::hexText()
     return hexTextOf(bytes.data(), length);
 }
 
-std::string hexText(const SHA1Digest& digest) { return hexTextOf(digest.data(), digest.size()); }
+std::string hexText(std::span<const std::uint8_t> bytes)
+{
+    return hexTextOf(bytes.data(), bytes.size());
+}
 
 }  // namespace kt

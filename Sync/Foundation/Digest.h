@@ -3,6 +3,7 @@
 #include <array>
 #include <cstdint>
 #include <memory>
+#include <span>
 #include <string>
 #include <string_view>
 
@@ -37,6 +38,8 @@ private:
 /// For digests that are kept by the thousand: a third of the memory of the hexadecimal text.
 using SHA1Digest = std::array<std::uint8_t, 20>;
 SHA1Digest sha1DigestBytes(std::string_view bytes);
-std::string hexText(const SHA1Digest& digest);
+
+/// Lower-case hexadecimal.
+std::string hexText(std::span<const std::uint8_t> bytes);
 
 }  // namespace kt

@@ -1,6 +1,8 @@
 #include <algorithm>
 #include <array>
+#include <charconv>
 #include <cmath>
+#include <cstdint>
 #include <cstdio>
 #include <vector>
 
@@ -17,7 +19,11 @@ namespace {
 // together.
 class Canonical {
 public:
-    explicit Canonical(HashScope scope) : _scope(scope) { _text.reserve(512); }
+    explicit Canonical(HashScope scope) : _scope(scope)
+    {
+        _text.reserve(512);
+        _entries.reserve(32);
+    }
 
     void addRecord(const Dictionary& record)
     {
@@ -42,28 +48,62 @@ private:
 
     void addPiece(char letter, std::string_view bytes)
     {
-        _text += letter;
-        _text += std::to_string(bytes.size());
-        _text += ':';
+        std::array<char, 24> head{letter};
+        char* end = std::to_chars(&head[1], &head.back(), bytes.size()).ptr;
+        *end++ = ':';
+        _text.append(head.data(), end);
         _text += bytes;
     }
 
+    void addNumber(char letter, std::int64_t number)
+    {
+        std::array<char, 24> digits{};
+        const char* const end =
+            std::to_chars(digits.data(), digits.data() + digits.size(), number).ptr;
+        addPiece(letter, {digits.data(), end});
+    }
+
+    // An entry, and enough of its name to tell it from most others at one look.
+    struct Named {
+        std::uint64_t beginning = 0;
+        const Dictionary::Entry* entry = nullptr;
+
+        friend bool operator<(const Named& left, const Named& right)
+        {
+            return left.beginning != right.beginning ? left.beginning < right.beginning
+                                                     : left.entry->first < right.entry->first;
+        }
+    };
+
+    static std::uint64_t beginningOf(std::string_view name)
+    {
+        std::uint64_t beginning = 0;
+        for (std::size_t index = 0; index < sizeof beginning; ++index)
+            beginning = beginning << 8 |
+                        (index < name.size() ? static_cast<unsigned char>(name[index]) : 0U);
+        return beginning;
+    }
+
+    // By their names. A dictionary that is an entry's value stands behind its own while its turn
+    // lasts, so that a record takes one list.
     template <class Filter>
     void addEntries(const Dictionary& dictionary, const Filter& filter)
     {
-        std::vector<const Dictionary::Entry*> entries;
-        entries.reserve(dictionary.size());
+        const std::size_t begin = _entries.size();
         for (const auto& entry : dictionary) {
             if (filter(entry.first))
-                entries.push_back(&entry);
+                _entries.push_back({beginningOf(entry.first), &entry});
         }
-        std::sort(entries.begin(), entries.end(),
-                  [](const auto* left, const auto* right) { return left->first < right->first; });
-        addPiece('d', std::to_string(entries.size()));
-        for (const auto* entry : entries) {
-            addPiece('k', entry->first);
-            addField(entry->first, entry->second);
+        const std::size_t end = _entries.size();
+        std::sort(_entries.begin() + static_cast<std::ptrdiff_t>(begin), _entries.end());
+        const std::size_t count = end - begin;
+        addPiece('d', std::to_string(count));
+        for (std::size_t index = begin; index < end; ++index) {
+            const Dictionary::Entry& entry = *_entries[index].entry;
+            addPiece('k', entry.first);
+            addField(entry.first, entry.second);
         }
+        _entries.resize(begin);
     }
 
     void addField(std::string_view field, const Value& value)
@@ -82,7 +122,7 @@ private:
             break;
         case Value::Kind::boolean:
         case Value::Kind::integer:
-            addPiece('i', value.description());
+            addNumber('i', value.longLongValue());
             break;
         case Value::Kind::real:
             addReal(value.doubleValue());
@@ -115,7 +155,7 @@ private:
     {
         constexpr double limit = 9.0e15;
         if (real == std::floor(real) && std::fabs(real) < limit) {
-            addPiece('i', std::to_string(static_cast<std::int64_t>(real)));
+            addNumber('i', static_cast<std::int64_t>(real));
             return;
         }
         std::array<char, 32> digits{};
@@ -140,6 +180,7 @@ private:
 
     HashScope _scope;
     std::string _text;
+    std::vector<Named> _entries;  // of the dictionaries whose turn it is
 };
 
 }  // namespace

@@ -2,35 +2,53 @@
 
 namespace kt {
 
+namespace {
+
+std::string_view withoutSlashesBehind(std::string_view path)
+{
+    while (path.size() > 1 && path.ends_with('/'))
+        path.remove_suffix(1);
+    return path;
+}
+
+}  // namespace
+
 void HostIdentityReport::reportIdentity(const SyncRecord& record, const KTStoreIdentity& identity)
 {
     if (!record || !_isListening)
         return;
-    const auto size = [](const std::string& text) {
-        return static_cast<std::uint32_t>(text.size());
-    };
-    const Told told{record,
-                    _texts.size(),
-                    {size(identity.uid), size(identity.recurrenceId), size(identity.sourceKey),
-                     size(identity.file)}};
-    for (const std::string* text :
-         {&identity.uid, &identity.recurrenceId, &identity.sourceKey, &identity.file})
-        _texts += *text;
-    const auto [number, isNew] = _numbers.try_emplace(record.get(), _told.size());
-    if (isNew)
-        _told.push_back(told);
+    const std::string_view file = identity.file;
+    const std::size_t nameBegin = file.rfind('/') + 1;  // 0 without a slash
+    const std::array<std::string_view, 4> texts{identity.uid, identity.recurrenceId,
+                                                identity.sourceKey, file.substr(nameBegin)};
+    Told told{record, _texts.size(), {}, numberOfFolder(file.substr(0, nameBegin))};
+    for (std::size_t index = 0; index < texts.size(); ++index) {
+        told.sizes[index] = static_cast<std::uint32_t>(texts[index].size());
+        _texts += texts[index];
+    }
+    const auto next = static_cast<std::uint32_t>(_told.size());
+    const std::uint32_t number = _numbers.enter(record.get(), next);
+    if (number == next)
+        _told.push_back(std::move(told));
     else
-        _told[number->second] = told;
+        _told[number] = std::move(told);
     if (record->conduit() == kConduitCalendar)
         _calendars.insert(record->recordKey());
 }
 
+std::uint32_t HostIdentityReport::numberOfFolder(std::string_view folder)
+{
+    if (_folders.empty() || _folders.back() != folder)
+        _folders.emplace_back(folder);
+    return static_cast<std::uint32_t>(_folders.size() - 1);
+}
+
 std::optional<HostIdentityReport::View> HostIdentityReport::viewOf(const KTSyncRecord& record) const
 {
-    const auto found = _numbers.find(&record);
-    if (found == _numbers.end())
+    const auto number = _numbers.find(&record);
+    if (!number)
         return std::nullopt;
-    const Told& told = _told[found->second];
+    const Told& told = _told[*number];
     std::string_view texts = std::string_view(_texts).substr(told.begin);
     const auto next = [&](std::uint32_t size) {
         const std::string_view text = texts.substr(0, size);
@@ -41,7 +59,8 @@ std::optional<HostIdentityReport::View> HostIdentityReport::viewOf(const KTSyncR
     view.uid = next(told.sizes[0]);
     view.recurrenceId = next(told.sizes[1]);
     view.sourceKey = next(told.sizes[2]);
-    view.file = next(told.sizes[3]);
+    view.name = next(told.sizes[3]);
+    view.folder = _folders[told.folder];
     return view;
 }
 
@@ -51,7 +70,8 @@ std::optional<KTStoreIdentity> HostIdentityReport::identityOf(const KTSyncRecord
     if (!view)
         return std::nullopt;
     return KTStoreIdentity{std::string(view->uid), std::string(view->recurrenceId),
-                           std::string(view->sourceKey), std::string(view->file)};
+                           std::string(view->sourceKey),
+                           std::string(view->folder).append(view->name)};
 }
 
 void HostIdentityReport::begin()
@@ -65,6 +85,7 @@ void HostIdentityReport::end()
     _isListening = false;
     // Not only cleared: as large as a store they would stay for the rest of the process.
     _texts = {};
+    _folders = {};
     _told = {};
     _numbers = {};
     _calendars.clear();
@@ -80,20 +101,25 @@ StorePlaces::StorePlaces(const HostIdentityReport& report, std::string home)
 
 StorePlace StorePlaces::of(const KTSyncRecord& record) const
 {
-    const auto identity = _report.viewOf(record);
-    if (!identity)
-        return {};
-    return {std::string(identity->uid), relative(identity->file),
-            std::string(identity->recurrenceId)};
+    const HostIdentityReport::View view = viewOf(record);
+    const std::string_view folder = withoutHome(view.folder);
+    std::string file;
+    file.reserve(folder.size() + view.name.size());
+    file.append(folder).append(view.name);
+    file.resize(withoutSlashesBehind(file).size());
+    return {std::string(view.uid), std::move(file), std::string(view.recurrenceId)};
 }
 
 std::string StorePlaces::relative(std::string_view path) const
 {
+    return std::string(withoutSlashesBehind(withoutHome(path)));
+}
+
+std::string_view StorePlaces::withoutHome(std::string_view path) const
+{
     if (!_home.empty() && path.starts_with(_home))
         path.remove_prefix(_home.size());
-    while (path.size() > 1 && path.ends_with('/'))
-        path.remove_suffix(1);
-    return std::string(path);
+    return path;
 }
 
 }  // namespace kt

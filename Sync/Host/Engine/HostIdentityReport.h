@@ -6,11 +6,11 @@
 #include <optional>
 #include <string>
 #include <string_view>
-#include <unordered_map>
 #include <unordered_set>
 #include <vector>
 
 #include "Sync/Host/Engine/LocalState.h"
+#include "Sync/Host/Engine/RecordNumbers.h"
 #include "Sync/HostInterface/KTIdentityReport.h"
 
 namespace kt {
@@ -28,7 +28,8 @@ public:
         std::string_view uid;
         std::string_view recurrenceId;
         std::string_view sourceKey;
-        std::string_view file;
+        std::string_view folder;  // with the slash behind it ...
+        std::string_view name;    // ... and what follows: together the path
     };
     std::optional<View> viewOf(const KTSyncRecord& record) const;
     /// Everything that was told of, in no order.
@@ -53,15 +54,19 @@ public:
 
 private:
     /// All texts stand in one: as texts of their own they took a tenth of a run without a change.
+    /// The folder of a file stands there once for the items that follow each other in it.
     struct Told {
         SyncRecord record;
         std::size_t begin = 0;               // of the first text in _texts
-        std::array<std::uint32_t, 4> sizes;  // uid, recurrenceId, sourceKey, file
+        std::array<std::uint32_t, 4> sizes;  // uid, recurrenceId, sourceKey, name
+        std::uint32_t folder = 0;            // its number
     };
+    std::uint32_t numberOfFolder(std::string_view folder);
 
     std::string _texts;
+    std::vector<std::string> _folders;
     std::vector<Told> _told;
-    std::unordered_map<const KTSyncRecord*, std::size_t> _numbers;
+    RecordNumbers _numbers;  // among those told
     std::unordered_set<std::string> _calendars;
     bool _isListening = false;
 };
@@ -75,10 +80,16 @@ public:
 
     /// Empty for a record that nothing was told of.
     StorePlace of(const KTSyncRecord& record) const;
+    HostIdentityReport::View viewOf(const KTSyncRecord& record) const
+    {
+        return _report.viewOf(record).value_or(HostIdentityReport::View{});
+    }
     std::string relative(std::string_view path) const;
     const HostIdentityReport& report() const { return _report; }
 
 private:
+    std::string_view withoutHome(std::string_view path) const;
+
     const HostIdentityReport& _report;
     std::string _home;  // ends in a slash, unless it is empty
 };

@@ -1,18 +1,16 @@
 #include "Sync/Host/Engine/LocalRecords.h"
 
 #include <algorithm>
-#include <deque>
+#include <cstdint>
 
 #include "Sync/Host/Engine/CalendarTitles.h"
 #include "Sync/Host/Engine/EqualKeys.h"
 #include "Sync/Host/Engine/FirstMeeting.h"
-#include "Sync/Host/Engine/HandedState.h"
 #include "Sync/Host/Engine/IdentityPairing.h"
 #include "Sync/Host/Engine/NeverSeen.h"
 #include "Sync/Host/Engine/RecordCoding.h"
 #include "Sync/Host/Engine/RecordFields.h"
 #include "Sync/Host/Engine/RecordPast.h"
-#include "Sync/Host/Engine/Settling.h"
 #include "Sync/Host/Engine/UnreadRecords.h"
 
 namespace kt {
@@ -149,90 +147,99 @@ private:
 
 }  // namespace
 
-namespace {
-
-// What a rewrite writes has the UID that the store had for it, or one made of its key. So an item
-// of any other UID was not handed out: somebody entered it since.
-class UidsOfRewrite {
-public:
-    UidsOfRewrite(const std::vector<HandedRecord>& handed, const Knowledge& knowledge)
-    {
-        for (const HandedRecord& record : handed) {
-            _uids.insert(record.id.key);
-            if (!record.isKept() && knowledge.seenOfAgreed(record.id) == nullptr)
-                _new.insert(record.id);
-        }
-        for (const SeenRow& row : knowledge.seen())
-            _uids.insert(row.place.uid);
-    }
-
-    bool mayBe(const LocalRecord& local) const
-    {
-        const std::string& uid = local.place.uid;
-        const auto bareKey = keyBeforeNumber(uid);
-        return uid.empty() || _uids.count(uid) != 0 || (bareKey && _uids.count(*bareKey) != 0);
-    }
-
-    void leaveOut(const RecordId& named) { _new.erase(named); }
-
-    // The key of the record that a UID was made of; each is given once.
-    std::optional<std::string> takeKeyOf(const LocalRecord& local)
-    {
-        const bool isMade = local.place.recurrence.empty() &&
-                            _new.erase({local.record->conduit(), local.place.uid}) != 0;
-        return isMade ? std::optional(local.place.uid) : std::nullopt;
-    }
-
-private:
-    std::unordered_set<std::string> _uids;
-    std::unordered_set<RecordId, RecordIdHash> _new;  // that the store did not have before
-};
-
-}  // namespace
-
-std::vector<LocalRecord> loadedRecords(const SyncRecordList& records, const StorePlaces& places)
-{
-    std::vector<LocalRecord> loaded;
-    loaded.reserve(records.size());
-    for (const SyncRecord& record : records) {
-        if (!record)
-            continue;
-        LocalRecord& local = loaded.emplace_back();
-        local.record = record;
-        local.hash = contentHash(record->record());
-        local.place = places.of(*record);
-    }
-    return loaded;
-}
-
-// What shares a conduit and a key, in load order.
+// What shares a conduit and a key, in load order. Nearly always that is one record and the row of
+// what it was, which two pointers tell: with two lists for each they took 1 MB more of 10,000, when
+// a run holds most.
 struct LocalRecords::Groups {
-    struct Group {
-        std::vector<LocalRecord*> records;
-        std::vector<const SeenRow*> rows;
-    };
+    using Records = std::vector<LocalRecord*>;
+    using Rows = std::vector<const SeenRow*>;
 
     Groups(std::vector<LocalRecord>& records, const std::vector<SeenRow>& rows)
     {
-        _places.reserve(std::max(records.size(), rows.size()));
+        std::unordered_map<RecordIdView, std::uint32_t, RecordIdHash> numbers;
+        numbers.reserve(std::max(records.size(), rows.size()));
+        const auto numberOf = [&](const RecordIdView& id) {
+            const auto next = static_cast<std::uint32_t>(_groups.size());
+            const auto [number, isNew] = numbers.try_emplace(id, next);
+            if (isNew)
+                _groups.emplace_back();
+            return number->second;
+        };
         for (LocalRecord& local : records)
-            groupOf({local.record->conduit(), local.record->recordKey()}).records.push_back(&local);
+            add(numberOf({local.record->conduit(), local.record->recordKey()}), &local, nullptr);
         for (const SeenRow& row : rows)
-            groupOf(row.local).rows.push_back(&row);
+            add(numberOf(row.local), nullptr, &row);
     }
 
-    std::deque<Group> all;
+    // Where there is one of each: gives them to `take`, and never again when it says that it did.
+    template <class Take>
+    void takePairs(const Take& take)
+    {
+        for (std::uint32_t number = 0; number < _groups.size(); ++number) {
+            One& one = _groups[number];
+            if (one.record != nullptr && one.row != nullptr && _shared.count(number) == 0 &&
+                take(*one.record, *one.row))
+                one = {};
+        }
+    }
+
+    template <class Predicate>
+    void dropRows(const Predicate& isOut)
+    {
+        for (One& one : _groups) {
+            if (one.row != nullptr && isOut(*one.row))
+                one.row = nullptr;
+        }
+        for (auto& [number, shared] : _shared)
+            std::erase_if(shared.second, [&](const SeenRow* row) { return isOut(*row); });
+    }
+
+    // In the order of their first records, then of their rows.
+    template <class Function>
+    void forEach(const Function& function) const
+    {
+        for (std::uint32_t number = 0; number < _groups.size(); ++number) {
+            const One& one = _groups[number];
+            const auto shared = _shared.find(number);
+            if (shared != _shared.end())
+                function(shared->second.first, shared->second.second);
+            else if (one.record != nullptr)
+                function(Records{one.record}, one.row == nullptr ? Rows{} : Rows{one.row});
+        }
+    }
 
 private:
-    Group& groupOf(const RecordIdView& id)
+    struct One {
+        LocalRecord* record = nullptr;
+        const SeenRow* row = nullptr;
+    };
+
+    // One of the two is null.
+    void add(std::uint32_t number, LocalRecord* record, const SeenRow* row)
     {
-        const auto [place, isNew] = _places.try_emplace(id, all.size());
-        if (isNew)
-            all.emplace_back();
-        return all[place->second];
+        One& one = _groups[number];
+        auto shared = _shared.find(number);
+        const bool isFirst = record != nullptr ? one.record == nullptr : one.row == nullptr;
+        if (shared == _shared.end() && isFirst) {
+            one = record != nullptr ? One{record, one.row} : One{one.record, row};
+            return;
+        }
+        if (shared == _shared.end())
+            shared = _shared.emplace(number, listsOf(one)).first;
+        if (record != nullptr)
+            shared->second.first.push_back(record);
+        else
+            shared->second.second.push_back(row);
     }
 
-    std::unordered_map<RecordIdView, std::size_t, RecordIdHash> _places;
+    static std::pair<Records, Rows> listsOf(const One& one)
+    {
+        return {one.record == nullptr ? Records{} : Records{one.record},
+                one.row == nullptr ? Rows{} : Rows{one.row}};
+    }
+
+    std::vector<One> _groups;
+    std::unordered_map<std::uint32_t, std::pair<Records, Rows>> _shared;  // where there are more
 };
 
 LocalRecords::LocalRecords(std::vector<LocalRecord> loaded, const Knowledge& knowledge,
@@ -252,23 +259,24 @@ LocalRecords::LocalRecords(std::vector<LocalRecord> loaded, const Knowledge& kno
     Claims claimed;
     const Context context(knowledge, remote, state, base, claimed, reading.texts);
     if (knowledge.facts().mark) {
-        for (const Groups::Group& group : groups.all)
-            keepWhatEqualsItsSeen(group.records, group.rows, context);
+        groups.forEach([&](const Groups::Records& sharers, const Groups::Rows& rows) {
+            keepWhatEqualsItsSeen(sharers, rows, context);
+        });
         leaveFormerPlaces(_records, knowledge, state);
     }
     nameByUnsettledSession(_records, knowledge);
     if (knowledge.facts().mark) {
         claimed = nameWhatWasHandedOut(state);
-        for (Groups::Group& group : groups.all)
-            std::erase_if(group.rows, [&](const SeenRow* row) {
-                return row->agreedKey && claimed.count({row->local.conduit, *row->agreedKey}) != 0;
-            });
+        groups.dropRows([&](const SeenRow& row) {
+            return row.agreedKey && claimed.count({row.local.conduit, *row.agreedKey}) != 0;
+        });
     }
     nameByOrigin(_records, remote, knowledge, state);
     nameCalendarsByTitle(_records, knowledge, remote, state);
     nameWhatWasNeverSeen(_records, knowledge, state);
-    for (const Groups::Group& group : groups.all)
-        tellEqualKeysApart(group.records, group.rows, context);
+    groups.forEach([&](const Groups::Records& sharers, const Groups::Rows& rows) {
+        tellEqualKeysApart(sharers, rows, context);
+    });
     for (const LocalRecord& local : _records) {
         if (local.seen != nullptr)
             _rowsTaken[_knowledge.numberOf(*local.seen)] = true;
@@ -280,61 +288,15 @@ LocalRecords::LocalRecords(std::vector<LocalRecord> loaded, const Knowledge& kno
 // of a store is what it was, and needs no search.
 void LocalRecords::takeWhatIsKnown(Groups& groups)
 {
-    for (Groups::Group& group : groups.all) {
-        if (group.records.size() != 1 || group.rows.size() != 1)
-            continue;
-        LocalRecord& local = *group.records.front();
-        const SeenRow& row = *group.rows.front();
+    groups.takePairs([&](LocalRecord& local, const SeenRow& row) {
         if (!row.agreedKey || !haveSameIdentity(row.local.conduit, local.place, row.place))
-            continue;
+            return false;
         takeRow(local, row);
         _rowsTaken[_knowledge.numberOf(row)] = true;
-    }
+        return true;
+    });
     pairByIdentity(_records, _knowledge, _rowsTaken);
-    for (Groups::Group& group : groups.all)
-        std::erase_if(group.rows,
-                      [&](const SeenRow* row) { return _rowsTaken[_knowledge.numberOf(*row)]; });
-}
-
-void takeRow(LocalRecord& record, const SeenRow& row)
-{
-    record.seen = &row;
-    record.isLeftOver = !row.agreedKey;
-    record.agreedId = {row.local.conduit, row.agreedKey.value_or("")};
-}
-
-// Gives what has no name yet that of the record it was handed out as, and says which names those
-// are.
-LocalRecords::Claims LocalRecords::nameWhatWasHandedOut(LocalState& state)
-{
-    const std::vector<HandedRecord> handed = handedState(state, _knowledge);
-    UidsOfRewrite uids(handed, _knowledge);
-    for (const LocalRecord& local : _records)
-        uids.leaveOut(local.agreedId);
-    SyncRecordList records;
-    std::vector<std::optional<std::string>> names;
-    for (const LocalRecord& local : _records) {
-        const bool mayBeHanded = !local.isLeftOver && uids.mayBe(local);
-        records.push_back(mayBeHanded ? local.record : nullptr);
-        const std::string& key = local.agreedId.key;
-        if (!key.empty())
-            names.emplace_back(key);
-        else
-            names.push_back(mayBeHanded ? uids.takeKeyOf(local) : std::nullopt);
-    }
-    names = pairWithHanded(records, handed, std::move(names), Looks::sayNothing);
-    Claims claimed;
-    for (std::size_t index = 0; index < _records.size(); ++index) {
-        LocalRecord& local = _records[index];
-        if (local.seen == nullptr && !local.agreedId.key.empty())
-            claimed.insert(local.agreedId);
-        if (!records[index] || !names[index] || !local.agreedId.key.empty())
-            continue;
-        local.agreedId = {local.record->conduit(), *names[index]};
-        local.seen = _knowledge.seenOfAgreed(local.agreedId);
-        claimed.insert(local.agreedId);
-    }
-    return claimed;
+    groups.dropRows([&](const SeenRow& row) { return _rowsTaken[_knowledge.numberOf(row)]; });
 }
 
 void LocalRecords::indexAgreedKeys(const SwitchedOffCalendars& switchedOff)

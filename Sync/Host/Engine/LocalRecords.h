@@ -29,8 +29,9 @@ struct LocalRecord {
 /// Makes the record the one that the row says was seen.
 void takeRow(LocalRecord& record, const SeenRow& row);
 
-/// The records of a load that are none but null, with hash and place and without a name yet.
-std::vector<LocalRecord> loadedRecords(const SyncRecordList& records, const StorePlaces& places);
+/// The records of a load that are none but null, with their hashes, and without place and name yet.
+std::vector<LocalRecord> loadedRecords(const SyncRecordList& records);
+void takePlaces(std::vector<LocalRecord>& loaded, const StorePlaces& places);
 
 /// What a load told beside the records. Nothing is owned.
 struct StoreReading {

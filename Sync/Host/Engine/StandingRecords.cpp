@@ -19,7 +19,8 @@ std::size_t hashOf(const StorePlace& place)
 
 void StandingRecords::add(const LocalRecord& local)
 {
-    if (_numbers.try_emplace(local.record.get(), _records.size()).second)
+    const auto next = static_cast<std::uint32_t>(_records.size());
+    if (_numbers.enter(local.record.get(), next) == next)
         _records.push_back({local.record, local.seen->row, hashOf(local.place)});
 }
 
@@ -29,11 +30,11 @@ StandingRecords::Rest StandingRecords::restOf(const SyncRecordList& given,
     Rest rest{{}, _other};
     std::vector<bool> isBack(_records.size());
     for (const SyncRecord& record : given) {
-        const auto found = _numbers.find(record.get());
-        const bool stands = record && found != _numbers.end() && !isBack[found->second] &&
-                            _records[found->second].place == hashOf(places.of(*record));
+        const auto found = record ? _numbers.find(record.get()) : std::nullopt;
+        const bool stands =
+            found && !isBack[*found] && _records[*found].place == hashOf(places.of(*record));
         if (stands)
-            isBack[found->second] = true;
+            isBack[*found] = true;
         else
             rest.records.push_back(record);
     }

@@ -2,12 +2,12 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <unordered_map>
 #include <utility>
 #include <vector>
 
 #include "Sync/Host/Engine/Knowledge.h"
 #include "Sync/Host/Engine/LocalRecords.h"
+#include "Sync/Host/Engine/RecordNumbers.h"
 #include "Sync/HostInterface/KTSyncRecord.h"
 
 namespace kt {
@@ -45,7 +45,7 @@ private:
     KnowledgePart _other;
     std::int64_t _stateVersion = 0;
     std::vector<Standing> _records;
-    std::unordered_map<const KTSyncRecord*, std::size_t> _numbers;
+    RecordNumbers _numbers;  // among them
 };
 
 }  // namespace kt

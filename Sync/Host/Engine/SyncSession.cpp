@@ -161,9 +161,10 @@ SyncResult SyncSession::diff(const SyncRecordList& local,
     if (isSettling())
         return SyncResult(3);
     _localRecords = withKeptRecordsThatComeBack(_localRecords);
-    std::vector<LocalRecord> loaded = loadedRecords(withRecordsThatMoved(_localRecords), _places);
+    std::vector<LocalRecord> loaded = loadedRecords(withRecordsThatMoved(_localRecords));
     if (isComparedInVain(loaded))
         return SyncResult(3);
+    takePlaces(loaded, _places);
     // Before anything of this server was ever taken, what is new on both sides is no addition to
     // something common.
     const bool isAfterFirstMeeting = _hasBase && _knowledge->facts().anchor != 0;
@@ -235,11 +236,11 @@ bool SyncSession::isComparedInVain(const std::vector<LocalRecord>& loaded)
                          _knowledge->kept().empty();
     if (!isQuiet)
         return false;
-    LoadDigest digest;
+    LoadDigest digest(_knowledge->facts().loadInVain);
     digest.add(Platform::shared().localTimeZoneName());
     digest.add(_serverIdentity);
     for (const LocalRecord& local : loaded)
-        digest.add(*local.record, local.hash, local.place);
+        digest.add(*local.record, local.hash, _places.viewOf(*local.record));
     _loadDigest = digest.text();
     _isAsBefore = _loadDigest == _knowledge->facts().loadInVain;
     return _isAsBefore;

@@ -163,6 +163,28 @@ TEST(ContentHash, TakesEqualNumbersForEqual)
     EXPECT_NE(contentHash({{"a", 1}}), contentHash({{"a", 1.5}}));
 }
 
+// Servers and states hold these for good: equal records must never come to differ by another
+// version.
+TEST(ContentHash, IsWhatItAlwaysWas)
+{
+    const Dictionary record{{"Title", "Zahnarzt"},
+                            {"Sequence", 12},
+                            {"AllDay", false},
+                            {"SequenceOfLongName", -3},
+                            {"SequenceOfLongNames", 1.25},
+                            {"Whole", 4.0},
+                            {"", "nameless"},
+                            {"Attachments",
+                             Array{Dictionary{{"Zeit", 1}, {"Art", "x"}, {"\xC3\x84", 2}}, "y"}},
+                            {"Data", Data{std::string("\0\x01", 2)}},
+                            {"StartDate", date("20071224T100000")},
+                            {"DateStamp", date("20071224T090000", "Etc/UTC")},
+                            {"EndDate", date("20071225")}};
+    EXPECT_EQ(contentHash(record), "8211072eed3bc44933634e6d479e55676f5876d3");
+    EXPECT_EQ(contentHash(record, HashScope::neutral), "54e1820b000c65eaa382bff5e293f5cba81b0fb1");
+    EXPECT_EQ(contentHash(record, HashScope::simple), "c0586555445e6473513d33237d80ee478513f884");
+}
+
 TEST(ContentHash, TellsWhatIsDifferentApart)
 {
     const std::string hash = contentHash({{"a", "b"}});
