@@ -8,6 +8,7 @@
 
 #include "Sync/Foundation/Digest.h"
 #include "Sync/Host/Server/SqliteDatabase.h"
+#include "Sync/Host/Server/RandomIdentifier.h"
 
 namespace kt {
 

@@ -83,7 +83,10 @@ std::vector<const Outcome*> SyncSession::effectiveOutcomes()
 bool SyncSession::takeEffect()
 {
     const std::vector<const Outcome*> effective = effectiveOutcomes();
-    if (const auto reason = reasonAgainst(effective)) {
+    auto reason = reasonAgainst(effective);
+    if (!reason)
+        reason = reasonAgainstRewrite(effective);
+    if (reason) {
         _setting.summary.reasons.push_back(*reason);
         _setting.log(*reason);
         return false;

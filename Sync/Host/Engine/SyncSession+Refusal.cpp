@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "Sync/Foundation/Format.h"
 #include "Sync/Host/Engine/MassDeletion.h"
 #include "Sync/Host/Engine/RecordMerge.h"
 #include "Sync/Host/Engine/SyncSession.h"
@@ -34,6 +35,31 @@ std::optional<std::string> SyncSession::reasonAgainst(
     facts.wasStoreEmpty = !facts.isStoreEmpty || _knowledge->seen().empty();
     countWhatWentBack(facts);
     return massDeletionReason(facts);
+}
+
+// A rewrite writes what is agreed and kept. What only this store has, and is neither afterwards,
+// would be nowhere any more: no session may end so, whatever led to it.
+std::optional<std::string> SyncSession::reasonAgainstRewrite(
+    const std::vector<const Outcome*>& effective) const
+{
+    if (!isRewriteExpected(_result) || overwritesStore())
+        return std::nullopt;
+    const std::unordered_set<const Outcome*> taken(effective.begin(), effective.end());
+    std::unordered_set<const KTSyncRecord*> kept;
+    for (const SyncRecord& record : _keptRecords.value_or(SyncRecordList()))
+        kept.insert(record.get());
+    for (const auto& [record, outcome] : _staged) {
+        const LocalRecord* local =
+            outcome->isDeletion() ? nullptr : _local->recordAgreedAs(outcome->id);
+        if (local == nullptr || taken.count(outcome) != 0 || kept.count(local->record.get()) != 0 ||
+            _knowledge->agreedRow(outcome->id) != nullptr)
+            continue;
+        return stringWithFormat(
+            "'%@' steht nur in diesem Kalenderspeicher und hätte nach dem Schreiben keinen Platz "
+            "mehr; es wurde nichts geändert.",
+            local->record->record()["Title"]);
+    }
+    return std::nullopt;
 }
 
 // Nobody's edit takes an item back to an earlier state: where many are, somebody put an older copy

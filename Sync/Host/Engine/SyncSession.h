@@ -137,6 +137,8 @@ private:
     bool isSwitchedOn(const KeptRow& row) const { return _switchedOn.count(calendarOf(row)) != 0; }
     bool isOfKeptCalendar(const RecordId& id, const std::optional<std::string>& parentKey) const;
     std::optional<std::string> reasonAgainst(const std::vector<const Outcome*>& effective) const;
+    std::optional<std::string> reasonAgainstRewrite(
+        const std::vector<const Outcome*>& effective) const;
     void countWhatWentBack(MassDeletionFacts& facts) const;
     std::int64_t writeToServer(const std::vector<const Outcome*>& effective);
     void writeAgreed(const std::vector<const Outcome*>& effective, std::int64_t revision);

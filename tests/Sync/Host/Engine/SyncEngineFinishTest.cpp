@@ -48,6 +48,36 @@ TEST_F(SyncEngineRules, Rule14_ASessionLeftOpenIsRolledBack)
     EXPECT_TRUE(home("a").sync().finished);
 }
 
+// A rewrite would write everything but this.
+TEST_F(SyncEngineRules, Rule14_WhatOnlyTheStoreHasAndNobodyTookEndsTheSession)
+{
+    givenTwoHomes();
+    fields(home("b"), "Privat", "Zahnarzt").set("Location", "Praxis");
+    home("b").sync();
+    LocalState state(home("a").statePath());
+    const auto server = syncServerWithURL(serverUrl());
+    HostReports reports;
+    SyncEngine engine(state, *server, reports, {});
+    engine.beginRun({});
+    ASSERT_EQ(engine.startSync(5), 5);
+    const auto remote = engine.pullRecords();
+    SyncRecordList loaded;
+    for (const auto& [key, record] : *engine.getLocalState())
+        loaded.push_back(record);
+    const std::string calendar = *loaded.back()->recordParentKey();
+    loaded.push_back(std::make_shared<HostSyncRecord>(
+        kRecordTypeRecord,
+        Dictionary{{"Title", "Nur hier"}, {"Completed", "0"}, {"ParentRecordKey", calendar}},
+        "nur-hier", calendar, std::string(kConduitTask)));
+    auto result = engine.diffLocalStateWithLocalUpdates(loaded, remote, 7);
+    ASSERT_EQ((*result)[0].size(), 1U);
+    (*result)[0].clear();
+    EXPECT_TRUE(engine.pushSyncResult(*result));
+    EXPECT_FALSE(engine.finishSync());
+    EXPECT_THAT(engine.endRun(false).reasons, ElementsAre(HasSubstr("'Nur hier' steht nur")));
+    EXPECT_TRUE(home("a").sync().finished);
+}
+
 TEST_F(SyncEngineRules, Rule14_ASessionThatPushedNothingEndsWellAndWithoutEffect)
 {
     givenTwoHomes();
