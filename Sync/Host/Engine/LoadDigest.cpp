@@ -7,7 +7,6 @@
 #include <xxhash.h>
 
 #include "Sync/Foundation/Digest.h"
-#include "Sync/Host/Server/SqliteDatabase.h"
 #include "Sync/Host/Server/RandomIdentifier.h"
 
 namespace kt {

@@ -252,10 +252,9 @@ LocalRecords::LocalRecords(std::vector<LocalRecord> loaded, const Knowledge& kno
     Groups groups(_records, knowledge.seen());
     takeWhatIsKnown(groups);
     // What is not compared is no record of these, whatever title a new calendar has been given.
-    for (Groups::Group& group : groups.all)
-        std::erase_if(group.rows, [&](const SeenRow* row) {
-            return reading.switchedOff.holds(*row, knowledge);
-        });
+    if (!reading.switchedOff.empty())
+        groups.dropRows(
+            [&](const SeenRow& row) { return reading.switchedOff.holds(row, knowledge); });
     Claims claimed;
     const Context context(knowledge, remote, state, base, claimed, reading.texts);
     if (knowledge.facts().mark) {
