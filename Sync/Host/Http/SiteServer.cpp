@@ -150,7 +150,8 @@ public:
     }
 
 private:
-    /// Ends what is waited for. As often as it has to, because it may come in between two waits.
+    /// Ends what is waited for by then. The end may come between two waits, so whoever waited looks
+    /// at _isLate as well.
     void giveUpAt(Clock::time_point end)
     {
         _isLate = false;
