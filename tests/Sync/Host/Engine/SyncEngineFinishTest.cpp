@@ -62,7 +62,8 @@ TEST_F(SyncEngineRules, Rule14_WhatOnlyTheStoreHasAndNobodyTookEndsTheSession)
     ASSERT_EQ(engine.startSync(5), 5);
     const auto remote = engine.pullRecords();
     SyncRecordList loaded;
-    for (const auto& [key, record] : *engine.getLocalState())
+    const auto agreed = engine.getLocalState();
+    for (const auto& [key, record] : *agreed)
         loaded.push_back(record);
     const std::string calendar = *loaded.back()->recordParentKey();
     loaded.push_back(std::make_shared<HostSyncRecord>(
