@@ -162,7 +162,7 @@ bool SyncSession::waitsForItsText(const RecordId& id, const RemoteChange& change
     return _unread.closed.count(_local->localCalendarKey(parent.key)) != 0 ||
            _unread.unread.count(parent) != 0 ||
            (calendar != nullptr && !calendar->server.isTombstone &&
-            isPlaceTaken(parent, *calendar));
+            _local->recordAgreedAs(parent) == nullptr && isPlaceTaken(parent, *calendar));
 }
 
 // A calendar that is new here, but whose folder is there and cannot be read, or one whose title

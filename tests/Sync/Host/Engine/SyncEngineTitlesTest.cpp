@@ -77,5 +77,22 @@ TEST_F(SameTitles, TakeTheNextNumberThatIsFree)
     expectEqualHomes();
 }
 
+TEST_F(SameTitles, KeepBackNoItemsOfACalendarThatIsHereUnderAnotherTitle)
+{
+    b.switchOff("Privat");
+    b.sync();
+    a.store.calendar("Privat")->title = "Neu";
+    a.store.calendar("Arbeit")->title = "Privat";
+    a.store.calendar("Privat")->items.push_back(task("Antrag"));
+    a.sync();
+    b.sync();
+    EXPECT_THAT(titles(b), UnorderedElementsAre("Privat", "Arbeit"));
+    EXPECT_NE(b.store.item("Arbeit", "Antrag"), nullptr);
+    b.switchOn("Privat");
+    syncUntilRest();
+    EXPECT_THAT(titles(b), UnorderedElementsAre("Privat", "Neu"));
+    EXPECT_NE(b.store.item("Privat", "Antrag"), nullptr);
+}
+
 }  // namespace
 }  // namespace kt::test
