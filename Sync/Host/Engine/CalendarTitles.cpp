@@ -7,18 +7,18 @@
 
 namespace kt {
 
-namespace {
-
-using Ids = std::unordered_set<RecordId, RecordIdHash>;
-
-std::string titleAndType(const Dictionary& record)
+std::string titleAndType(const Dictionary& calendar)
 {
-    const Value& title = record["Title"];
-    const Value& type = record["Type"];
+    const Value& title = calendar["Title"];
+    const Value& type = calendar["Type"];
     return title.isString() && type.isString()
                ? std::string(type.string()).append("\n").append(title.string())
                : std::string();
 }
+
+namespace {
+
+using Ids = std::unordered_set<RecordId, RecordIdHash>;
 
 bool isNew(const LocalRecord& local)
 {

@@ -2,14 +2,11 @@
 
 #include <set>
 
+#include "Sync/Host/Engine/CalendarTitles.h"
+
 namespace kt {
 
 namespace {
-
-std::string titleAndType(const Dictionary& calendar)
-{
-    return calendar["Title"].description() + '\n' + calendar["Type"].description();
-}
 
 bool isCalendar(const RecordId& id) { return id.conduit == kConduitCalendar; }
 

@@ -2,18 +2,10 @@
 
 #include <algorithm>
 
+#include "Sync/Host/Engine/CalendarTitles.h"
 #include "Sync/Host/Engine/UnreadRecords.h"
 
 namespace kt {
-
-namespace {
-
-std::string titleAndType(const Dictionary& calendar)
-{
-    return calendar["Title"].description() + '\n' + calendar["Type"].description();
-}
-
-}  // namespace
 
 TakenTitles::TakenTitles(const SyncRecordList& off, const StoreReading& reading,
                          const Knowledge& knowledge, LocalState& state)
