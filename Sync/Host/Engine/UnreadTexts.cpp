@@ -91,6 +91,13 @@ struct UnreadTexts::KnownPlaces {
         return found == filesByName.end() ? "" : found->second.file;
     }
 
+    // Where files are not named after items, one holds all of its calendar.
+    bool hasCommonName(const std::string& file) const
+    {
+        const auto found = filesByName.find(lastPathComponent(file));
+        return found != filesByName.end() && found->second.file.empty();
+    }
+
     bool hasFileBelow(const std::string& folder) const
     {
         const auto next = files.lower_bound(folder + '/');
@@ -149,9 +156,11 @@ void UnreadTexts::tell(Text& text, const KnownPlaces& known) const
             known.files.count(text.file) != 0 ? text.file : known.fileOfName(text.file);
         if (!text.knownFile.empty())
             text.toldBy = ToldBy::file;
+        text.isCommon = known.hasCommonName(text.file);
         return;
     case Extent::calendar:
         tellCalendar(text, known);
+        text.isCommon = text.toldBy == ToldBy::calendar;
         return;
     }
 }
@@ -178,6 +187,12 @@ void UnreadTexts::tellCalendar(Text& text, const KnownPlaces& known) const
         text.toldBy = ToldBy::others;
 }
 
+UnreadTexts::Group UnreadTexts::groupOf(const Text& text)
+{
+    return {text.loss.calendarKey + (text.loss.extent == Extent::calendar ? "\n" : ""),
+            folderOf(text.file), text.since};
+}
+
 void UnreadTexts::indexTexts()
 {
     std::set<Group> groups;
@@ -185,6 +200,8 @@ void UnreadTexts::indexTexts()
         const Text& text = _texts[index];
         if (text.loss.extent == Extent::calendar)
             _wholeCalendars.push_back(index);
+        if (text.isCommon)
+            _common.push_back(index);
         switch (text.toldBy) {
         case ToldBy::uidInCalendar:
         case ToldBy::uid:
@@ -194,11 +211,7 @@ void UnreadTexts::indexTexts()
             _byFile.emplace(text.knownFile, index);
             break;
         case ToldBy::nothing:
-            if (groups
-                    .emplace(text.loss.calendarKey +
-                                 (text.loss.extent == Extent::calendar ? "\n" : ""),
-                             folderOf(text.file), text.since)
-                    .second)
+            if (groups.insert(groupOf(text)).second)
                 _untold.push_back(index);
             break;
         case ToldBy::calendar:
@@ -243,6 +256,8 @@ bool UnreadTexts::isCertain(const Text& text, const KnownRecord& record) const
 
 bool UnreadTexts::isPossible(const Text& text, const KnownRecord& record) const
 {
+    if (text.isCommon && !record.isCalendar && text.since == record.since)
+        return true;
     if (text.toldBy != ToldBy::nothing || text.since < record.since)
         return false;
     if (text.loss.extent == Extent::calendar)
@@ -261,8 +276,9 @@ UnreadClaim UnreadTexts::claimOn(const KnownRecord& record) const
         std::any_of(_wholeCalendars.begin(), _wholeCalendars.end(), claims))
         return UnreadClaim::certain;
     const auto mayClaim = [&](std::size_t text) { return isPossible(_texts[text], record); };
-    return std::any_of(_untold.begin(), _untold.end(), mayClaim) ? UnreadClaim::possible
-                                                                 : UnreadClaim::none;
+    const bool isClaimed = std::any_of(_untold.begin(), _untold.end(), mayClaim) ||
+                           std::any_of(_common.begin(), _common.end(), mayClaim);
+    return isClaimed ? UnreadClaim::possible : UnreadClaim::none;
 }
 
 bool UnreadTexts::isInFolderOf(const std::string& sourceKey) const
@@ -276,142 +292,6 @@ UnreadClaim UnreadTexts::claim(std::size_t text, const KnownRecord& record) cons
     if (isCertain(_texts[text], record))
         return UnreadClaim::certain;
     return isPossible(_texts[text], record) ? UnreadClaim::possible : UnreadClaim::none;
-}
-
-// The claims of all texts on what is missing, while they are being found.
-struct UnreadTexts::Claiming {
-    Claiming(const UnreadTexts& unread, const std::vector<KnownRecord>& records,
-             const Excluded& without)
-        : texts(unread),
-          missing(records),
-          excluded(without),
-          claims{std::vector<UnreadClaim>(missing.size(), UnreadClaim::none),
-                 std::vector<bool>(unread._texts.size())}
-    {}
-
-    bool isCertain(std::size_t index) const
-    {
-        return claims.onRecords[index] == UnreadClaim::certain;
-    }
-
-    void claim(std::size_t text, std::size_t index, UnreadClaim how)
-    {
-        if (!isCertain(index))
-            claims.onRecords[index] = how;
-        claims.byTexts[text] = true;
-    }
-
-    void claimCertain()
-    {
-        std::unordered_map<std::string, std::size_t> calendars;  // claimed by which text
-        for (std::size_t index = 0; index < missing.size(); ++index) {
-            const auto ask = [&](std::size_t text) {
-                if (excluded.count(text) != 0 ||
-                    !texts.isCertain(texts._texts[text], missing[index]))
-                    return;
-                claim(text, index, UnreadClaim::certain);
-                if (missing[index].isCalendar)
-                    calendars.emplace(missing[index].calendar, text);
-            };
-            const StorePlace& place = missing[index].place;
-            const auto [firstUid, lastUid] = texts._byUid.equal_range(place.uid);
-            std::for_each(firstUid, lastUid, [&](const auto& entry) { ask(entry.second); });
-            const auto [firstFile, lastFile] = texts._byFile.equal_range(place.file);
-            std::for_each(firstFile, lastFile, [&](const auto& entry) { ask(entry.second); });
-            std::for_each(texts._wholeCalendars.begin(), texts._wholeCalendars.end(), ask);
-        }
-        // What is missing with its calendar is where that is.
-        for (std::size_t index = 0; index < missing.size(); ++index) {
-            const auto calendar = calendars.find(missing[index].calendar);
-            if (calendar != calendars.end() && !isCertain(index))
-                claim(calendar->second, index, UnreadClaim::certain);
-        }
-    }
-
-    // Of what is not told yet: the rest of the text's own file, if any of that is missing, else all
-    // of its calendar.
-    void claimPossible()
-    {
-        for (std::size_t index = 0; index < missing.size(); ++index) {
-            if (missing[index].isCalendar || isCertain(index))
-                continue;
-            items.push_back(index);
-            if (!missing[index].place.file.empty())
-                itemsByFile[missing[index].place.file].push_back(index);
-        }
-        for (std::size_t text = 0; text < texts._texts.size(); ++text) {
-            const Text& asking = texts._texts[text];
-            if (asking.toldBy != ToldBy::nothing || excluded.count(text) != 0)
-                continue;
-            // A folder that is named after a calendar is that one and no other.
-            if (asking.loss.extent == Extent::calendar && claims.byTexts[text])
-                continue;
-            if (asking.loss.extent == Extent::calendar)
-                claimCalendars(text);
-            else
-                claimItems(text);
-        }
-    }
-
-    void claimItems(std::size_t text)
-    {
-        const Text& asking = texts._texts[text];
-        const auto ofFile = itemsByFile.find(asking.file);
-        if (ofFile != itemsByFile.end()) {
-            claimAmong(text, ofFile->second);
-            return;
-        }
-        const Group group{asking.loss.calendarKey, folderOf(asking.file), asking.since};
-        const auto [alike, isFirst] = asked.try_emplace(group, text);
-        if (isFirst)
-            claimAmong(text, items);
-        else
-            claims.byTexts[text] = claims.byTexts[alike->second];
-    }
-
-    void claimAmong(std::size_t text, const std::vector<std::size_t>& candidates)
-    {
-        for (const std::size_t index : candidates) {
-            if (texts.isPossible(texts._texts[text], missing[index]))
-                claim(text, index, UnreadClaim::possible);
-        }
-    }
-
-    void claimCalendars(std::size_t text)
-    {
-        std::unordered_set<std::string> calendars;
-        for (std::size_t index = 0; index < missing.size(); ++index) {
-            const bool isAsked = missing[index].isCalendar && !isCertain(index) &&
-                                 texts.isPossible(texts._texts[text], missing[index]);
-            if (!isAsked)
-                continue;
-            calendars.insert(missing[index].calendar);
-            claim(text, index, UnreadClaim::possible);
-        }
-        for (const std::size_t index : items) {
-            if (calendars.count(missing[index].calendar) != 0)
-                claim(text, index, UnreadClaim::possible);
-        }
-    }
-
-    const UnreadTexts& texts;
-    const std::vector<KnownRecord>& missing;
-    const Excluded& excluded;
-    Claims claims;
-    std::vector<std::size_t> items;  // not told yet
-    std::unordered_map<std::string, std::vector<std::size_t>> itemsByFile;
-    std::map<Group, std::size_t> asked;  // texts of which no more is known are all alike
-};
-
-UnreadTexts::Claims UnreadTexts::claimsOn(const std::vector<KnownRecord>& missing,
-                                          const Excluded& excluded) const
-{
-    Claiming claiming(*this, missing, excluded);
-    if (!_texts.empty() && !missing.empty()) {
-        claiming.claimCertain();
-        claiming.claimPossible();
-    }
-    return std::move(claiming.claims);
 }
 
 }  // namespace kt
