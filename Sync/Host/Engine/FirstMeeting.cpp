@@ -1,7 +1,6 @@
 #include "Sync/Host/Engine/FirstMeeting.h"
 
 #include <optional>
-#include <sstream>
 #include <string>
 #include <unordered_map>
 #include <unordered_set>
@@ -52,8 +51,7 @@ private:
     void add(const RecordId& id, const RecordPast& past)
     {
         note(originOfIdentity(id.conduit, {id.key}), id);
-        std::istringstream origins{past.origin};
-        for (std::string origin; origins >> origin;)
+        for (const std::string& origin : originsIn(past.origin))
             note(origin, id);
     }
 

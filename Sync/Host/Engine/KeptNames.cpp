@@ -2,12 +2,14 @@
 
 #include <algorithm>
 #include <functional>
+#include <set>
 #include <unordered_map>
 #include <utility>
 
 #include "Sync/Host/Engine/EqualKeys.h"
 #include "Sync/Host/Engine/IdentityPairing.h"
 #include "Sync/Host/Engine/RecordCoding.h"
+#include "Sync/Host/Engine/RecordPast.h"
 
 namespace kt {
 
@@ -180,28 +182,80 @@ private:
     std::unordered_set<std::string> _taken;
 };
 
-// An item keeps its UID through an edit that gives it another key, a calendar its folder. Without
-// that the old one would stand beside it while a rewrite is not settled.
-void knowByIdentity(const SyncRecordList& records, const Knowledge& knowledge,
+// What stores know or knew kept records by.
+class KeptByIdentity {
+public:
+    KeptByIdentity(const std::vector<KeptRow>& rows, LocalState& state) : _rows(rows), _state(state)
+    {
+        for (const KeptRow& row : rows)
+            _byIdentity[identityOf(row.id.conduit, row.place)].push_back(&row);
+    }
+
+    // Null where there is none, or several.
+    const KeptRow* rowOf(const std::string& conduit, const StorePlace& place)
+    {
+        const std::string identity = identityOf(conduit, place);
+        if (identity.empty())
+            return nullptr;
+        if (const KeptRow* row = onlyOne(_byIdentity, identity))
+            return row;
+        return conduit == kConduitCalendar ? nullptr
+                                           : onlyOne(origins(), originOfIdentity(conduit, place));
+    }
+
+private:
+    using Rows = std::unordered_map<std::string, std::vector<const KeptRow*>>;
+
+    static const KeptRow* onlyOne(const Rows& rows, const std::string& name)
+    {
+        const auto found = rows.find(name);
+        return found == rows.end() || found->second.size() != 1 ? nullptr : found->second.front();
+    }
+
+    // The UID that a rewrite makes of a key, and those that there were before.
+    const Rows& origins()
+    {
+        if (_byOrigin)
+            return *_byOrigin;
+        _byOrigin.emplace();
+        for (const KeptRow& row : _rows) {
+            if (row.id.conduit == kConduitCalendar)
+                continue;
+            std::set<std::string> names = originsIn(_state.keptPast(row.id).origin);
+            names.insert(originOfIdentity(row.id.conduit, {row.id.key}));
+            for (const std::string& name : names)
+                (*_byOrigin)[name].push_back(&row);
+        }
+        return *_byOrigin;
+    }
+
+    const std::vector<KeptRow>& _rows;
+    LocalState& _state;
+    Rows _byIdentity;
+    std::optional<Rows> _byOrigin;  // once it is asked for
+};
+
+// An item keeps its UID through an edit that gives it another key, unless a rewrite or an older
+// copy of the store gives it another one; a calendar its folder. Without that the old one would
+// stand beside it while a rewrite is not settled.
+void knowByIdentity(const SyncRecordList& records, LocalState& state, const Knowledge& knowledge,
                     const StorePlaces& places, KeptNames& names)
 {
     std::unordered_map<std::string, int> sharers;
-    for (std::size_t index = 0; index < records.size(); ++index) {
-        if (records[index])
-            ++sharers[identityOf(records[index]->conduit(), places.of(*records[index]))];
+    for (const SyncRecord& record : records) {
+        if (record)
+            ++sharers[identityOf(record->conduit(), places.of(*record))];
     }
-    std::unordered_map<std::string, std::vector<const KeptRow*>> rows;
-    for (const KeptRow& row : knowledge.kept())
-        rows[identityOf(row.id.conduit, row.place)].push_back(&row);
+    KeptByIdentity kept(knowledge.kept(), state);
     for (std::size_t index = 0; index < records.size(); ++index) {
         if (!records[index] || names.known.count(names.ids[index]) != 0)
             continue;
-        const std::string identity =
-            identityOf(records[index]->conduit(), places.of(*records[index]));
-        const auto found = rows.find(identity);
-        if (!identity.empty() && sharers[identity] == 1 && found != rows.end() &&
-            found->second.size() == 1)
-            names.known.insert(found->second.front()->id);
+        const std::string& conduit = records[index]->conduit();
+        const StorePlace& place = places.of(*records[index]);
+        const KeptRow* row =
+            sharers[identityOf(conduit, place)] == 1 ? kept.rowOf(conduit, place) : nullptr;
+        if (row != nullptr)
+            names.known.insert(row->id);
     }
 }
 
@@ -237,7 +291,7 @@ KeptNames keptNames(const SyncRecordList& records, LocalState& state, const Know
     for (const RecordId& id : order)
         groups.at(id).name(names, missing);
     if (!knowledge.kept().empty())
-        knowByIdentity(records, knowledge, reading.places, names);
+        knowByIdentity(records, state, knowledge, reading.places, names);
     return names;
 }
 

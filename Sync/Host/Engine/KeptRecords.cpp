@@ -5,6 +5,7 @@
 
 #include "Sync/Host/Engine/IdentityPairing.h"
 #include "Sync/Host/Engine/RecordCoding.h"
+#include "Sync/Host/Engine/RecordPast.h"
 
 namespace kt {
 
@@ -150,7 +151,22 @@ void followCalendar(LocalState& state, KeptRow row, const CalendarKeysNow& calen
     record.set("ParentRecordKey", now->second);
     row.parentKey = now->second;
     row.hash = contentHash(record);
-    state.setKept(row, record);
+    state.setKept(row, record, state.keptPast(row.id));
+}
+
+// An older copy of the store knows the item by the UID that it had before a rewrite made one of its
+// key. With any other UID it is another item, in the place of one that was deleted.
+RecordPast pastOf(LocalState& state, const KeptRow& before, const KeptRow& now)
+{
+    const std::string former = originOfIdentity(before.id.conduit, before.place);
+    const std::string present = originOfIdentity(now.id.conduit, now.place);
+    if (former == present)
+        return state.keptPast(before.id);
+    if (former.empty() || present != originOfIdentity(now.id.conduit, {now.id.key}))
+        return {};
+    RecordPast past = state.keptPast(before.id);
+    past.origin = past.origin.empty() ? former : joinedOrigins(past.origin, former);
+    return past;
 }
 
 }  // namespace
@@ -175,7 +191,9 @@ void replaceKept(LocalState& state, const Knowledge& knowledge, const NewlyKept&
                                      : std::nullopt};
         const auto found = former.find(id);
         if (found == former.end() || !saysTheSame(*found->second, row))
-            state.setKept(row, record->record());
+            state.setKept(row, record->record(),
+                          found == former.end() ? RecordPast{}
+                                                : pastOf(state, *found->second, row));
         if (found != former.end())
             seen.follow(*found->second, row);
     }

@@ -276,16 +276,17 @@ std::vector<KeptRow> LocalState::keptRows()
 
 Dictionary LocalState::keptRecord(const RecordId& id)
 {
-    std::string bytes;
-    _database->file.each(
-        "SELECT record FROM kept WHERE conduit = ? AND key = ?",
-        [&](auto& row) { bytes = row.getColumn(0).getString(); }, id.conduit, id.key);
-    return decodedRecord(bytes);
+    return decodedRecord(_database->keptBytes(id));
 }
 
-void LocalState::setKept(const KeptRow& row, const Dictionary& record)
+RecordPast LocalState::keptPast(const RecordId& id)
 {
-    const std::string bytes = encodedRecord(record);
+    return storedRecord(_database->keptBytes(id)).past;
+}
+
+void LocalState::setKept(const KeptRow& row, const Dictionary& record, const RecordPast& past)
+{
+    const std::string bytes = encodedRecord(record, past);
     _database->file.run(
         "INSERT OR REPLACE INTO kept (conduit, key, parent_key, hash, uid, file, recurrence, "
         "agreed_key, record) VALUES (?, ?, ?, ?, ?, ?, ?, ?, ?)",

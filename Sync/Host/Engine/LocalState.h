@@ -164,7 +164,9 @@ public:
 
     std::vector<KeptRow> keptRows();  // by conduit and key
     Dictionary keptRecord(const RecordId& id);
-    void setKept(const KeptRow& row, const Dictionary& record);
+    /// Its origin are the UIDs that it had before the present one.
+    RecordPast keptPast(const RecordId& id);
+    void setKept(const KeptRow& row, const Dictionary& record, const RecordPast& past = {});
     void removeKept(const RecordId& id);
 
     std::vector<UntakenRow> untakenRows();

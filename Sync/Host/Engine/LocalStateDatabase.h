@@ -74,6 +74,14 @@ struct LocalState::Database {
             [&](auto& row) { bytes = row.getColumn(0).getString(); }, id.conduit, id.key);
         return bytes;
     }
+    std::string keptBytes(const RecordId& id)
+    {
+        std::string bytes;
+        file.each(
+            "SELECT record FROM kept WHERE conduit = ? AND key = ?",
+            [&](auto& row) { bytes = row.getColumn(0).getString(); }, id.conduit, id.key);
+        return bytes;
+    }
 
     SqliteDatabase file;
     std::string path;

@@ -16,7 +16,14 @@ constexpr std::string_view kIdentity = "id-";
 constexpr std::size_t kDigits = 16;  // of a hash
 constexpr std::size_t kMostFormer = 8;
 
-std::set<std::string> wordsOf(std::string_view origins)
+std::string beginningOf(std::string_view hash)
+{
+    return std::string(hash.substr(0, kDigits)).append(" ");
+}
+
+}  // namespace
+
+std::set<std::string> originsIn(std::string_view origins)
 {
     std::set<std::string> words;
     std::istringstream stream{std::string(origins)};
@@ -24,13 +31,6 @@ std::set<std::string> wordsOf(std::string_view origins)
         words.insert(word);
     return words;
 }
-
-std::string beginningOf(std::string_view hash)
-{
-    return std::string(hash.substr(0, kDigits)).append(" ");
-}
-
-}  // namespace
 
 std::string originOfIdentity(std::string_view conduit, const StorePlace& place)
 {
@@ -52,14 +52,14 @@ bool haveOtherOrigins(std::string_view one, std::string_view other)
 
 bool hasOrigin(std::string_view origins, std::string_view origin)
 {
-    return !origin.empty() && wordsOf(origins).count(std::string(origin)) != 0;
+    return !origin.empty() && originsIn(origins).count(std::string(origin)) != 0;
 }
 
 bool excludesIdentity(std::string_view origins, std::string_view identity)
 {
     if (identity.empty())
         return false;
-    const std::set<std::string> words = wordsOf(origins);
+    const std::set<std::string> words = originsIn(origins);
     return !words.empty() && words.count(std::string(identity)) == 0 &&
            std::all_of(words.begin(), words.end(),
                        [](const std::string& word) { return word.starts_with(kIdentity); });
@@ -69,8 +69,8 @@ std::string joinedOrigins(std::string_view one, std::string_view other)
 {
     if (one.empty() || other.empty())
         return "";
-    std::set<std::string> all = wordsOf(one);
-    all.merge(wordsOf(other));
+    std::set<std::string> all = originsIn(one);
+    all.merge(originsIn(other));
     std::string joined;
     for (const std::string& each : all)
         joined += (joined.empty() ? "" : " ") + each;

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <set>
 #include <string>
 #include <string_view>
 
@@ -28,6 +29,9 @@ std::string originOf(std::string_view conduit, const StorePlace& place, const st
 
 /// The same where the store itself knows the record, otherwise empty.
 std::string originOfIdentity(std::string_view conduit, const StorePlace& place);
+
+/// Each of them.
+std::set<std::string> originsIn(std::string_view origins);
 
 /// Whether a store's own name for a record is among the origins.
 bool hasOrigin(std::string_view origins, std::string_view origin);

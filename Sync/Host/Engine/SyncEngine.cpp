@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <exception>
+#include <tuple>
 #include <utility>
 
 #include "Sync/Foundation/Format.h"
@@ -276,18 +277,18 @@ bool SyncEngine::noteFolders(const std::vector<std::string>& names)
 void SyncEngine::forgetState()
 {
     const Knowledge knowledge(_state);
-    std::vector<std::pair<KeptRow, Dictionary>> kept;
+    std::vector<std::tuple<KeptRow, Dictionary, RecordPast>> kept;
     if (knowledge.facts().mark) {
         for (const KeptRow& row : knowledge.kept())
-            kept.emplace_back(row, _state.keptRecord(row.id));
+            kept.emplace_back(row, _state.keptRecord(row.id), _state.keptPast(row.id));
     }
     _state.clear();
     StateFacts facts;
     facts.mark = knowledge.facts().mark;
     facts.foldersUnderWay = knowledge.facts().foldersUnderWay;
     _state.setFacts(facts);
-    for (const auto& [row, record] : kept)
-        _state.setKept(row, record);
+    for (const auto& [row, record, past] : kept)
+        _state.setKept(row, record, past);
     for (const UnreadRow& row : knowledge.unread()) {
         if (facts.mark && row.whose == UnreadRow::Whose::kept)
             _state.setUnread({row.whose, row.id, 0});

@@ -8,6 +8,7 @@
 #include "Sync/Host/Engine/HostSyncRecord.h"
 #include "Sync/Host/Engine/KeptNames.h"
 #include "Sync/Host/Engine/LocalState.h"
+#include "Sync/Host/Engine/RecordPast.h"
 #include "Sync/Host/Engine/UnreadTexts.h"
 #include "tests/support/TemporaryFolder.h"
 
@@ -61,6 +62,55 @@ TEST_F(NamesOfTwins, AnEditedOneTakesNoneWhereTheOtherMayOnlyBeMissing)
     const KeptNames names = namesOf("anders", KeptMissing::stillThere);
     EXPECT_THAT(names.ids, ElementsAre(idOf("K-3")));
     EXPECT_TRUE(names.known.empty());
+}
+
+// A task was kept that a rewrite gave another UID.
+class NamesOfRewritten : public testing::Test {
+protected:
+    static RecordId idOf(const std::string& key) { return {std::string(kConduitTask), key}; }
+
+    void keep(const std::string& uid, const RecordPast& past)
+    {
+        state.setKept({idOf("K"), "calendar", "hash", {uid, "file"}}, {{"Title", "Einkaufen"}},
+                      past);
+    }
+
+    /// What is known when the store gives that task under another title.
+    RecordIdSet knownWith(const std::string& uid)
+    {
+        const auto task =
+            std::make_shared<HostSyncRecord>(kRecordTypeRecord, Dictionary{{"Title", "Kochen"}},
+                                             "L", "calendar", std::string(kConduitTask));
+        HostIdentityReport report;
+        report.begin();
+        report.reportIdentity(task, {uid, "", "", "/home/file"});
+        const StorePlaces places(report, "/home");
+        const Knowledge knowledge(state);
+        const UnreadTexts texts({}, places, knowledge);
+        return keptNames({task}, state, knowledge, {places, texts, {}}, KeptMissing::stillThere)
+            .known;
+    }
+
+    TemporaryFolder folder;
+    LocalState state{folder.path("state.sqlite")};
+};
+
+TEST_F(NamesOfRewritten, AnEditedOneIsKnownByTheUidThatARewriteMadeOfItsKey)
+{
+    keep("first", {});
+    EXPECT_THAT(knownWith("K"), UnorderedElementsAre(idOf("K")));
+}
+
+TEST_F(NamesOfRewritten, AnOlderCopyIsKnownByTheUidThatItHadBefore)
+{
+    keep("K", {originOfIdentity(kConduitTask, {"first"}), ""});
+    EXPECT_THAT(knownWith("first"), UnorderedElementsAre(idOf("K")));
+}
+
+TEST_F(NamesOfRewritten, WhatHasAnyOtherUidIsAnotherOne)
+{
+    keep("K", {originOfIdentity(kConduitTask, {"first"}), ""});
+    EXPECT_TRUE(knownWith("second").empty());
 }
 
 }  // namespace
