@@ -50,7 +50,11 @@ private:
     KTClassTable _before;
 };
 
-std::string keyOf(const std::string& title) { return sha1DigestHex(title + "CalendarNode"); }
+std::string keyOf(const StoreHand::Calendar& calendar)
+{
+    const bool isOwn = calendar.kind == StoreHand::Kind::own;
+    return sha1DigestHex(calendar.title + (isOwn ? "CalendarNode" : "CalendarSubscriber"));
+}
 
 }  // namespace
 
@@ -136,23 +140,23 @@ Device::Run Device::sync(const std::string& serverURL, const SyncRunWishes& wish
     return run;
 }
 
-bool Device::isOn(const std::string& title)
+bool Device::isOn(const StoreHand::Calendar& calendar)
 {
     const OnDevice platform(_home, _disk, _clock);
     const Preferences preferences(SuiteFolder(_home).preferencesPath(),
                                   Preferences::Storage::memory);
     const Value switches = preferences.objectForKey(kSyncedCalendarsPreference, Dictionary{});
-    const Value* isOn = switches.dictionary().find(keyOf(title));
+    const Value* isOn = switches.dictionary().find(keyOf(calendar));
     return isOn == nullptr || isOn->intValue() != 0;
 }
 
-void Device::setOn(const std::string& title, bool isOn)
+void Device::setOn(const StoreHand::Calendar& calendar, bool isOn)
 {
     const OnDevice platform(_home, _disk, _clock);
     Preferences preferences(SuiteFolder(_home).preferencesPath(), Preferences::Storage::file);
     Dictionary switches =
         preferences.objectForKey(kSyncedCalendarsPreference, Dictionary{}).dictionary();
-    switches.set(keyOf(title), isOn ? 1 : 0);
+    switches.set(keyOf(calendar), isOn ? 1 : 0);
     preferences.set(kFullSyncPreference, true);
     preferences.set(kSyncedCalendarsPreference, switches);
 }

@@ -43,9 +43,9 @@ public:
     /// What the store gave at the end of the last run.
     const SyncRecordList& records() const { return _records; }
 
-    bool isOn(const std::string& title);
+    bool isOn(const StoreHand::Calendar& calendar);
     /// As a click in the list of calendars does it.
-    void setOn(const std::string& title, bool isOn);
+    void setOn(const StoreHand::Calendar& calendar, bool isOn);
     void askForFullSync();
     /// Whether the end of a rewrite is not settled yet.
     bool isMarked() const;

@@ -1,5 +1,7 @@
 #include "tests/histories/ItemMaker.h"
 
+#include <chrono>
+#include <cstdio>
 #include <cstdlib>
 
 namespace kt::test {
@@ -8,17 +10,32 @@ namespace {
 
 std::string twoDigits(int number) { return (number < 10 ? "0" : "") + std::to_string(number); }
 
-std::string day(int number) { return "200801" + twoDigits(1 + number % 28); }
+/// Dates are YYYYMMDD.
+std::string dayAfter(const std::string& date, int days)
+{
+    using namespace std::chrono;
+    const int digits = std::atoi(date.c_str());
+    const year_month_day before{year(digits / 10000), month(unsigned(digits / 100 % 100)),
+                                day(unsigned(digits % 100))};
+    const year_month_day after{sys_days(before) + std::chrono::days(days)};
+    char text[16];
+    std::snprintf(text, sizeof text, "%04d%02u%02u", int(after.year()), unsigned(after.month()),
+                  unsigned(after.day()));
+    return text;
+}
+
+std::string dayOfJanuary(int number) { return "200801" + twoDigits(1 + number % 28); }
 
 void setTimes(ItemText& item, int what)
 {
     const std::string hour = twoDigits(8 + what % 10);
     if (what % 5 == 4) {
-        item.set("DTSTART", "DTSTART;VALUE=DATE:" + day(what));
-        item.set("DTEND", "DTEND;VALUE=DATE:" + day(what + 1));
+        item.set("DTSTART", "DTSTART;VALUE=DATE:" + dayOfJanuary(what));
+        item.set("DTEND", "DTEND;VALUE=DATE:" + dayOfJanuary(what + 1));
     } else {
-        item.set("DTSTART", "DTSTART;TZID=Europe/Berlin:" + day(what) + "T" + hour + "0000");
-        item.set("DTEND", "DTEND;TZID=Europe/Berlin:" + day(what) + "T" + hour + "4500");
+        item.set("DTSTART",
+                 "DTSTART;TZID=Europe/Berlin:" + dayOfJanuary(what) + "T" + hour + "0000");
+        item.set("DTEND", "DTEND;TZID=Europe/Berlin:" + dayOfJanuary(what) + "T" + hour + "4500");
     }
 }
 
@@ -30,7 +47,7 @@ void addAlarm(ItemText& item, int minutes)
 
 std::string editEvent(ItemText& item, int what, const std::string& value)
 {
-    switch (what % 4) {
+    switch (isOccurrence(item) ? 3 : what % 4) {
     case 0:
         setTimes(item, what);
         return "time";
@@ -53,7 +70,7 @@ std::string editTask(ItemText& item, int what, const std::string& value)
 {
     switch (what % 3) {
     case 0:
-        item.set("DUE", "DUE;TZID=Europe/Berlin:" + day(what) + "T180000");
+        item.set("DUE", "DUE;TZID=Europe/Berlin:" + dayOfJanuary(what) + "T180000");
         return "due";
     case 1:
         item.set("PRIORITY", "PRIORITY:" + std::to_string(1 + what % 9));
@@ -92,6 +109,28 @@ ItemText makeItem(int token, int what, const std::string& stamp)
         item.append({"RRULE:FREQ=DAILY;COUNT=5"});
     if (what % 11 == 5)
         addAlarm(item, what);
+    return item;
+}
+
+bool isOccurrence(const ItemText& item) { return item.has("RECURRENCE-ID"); }
+
+ItemText makeOccurrence(const ItemText& series, int token, int what, const std::string& stamp)
+{
+    const std::string start = series.value("DTSTART").value_or("");
+    const int period = series.value("RRULE").value_or("").starts_with("FREQ=WEEKLY") ? 7 : 1;
+    const std::string date = dayAfter(start.substr(0, 8), period * (1 + what % 2));
+    const std::string number = std::to_string(token);
+    ItemText item("BEGIN:VEVENT\r\nEND:VEVENT\r\n");
+    item.append({"SEQUENCE:1", "UID:" + series.value("UID").value_or("")});
+    if (start.size() == 8)
+        item.append({"RECURRENCE-ID;VALUE=DATE:" + date, "DTSTART;VALUE=DATE:" + date,
+                     "DTEND;VALUE=DATE:" + dayAfter(date, 1)});
+    else
+        item.append({"RECURRENCE-ID;TZID=Europe/Berlin:" + date + start.substr(8),
+                     "DTSTART;TZID=Europe/Berlin:" + date + "T200000",
+                     "DTEND;TZID=Europe/Berlin:" + date + "T210000"});
+    item.append({"DTSTAMP:" + stamp, "SUMMARY:" + series.value("SUMMARY").value_or(""),
+                 "DESCRIPTION:#" + number + "#"});
     return item;
 }
 

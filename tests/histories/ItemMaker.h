@@ -11,6 +11,10 @@ namespace kt::test {
 /// key is made of. Its notes begin with the token, `#17#`.
 ItemText makeItem(int token, int what, const std::string& stamp);
 
+/// One of the series' occurrences as an item of its own, an hour later.
+ItemText makeOccurrence(const ItemText& series, int token, int what, const std::string& stamp);
+bool isOccurrence(const ItemText& item);
+
 /// The item with one thing changed, which is told.
 std::string editItem(ItemText& item, int what, const std::string& stamp);
 

@@ -13,13 +13,19 @@ enum class Do {
     edit,
     move,
     remove,
+    detach,  // one occurrence of a series becomes an item of its own
     addCalendar,
+    subscribe,
     removeCalendar,  // unless it is switched off
     removeAnyCalendar,
     rename,
     recolor,
     reorder,
     toggle,
+    addGroup,
+    putIntoGroup,  // or takes it out
+    renameGroup,
+    removeGroup,
     breakItem,      // its text cannot be read until somebody mends it
     breakFile,      // a file of items is none
     breakCalendar,  // neither is a calendar's description

@@ -16,7 +16,8 @@ constexpr const char* kCopy = ".copy";
 
 /// A text stays unread until somebody mends it. Without a common past it cannot be known that a
 /// record of the server is the same, and while a rewrite is not settled a calendar that cannot be
-/// read is taken for half made.
+/// read is taken for half made. A calendar that was never read has no title that would keep another
+/// one of it away.
 void World::damage(Device& device, const Operation& operation)
 {
     Account& account = accountOf(device);
@@ -24,7 +25,8 @@ void World::damage(Device& device, const Operation& operation)
     Calendars calendars = device.hand().calendars();
     const auto* place = pick(items, operation.first);
     const auto* calendar = pick(calendars, operation.first);
-    if (place == nullptr || !account.hasBase)
+    if (place == nullptr || !account.hasBase ||
+        (operation.what == Do::breakCalendar && account.syncedFolders.count(calendar->folder) == 0))
         return;
     std::string told;
     if (operation.what == Do::breakItem)
@@ -32,6 +34,7 @@ void World::damage(Device& device, const Operation& operation)
     else if (!device.isMarked())
         told = account.damages.breakFile(
             operation.what == Do::breakFile ? place->file : StorePaths::infoFile(calendar->folder));
+    _hasHadDamages = _hasHadDamages || !told.empty();
     if (operation.what == Do::breakCalendar && !told.empty())
         account.brokenTitles.insert(calendar->title);
     tell("  " + told);
@@ -73,6 +76,7 @@ void World::copy(Device& device, Do what)
     if (what == Do::copyState) {
         account.hasState = true;
         account.stateHasBase = account.hasBase;
+        account.stateSynced = account.synced;
     }
 }
 
@@ -105,12 +109,16 @@ void World::restoreBackup(Device& device, int which)
 }
 
 /// Without what was seen, an item that is edited before the next run is known by nothing that the
-/// server knows as well: it would be another one. So that run comes at once.
+/// server knows as well: it would be another one. So that run comes at once. Nor can it be known
+/// then what a text is that cannot be read and was not there yet when the state was copied.
 void World::putStateBack(Device& device)
 {
     Account& account = accountOf(device);
     if (!account.hasState || account.isDirty)
         return;
+    for (const int token : tokensWrittenOver(device))
+        if (account.stateSynced.count(token) == 0)
+            return;
     std::filesystem::copy_file(device.statePath() + kCopy, device.statePath(),
                                std::filesystem::copy_options::overwrite_existing);
     account.hasBase = account.stateHasBase;

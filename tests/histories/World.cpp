@@ -7,7 +7,6 @@
 #include "Sync/Foundation/CalendarDate.h"
 #include "Sync/Host/Server/SyncServer.h"
 #include "tests/histories/ItemMaker.h"
-#include "tests/histories/Pick.h"
 
 namespace kt::test {
 
@@ -92,8 +91,12 @@ void World::perform(const Operation& operation)
         return move(device, operation.first, operation.second);
     case Do::remove:
         return remove(device, operation.first);
+    case Do::detach:
+        return detach(device, operation.first, operation.second);
     case Do::addCalendar:
         return addCalendar(device, operation.second);
+    case Do::subscribe:
+        return subscribe(device);
     case Do::removeCalendar:
     case Do::removeAnyCalendar:
         return removeCalendar(device, operation);
@@ -103,6 +106,13 @@ void World::perform(const Operation& operation)
         return changeCalendar(device, operation);
     case Do::toggle:
         return toggle(device, operation.first);
+    case Do::addGroup:
+        return addGroup(device, operation.second);
+    case Do::putIntoGroup:
+        return putIntoGroup(device, operation);
+    case Do::renameGroup:
+    case Do::removeGroup:
+        return changeGroup(device, operation);
     case Do::breakItem:
     case Do::breakFile:
     case Do::breakCalendar:
@@ -121,139 +131,6 @@ void World::perform(const Operation& operation)
     default:
         return sync(device, operation);
     }
-}
-
-// No program adds to a file that it cannot read.
-bool World::canTakeItem(Device& device, const StoreHand::Calendar& calendar)
-{
-    return !accountOf(device).damages.isBelow(device.hand().fileForNewItem(calendar, "new"));
-}
-
-void World::addItem(Device& device, int which, int what)
-{
-    Calendars calendars = device.hand().calendars();
-    const auto* calendar = pick(calendars, which);
-    if (calendar == nullptr)
-        return addCalendar(device, what);
-    if (!canTakeItem(device, *calendar))
-        return;
-    const int token = ++_lastToken;
-    _mayBeGone[token] = false;
-    const ItemText item = makeItem(token, what, stamp());
-    device.hand().add(*calendar, "UID-" + std::to_string(token), item);
-    tell("  #" + std::to_string(token) + " '" + item.value("SUMMARY").value_or("") + "' in " +
-         calendar->title);
-}
-
-// Not promised: a rewrite that was cut may leave an item in both calendars that it moves it
-// between, and edits of both copies are two items.
-bool World::isSecondCopy(Device& device, const StoreHand::Place& place)
-{
-    const auto items = device.hand().items();
-    const auto first = std::find_if(items.begin(), items.end(), [&](const auto& each) {
-        return each.item.value("UID") == place.item.value("UID");
-    });
-    return device.isMarked() && (first->file != place.file || first->index != place.index);
-}
-
-void World::edit(Device& device, int which, int what)
-{
-    auto items = device.hand().items();
-    const auto* place = pick(items, which);
-    if (place == nullptr || accountOf(device).damages.isBroken(place->item) ||
-        isSecondCopy(device, *place))
-        return;
-    ItemText item = place->item;
-    const std::string told = editItem(item, what, stamp());
-    device.hand().replace(*place, item);
-    tell("  " + told + " of " + toldTokens(item));
-}
-
-void World::move(Device& device, int which, int where)
-{
-    auto items = device.hand().items();
-    Calendars calendars = device.hand().calendars();
-    const auto* place = pick(items, which);
-    const auto* target = pick(calendars, where);
-    if (place == nullptr || target->key == place->calendar ||
-        accountOf(device).damages.isBroken(place->item) || !canTakeItem(device, *target))
-        return;
-    const std::string name = place->item.value("UID").value_or("UID-" + stamp());
-    device.hand().remove(*place);
-    device.hand().add(*target, name, place->item);
-    tell("  " + toldTokens(place->item) + " to " + target->title);
-}
-
-void World::remove(Device& device, int which)
-{
-    auto items = device.hand().items();
-    const auto* place = pick(items, which);
-    if (place == nullptr || accountOf(device).damages.isBroken(place->item))
-        return;
-    mayBeGone(tokensOf(place->item));
-    device.hand().remove(*place);
-    tell("  " + toldTokens(place->item));
-}
-
-void World::addCalendar(Device& device, int what)
-{
-    const Calendars calendars = device.hand().calendars();
-    std::string title = "Kalender " + std::to_string(what % 6);
-    // One that cannot be read is not shown, but comes back.
-    const bool isTaken = accountOf(device).brokenTitles.count(title) != 0 ||
-                         std::any_of(calendars.begin(), calendars.end(),
-                                     [&](const auto& each) { return each.title == title; });
-    const std::string number = std::to_string(++_lastTitle);
-    if (isTaken)
-        title = "Neuer " + number;
-    device.hand().addCalendar("KEY-" + number, title);
-    tell("  calendar " + title);
-}
-
-void World::removeCalendar(Device& device, const Operation& operation)
-{
-    Calendars calendars = device.hand().calendars();
-    const auto* calendar = pick(calendars, operation.first);
-    if (calendar == nullptr || accountOf(device).damages.isBelow(calendar->folder))
-        return;
-    if (operation.what == Do::removeCalendar && !device.isOn(calendar->title))
-        return;
-    tell("  calendar " + calendar->title);
-    for (const auto& place : device.hand().items()) {
-        if (place.calendar != calendar->key)
-            continue;
-        mayBeGone(tokensOf(place.item));
-        tell("  " + toldTokens(place.item));
-    }
-    device.hand().removeCalendar(*calendar);
-}
-
-void World::changeCalendar(Device& device, const Operation& operation)
-{
-    Calendars calendars = device.hand().calendars();
-    const auto* calendar = pick(calendars, operation.first);
-    if (calendar == nullptr)
-        return;
-    // Of two calendars of one title a store gives only one.
-    const std::string title = "Umbenannt " + std::to_string(++_lastTitle);
-    tell("  calendar " + calendar->title + (operation.what == Do::rename ? " to " + title : ""));
-    if (operation.what == Do::rename)
-        device.hand().rename(*calendar, title);
-    else if (operation.what == Do::recolor)
-        device.hand().setColor(*calendar, "#0000" + std::to_string(10 + operation.second) + "FF");
-    else
-        device.hand().putFirst(static_cast<std::size_t>(calendar - calendars.data()));
-}
-
-void World::toggle(Device& device, int which)
-{
-    Calendars calendars = device.hand().calendars();
-    const auto* calendar = pick(calendars, which);
-    if (calendar == nullptr)
-        return;
-    const bool isOn = device.isOn(calendar->title);
-    device.setOn(calendar->title, !isOn);
-    tell("  calendar " + calendar->title + (isOn ? " off" : " on"));
 }
 
 // A calendar that holds something broken is not loaded at all.
@@ -310,6 +187,9 @@ void World::noteSynced(Device& device)
         if (account.synced.count(token) == 0)
             synced.erase(token);
     account.synced = std::move(synced);
+    for (const auto& calendar : device.hand().calendars())
+        if (!account.damages.isBelow(calendar.folder))
+            account.syncedFolders.insert(calendar.folder);
 }
 
 void World::note(Device& device, const Device::Run& run)
@@ -346,9 +226,9 @@ bool World::switchAllOn(Device& device)
 {
     bool hasSwitched = false;
     for (const auto& calendar : device.hand().calendars()) {
-        if (device.isOn(calendar.title))
+        if (device.isOn(calendar))
             continue;
-        device.setOn(calendar.title, true);
+        device.setOn(calendar, true);
         hasSwitched = true;
     }
     return hasSwitched;

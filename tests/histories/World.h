@@ -34,6 +34,8 @@ public:
     /// What happened, a line each.
     const std::string& story() const { return _story; }
     std::string runsThatFailed() const { return _failedRuns; }
+    /// Whether any text could not be read at any time.
+    bool hasHadDamages() const { return _hasHadDamages; }
     /// What the server holds, a line each.
     std::string recordsOnServer() const;
     /// The server's revision.
@@ -49,6 +51,7 @@ private:
         bool hasBase = false;                  // a run of it was completed
         bool isDirty = false;                  // somebody worked in the store since
         std::set<int> synced{};  // tokens that were in the store at its end and known by then
+        std::set<std::string> syncedFolders{};  // of calendars, likewise
         struct Store {
             Device::StoreCopy copy;
             std::set<int> tokens;
@@ -57,6 +60,7 @@ private:
         std::optional<Store> store{};  // an older copy
         bool hasState = false;         // an older copy of its state stands beside it
         bool stateHasBase = false;
+        std::set<int> stateSynced{};
     };
 
     void tell(const std::string& line) { _story += line + "\n"; }
@@ -67,13 +71,21 @@ private:
     bool canTakeItem(Device& device, const StoreHand::Calendar& calendar);
     void addItem(Device& device, int which, int what);
     void edit(Device& device, int which, int what);
+    /// Those that the program lets people change.
+    static std::vector<StoreHand::Place> ownItems(Device& device);
     bool isSecondCopy(Device& device, const StoreHand::Place& place);
+    bool isAnyBroken(Device& device, const std::vector<StoreHand::Place>& places);
     void move(Device& device, int which, int where);
     void remove(Device& device, int which);
+    void detach(Device& device, int which, int what);
     void addCalendar(Device& device, int what);
+    void subscribe(Device& device);
     void removeCalendar(Device& device, const Operation& operation);
     void changeCalendar(Device& device, const Operation& operation);
     void toggle(Device& device, int which);
+    void addGroup(Device& device, int what);
+    void putIntoGroup(Device& device, const Operation& operation);
+    void changeGroup(Device& device, const Operation& operation);
     void damage(Device& device, const Operation& operation);
     void mendAll(Device& device);
     void copy(Device& device, Do what);
@@ -99,6 +111,7 @@ private:
     std::vector<std::unique_ptr<Device>> _devices;
     std::map<const Device*, Account> _accounts;
     std::map<int, bool> _mayBeGone;
+    bool _hasHadDamages = false;
     int _lastToken = 0;
     int _lastTitle = 0;
     std::string _story;
