@@ -35,7 +35,8 @@ void Comparison::compareNew(const RecordId& id, const LocalRecord* local,
 }
 
 // Entered on both sides, unless it is what this device pushed itself and never heard of again, or
-// what it had before its state was lost.
+// what it had before its state was lost. Of an occurrence the latter is not known: a store names it
+// after its series, so that it has one name wherever it was made an item of its own.
 void Comparison::meetsNew(const LocalRecord& local, const Dictionary& own,
                           const RemoteChange& remote)
 {
@@ -43,7 +44,8 @@ void Comparison::meetsNew(const LocalRecord& local, const Dictionary& own,
     const PushedRow* pushed = _knowledge.pushedRow(id);
     const bool isOwn = (pushed != nullptr && originOf(id.conduit, pushed->seen.place,
                                                       pushed->hash) == remote.past.origin) ||
-                       hasOrigin(remote.past.origin, originOfIdentity(id.conduit, local.place));
+                       (!own.contains("RecurrenceId") &&
+                        hasOrigin(remote.past.origin, originOfIdentity(id.conduit, local.place)));
     takeMerged(id, isOwn ? mergedWithoutBase(own, remote.record) : mergedAsNew(own, remote.record),
                remote);
     Outcome& outcome = _outcomes.at(id);
