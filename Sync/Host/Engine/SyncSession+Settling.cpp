@@ -4,6 +4,7 @@
 #include <utility>
 
 #include "Sync/Foundation/Platform.h"
+#include "Sync/Host/Engine/EqualKeys.h"
 #include "Sync/Host/Engine/HandedState.h"
 #include "Sync/Host/Engine/IdentityPairing.h"
 #include "Sync/Host/Engine/RecordCoding.h"
@@ -282,6 +283,7 @@ std::vector<std::optional<std::string>> SyncSession::proveRewrite(
                         {_localRecords, agreedKeys, _keptRecords ? *_keptRecords : none, _keptNames,
                          _places},
                         check.losses);
+    leaveOutWhatWasKept(handed, agreedKeys);
     return agreedKeys;
 }
 
@@ -297,6 +299,25 @@ void SyncSession::leaveOutWhatWasUnread(const SettlingCheck& check,
     for (std::size_t index = 0; index < _localRecords.size(); ++index) {
         SyncRecord& record = _localRecords[index];
         if (record && !agreedKeys[index] && texts.mayHold(*record, _places.of(*record)))
+            record = nullptr;
+    }
+}
+
+// A calendar that is switched on, and was missing in an older copy of the store, came back with
+// what was kept of it. That takes part from now on: the next run finds it new.
+void SyncSession::leaveOutWhatWasKept(const std::vector<HandedRecord>& handed,
+                                      const std::vector<std::optional<std::string>>& agreedKeys)
+{
+    RecordIdSet kept;
+    for (const HandedRecord& record : handed) {
+        if (record.isKept())
+            kept.insert(
+                {record.id.conduit, keyBeforeNumber(record.id.key).value_or(record.id.key)});
+    }
+    for (std::size_t index = 0; index < _localRecords.size(); ++index) {
+        SyncRecord& record = _localRecords[index];
+        if (record && !agreedKeys[index] &&
+            kept.count({record->conduit(), record->recordKey()}) != 0)
             record = nullptr;
     }
 }

@@ -32,6 +32,8 @@
 
 namespace kt {
 
+struct HandedRecord;
+
 /// What a session works with. Nothing is owned; all outlives the session.
 struct SessionSetting {
     LocalState& state;
@@ -130,6 +132,8 @@ private:
     std::vector<std::optional<std::string>> proveRewrite(const std::vector<std::string>& hashes);
     void leaveOutWhatWasUnread(const SettlingCheck& check,
                                const std::vector<std::optional<std::string>>& agreedKeys);
+    void leaveOutWhatWasKept(const std::vector<HandedRecord>& handed,
+                             const std::vector<std::optional<std::string>>& agreedKeys);
     void makeSeen(const std::vector<std::optional<std::string>>& agreedKeys,
                   const std::vector<std::string>& hashes);
     std::vector<const Outcome*> effectiveOutcomes();
