@@ -24,8 +24,7 @@ public:
             named.insert(local.agreedId);
         for (const auto& [id, change] : remote.changes()) {
             const bool isLive = !change.server.isTombstone && !change.isRefused;
-            if (isLive && id.conduit != kConduitCalendar && named.count(id) == 0 &&
-                knowledge.seenOfAgreed(id) == nullptr)
+            if (isLive && id.conduit != kConduitCalendar && named.count(id) == 0)
                 add(id, change.past);
         }
         for (const AgreedRow& row : knowledge.agreed()) {
