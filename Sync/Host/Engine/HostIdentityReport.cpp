@@ -107,7 +107,9 @@ StorePlace StorePlaces::of(const KTSyncRecord& record) const
     file.reserve(folder.size() + view.name.size());
     file.append(folder).append(view.name);
     file.resize(withoutSlashesBehind(file).size());
-    return {std::string(view.uid), std::move(file), std::string(view.recurrenceId)};
+    const bool isWithoutFolder = file.empty() && record.conduit() == kConduitCalendar;
+    return {std::string(isWithoutFolder ? view.sourceKey : view.uid), std::move(file),
+            std::string(view.recurrenceId)};
 }
 
 std::string StorePlaces::relative(std::string_view path) const

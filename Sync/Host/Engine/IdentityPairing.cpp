@@ -115,8 +115,8 @@ std::unordered_map<std::string, std::string> agreedCalendars(
 
 std::string identityOf(std::string_view conduit, const StorePlace& place)
 {
-    if (conduit == kConduitCalendar)
-        return place.file.empty() ? "" : "folder\n" + place.file;
+    if (conduit == kConduitCalendar && !place.file.empty())
+        return "folder\n" + place.file;
     if (place.uid.empty())
         return "";
     std::string identity(conduit);
@@ -159,6 +159,16 @@ void nameByUnsettledSession(std::vector<LocalRecord>& records, const Knowledge& 
     });
 }
 
+namespace {
+
+// A rewrite gives a group that has no folder another key with its title.
+std::string identityThatStays(std::string_view conduit, const StorePlace& place)
+{
+    return conduit == kConduitCalendar && place.file.empty() ? "" : identityOf(conduit, place);
+}
+
+}  // namespace
+
 std::vector<std::optional<std::string>> keysByIdentity(const SyncRecordList& records,
                                                        const StorePlaces& places,
                                                        const std::vector<HandedRecord>& handed,
@@ -172,7 +182,8 @@ std::vector<std::optional<std::string>> keysByIdentity(const SyncRecordList& rec
     UniquePairs pairs;
     for (std::size_t index = 0; index < records.size(); ++index) {
         if (records[index] && given.count(records[index].get()) == 0)
-            pairs.addLeft(identityOf(records[index]->conduit(), places.of(*records[index])), index);
+            pairs.addLeft(identityThatStays(records[index]->conduit(), places.of(*records[index])),
+                          index);
     }
     for (std::size_t index = 0; index < handed.size(); ++index) {
         const HandedRecord& record = handed[index];
@@ -180,7 +191,7 @@ std::vector<std::optional<std::string>> keysByIdentity(const SyncRecordList& rec
             continue;
         const SeenRow* seen = knowledge.seenOfAgreed(record.id);
         const StorePlace place = seen != nullptr ? seen->place : StorePlace{record.id.key, "", ""};
-        pairs.addRight(identityOf(record.id.conduit, place), index);
+        pairs.addRight(identityThatStays(record.id.conduit, place), index);
     }
     pairs.forEach(
         [&](std::size_t record, std::size_t index) { keys[record] = handed[index].id.key; });

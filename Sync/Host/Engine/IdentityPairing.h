@@ -10,9 +10,9 @@
 
 namespace kt {
 
-// What the store itself knows a record by outlives every edit: a calendar's folder, an item's UID
-// and, of a detached occurrence, which one it is. It counts where it stands once on both sides; an
-// item is looked for in its own calendar first.
+// What the store itself knows a record by outlives every edit: a calendar's folder, the key of a
+// group that has none, an item's UID and, of a detached occurrence, which one it is. It counts
+// where it stands once on both sides; an item is looked for in its own calendar first.
 
 /// The same for every record that is known to be the same one; empty where there is no identity.
 std::string identityOf(std::string_view conduit, const StorePlace& place);

@@ -20,7 +20,9 @@ enum class StateAccess {
 /// Where a record stands in the store: what it is recognised by when its content has changed, or
 /// its text cannot be read.
 struct StorePlace {
-    std::string uid{};   // of an item, as written; empty without one
+    /// Of an item, as written; of a calendar or group that has no folder, its source key. Empty
+    /// without one.
+    std::string uid{};
     std::string file{};  // an item's file, a calendar's folder; relative to the home if below it
     std::string recurrence{};  // of a detached occurrence, its iCalDate
 

@@ -91,5 +91,60 @@ TEST_F(KeysByIdentity, AreNotLookedForWhereARecordCameBackAsItIsAgreed)
     EXPECT_THAT(keys(), ElementsAre(Eq(std::nullopt)));
 }
 
+/// Groups of a layout that has no folders for them.
+class GroupsWithoutFolders : public testing::Test {
+protected:
+    GroupsWithoutFolders() { identities.begin(); }
+
+    void seen(const std::string& agreedKey, const std::string& sourceKey)
+    {
+        SeenRow row;
+        row.local = {conduit, agreedKey};
+        row.agreedKey = agreedKey;
+        row.place.uid = sourceKey;
+        state.addSeen(row, {});
+    }
+    SyncRecord load(const std::string& key, const std::string& sourceKey)
+    {
+        auto record = std::make_shared<HostSyncRecord>(0, Dictionary{}, key, std::nullopt, conduit);
+        identities.reportIdentity(record, {"", "", sourceKey, ""});
+        return record;
+    }
+
+    const std::string conduit{kConduitCalendar};
+    TemporaryFolder folder;
+    LocalState state{folder.path("device.state")};
+    HostIdentityReport identities;
+};
+
+TEST_F(GroupsWithoutFolders, StayTheSameUnderAnotherTitle)
+{
+    seen("A", "node-1");
+    seen("B", "node-2");
+    const Knowledge knowledge(state);
+    const StorePlaces places(identities, "");
+    std::vector<LocalRecord> records(2);
+    records[0].record = load("renamed", "node-1");
+    records[1].record = load("new", "node-3");
+    for (LocalRecord& record : records)
+        record.place = places.of(*record.record);
+    std::vector<bool> isRowTaken(2);
+    pairByIdentity(records, knowledge, isRowTaken);
+    EXPECT_EQ(records[0].agreedId.key, "A");
+    EXPECT_EQ(records[1].agreedId.key, "");
+}
+
+TEST_F(GroupsWithoutFolders, AreNotToldByTheKeysThatARewriteMade)
+{
+    seen("A", "K1");
+    seen("B", "K2");
+    const Knowledge knowledge(state);
+    const SyncRecordList records{load("K2", "K2"), load("K1", "K1")};  // they swapped their titles
+    const std::vector<HandedRecord> handed{{{conduit, "A"}, std::nullopt, {}, std::nullopt, {}},
+                                           {{conduit, "B"}, std::nullopt, {}, std::nullopt, {}}};
+    EXPECT_THAT(keysByIdentity(records, StorePlaces(identities, ""), handed, knowledge),
+                ElementsAre(Eq(std::nullopt), Eq(std::nullopt)));
+}
+
 }  // namespace
 }  // namespace kt::test
