@@ -40,8 +40,6 @@ std::map<RecordId, Outcome> Comparison::outcomes()
         overwriteWithServer();
         return std::move(_outcomes);
     }
-    // Here an edit that shows as a deletion and an addition will be put together again, before
-    // either is looked at.
     for (const AgreedRow& agreed : _knowledge.agreed())
         compareAgreed(agreed);
     for (const LocalRecord& local : _local.all()) {

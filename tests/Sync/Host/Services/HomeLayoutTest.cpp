@@ -192,7 +192,7 @@ protected:
     const std::string quotedPath = "\"" + home.path(kNodes) + "\"";
 };
 
-TEST_F(NodeFile, IsAnObstacleWhenItIsNoDictionary)
+TEST_F(NodeFile, Rule3_IsAnObstacleWhenItIsNoDictionary)
 {
     for (const char* text : {"", "Unsinn", "<plist version=\"1.0\"><array/></plist>"}) {
         home.write(kNodes, text);

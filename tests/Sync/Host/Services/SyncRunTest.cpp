@@ -66,7 +66,7 @@ TEST_F(SyncRunTest, ADisabledPluginIsAskedAndNothingElseHappens)
     EXPECT_EQ(kit.home.tree(), before);
 }
 
-TEST_F(SyncRunTest, AStoreThatCannotBeListedEndsTheRunBeforeThePluginIsAsked)
+TEST_F(SyncRunTest, Rule3_AStoreThatCannotBeListedEndsTheRunBeforeThePluginIsAsked)
 {
     kit.home.remove("Library/Calendars");
     kit.home.write("Library/Calendars", "eine Datei");
