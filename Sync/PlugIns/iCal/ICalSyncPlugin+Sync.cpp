@@ -32,9 +32,9 @@ const std::string* calendarKey(const KTSyncRecord& record)
 
 /// The steps of one run and what they hand to one another. A step that ends the run has told the
 /// log and the status line why, and answers false.
-class ICalSyncPlugin::SyncRun {
+class ICalSyncPlugin::SyncSteps {
 public:
-    explicit SyncRun(ICalSyncPlugin& plugin) : _plugin(plugin), _host(*plugin._pluginHelper) {}
+    explicit SyncSteps(ICalSyncPlugin& plugin) : _plugin(plugin), _host(*plugin._pluginHelper) {}
 
     bool run();
 
@@ -98,7 +98,7 @@ bool ICalSyncPlugin::runGuarded()
         [&] {
             _isSynchronizing = true;
             _cancelSync = false;
-            return SyncRun(*this).run();
+            return SyncSteps(*this).run();
         },
         [&](const Exception& exception) {
             logToHostAndSystem(_pluginHelper,
@@ -123,7 +123,7 @@ void ICalSyncPlugin::cleanUp()
     _pluginHelper->enableFileNotifications();
 }
 
-bool ICalSyncPlugin::SyncRun::run()
+bool ICalSyncPlugin::SyncSteps::run()
 {
     if (!refuseWhileICalRuns() || !loadCalendars())
         return false;
@@ -147,7 +147,7 @@ bool ICalSyncPlugin::SyncRun::run()
     return succeed();
 }
 
-bool ICalSyncPlugin::SyncRun::refuseWhileICalRuns()
+bool ICalSyncPlugin::SyncSteps::refuseWhileICalRuns()
 {
     if (!_host.isBinaryRunning(_plugin.binaryToWatch()))
         return true;
@@ -155,7 +155,7 @@ bool ICalSyncPlugin::SyncRun::refuseWhileICalRuns()
                 "iCal ist noch aktiv");
 }
 
-bool ICalSyncPlugin::SyncRun::loadCalendars()
+bool ICalSyncPlugin::SyncSteps::loadCalendars()
 {
     _plugin._isICalDidEndNotificationDisabled = true;
     _host.logMsg("Die iCal-Kalender werden synchronisiert");
@@ -177,7 +177,7 @@ bool ICalSyncPlugin::SyncRun::loadCalendars()
     return true;
 }
 
-int ICalSyncPlugin::SyncRun::chooseMode() const
+int ICalSyncPlugin::SyncSteps::chooseMode() const
 {
     if (_plugin._resetSync)
         return kFullSync;
@@ -185,7 +185,7 @@ int ICalSyncPlugin::SyncRun::chooseMode() const
 }
 
 /// From the server's changes to a session that the host has closed cleanly.
-bool ICalSyncPlugin::SyncRun::exchange()
+bool ICalSyncPlugin::SyncSteps::exchange()
 {
     const auto remoteUpdates = pull();
     auto result = _host.diffLocalStateWithLocalUpdates(_localRecords, remoteUpdates, kDiffMode);
@@ -216,7 +216,7 @@ bool ICalSyncPlugin::SyncRun::exchange()
     return true;
 }
 
-std::optional<SyncRecordList> ICalSyncPlugin::SyncRun::pull()
+std::optional<SyncRecordList> ICalSyncPlugin::SyncSteps::pull()
 {
     auto pulled = _host.pullRecords();
     if (pulled && _numSkippedCalendars > 0)
@@ -226,7 +226,7 @@ std::optional<SyncRecordList> ICalSyncPlugin::SyncRun::pull()
 
 /// A calendar that comes from the server counts as switched on from here on, so that its items,
 /// which come later, pass; its own record is dropped when it was known and takes no part.
-SyncRecordList ICalSyncPlugin::SyncRun::withoutSwitchedOff(const SyncRecordList& pulled)
+SyncRecordList ICalSyncPlugin::SyncSteps::withoutSwitchedOff(const SyncRecordList& pulled)
 {
     SyncRecordList kept;
     kept.reserve(pulled.size());
@@ -245,13 +245,13 @@ SyncRecordList ICalSyncPlugin::SyncRun::withoutSwitchedOff(const SyncRecordList&
     return kept;
 }
 
-void ICalSyncPlugin::SyncRun::removeSwitchedOff(SyncResult& result) const
+void ICalSyncPlugin::SyncSteps::removeSwitchedOff(SyncResult& result) const
 {
     for (SyncRecordList& records : result)
         std::erase_if(records, [&](const SyncRecord& record) { return !takesPart(*record); });
 }
 
-bool ICalSyncPlugin::SyncRun::rewriteStore()
+bool ICalSyncPlugin::SyncSteps::rewriteStore()
 {
     _numCalendars = _numEvents = _numTasks = _numSkippedCalendars = 0;
     if (_plugin._cancelSync || _host.isBinaryRunning(_plugin.binaryToWatch()))
@@ -276,14 +276,14 @@ bool ICalSyncPlugin::SyncRun::rewriteStore()
 }
 
 /// SyncServices would put its own copy of the calendars back. Nothing waits for either step.
-void ICalSyncPlugin::SyncRun::stopSyncServices() const
+void ICalSyncPlugin::SyncSteps::stopSyncServices() const
 {
     FileManager::defaultManager().removeFileAtPath(stringByAppendingPathComponent(
         NSHomeDirectory(), "Library/Application Support/SyncServices/Local/data.syncdb"));
     Platform::shared().launch("/usr/bin/killall", {"SyncServices"});
 }
 
-bool ICalSyncPlugin::SyncRun::succeed()
+bool ICalSyncPlugin::SyncSteps::succeed()
 {
     _host.updatePreferenceWithBool(kFullSyncPreference, false);
     _plugin._resetSync = false;
@@ -293,21 +293,21 @@ bool ICalSyncPlugin::SyncRun::succeed()
 }
 
 /// What was missed by stopping in the middle only a full sync can find.
-bool ICalSyncPlugin::SyncRun::endCancelled()
+bool ICalSyncPlugin::SyncSteps::endCancelled()
 {
     fail("Die Synchronisierung wurde abgebrochen!");
     _host.updatePreferenceWithBool(kFullSyncPreference, true);
     return false;
 }
 
-bool ICalSyncPlugin::SyncRun::fail(std::string_view message, std::string_view status)
+bool ICalSyncPlugin::SyncSteps::fail(std::string_view message, std::string_view status)
 {
     _host.logMsg(message);
     _host.setStatusMsg(status);
     return false;
 }
 
-std::string ICalSyncPlugin::SyncRun::countSummary() const
+std::string ICalSyncPlugin::SyncSteps::countSummary() const
 {
     const std::string skipped =
         _numSkippedCalendars > 0 ? stringWithFormat(" (%d deaktiviert)", _numSkippedCalendars) : "";

@@ -136,7 +136,7 @@ protected:
     ConfigViewOutlets _outlets;
 
 private:
-    class SyncRun;
+    class SyncSteps;
 
     bool runGuarded();
     void cleanUp();
