@@ -1,13 +1,14 @@
 #!/usr/bin/env python3
 """Makes small slips in the sources of an area, one at a time, and looks whether the tests see them.
 
-    mutate.py BUILD_DIR [--area AREA] [--count N] [--seed S] [--file PART] [--line N] [--list]
+    mutate.py BUILD_DIR [--area AREA] [--count N] [--seed S] [--file PART]... [--line N] [--list]
 
-N places of the area (engine, plugin, calendar or additions) are picked by the seed, which is printed: a comparison or a
-logical operator turned into another one, a condition negated, a `!` dropped, a number off by one, a call left out. The
-changed source is compiled in a folder of its own and put before the library when a test program is linked there, so sources
-and build folder stay as they are; the build has to be up to date. The area's own quick tests run first; what they do not
-see is shown to its slow ones and to the programs that build on it. Survivors are printed with file, line and change.
+N places of the area (engine, plugin, calendar or additions), or N of each PART that names of its files have in them, are
+picked by the seed, which is printed: a comparison or a logical operator turned into another one, a condition negated, a `!`
+dropped, a number off by one, a call left out. The changed source is compiled in a folder of its own and put before the
+library when a test program is linked there, so sources and build folder stay as they are; the build has to be up to date.
+The area's own quick tests run first; what they do not see is shown to its slow ones and to the programs that build on it.
+Survivors are printed with file, line and change.
 
 Not part of the tests: each slip costs a compilation, a link and up to a whole run of the tests.
 """
@@ -113,6 +114,7 @@ def who_sees(builder, changed, runs):
 
 
 def all_places(area, builder, part, line):
+    """Those of the files that have the part in their names, as it is written there."""
     places = []
     for path in sorted((ROOT / area.folder).glob("*.cpp")):
         name = path.relative_to(ROOT).as_posix()
@@ -122,13 +124,18 @@ def all_places(area, builder, part, line):
     return places
 
 
+def picked(groups, count, chance):
+    """That many of each group, none twice."""
+    return list(dict.fromkeys(place for places in groups for place in chance.sample(places, min(count, len(places)))))
+
+
 def parsed():
     parser = argparse.ArgumentParser(description=__doc__, formatter_class=argparse.RawDescriptionHelpFormatter)
     parser.add_argument("build", type=pathlib.Path)
     parser.add_argument("--area", choices=AREAS, default="engine")
     parser.add_argument("--count", type=int, default=30)
     parser.add_argument("--seed", type=int, default=random.randrange(10**6))
-    parser.add_argument("--file", default="")
+    parser.add_argument("--file", action="append", dest="parts", metavar="PART")
     parser.add_argument("--line", type=int)
     parser.add_argument("--list", action="store_true")
     return parser.parse_args()
@@ -148,12 +155,14 @@ def main():
     area = AREAS[options.area]
     with tempfile.TemporaryDirectory(prefix="kt-mutation-") as folder:
         builder = Builder(options.build.resolve(), pathlib.Path(folder), area.library)
-        places = all_places(area, builder, options.file, options.line)
+        groups = [all_places(area, builder, part, options.line) for part in options.parts or [""]]
         if options.list:
-            print("\n".join(map(str, places)))
+            print("\n".join(str(place) for places in groups for place in places))
             return 0
-        chosen = random.Random(options.seed).sample(places, min(options.count, len(places)))
-        print(f"{len(places)} places, {len(chosen)} of them with --seed {options.seed}", flush=True)
+        chosen = picked(groups, options.count, random.Random(options.seed))
+        if not chosen:
+            sys.exit("no places")
+        print(f"{sum(map(len, groups))} places, {len(chosen)} of them with --seed {options.seed}", flush=True)
         check_unchanged(builder, chosen[0], area.runs)
         return try_out(builder, chosen, area.runs)
 

@@ -179,6 +179,16 @@ TEST_F(Rule16, ASharedSourceKeyStaysWithTheFirstWhereThisStoreHadNone)
     EXPECT_EQ(handed("B")["SourceKey"], Value("B"));
 }
 
+TEST_F(Rule16, ACalendarGoesWithTheSourceKeyThatItHasHere)
+{
+    agreed(kConduitCalendar, "A", calendarRecord("elsewhere"));
+    seenCalendar("local", "A", "here");
+    kept(kConduitCalendar, "B", calendarRecord("kept"));
+    seenCalendar("B", "B", "here before");
+    EXPECT_EQ(handed("A")["SourceKey"], Value("here"));
+    EXPECT_EQ(handed("B")["SourceKey"], Value("kept"));
+}
+
 TEST_F(Rule16, TheRecordKeyInASourceKeysPlaceIsNoOthersSourceKey)
 {
     agreed(kConduitCalendar, "A", calendarRecord("S"));

@@ -93,6 +93,70 @@ TEST_F(SyncEngineRules, Rule14_ASessionThatPushedNothingEndsWellAndWithoutEffect
     EXPECT_FALSE(engine.endRun(true).finished);
 }
 
+// What a plug-in that writes carefully leaves as it stands, or changes no more than it must.
+TEST_F(SyncEngineRules, Rule16_WhatIsHandedOutIsKnownAsWhatTheStoreGave)
+{
+    givenTwoHomes();
+    fields(home("b"), "Privat", "Zahnarzt").set("Location", "Praxis");
+    home("b").sync();
+    LocalState state(home("a").statePath());
+    const auto server = syncServerWithURL(serverUrl());
+    HostReports reports;
+    SyncEngine engine(state, *server, reports, {});
+    engine.beginRun({});
+    ASSERT_EQ(engine.startSync(5), 5);
+    const auto remote = engine.pullRecords();
+    std::map<std::string, SyncRecord> loaded;
+    SyncRecordList records;
+    const auto agreed = engine.getLocalState();
+    for (const auto& [key, record] : *agreed) {
+        loaded[std::string(record->record()["Title"].string())] = record;
+        records.push_back(record);
+    }
+    const auto result = engine.diffLocalStateWithLocalUpdates(records, remote, 7);
+    EXPECT_TRUE(engine.pushSyncResult(*result));
+    EXPECT_TRUE(engine.finishSync());
+    std::map<std::string, SyncRecord> handed;
+    const auto written = engine.getLocalState();
+    for (const auto& [key, record] : *written)
+        handed[std::string(record->record()["Title"].string())] = record;
+    EXPECT_EQ(handed["Einkaufen"], loaded["Einkaufen"]);
+    EXPECT_NE(handed["Zahnarzt"], loaded["Zahnarzt"]);
+    for (const char* title : {"Zahnarzt", "Privat"})
+        EXPECT_EQ(reports.carefulWriting.storedRecordOf(*handed[title]), loaded[title].get());
+    engine.endRun(false);
+}
+
+TEST_F(SyncEngineRules, Rule24_AHostMayLeaveSwitchesAlone)
+{
+    givenTwoHomes();
+    auto& a = home("a");
+    SyncRunOptions options;
+    options.home = "/home";
+    options.switches[a.store.keyOf(*a.store.calendar("Arbeit"))] = false;
+    a.switchOff("Arbeit");
+    a.sync();
+    a.store.calendar("Arbeit")->title = "Dienst";
+    LocalState state(a.statePath());
+    const auto server = syncServerWithURL(serverUrl());
+    HostReports reports;
+    SyncEngine engine(state, *server, reports, {});
+    engine.beginRun(options);
+    SyncRecordList records;
+    for (const auto& loaded : a.store.load()) {
+        reports.identities.reportIdentity(loaded.calendar,
+                                          {"", "", "", SimulatedStore::folderOf(*loaded.text)});
+        records.push_back(loaded.calendar);
+        records.insert(records.end(), loaded.items.begin(), loaded.items.end());
+    }
+    ASSERT_EQ(engine.startSync(5), 1);
+    const auto result = engine.diffLocalStateWithLocalUpdates(records, std::nullopt, 7);
+    EXPECT_TRUE(engine.pushSyncResult(*result));
+    engine.updateLocalStateWithUpdates({});
+    EXPECT_TRUE(engine.finishSync());
+    EXPECT_THAT(engine.endRun(true).reasons, IsEmpty());
+}
+
 TEST_F(SyncEngineRules, Rule14_ADeletionInASwitchedOffCalendarDoesNotComeBack)
 {
     givenTwoHomes();
@@ -173,6 +237,17 @@ TEST_F(SyncEngineRules, Rule14_WhatWasNotTakenComesAgainWhenItsCalendarIsOn)
     a.sync();
     EXPECT_EQ(a.store.count("Feier"), 1);
     expectRest();
+}
+
+TEST_F(SyncEngineRules, Rule17_ManyDeletionsThatAreLessThanHalfAreMade)
+{
+    auto& a = home("a");
+    a.store.calendars = {calendar("Privat")};
+    for (int number = 0; number < 30; ++number)
+        a.store.calendars.front().items.push_back(task("Aufgabe " + std::to_string(number)));
+    a.sync();
+    a.store.calendars.front().items.resize(18);
+    EXPECT_EQ(a.sync().deletedOnServer, 12U);
 }
 
 TEST_F(SyncEngineRules, Rule17_AnEmptiedStoreDeletesNothingUnlessTheUserSaysSo)

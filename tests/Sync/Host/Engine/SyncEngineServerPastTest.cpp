@@ -158,6 +158,40 @@ TEST_F(SyncEngineRules, Rule21_AnEditMeetsWhatWasWrittenUnderTheRevisionThatItWa
     expectRest();
 }
 
+// The few records that are asked about before are as they were.
+TEST_F(SyncEngineRules, Rule21_WhatTheRunBroughtThatFindsItOutComesDownAtOnce)
+{
+    givenTwoHomes();
+    auto& a = home("a");
+    auto& b = home("b");
+    const auto copy = *folder.read("server.db");
+    const auto enterMany = [](SimulatedHome& home) {
+        for (const char number : std::string("12345678"))
+            home.store.calendar("Privat")->items.push_back(
+                event(std::string("Termin ") + number, "20080101T100000"));
+    };
+    enterMany(a);
+    fields(a, "Privat", "Einkaufen").set("Notes", "von a");
+    a.sync();
+    folder.write("server.db", copy);
+    enterMany(b);
+    fields(b, "Privat", "Einkaufen").set("Location", "von b");
+    b.sync();
+    b.store.calendar("Privat")->items.push_back(task("Blumen"));
+    removeItem(b, "Arbeit", "Sitzung");
+    b.sync();
+    fields(a, "Privat", "Einkaufen").set("URL", "http://von.a");
+    const SyncRunSummary summary = a.sync();
+    EXPECT_EQ(summary.startResult, 5) << "no revision says so";
+    EXPECT_THAT(summary.notices, SizeIs(1));
+    EXPECT_EQ(a.store.count("Blumen"), 1);
+    EXPECT_EQ(a.store.count("Sitzung"), 1) << "nothing counts as deleted";
+    syncUntilRest();
+    expectEqualHomes();
+    EXPECT_EQ(fields(b, "Privat", "Einkaufen")["Notes"], Value("von a"));
+    EXPECT_EQ(fields(a, "Privat", "Einkaufen")["Location"], Value("von b"));
+}
+
 TEST_P(PutBackServer, Rule21_WhatWasEnteredUnderTheSameKeySinceIsAnotherItem)
 {
     a.store.calendar("Privat")->items.push_back(task("Anrufen"));

@@ -199,6 +199,52 @@ TEST_F(SyncEngineRules, Rule15_WhatCanBeReadOnlyAfterTheRewriteIsNewAndGoesUp)
     expectRest();
 }
 
+// Of what a rewrite brought and nobody missed. As long as it is remembered, the same is not new.
+class WhatWasNobodys : public SyncEngineRules {
+protected:
+    void SetUp() override
+    {
+        givenTwoHomes();
+        SimulatedItem unread = task("Zweitling");
+        unread.isBroken = true;
+        b.store.calendar("Privat")->items.push_back(unread);
+        syncUntilRest();
+    }
+    // In a file of the home's.
+    void see(const std::string& calendarTitle, const std::string& file)
+    {
+        SeenRow row;
+        row.local = {std::string(kConduitTask), "niemandes"};
+        row.localParentKey = b.store.keyOf(*b.store.calendar(calendarTitle));
+        row.place = {"uid", file, ""};
+        b.openState().addSeen(row, {{"Title", "niemandes"}});
+    }
+    bool isStillSeenAfterARewrite()
+    {
+        const std::size_t before = b.openState().seenRows().size();
+        fields(home("a"), "Privat", "Einkaufen").set("Notes", "Milch");
+        home("a").sync();
+        EXPECT_TRUE(b.sync().settled);
+        return b.openState().seenRows().size() == before;
+    }
+
+    SimulatedHome& b = home("b");
+};
+
+TEST_F(WhatWasNobodys, Rule15_IsForgottenWhereItIsGoneWhateverElseIsUnread)
+{
+    see("Arbeit", "Arbeit/Tasks/niemandes.ics");
+    EXPECT_FALSE(isStillSeenAfterARewrite());
+}
+
+TEST_F(WhatWasNobodys, Rule15_IsRememberedWhereItCannotBeRead)
+{
+    const SimulatedCalendar& privat = *b.store.calendar("Privat");
+    const std::string file = b.store.fileOf(privat, *b.store.item("Privat", "Zweitling"));
+    see("Privat", file.substr(std::string("/home/").size()));
+    EXPECT_TRUE(isStillSeenAfterARewrite());
+}
+
 TEST_F(SyncEngineRules, TheMarkCarriesTheFirstBackupOfARowOfUnsettledRewrites)
 {
     givenTwoHomes();

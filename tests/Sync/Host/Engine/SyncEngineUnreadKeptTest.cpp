@@ -151,5 +151,17 @@ TEST_F(UnreadKept, Rule24_AnUnreadSwitchedOffCalendarKeepsItsDeletions)
     expectRest();
 }
 
+// Keys are those of a conduit: what an item belonged to says nothing of a calendar.
+TEST_F(Unread, Rule23_AKeptItemOfACalendarsKeyMovesNoCalendar)
+{
+    const std::string key = a.store.keyOf(*a.store.calendar("Privat"));
+    const std::string unread = a.store.keyOf(*a.store.calendar("Arbeit"));
+    a.openState().setKept({{std::string(kConduitTask), key}, unread, ""},
+                          {{"Title", "Bericht"}, {"ParentRecordKey", unread}});
+    a.store.calendar("Arbeit")->isBroken = true;
+    a.store.touch();
+    EXPECT_EQ(a.sync().sent, 0U);
+}
+
 }  // namespace
 }  // namespace kt::test
