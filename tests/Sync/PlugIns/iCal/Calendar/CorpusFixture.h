@@ -12,8 +12,7 @@
 
 namespace kt::test {
 
-// Calendar files of many programs, which are no part of this repository. Without them the tests are
-// skipped.
+// Calendar files of many programs, at least those of tests/corpus.
 
 inline const std::filesystem::path kCorpus = KT_CORPUS_DIR;
 
@@ -52,8 +51,7 @@ class Corpus : public ModelFixture {
 protected:
     void SetUp() override
     {
-        if (!std::filesystem::is_directory(kCorpus))
-            GTEST_SKIP() << "no corpus at " << kCorpus;
+        ASSERT_TRUE(std::filesystem::is_directory(kCorpus)) << "no corpus at " << kCorpus;
     }
 
     /// A calendar whose folder holds that one file, loaded. Null when an Exception ended it.
