@@ -17,7 +17,8 @@ constexpr const char* kCopy = ".copy";
 /// A text stays unread until somebody mends it. Without a common past it cannot be known that a
 /// record of the server is the same, and while a rewrite is not settled a calendar that cannot be
 /// read is taken for half made. A calendar that was never read has no title that would keep another
-/// one of it away.
+/// one of it away. Where one file holds all items of a calendar it cannot be known, either, what
+/// was moved into it just before.
 void World::damage(Device& device, const Operation& operation)
 {
     Account& account = accountOf(device);
@@ -27,6 +28,11 @@ void World::damage(Device& device, const Operation& operation)
     const auto* calendar = pick(calendars, operation.first);
     if (place == nullptr || !account.hasBase ||
         (operation.what == Do::breakCalendar && account.syncedFolders.count(calendar->folder) == 0))
+        return;
+    const std::string folder = operation.what == Do::breakCalendar
+                                   ? calendar->folder
+                                   : stringByDeletingLastPathComponent(place->file);
+    if (device.systemVersion() == 4 && wasMovedInto(device, folder))
         return;
     std::string told;
     if (operation.what == Do::breakItem)
@@ -38,6 +44,18 @@ void World::damage(Device& device, const Operation& operation)
     if (operation.what == Do::breakCalendar && !told.empty())
         account.brokenTitles.insert(calendar->title);
     tell("  " + told);
+}
+
+bool World::wasMovedInto(Device& device, const std::string& folder)
+{
+    const auto& places = accountOf(device).places;
+    for (const auto& place : device.hand().itemsBelow(folder))
+        for (const int token : tokensOf(place.item)) {
+            const auto before = places.find(token);
+            if (before != places.end() && before->second != folder)
+                return true;
+        }
+    return false;
 }
 
 void World::mendAll(Device& device)

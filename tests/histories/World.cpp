@@ -187,6 +187,11 @@ void World::noteSynced(Device& device)
         if (account.synced.count(token) == 0)
             synced.erase(token);
     account.synced = std::move(synced);
+    account.places.clear();
+    for (const auto& calendar : device.hand().calendars())
+        for (const auto& place : device.hand().itemsBelow(calendar.folder))
+            for (const int token : tokensOf(place.item))
+                account.places[token] = calendar.folder;
     for (const auto& calendar : device.hand().calendars())
         if (!account.damages.isBelow(calendar.folder))
             account.syncedFolders.insert(calendar.folder);

@@ -51,6 +51,7 @@ private:
         bool hasBase = false;                  // a run of it was completed
         bool isDirty = false;                  // somebody worked in the store since
         std::set<int> synced{};  // tokens that were in the store at its end and known by then
+        std::map<int, std::string> places{};    // folders of the calendars that they stood in
         std::set<std::string> syncedFolders{};  // of calendars, likewise
         struct Store {
             Device::StoreCopy copy;
@@ -87,6 +88,7 @@ private:
     void putIntoGroup(Device& device, const Operation& operation);
     void changeGroup(Device& device, const Operation& operation);
     void damage(Device& device, const Operation& operation);
+    bool wasMovedInto(Device& device, const std::string& folder);
     void mendAll(Device& device);
     void copy(Device& device, Do what);
     void putBack(Device& device, const Operation& operation);

@@ -71,11 +71,7 @@ struct UnreadTexts::Claiming {
         }
         for (std::size_t text = 0; text < texts._texts.size(); ++text) {
             const Text& asking = texts._texts[text];
-            if (excluded.count(text) != 0)
-                continue;
-            if (asking.isCommon)
-                claimAmong(text, items);
-            if (asking.toldBy != ToldBy::nothing)
+            if (asking.toldBy != ToldBy::nothing || excluded.count(text) != 0)
                 continue;
             // A folder that is named after a calendar is that one and no other.
             if (asking.loss.extent == KTLoss::Extent::calendar && claims.byTexts[text])

@@ -91,13 +91,6 @@ struct UnreadTexts::KnownPlaces {
         return found == filesByName.end() ? "" : found->second.file;
     }
 
-    // Where files are not named after items, one holds all of its calendar.
-    bool hasCommonName(const std::string& file) const
-    {
-        const auto found = filesByName.find(lastPathComponent(file));
-        return found != filesByName.end() && found->second.file.empty();
-    }
-
     bool hasFileBelow(const std::string& folder) const
     {
         const auto next = files.lower_bound(folder + '/');
@@ -156,11 +149,9 @@ void UnreadTexts::tell(Text& text, const KnownPlaces& known) const
             known.files.count(text.file) != 0 ? text.file : known.fileOfName(text.file);
         if (!text.knownFile.empty())
             text.toldBy = ToldBy::file;
-        text.isCommon = known.hasCommonName(text.file);
         return;
     case Extent::calendar:
         tellCalendar(text, known);
-        text.isCommon = text.toldBy == ToldBy::calendar;
         return;
     }
 }
@@ -200,8 +191,6 @@ void UnreadTexts::indexTexts()
         const Text& text = _texts[index];
         if (text.loss.extent == Extent::calendar)
             _wholeCalendars.push_back(index);
-        if (text.isCommon)
-            _common.push_back(index);
         switch (text.toldBy) {
         case ToldBy::uidInCalendar:
         case ToldBy::uid:
@@ -256,8 +245,6 @@ bool UnreadTexts::isCertain(const Text& text, const KnownRecord& record) const
 
 bool UnreadTexts::isPossible(const Text& text, const KnownRecord& record) const
 {
-    if (text.isCommon && !record.isCalendar && text.since == record.since)
-        return true;
     if (text.toldBy != ToldBy::nothing || text.since < record.since)
         return false;
     if (text.loss.extent == Extent::calendar)
@@ -276,9 +263,8 @@ UnreadClaim UnreadTexts::claimOn(const KnownRecord& record) const
         std::any_of(_wholeCalendars.begin(), _wholeCalendars.end(), claims))
         return UnreadClaim::certain;
     const auto mayClaim = [&](std::size_t text) { return isPossible(_texts[text], record); };
-    const bool isClaimed = std::any_of(_untold.begin(), _untold.end(), mayClaim) ||
-                           std::any_of(_common.begin(), _common.end(), mayClaim);
-    return isClaimed ? UnreadClaim::possible : UnreadClaim::none;
+    return std::any_of(_untold.begin(), _untold.end(), mayClaim) ? UnreadClaim::possible
+                                                                 : UnreadClaim::none;
 }
 
 bool UnreadTexts::isInFolderOf(const std::string& sourceKey) const

@@ -37,8 +37,7 @@ enum class UnreadClaim {
 /// its folder. What can be told by none of these may be whatever is missing of its calendar (of the
 /// same file, if anything is), unless the same text was there already at a time when the record was
 /// still read. A text that is a whole calendar, and can be told by nothing, may be any missing
-/// calendar; and what was missed first when a calendar, or the file of all its items, could not be
-/// read any more may have been moved into it before.
+/// calendar.
 class UnreadTexts {
 public:
     /// Nothing of the arguments is kept but copies.
@@ -90,7 +89,6 @@ private:
         std::int64_t since = std::numeric_limits<std::int64_t>::max();  // without end: never known
         ToldBy toldBy = ToldBy::nothing;
         std::string knownFile{};                    // of a file: where its item stood
-        bool isCommon = false;                      // items of other calendars can be moved into it
         std::unordered_set<std::string> calendars;  // of a whole calendar: local keys
     };
     struct KnownPlaces;
@@ -110,7 +108,6 @@ private:
     std::unordered_multimap<std::string, std::size_t> _byUid;
     std::unordered_multimap<std::string, std::size_t> _byFile;
     std::vector<std::size_t> _wholeCalendars;
-    std::vector<std::size_t> _common;
     std::vector<std::size_t> _untold;  // one of each group is enough to ask whether one may be ...
 };
 

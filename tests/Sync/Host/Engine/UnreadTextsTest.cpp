@@ -68,7 +68,6 @@ protected:
     const KnownRecord a = item("C", {"uid-a", "C/Events/a.ics"});
     const KnownRecord b = item("C", {"uid-b", "C/Events/b.ics"});
     const KnownRecord d = item("D", {"uid-d", "D/Events/d.ics"});
-    const KnownRecord missedBefore = item("D", {"uid-e", "D/Events/e.ics"}, 0);
 
     TemporaryFolder folder;
     LocalState state{folder.path("state")};
@@ -156,19 +155,8 @@ TEST_F(UnreadTextsTest, AWholeCalendarIsKnownByKeyOrFolder)
         EXPECT_EQ(unread.claimOn(calendarNamed("C", "C")), UnreadClaim::certain);
         EXPECT_EQ(unread.claimOn(a), UnreadClaim::certain);
         EXPECT_EQ(unread.claimOn(calendarNamed("D", "D")), UnreadClaim::none);
-        EXPECT_EQ(unread.claimOn(missedBefore), UnreadClaim::none);
+        EXPECT_EQ(unread.claimOn(d), UnreadClaim::none);
     }
-}
-
-TEST_F(UnreadTextsTest, WhatWasMissedFirstWhenACalendarCouldNotBeReadAnyMoreMayStandInIt)
-{
-    const UnreadTexts unread = texts({text(Extent::calendar, "/home/C/Info.plist")});
-    EXPECT_EQ(unread.claimOn(d), UnreadClaim::possible);
-    EXPECT_EQ(unread.claimOn(calendarNamed("D", "D")), UnreadClaim::none)
-        << "no calendar stands in another one";
-    const auto claims = unread.claimsOn({d, missedBefore});
-    EXPECT_EQ(claims.onRecords[0], UnreadClaim::possible);
-    EXPECT_EQ(claims.onRecords[1], UnreadClaim::none);
 }
 
 TEST_F(UnreadTextsTest, ADisplacedCalendarIsNotTheOneThatIsRead)
