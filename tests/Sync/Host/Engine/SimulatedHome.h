@@ -8,21 +8,10 @@
 #include <vector>
 
 #include "Sync/Host/Engine/SyncEngine.h"
+#include "tests/Sync/Host/Engine/Break.h"
 #include "tests/Sync/Host/Engine/SimulatedStore.h"
 
 namespace kt::test {
-
-/// Where a run is broken off.
-enum class Break {
-    nowhere,
-    cancelBeforeSession,  // the user cancels while the store is loaded
-    cancelBeforePush,     // ... or while records are compared
-    killBeforeFinish,     // the process is gone, nothing is tidied up
-    killAfterFinish,
-    killInRewrite,
-    killBeforeSettling,
-    cancelBeforeRewrite,  // the calendar program was started meanwhile
-};
 
 /// One device: a store, a state file, the plug-in's preferences, and a plug-in that drives the
 /// engine in the real one's order and thins out what it pulls and pushes in the real one's way.

@@ -9,7 +9,6 @@
 
 #include "Sync/Foundation/Digest.h"
 #include "Sync/Foundation/Platform.h"
-#include "Sync/Host/Engine/HostEnhancedDate.h"
 #include "Sync/Host/Engine/HostSyncRecord.h"
 
 namespace kt::test {
@@ -292,48 +291,6 @@ void SimulatedStore::rewrite(const SyncRecordMap& records, const Rewriting& rewr
         calendars.push_back(std::move(each));
     }
     putBack(before, rewriting);
-}
-
-namespace {
-
-// No two texts have one UID unless somebody copied one.
-std::string newUid(const std::string& title)
-{
-    static int made = 0;
-    return "uid-" + title + "-" + std::to_string(++made);
-}
-
-}  // namespace
-
-EnhancedDate date(const std::string& text, const std::string& timezone)
-{
-    const bool isAllDay = text.find('T') == std::string::npos;
-    return HostEnhancedDateClass().enhancedDateWithDate(
-        CalendarDate::dateWithString(isAllDay ? text + "T000000" : text, "%Y%m%dT%H%M%S"), timezone,
-        isAllDay);
-}
-
-SimulatedItem event(const std::string& title, const std::string& start, Dictionary more)
-{
-    Dictionary fields{{"Title", title}, {"Sequence", "1"}, {"StartDate", date(start)}};
-    fields.merge(more);
-    return {std::string(kConduitEvent), fields, newUid(title)};
-}
-
-SimulatedItem task(const std::string& title, Dictionary more)
-{
-    Dictionary fields{{"Title", title}, {"Sequence", "1"}, {"Completed", false}};
-    fields.merge(more);
-    return {std::string(kConduitTask), fields, newUid(title)};
-}
-
-SimulatedCalendar calendar(const std::string& title, std::vector<SimulatedItem> items)
-{
-    SimulatedCalendar made;
-    made.title = title;
-    made.sourceKey = "SK-" + title;
-    made.items = std::move(items);
-    return made;
 }
 
 }  // namespace kt::test

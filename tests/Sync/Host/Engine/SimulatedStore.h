@@ -8,34 +8,12 @@
 
 #include "Sync/HostInterface/KTSyncEnhancedDate.h"
 #include "Sync/HostInterface/KTSyncRecord.h"
+#include "tests/Sync/Host/Engine/HomeModel.h"
 
 namespace kt::test {
 
-/// What a store can hold differs by layout; the simulation keeps to the differences that matter to
-/// an engine.
-enum class Layout { tiger, leopard };
-
-struct SimulatedItem {
-    std::string conduit;
-    Dictionary fields;  // without ParentRecordKey and Timezone, which the reader adds
-    std::string uid;
-    bool isBroken = false;  // its text cannot be read until somebody mends it
-};
-
-struct SimulatedCalendar {
-    std::string title;
-    std::string type = "CalendarNode";
-    std::string color = "#FF0000";
-    std::string notes;
-    std::string sourceKey;
-    int order = 0;
-    std::string group;  // title of its group, empty at top level
-    Dictionary extra;   // further fields of its record
-    std::vector<SimulatedItem> items;
-    bool isBroken = false;  // it cannot be read until somebody mends it
-
-    bool isGroup() const { return type == "CalendarGroup"; }
-};
+using SimulatedItem = HomeItem;
+using SimulatedCalendar = HomeCalendar;
 
 /// A calendar store in memory that computes record keys from content, as the real ones do, and
 /// gives back after a rewrite only what its layout holds.
@@ -94,12 +72,5 @@ private:
     int _version = 0;
     int _rewrites = 0;
 };
-
-/// `20071224T100000` in that zone, or `20071224` all-day.
-EnhancedDate date(const std::string& text, const std::string& timezone = "Europe/Berlin");
-
-SimulatedItem event(const std::string& title, const std::string& start, Dictionary more = {});
-SimulatedItem task(const std::string& title, Dictionary more = {});
-SimulatedCalendar calendar(const std::string& title, std::vector<SimulatedItem> items = {});
 
 }  // namespace kt::test
