@@ -12,12 +12,11 @@ using testing::ElementsAre;
 class HalfMadeFolder : public UnreadHomes {
 protected:
     // `there` comes into the other home's store; the rewrite of "a" is killed.
-    void givenAKilledRewriteOf(const SimulatedCalendar& there)
+    void givenAKilledRewriteOf(const HomeCalendar& there)
     {
         givenHomes();
         damage(home("a"), "Arbeit", "Sitzung");
         home("b").store.calendars.push_back(there);
-        home("b").store.touch();
         home("b").sync();
         home("a").sync(broken(Break::killAfterFinish));
     }
@@ -37,7 +36,6 @@ protected:
         auto& a = home("a");
         a.furtherLosses = {loss};
         a.beforeSettling = [&a] { a.furtherLosses.clear(); };
-        a.store.touch();
         const SyncRunSummary summary = a.sync();
         a.beforeSettling = nullptr;
         return summary;
@@ -57,7 +55,7 @@ protected:
 
 TEST_F(HalfMadeFolder, Rule19_ACalendarsIsWrittenOver)
 {
-    const SimulatedCalendar garden = calendar("Garten", {task("Umgraben")});
+    const HomeCalendar garden = calendar("Garten", {task("Umgraben")});
     givenAKilledRewriteOf(garden);
     const KTLoss loss = lossOf(garden.sourceKey + ".calendar");
     EXPECT_THAT(syncWith(loss).overwritten, ElementsAre(loss));
@@ -66,7 +64,7 @@ TEST_F(HalfMadeFolder, Rule19_ACalendarsIsWrittenOver)
 
 TEST_F(HalfMadeFolder, Rule19_AGroupsIsWrittenOver)
 {
-    SimulatedCalendar group = calendar("Zuhause");
+    HomeCalendar group = calendar("Zuhause");
     group.type = "CalendarGroup";
     group.sourceKey.clear();
     givenAKilledRewriteOf(group);

@@ -12,7 +12,7 @@ HomeStore::HomeStore(Layout layout, std::string home) : _layout(layout), _home(s
 {
     const OnDisk work(_home, _disk);
     SuiteFolder(_home).create();
-    HomeStoreWriter(_layout, _home, {}, Damage::inPlace).begin();
+    HomeStoreWriter(_layout, _home, Damage::inPlace).begin();
 }
 
 HomeCalendar* HomeStore::calendar(const std::string& title)
@@ -49,10 +49,10 @@ std::string HomeStore::root() const
     return _layout == Layout::tiger ? paths.iCalFolder() : paths.calendarsFolder();
 }
 
-void HomeStore::write(const HomeStoreWriter::IsBroken& isBroken, Damage damage)
+void HomeStore::write(Damage damage)
 {
     const OnDisk work(_home, _disk);
-    HomeStoreWriter(_layout, _home, isBroken, damage).write(calendars, _known);
+    HomeStoreWriter(_layout, _home, damage).write(calendars, _known);
     _known = calendars;
     _bytes = _disk->description(root());
 }

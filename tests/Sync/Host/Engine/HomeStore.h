@@ -6,9 +6,9 @@
 #include <utility>
 #include <vector>
 
+#include "tests/Sync/Host/Engine/DiskWithReadErrors.h"
 #include "tests/Sync/Host/Engine/HomeModel.h"
 #include "tests/Sync/Host/Engine/HomeStoreWriter.h"
-#include "tests/support/MemoryFileManager.h"
 
 namespace kt::test {
 
@@ -29,7 +29,7 @@ public:
     Layout layout() const { return _layout; }
     int systemVersion() const { return _layout == Layout::tiger ? 4 : 5; }
     const std::string& home() const { return _home; }
-    const std::shared_ptr<MemoryFileManager>& disk() const { return _disk; }
+    const std::shared_ptr<DiskWithReadErrors>& disk() const { return _disk; }
     /// The folder that is the store.
     std::string root() const;
 
@@ -37,7 +37,7 @@ public:
     int rewrites() const { return _rewrites; }
     void noteRewrite() { ++_rewrites; }
 
-    void write(const HomeStoreWriter::IsBroken& isBroken, Damage damage);
+    void write(Damage damage);
     /// Takes over what stands on the disk, unless nothing changed since it was written.
     void read();
     /// What stands on the disk, as the plug-in reads it.
@@ -55,7 +55,7 @@ public:
 private:
     Layout _layout;
     std::string _home;
-    std::shared_ptr<MemoryFileManager> _disk = std::make_shared<MemoryFileManager>();
+    std::shared_ptr<DiskWithReadErrors> _disk = std::make_shared<DiskWithReadErrors>();
     std::vector<HomeCalendar> _known;  // what stands on the disk
     std::map<std::string, std::string> _bytes;
     int _rewrites = 0;

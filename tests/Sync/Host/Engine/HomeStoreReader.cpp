@@ -197,6 +197,16 @@ void HomeStoreReader::keepUnread(std::vector<HomeCalendar>& calendars) const
             rest.stored = std::make_shared<StoredCalendar>(
                 StoredCalendar{old.stored->folder, old.stored->record, true, ""});
         }
+        // A group says itself which calendars belong to it.
+        for (HomeCalendar& each : calendars) {
+            const auto wasMember = [&](const HomeCalendar& other) {
+                return other.stored && other.stored->folder == each.stored->folder &&
+                       other.group == old.title;
+            };
+            if (old.isGroup() && each.group.empty() &&
+                std::any_of(_before.begin(), _before.end(), wasMember))
+                each.group = old.title;
+        }
         calendars.push_back(std::move(rest));
     }
 }

@@ -18,6 +18,7 @@ namespace kt::test {
 namespace {
 
 constexpr std::string_view kNoCalendar = "kaputt";
+constexpr const char* kNoName = "ohne";
 
 FileManager& disk() { return FileManager::defaultManager(); }
 
@@ -49,6 +50,15 @@ std::string withoutLine(std::string text, const std::string& name)
     return text;
 }
 
+std::string uidOf(const std::string& text)
+{
+    const std::string begin = "\r\nUID:";
+    const std::size_t at = text.find(begin);
+    if (at == std::string::npos)
+        return "";
+    return text.substr(at + begin.size(), text.find("\r\n", at + 2) - at - begin.size());
+}
+
 template <class Items>
 bool holds(const Items& items, const void* stored)
 {
@@ -58,11 +68,9 @@ bool holds(const Items& items, const void* stored)
 
 }  // namespace
 
-HomeStoreWriter::HomeStoreWriter(Layout layout, const std::string& home, IsBroken isBroken,
-                                 Damage damage)
+HomeStoreWriter::HomeStoreWriter(Layout layout, const std::string& home, Damage damage)
     : _layout(layout),
       _paths(home),
-      _isBroken(std::move(isBroken)),
       _damage(damage),
       _store(StoreLayout::forSystemVersion(layout == Layout::tiger ? 4 : 5, _paths))
 {
@@ -155,7 +163,7 @@ void HomeStoreWriter::describe(HomeCalendar& calendar, const std::vector<HomeCal
     EXPECT_FALSE(isNew && hasFolder && disk().fileExistsAtPath(stored->folder))
         << stored->folder << " is taken";
     const std::string path = StorePaths::infoFile(stored->folder);
-    if (stored->isBroken && !_isBroken(calendar, nullptr)) {
+    if (stored->isBroken && !calendar.isBroken) {
         if (stored->whole.empty())
             stored->record = {};
         else
@@ -166,7 +174,7 @@ void HomeStoreWriter::describe(HomeCalendar& calendar, const std::vector<HomeCal
         writeDescription(calendar, record, stored->folder);
     if (!stored->isBroken)
         stored->record = record;
-    if (hasFolder && !stored->isBroken && _isBroken(calendar, nullptr)) {
+    if (hasFolder && !stored->isBroken && calendar.isBroken) {
         stored->whole = disk().contentsAtPath(path).value_or("");
         disk().writeAtomically(kNoCalendar, path);
         stored->isBroken = true;
@@ -217,19 +225,18 @@ void HomeStoreWriter::writeItems(HomeCalendar& calendar, const HomeCalendar* kno
             take(*old);
     }
     for (HomeItem& item : calendar.items)
-        writeItem(calendar, item);
+        writeItem(item);
 }
 
-void HomeStoreWriter::writeItem(const HomeCalendar& calendar, HomeItem& item)
+void HomeStoreWriter::writeItem(HomeItem& item)
 {
-    const bool isBroken = _isBroken(calendar, &item);
-    if (item.stored->whole && !isBroken) {
+    if (item.stored->whole && !item.isBroken) {
         take(*item.stored);
         item.stored = item.stored->whole;
         put(*item.stored);
     }
     const auto& whole = item.stored->whole ? item.stored->whole : item.stored;
-    const bool isUidAnother = whole->text.find("\r\nUID:" + item.uid + "\r\n") == std::string::npos;
+    const bool isUidAnother = uidOf(whole->text) != item.uid;
     if (!item.stored->whole && (item.fields != item.stored->fields || isUidAnother)) {
         auto changed =
             std::make_shared<StoredText>(StoredText{item.stored->path, textOf(item), item.fields});
@@ -243,7 +250,7 @@ void HomeStoreWriter::writeItem(const HomeCalendar& calendar, HomeItem& item)
         }
         item.stored = std::move(changed);
     }
-    if (isBroken && !item.stored->whole)
+    if (item.isBroken && !item.stored->whole)
         item.stored = damaged(item.stored);
 }
 
@@ -279,9 +286,10 @@ std::string HomeStoreWriter::pathFor(const HomeCalendar& calendar, const HomeIte
     if (_layout == Layout::tiger)
         return StorePaths::itemsFile104(folder);
     const std::string events = StorePaths::eventsFolder(folder);
-    std::string path = StorePaths::itemFile105(events, item.uid);
+    const std::string name = item.uid.empty() ? kNoName : item.uid;
+    std::string path = StorePaths::itemFile105(events, name);
     for (int number = 2; disk().fileExistsAtPath(path); ++number)
-        path = StorePaths::itemFile105(events, item.uid + "-" + std::to_string(number));
+        path = StorePaths::itemFile105(events, name + "-" + std::to_string(number));
     return path;
 }
 
@@ -289,8 +297,9 @@ std::string HomeStoreWriter::textOf(const HomeItem& item)
 {
     HostClasses classes;
     const auto write = [&](KTSyncCalendarItem& written) {
-        written.setUID(item.uid);
-        return written.iCalLines();
+        written.setUID(item.uid.empty() ? std::string(kNoName) : item.uid);
+        const std::string text = written.iCalLines();
+        return item.uid.empty() ? withoutLine(text, "UID") : text;
     };
     if (item.conduit == kConduitEvent) {
         KTSyncEvent event(&_helper, item.uid, item.fields);

@@ -1,6 +1,5 @@
 #pragma once
 
-#include <functional>
 #include <memory>
 #include <set>
 #include <string>
@@ -23,10 +22,7 @@ enum class Damage {
 /// byte for byte. To be made where the home's disk is in force.
 class HomeStoreWriter {
 public:
-    /// What is to be unreadable; the item is null for a calendar.
-    using IsBroken = std::function<bool(const HomeCalendar& calendar, const HomeItem* item)>;
-
-    HomeStoreWriter(Layout layout, const std::string& home, IsBroken isBroken, Damage damage);
+    HomeStoreWriter(Layout layout, const std::string& home, Damage damage);
 
     /// The store as the program leaves it after its first start.
     void begin();
@@ -47,7 +43,7 @@ private:
     void writeDescription(const HomeCalendar& calendar, const Dictionary& record,
                           const std::string& folder);
     void writeItems(HomeCalendar& calendar, const HomeCalendar* known);
-    void writeItem(const HomeCalendar& calendar, HomeItem& item);
+    void writeItem(HomeItem& item);
     std::string indexOf(const std::vector<HomeCalendar>& calendars);
     std::string folderFor(const HomeCalendar& calendar) const;
     std::string pathFor(const HomeCalendar& calendar, const HomeItem& item) const;
@@ -59,7 +55,6 @@ private:
 
     Layout _layout;
     StorePaths _paths;
-    IsBroken _isBroken;
     Damage _damage;
     RecordingPluginHelper _helper;
     std::unique_ptr<const StoreLayout> _store;

@@ -35,10 +35,15 @@ public:
           _state(home._statePath, wishes.dryRun ? StateAccess::readOnly : StateAccess::readWrite)
     {
         _home.store.disk()->setFault([this](const std::string& step) { return onDisk(step); });
+        _home.store.disk()->unreadable = _home.unreadablePaths();
         if (!_plugin.isEnabled())
             _plugin.enable();
     }
-    ~Session() { _home.store.disk()->setFault({}); }
+    ~Session()
+    {
+        _home.store.disk()->setFault({});
+        _home.store.disk()->unreadable.clear();
+    }
     Session(const Session&) = delete;
     Session& operator=(const Session&) = delete;
 
@@ -74,6 +79,7 @@ private:
     void onPluginIsDone();
     bool onDisk(const std::string& step);
     void loseWhatDoesNotArrive();
+    void inStore(const std::function<void()>& work);
 
     MemoryHome& _home;
     const Wishes& _wishes;
@@ -129,11 +135,8 @@ void MemoryHome::Session::onLoading()
     if (isSettling()) {
         if (_wishes.breakAt == Break::killBeforeSettling)
             die();
-        if (_home.beforeSettling) {
-            _home.store.read();
-            _home.beforeSettling();
-            _home.writeStore();
-        }
+        if (_home.beforeSettling)
+            inStore([this] { _home.beforeSettling(); });
     }
     for (const KTLoss& loss : _home.furtherLosses)
         _classes.lossReport().reportLoss(loss);
@@ -192,14 +195,27 @@ void MemoryHome::Session::loseWhatDoesNotArrive()
 {
     if (_home.full.empty())
         return;
+    inStore([this] {
+        const auto isLost = [this](const std::string& title) {
+            return _home.full.count(title) != 0;
+        };
+        std::erase_if(_home.store.calendars,
+                      [&](const HomeCalendar& each) { return isLost(each.title); });
+        for (HomeCalendar& calendar : _home.store.calendars)
+            std::erase_if(calendar.items, [&](const HomeItem& item) {
+                return isLost(item.fields["Title"].description());
+            });
+    });
+}
+
+/// Somebody works in the store while the run goes on.
+void MemoryHome::Session::inStore(const std::function<void()>& work)
+{
+    _home.store.disk()->unreadable.clear();
     _home.store.read();
-    std::erase_if(_home.store.calendars,
-                  [&](const HomeCalendar& each) { return _home.full.count(each.title) != 0; });
-    for (HomeCalendar& calendar : _home.store.calendars)
-        std::erase_if(calendar.items, [&](const HomeItem& item) {
-            return _home.full.count(item.fields["Title"].description()) != 0;
-        });
+    work();
     _home.writeStore();
+    _home.store.disk()->unreadable = _home.unreadablePaths();
 }
 
 MemoryHome::MemoryHome(const std::string& name, std::string statePath, std::string url,
@@ -232,17 +248,23 @@ bool MemoryHome::resetSync()
     return Session(*this, {}).reset();
 }
 
-bool MemoryHome::isBroken(const HomeCalendar& calendar, const HomeItem* item) const
+std::set<std::string> MemoryHome::unreadablePaths() const
 {
-    if (item == nullptr)
-        return calendar.isBroken || unreadable.count(calendar.title) != 0;
-    return item->isBroken || unreadable.count(item->fields["Title"].description()) != 0;
+    std::set<std::string> paths;
+    for (const HomeCalendar& calendar : store.calendars) {
+        if (unreadable.count(calendar.title) != 0)
+            paths.insert(StorePaths::infoFile(calendar.stored->folder));
+        for (const HomeItem& item : calendar.items) {
+            if (unreadable.count(item.fields["Title"].description()) != 0)
+                paths.insert(item.stored->path);
+        }
+    }
+    return paths;
 }
 
 void MemoryHome::writeStore()
 {
-    store.write([this](const auto& calendar, const auto* item) { return isBroken(calendar, item); },
-                telling == Telling::all ? Damage::inPlace : Damage::elsewhere);
+    store.write(telling == Telling::all ? Damage::inPlace : Damage::elsewhere);
 }
 
 std::vector<HomeCalendar> MemoryHome::calendarsAsRead()

@@ -40,8 +40,8 @@ public:
     bool isOn(const std::string& calendarTitle);
     bool resetSync();
 
-    /// Items of these titles, and calendars of these titles, cannot be read; likewise what is
-    /// broken in the store.
+    /// The files of items, and the descriptions of calendars, of these titles cannot be read for
+    /// the disk fails there, while what stands in them is whole.
     std::set<std::string> unreadable;
     /// Calendars of these titles are told as such that a rewrite would not keep.
     std::set<std::string> unsafe;
@@ -81,7 +81,7 @@ private:
     class Session;
 
     void setOn(const std::string& calendarTitle, bool isOn);
-    bool isBroken(const HomeCalendar& calendar, const HomeItem* item) const;
+    std::set<std::string> unreadablePaths() const;
 
     std::string _statePath;
     OneBackup _backup{*store.disk()};

@@ -15,7 +15,7 @@ namespace kt::test {
 /// own are tested there.
 class SyncEngineRules : public SyncEngineFixture {
 protected:
-    using Wishes = SimulatedHome::Wishes;
+    using Wishes = MemoryHome::Wishes;
 
     static Wishes broken(Break at)
     {
@@ -40,7 +40,7 @@ protected:
     /// What the server holds of a record now, a deleted one's last content included.
     Dictionary recordOnServer(const RecordId& id);
 
-    static Dictionary& fields(SimulatedHome& home, const std::string& calendar,
+    static Dictionary& fields(MemoryHome& home, const std::string& calendar,
                               const std::string& title)
     {
         return home.store.item(calendar, title)->fields;

@@ -68,7 +68,7 @@ TEST_P(ScenarioBrokenOff, WhatWasDeletedStaysGoneAndWhatWasEditedIsThereOnce)
     b.store.item("Privat", "f")->fields.set("Location", "Praxis");
     b.store.item("Privat", "f")->fields.set("Sequence", "2");  // another key
     b.sync();
-    SimulatedHome::Wishes wishes;
+    MemoryHome::Wishes wishes;
     wishes.breakAt = GetParam();
     a.sync(wishes);
     EXPECT_EQ(a.sync().startResult, 6);
@@ -90,13 +90,12 @@ TEST_P(ScenarioBrokenOff, WhatWasEditedMeanwhileIsNotLost)
     syncUntilRest();
     b.store.item("Privat", "e")->fields.set("Location", "Praxis");
     b.sync();
-    SimulatedHome::Wishes wishes;
+    MemoryHome::Wishes wishes;
     wishes.breakAt = GetParam();
     a.sync(wishes);
-    if (SimulatedItem* f = a.store.item("Privat", "f"))
+    if (HomeItem* f = a.store.item("Privat", "f"))
         f->fields.set("Notes", "danach");
     const bool wasThere = a.store.item("Privat", "f") != nullptr;
-    a.store.touch();
     syncUntilRest();
     EXPECT_EQ(b.store.item("Privat", "f")->fields.contains("Notes"), wasThere);
     EXPECT_EQ(a.store.item("Privat", "e")->fields["Location"], Value("Praxis"));
@@ -116,10 +115,11 @@ TEST_F(Scenario, AStoreWithoutASingleInfoFileIsHealed)
     b.sync();
     b.store.calendar("Privat")->items.push_back(task("Blumen"));
     b.sync();
-    SimulatedHome::Wishes wishes;
+    MemoryHome::Wishes wishes;
     wishes.breakAt = Break::killAfterFinish;
     a.sync(wishes);
-    a.store.rewrite({});  // every item file is written, no folder can be read
+    for (const HomeCalendar& each : a.store.calendars)
+        a.store.disk()->removeFileAtPath(StorePaths::infoFile(each.stored->folder));
     EXPECT_TRUE(a.sync().settled);
     EXPECT_EQ(a.store.count("e"), 1);
     EXPECT_EQ(a.store.count("Blumen"), 1);
@@ -176,7 +176,8 @@ TEST_F(Scenario, ACalendarThatCannotBeReadWaitsAndFollowsOnceItIsMended)
     const SyncRunSummary unread = a.sync();
     EXPECT_FALSE(unread.held);
     ASSERT_EQ(unread.newlyUnread.size(), 1U);
-    EXPECT_EQ(unread.newlyUnread[0].calendar, "Privat");
+    EXPECT_EQ(unread.newlyUnread[0].file,
+              StorePaths::infoFile(a.store.calendar("Privat")->stored->folder));
     EXPECT_EQ(unread.deletedOnServer, 0U);
     EXPECT_EQ(unread.sent, 1U);
     b.store.item("Privat", "e")->fields.set("Location", "Praxis");
@@ -195,14 +196,13 @@ TEST_F(Scenario, TwentyIdleRunsMoveNotAByte)
 {
     auto& a = home("a", Layout::tiger);
     auto& b = home("b");
-    SimulatedCalendar group = calendar("Haus");
+    HomeCalendar group = calendar("Haus");
     group.type = "CalendarGroup";
     group.notes = "alles ums Haus";
-    SimulatedCalendar garden =
-        calendar("Garten", {task("Gießen"), event("Ernte", "20080801T100000")});
+    HomeCalendar garden = calendar("Garten", {task("Gießen"), event("Ernte", "20080801T100000")});
     garden.group = "Haus";
     garden.notes = "hinten";
-    SimulatedCalendar feed = calendar("Feiertage", {event("Neujahr", "20080101")});
+    HomeCalendar feed = calendar("Feiertage", {event("Neujahr", "20080101")});
     feed.type = "CalendarSubscriber";
     feed.extra = {{"Subscriber",
                    Dictionary{{"SubscriptionURL", "http://example.invalid"}, {"RefreshDate", 1}}}};
@@ -223,7 +223,7 @@ TEST_F(Scenario, ARefreshedSubscriptionIsNoChange)
 {
     auto& a = home("a");
     home("b");
-    SimulatedCalendar feed = calendar("Feiertage", {event("Neujahr", "20080101")});
+    HomeCalendar feed = calendar("Feiertage", {event("Neujahr", "20080101")});
     feed.type = "CalendarSubscriber";
     feed.extra = {{"Subscriber",
                    Dictionary{{"SubscriptionURL", "http://example.invalid"}, {"RefreshDate", 1}}}};
@@ -234,21 +234,6 @@ TEST_F(Scenario, ARefreshedSubscriptionIsNoChange)
                                   {"RefreshDate", 2},
                                   {"NeedsRefresh", true}}}};
     EXPECT_EQ(a.sync().sent, 0U);
-}
-
-TEST_F(Scenario, TwoEventsThatTheStoreTakesForOneAreBothKept)
-{
-    auto& a = home("a");
-    auto& b = home("b");
-    a.store.calendars = {calendar("Privat")};
-    syncUntilRest();
-    // Both enter it, with a sequence of their own: two keys, one event to the reader.
-    a.store.calendar("Privat")->items = {event("e", "20071224T100000", {{"Sequence", "2"}})};
-    b.store.calendar("Privat")->items = {event("e", "20071224T100000", {{"Sequence", "3"}})};
-    syncUntilRest();
-    EXPECT_EQ(liveOnServer().size(), 3U);
-    expectRest();
-    EXPECT_EQ(liveOnServer().size(), 3U);
 }
 
 }  // namespace

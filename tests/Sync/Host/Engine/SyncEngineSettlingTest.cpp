@@ -24,10 +24,7 @@ TEST_F(SyncEngineRules, Rule15_AStoreThatChangedSinceTheRewriteIsNotSettled)
     auto& b = home("b");
     home("a").store.calendar("Privat")->items.push_back(task("Blumen"));
     home("a").sync();
-    b.beforeSettling = [&] {
-        fields(b, "Privat", "Zahnarzt").set("Location", "Praxis");
-        b.store.touch();
-    };
+    b.beforeSettling = [&] { fields(b, "Privat", "Zahnarzt").set("Location", "Praxis"); };
     EXPECT_FALSE(b.sync().settled);
     b.beforeSettling = nullptr;
     EXPECT_EQ(b.openState().facts().mark, "2007-12-24");
@@ -181,13 +178,12 @@ TEST_F(SyncEngineRules, Rule15_WhatCanBeReadOnlyAfterTheRewriteIsNewAndGoesUp)
     givenTwoHomes();
     auto& a = home("a");
     auto& b = home("b");
-    SimulatedItem second = task("Zweitling");
-    second.isBroken = true;
-    b.store.calendar("Privat")->items.push_back(second);
+    b.unreadable = {"Zweitling"};
+    b.store.calendar("Privat")->items.push_back(task("Zweitling"));
     syncUntilRest();
     fields(a, "Privat", "Einkaufen").set("Notes", "Milch");
     a.sync();
-    b.beforeSettling = [&] { b.store.item("Privat", "Zweitling")->isBroken = false; };
+    b.beforeSettling = [&] { b.unreadable.clear(); };
     EXPECT_TRUE(b.sync().settled);
     b.beforeSettling = nullptr;
     fields(a, "Privat", "Einkaufen").set("Notes", "Brot");

@@ -88,7 +88,7 @@ TEST_F(UnreadKept, Rule23_TwinsOfASwitchedOffCalendarAreBothThereAfterAKillAndAD
     a.switchOff("Privat");
     a.sync();
     for (const std::string& broken : {std::string("(null)"), std::string("zweiter")}) {
-        for (SimulatedItem& item : a.store.calendar("Privat")->items) {
+        for (HomeItem& item : a.store.calendar("Privat")->items) {
             if (item.fields["Title"] == Value("Einkaufen") &&
                 item.fields["Notes"].description() == broken)
                 item.isBroken = true;
@@ -121,7 +121,7 @@ TEST_F(UnreadKept, Rule23_ATwinMissingWhileARewriteIsNotSettledIsNotOverwrittenB
     removeItem(a, "Privat", "Einkaufen");  // as between two unlinks
     EXPECT_TRUE(a.sync().settled);
     std::multiset<std::string> notes;
-    for (const SimulatedItem& item : a.store.calendar("Privat")->items) {
+    for (const HomeItem& item : a.store.calendar("Privat")->items) {
         if (item.fields["Title"] == Value("Einkaufen"))
             notes.insert(item.fields["Notes"].description());
     }
