@@ -21,24 +21,18 @@ protected:
         home("a").sync(broken(Break::killAfterFinish));
     }
 
-    static KTLoss lossOf(const std::string& folder)
+    // As a power cut leaves it: what describes the calendar has a name and no bytes.
+    KTLoss givenHalfOf(const std::string& name)
     {
+        const HomeStore& store = home("a").store;
+        const std::string path = store.root() + "/" + name;
+        EXPECT_TRUE(store.disk()->createDirectoryAtPath(path));
+        EXPECT_TRUE(store.disk()->writeAtomically("", StorePaths::infoFile(path)));
         KTLoss loss;
-        loss.file = "/home/Calendars/" + folder + "/Info.plist";
+        loss.file = StorePaths::infoFile(path);
         loss.reason = "Die Info.plist kann nicht gelesen werden";
         loss.extent = KTLoss::Extent::calendar;
         return loss;
-    }
-
-    // The next run; the folder is whole once it is written over.
-    SyncRunSummary syncWith(const KTLoss& loss)
-    {
-        auto& a = home("a");
-        a.furtherLosses = {loss};
-        a.beforeSettling = [&a] { a.furtherLosses.clear(); };
-        const SyncRunSummary summary = a.sync();
-        a.beforeSettling = nullptr;
-        return summary;
     }
 
     std::string keyOf(const std::string& title)
@@ -57,8 +51,8 @@ TEST_F(HalfMadeFolder, Rule19_ACalendarsIsWrittenOver)
 {
     const HomeCalendar garden = calendar("Garten", {task("Umgraben")});
     givenAKilledRewriteOf(garden);
-    const KTLoss loss = lossOf(garden.sourceKey + ".calendar");
-    EXPECT_THAT(syncWith(loss).overwritten, ElementsAre(loss));
+    const KTLoss loss = givenHalfOf(garden.sourceKey + ".calendar");
+    EXPECT_THAT(home("a").sync().overwritten, ElementsAre(loss));
     expectOnceEverywhere({"Umgraben", "Sitzung"});
 }
 
@@ -68,15 +62,17 @@ TEST_F(HalfMadeFolder, Rule19_AGroupsIsWrittenOver)
     group.type = "CalendarGroup";
     group.sourceKey.clear();
     givenAKilledRewriteOf(group);
-    const KTLoss loss = lossOf(keyOf("Zuhause") + ".group");
-    EXPECT_THAT(syncWith(loss).overwritten, ElementsAre(loss));
+    const KTLoss loss = givenHalfOf(keyOf("Zuhause") + ".group");
+    EXPECT_THAT(home("a").sync().overwritten, ElementsAre(loss));
     EXPECT_NE(home("a").store.calendar("Zuhause"), nullptr);
 }
 
 TEST_F(HalfMadeFolder, Rule19_AFolderThatNothingHandedOutIsNamedAfterStays)
 {
     givenAKilledRewriteOf(calendar("Garten", {task("Umgraben")}));
-    EXPECT_TRUE(syncWith(lossOf("Fremdes.calendar")).overwritten.empty());
+    const KTLoss loss = givenHalfOf("Fremdes.calendar");
+    EXPECT_TRUE(home("a").sync().overwritten.empty());
+    EXPECT_EQ(home("a").store.disk()->contentsAtPath(loss.file), "");
     EXPECT_EQ(home("a").store.count("Sitzung"), 1);
 }
 

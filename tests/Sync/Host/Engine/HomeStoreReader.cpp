@@ -12,6 +12,7 @@
 #include "Sync/PlugIns/iCal/Calendar/ItemFile.h"
 #include "Sync/PlugIns/iCal/Calendar/KTSyncCalendar.h"
 #include "Sync/PlugIns/iCal/ICalHelper.h"
+#include "tests/Sync/Host/Engine/HomeItemTexts.h"
 #include "tests/Sync/Host/Engine/HomeStoreWriter.h"
 #include "tests/support/ClassesInForce.h"
 #include "tests/support/RecordingPluginHelper.h"
@@ -24,17 +25,6 @@ std::string text(const Dictionary& record, std::string_view field)
 {
     const Value& value = record[field];
     return value.isString() ? std::string(value.string()) : std::string();
-}
-
-/// The value of a property that is not folded, or nothing.
-std::string lineOf(const std::string& component, const std::string& name)
-{
-    const std::string begin = "\r\n" + name + ":";
-    const std::size_t at = component.find(begin);
-    if (at == std::string::npos)
-        return "";
-    return component.substr(at + begin.size(),
-                            component.find("\r\n", at + begin.size()) - at - begin.size());
 }
 
 /// What of a record the item's own text says.
@@ -136,7 +126,7 @@ void HomeStoreReader::addItems(const LoadedCalendar& loaded, HomeCalendar& calen
         added.conduit = item.record->conduit();
         added.fields = ownFields(item.record->record());
         added.stored = textAt(loaded, place, added.fields);
-        added.uid = lineOf(added.stored->text, "UID");
+        added.uid = valueInText(added.stored->text, "UID");
         calendar.items.push_back(std::move(added));
     };
     for (const LoadedItem& item : loaded.items)
@@ -161,8 +151,8 @@ void HomeStoreReader::addUnread(const LoadedCalendar& loaded, HomeCalendar& cale
         if (isKnown)
             continue;
         item.conduit = item.stored->text.starts_with("BEGIN:VTODO") ? kConduitTask : kConduitEvent;
-        item.fields = {{"Title", lineOf(item.stored->text, "SUMMARY")}};
-        item.uid = lineOf(item.stored->text, "UID");
+        item.fields = {{"Title", valueInText(item.stored->text, "SUMMARY")}};
+        item.uid = valueInText(item.stored->text, "UID");
         item.isBroken = true;
         calendar.items.push_back(std::move(item));
     }

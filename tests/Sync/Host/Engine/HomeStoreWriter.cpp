@@ -1,15 +1,13 @@
 #include "tests/Sync/Host/Engine/HomeStoreWriter.h"
 
 #include <algorithm>
+#include <set>
 #include <utility>
 
 #include <gtest/gtest.h>
 
 #include "Sync/Additions/KTFileManagerAdditions.h"
-#include "Sync/Foundation/Digest.h"
 #include "Sync/Foundation/PropertyList.h"
-#include "Sync/Host/Services/HostClasses.h"
-#include "Sync/PlugIns/iCal/Calendar/ItemFile.h"
 #include "Sync/PlugIns/iCal/Calendar/KTSyncCalendar.h"
 #include "Sync/PlugIns/iCal/Calendar/NodeTree104.h"
 
@@ -17,47 +15,9 @@ namespace kt::test {
 
 namespace {
 
-constexpr std::string_view kNoCalendar = "kaputt";
-constexpr const char* kNoName = "ohne";
+constexpr const char* kNoCalendar = "kaputt";
 
 FileManager& disk() { return FileManager::defaultManager(); }
-
-std::string emptyFile() { return std::string(kItemFileHeader) + std::string(kItemFileFooter); }
-
-bool holdsItems(const std::string& text)
-{
-    return text.find("BEGIN:VEVENT\r\n") != std::string::npos ||
-           text.find("BEGIN:VTODO\r\n") != std::string::npos;
-}
-
-/// Whether nothing else stands in the item's file.
-bool isAlone(const StoredText& stored)
-{
-    const std::string text = disk().contentsAtPath(stored.path).value_or("");
-    const std::size_t at = text.find(stored.text);
-    return at != std::string::npos && !holdsItems(text.substr(0, at)) &&
-           !holdsItems(text.substr(at + stored.text.size()));
-}
-
-bool isComponent(const StoredText& stored) { return stored.text.starts_with("BEGIN:"); }
-
-/// One that the fold does not concern.
-std::string withoutLine(std::string text, const std::string& name)
-{
-    const std::size_t at = text.find("\r\n" + name + ":");
-    if (at != std::string::npos)
-        text.erase(at, text.find("\r\n", at + 2) - at);
-    return text;
-}
-
-std::string uidOf(const std::string& text)
-{
-    const std::string begin = "\r\nUID:";
-    const std::size_t at = text.find(begin);
-    if (at == std::string::npos)
-        return "";
-    return text.substr(at + begin.size(), text.find("\r\n", at + 2) - at - begin.size());
-}
 
 template <class Items>
 bool holds(const Items& items, const void* stored)
@@ -71,7 +31,7 @@ bool holds(const Items& items, const void* stored)
 HomeStoreWriter::HomeStoreWriter(Layout layout, const std::string& home, Damage damage)
     : _layout(layout),
       _paths(home),
-      _damage(damage),
+      _texts(layout, damage),
       _store(StoreLayout::forSystemVersion(layout == Layout::tiger ? 4 : 5, _paths))
 {
     _helper.script.macOSVersion = layout == Layout::tiger ? 4 : 5;
@@ -189,7 +149,7 @@ void HomeStoreWriter::writeDescription(const HomeCalendar& calendar, const Dicti
     createPath(folder);
     if (_layout == Layout::tiger) {
         const std::string items = StorePaths::itemsFile104(folder);
-        const std::string text = disk().contentsAtPath(items).value_or(emptyFile());
+        const std::string text = disk().contentsAtPath(items).value_or(HomeItemTexts::emptyFile());
         _store->storeItems(described, folder);
         disk().writeAtomically(text, items);
         return;
@@ -210,128 +170,23 @@ void HomeStoreWriter::writeItems(HomeCalendar& calendar, const HomeCalendar* kno
         const bool isHere = known != nullptr && stored != nullptr && holds(known->items, stored);
         if (isHere && taken.insert(stored).second)
             continue;
-        // Moved or copied from elsewhere: the same text, at a place of its own.
-        std::string text;
-        if (item.stored && !item.stored->whole && item.fields == item.stored->fields)
-            text = item.stored->text;
-        const auto made = std::make_shared<StoredText>(
-            StoredText{pathFor(calendar, item), text.empty() ? textOf(item) : text, item.fields});
-        put(*made);
-        item.stored = made;
+        item.stored = _texts.add(item, pathFor(calendar, item));
     }
     for (std::size_t index = 0; known != nullptr && index < known->items.size(); ++index) {
         const auto& old = known->items[index].stored;
         if (old && taken.count(old.get()) == 0)
-            take(*old);
+            _texts.remove(*old);
     }
     for (HomeItem& item : calendar.items)
-        writeItem(item);
-}
-
-void HomeStoreWriter::writeItem(HomeItem& item)
-{
-    if (item.stored->whole && !item.isBroken) {
-        take(*item.stored);
-        item.stored = item.stored->whole;
-        put(*item.stored);
-    }
-    const auto& whole = item.stored->whole ? item.stored->whole : item.stored;
-    const bool isUidAnother = uidOf(whole->text) != item.uid;
-    if (!item.stored->whole && (item.fields != item.stored->fields || isUidAnother)) {
-        auto changed =
-            std::make_shared<StoredText>(StoredText{item.stored->path, textOf(item), item.fields});
-        if (isAlone(*item.stored)) {
-            disk().writeAtomically(std::string(kItemFileHeader) + changed->text +
-                                       std::string(kItemFileFooter),
-                                   changed->path);
-        } else {
-            take(*item.stored);
-            put(*changed);
-        }
-        item.stored = std::move(changed);
-    }
-    if (item.isBroken && !item.stored->whole)
-        item.stored = damaged(item.stored);
-}
-
-std::shared_ptr<const StoredText> HomeStoreWriter::damaged(
-    const std::shared_ptr<const StoredText>& whole)
-{
-    auto broken = std::make_shared<StoredText>(*whole);
-    broken->whole = whole;
-    if (_layout == Layout::leopard && isAlone(*whole)) {
-        broken->text = std::string(kNoCalendar) + " " + sha1DigestHex(whole->text);
-        if (_damage == Damage::elsewhere)
-            broken->path = stringByDeletingLastPathComponent(whole->path) + "/neu.ics";
-        disk().removeFileAtPath(whole->path);
-        disk().writeAtomically(broken->text, broken->path);
-        return broken;
-    }
-    // No property that there can be two of.
-    const bool isTask = whole->text.starts_with("BEGIN:VTODO");
-    const std::string end = isTask ? "END:VTODO\r\n" : "END:VEVENT\r\n";
-    const std::string lines =
-        isTask ? "PRIORITY:1\r\nPRIORITY:2\r\n" : "RRULE:FREQ=DAILY\r\nRRULE:FREQ=WEEKLY\r\n";
-    broken->text.insert(broken->text.size() - end.size(), lines);
-    if (_damage == Damage::elsewhere)
-        broken->text = withoutLine(broken->text, "UID");
-    take(*whole);
-    put(*broken);
-    return broken;
+        _texts.update(item);
 }
 
 std::string HomeStoreWriter::pathFor(const HomeCalendar& calendar, const HomeItem& item) const
 {
-    const std::string folder = calendar.stored->folder;
+    const std::string& folder = calendar.stored->folder;
     if (_layout == Layout::tiger)
         return StorePaths::itemsFile104(folder);
-    const std::string events = StorePaths::eventsFolder(folder);
-    const std::string name = item.uid.empty() ? kNoName : item.uid;
-    std::string path = StorePaths::itemFile105(events, name);
-    for (int number = 2; disk().fileExistsAtPath(path); ++number)
-        path = StorePaths::itemFile105(events, name + "-" + std::to_string(number));
-    return path;
-}
-
-std::string HomeStoreWriter::textOf(const HomeItem& item)
-{
-    HostClasses classes;
-    const auto write = [&](KTSyncCalendarItem& written) {
-        written.setUID(item.uid.empty() ? std::string(kNoName) : item.uid);
-        const std::string text = written.iCalLines();
-        return item.uid.empty() ? withoutLine(text, "UID") : text;
-    };
-    if (item.conduit == kConduitEvent) {
-        KTSyncEvent event(&_helper, item.uid, item.fields);
-        return write(event);
-    }
-    KTSyncTask task(&_helper, item.uid, item.fields);
-    return write(task);
-}
-
-void HomeStoreWriter::put(const StoredText& stored) const
-{
-    createPath(stringByDeletingLastPathComponent(stored.path));
-    std::string file = disk().contentsAtPath(stored.path).value_or(emptyFile());
-    const std::size_t end = file.rfind(kItemFileFooter);
-    ASSERT_NE(end, std::string::npos) << stored.path;
-    disk().writeAtomically(file.insert(end, stored.text), stored.path);
-}
-
-void HomeStoreWriter::take(const StoredText& stored) const
-{
-    if (!isComponent(stored)) {
-        disk().removeFileAtPath(stored.path);
-        return;
-    }
-    std::string file = disk().contentsAtPath(stored.path).value_or("");
-    const std::size_t at = file.find(stored.text);
-    ASSERT_NE(at, std::string::npos) << "not in " << stored.path << ":\n" << stored.text;
-    file.erase(at, stored.text.size());
-    if (removesEmptyFiles() && !holdsItems(file))
-        disk().removeFileAtPath(stored.path);
-    else
-        disk().writeAtomically(file, stored.path);
+    return StorePaths::itemFile105(StorePaths::eventsFolder(folder), HomeItemTexts::fileName(item));
 }
 
 /// The node file of the older layout; nothing for the other one.

@@ -1,5 +1,6 @@
 #include <memory>
 #include <string>
+#include <tuple>
 #include <vector>
 
 #include <gmock/gmock.h>
@@ -12,11 +13,16 @@ namespace {
 
 using testing::IsEmpty;
 
-class Scenario : public SyncEngineFixture {};
+/// The first home has either layout.
+class Scenario : public SyncEngineFixture, public testing::WithParamInterface<Layout> {
+protected:
+    MemoryHome& a = home("a", GetParam());
+};
 
-TEST_F(Scenario, TheFirstHomeGoesUpAndTheSecondComesDown)
+INSTANTIATE_TEST_SUITE_P(Layouts, Scenario, testing::Values(Layout::leopard, Layout::tiger));
+
+TEST_P(Scenario, TheFirstHomeGoesUpAndTheSecondComesDown)
 {
-    auto& a = home("a");
     auto& b = home("b");
     a.store.calendars = {
         calendar("Privat", {event("Zahnarzt", "20071224T100000"), task("Einkaufen")})};
@@ -31,9 +37,8 @@ TEST_F(Scenario, TheFirstHomeGoesUpAndTheSecondComesDown)
     expectRest();
 }
 
-TEST_F(Scenario, AnEditTravelsAndADeletionTravels)
+TEST_P(Scenario, AnEditTravelsAndADeletionTravels)
 {
-    auto& a = home("a");
     auto& b = home("b");
     a.store.calendars = {
         calendar("Privat", {event("Zahnarzt", "20071224T100000"), task("Einkaufen")})};
@@ -50,15 +55,20 @@ TEST_F(Scenario, AnEditTravelsAndADeletionTravels)
 }
 
 // Where a run is broken off after its session took effect.
-class ScenarioBrokenOff : public Scenario, public testing::WithParamInterface<Break> {};
+class ScenarioBrokenOff : public SyncEngineFixture,
+                          public testing::WithParamInterface<std::tuple<Layout, Break>> {
+protected:
+    MemoryHome& a = home("a", std::get<Layout>(GetParam()));
+};
 
-INSTANTIATE_TEST_SUITE_P(AfterFinish, ScenarioBrokenOff,
-                         testing::Values(Break::killAfterFinish, Break::killInRewrite,
-                                         Break::killBeforeSettling, Break::cancelBeforeRewrite));
+INSTANTIATE_TEST_SUITE_P(
+    AfterFinish, ScenarioBrokenOff,
+    testing::Combine(testing::Values(Layout::leopard, Layout::tiger),
+                     testing::Values(Break::killAfterFinish, Break::killInRewrite,
+                                     Break::killBeforeSettling, Break::cancelBeforeRewrite)));
 
 TEST_P(ScenarioBrokenOff, WhatWasDeletedStaysGoneAndWhatWasEditedIsThereOnce)
 {
-    auto& a = home("a");
     auto& b = home("b");
     a.store.calendars = {calendar("Privat",
                                   {event("e", "20071224T100000"), event("f", "20071225T100000")}),
@@ -69,7 +79,7 @@ TEST_P(ScenarioBrokenOff, WhatWasDeletedStaysGoneAndWhatWasEditedIsThereOnce)
     b.store.item("Privat", "f")->fields.set("Sequence", "2");  // another key
     b.sync();
     MemoryHome::Wishes wishes;
-    wishes.breakAt = GetParam();
+    wishes.breakAt = std::get<Break>(GetParam());
     a.sync(wishes);
     EXPECT_EQ(a.sync().startResult, 6);
     for (const auto* each : {&a, &b}) {
@@ -83,7 +93,6 @@ TEST_P(ScenarioBrokenOff, WhatWasDeletedStaysGoneAndWhatWasEditedIsThereOnce)
 
 TEST_P(ScenarioBrokenOff, WhatWasEditedMeanwhileIsNotLost)
 {
-    auto& a = home("a");
     auto& b = home("b");
     a.store.calendars = {
         calendar("Privat", {event("e", "20071224T100000"), event("f", "20071225T100000")})};
@@ -91,7 +100,7 @@ TEST_P(ScenarioBrokenOff, WhatWasEditedMeanwhileIsNotLost)
     b.store.item("Privat", "e")->fields.set("Location", "Praxis");
     b.sync();
     MemoryHome::Wishes wishes;
-    wishes.breakAt = GetParam();
+    wishes.breakAt = std::get<Break>(GetParam());
     a.sync(wishes);
     if (HomeItem* f = a.store.item("Privat", "f"))
         f->fields.set("Notes", "danach");
@@ -103,9 +112,8 @@ TEST_P(ScenarioBrokenOff, WhatWasEditedMeanwhileIsNotLost)
     expectEqualHomes();
 }
 
-TEST_F(Scenario, AStoreWithoutASingleInfoFileIsHealed)
+TEST_P(Scenario, AStoreWithoutASingleInfoFileIsHealed)
 {
-    auto& a = home("a");
     auto& b = home("b");
     a.store.calendars = {calendar("Privat", {event("e", "20071224T100000")}),
                          calendar("Geheim", {task("geheim")})};
@@ -128,9 +136,8 @@ TEST_F(Scenario, AStoreWithoutASingleInfoFileIsHealed)
     expectRest();
 }
 
-TEST_F(Scenario, OneEventEditedOnTwoDevicesHasBothEdits)
+TEST_P(Scenario, OneEventEditedOnTwoDevicesHasBothEdits)
 {
-    auto& a = home("a");
     auto& b = home("b");
     a.store.calendars = {calendar("Privat", {event("e", "20071224T100000")})};
     syncUntilRest();
@@ -147,9 +154,8 @@ TEST_F(Scenario, OneEventEditedOnTwoDevicesHasBothEdits)
     expectRest();
 }
 
-TEST_F(Scenario, ADeletedEventStaysDeletedWhenACheckBoxIsClickedBeforeTheSync)
+TEST_P(Scenario, ADeletedEventStaysDeletedWhenACheckBoxIsClickedBeforeTheSync)
 {
-    auto& a = home("a");
     auto& b = home("b");
     a.store.calendars = {calendar("Privat", {event("e", "20071224T100000"), task("t")}),
                          calendar("Arbeit", {task("Bericht")})};
@@ -164,9 +170,8 @@ TEST_F(Scenario, ADeletedEventStaysDeletedWhenACheckBoxIsClickedBeforeTheSync)
     expectRest();
 }
 
-TEST_F(Scenario, ACalendarThatCannotBeReadWaitsAndFollowsOnceItIsMended)
+TEST_P(Scenario, ACalendarThatCannotBeReadWaitsAndFollowsOnceItIsMended)
 {
-    auto& a = home("a");
     auto& b = home("b");
     a.store.calendars = {calendar("Privat", {event("e", "20071224T100000")}),
                          calendar("Arbeit", {task("Bericht")})};
@@ -192,9 +197,8 @@ TEST_F(Scenario, ACalendarThatCannotBeReadWaitsAndFollowsOnceItIsMended)
     expectRest();
 }
 
-TEST_F(Scenario, TwentyIdleRunsMoveNotAByte)
+TEST_P(Scenario, TwentyIdleRunsMoveNotAByte)
 {
-    auto& a = home("a", Layout::tiger);
     auto& b = home("b");
     HomeCalendar group = calendar("Haus");
     group.type = "CalendarGroup";
@@ -219,9 +223,8 @@ TEST_F(Scenario, TwentyIdleRunsMoveNotAByte)
     EXPECT_EQ(std::make_pair(contents(a), contents(b)), storesBefore);
 }
 
-TEST_F(Scenario, ARefreshedSubscriptionIsNoChange)
+TEST_P(Scenario, ARefreshedSubscriptionIsNoChange)
 {
-    auto& a = home("a");
     home("b");
     HomeCalendar feed = calendar("Feiertage", {event("Neujahr", "20080101")});
     feed.type = "CalendarSubscriber";
