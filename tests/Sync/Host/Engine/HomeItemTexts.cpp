@@ -90,11 +90,8 @@ std::shared_ptr<const StoredText> HomeItemTexts::add(const HomeItem& item, const
 
 void HomeItemTexts::update(HomeItem& item)
 {
-    if (item.stored->whole && !item.isBroken) {
-        remove(*item.stored);
-        item.stored = item.stored->whole;
-        put(*item.stored);
-    }
+    if (item.stored->whole && !item.isBroken)
+        item.stored = mended(*item.stored);
     if (item.stored->whole)
         return;
     const bool isOtherUid = valueInText(item.stored->text, "UID") != item.uid;
@@ -159,6 +156,17 @@ std::shared_ptr<const StoredText> HomeItemTexts::damaged(
         broken->text = withoutLine(broken->text, "UID");
     replace(*whole, *broken);
     return broken;
+}
+
+std::shared_ptr<const StoredText> HomeItemTexts::mended(const StoredText& broken) const
+{
+    if (broken.text.starts_with("BEGIN:")) {
+        replace(broken, *broken.whole);
+    } else {
+        remove(broken);
+        put(*broken.whole);
+    }
+    return broken.whole;
 }
 
 /// In the same file, which is there all the time.

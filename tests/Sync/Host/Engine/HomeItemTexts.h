@@ -38,6 +38,7 @@ public:
 private:
     std::string textOf(const HomeItem& item);
     std::shared_ptr<const StoredText> damaged(const std::shared_ptr<const StoredText>& whole) const;
+    std::shared_ptr<const StoredText> mended(const StoredText& broken) const;
     void replace(const StoredText& stored, const StoredText& by) const;
     void put(const StoredText& stored) const;
 

@@ -140,9 +140,12 @@ void MemoryHome::Session::onLoading()
     }
     for (const KTLoss& loss : _home.furtherLosses)
         _classes.lossReport().reportLoss(loss);
-    for (const std::string& title : _home.unsafe)
-        _classes.lossReport().reportLoss(
-            {title, "/" + title, "Der Ordner heißt nicht wie der Schlüssel", KTLoss::Kind::unsafe});
+    for (const HomeCalendar& calendar : _home.store.calendars) {
+        if (_home.unsafe.count(calendar.title) != 0)
+            _classes.lossReport().reportLoss({calendar.title, calendar.stored->folder,
+                                              "Der Ordner heißt nicht wie der Schlüssel",
+                                              KTLoss::Kind::unsafe});
+    }
     if (isTheEnd(Break::cancelBeforeSession))
         _plugin.cancelSync();
 }

@@ -32,8 +32,8 @@ protected:
     }
 
     /// Two homes that have "Privat" with a dentist and a shopping list in step, and "Arbeit" with a
-    /// meeting.
-    void givenTwoHomes();
+    /// meeting. One layout each, unless a test is about files of one item.
+    void givenTwoHomes(Layout layoutOfB = Layout::tiger);
 
     /// What another program, or another version of this one, puts on the server.
     void writeToServer(const RecordId& id, const Dictionary& record);

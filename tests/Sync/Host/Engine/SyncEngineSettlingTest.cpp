@@ -175,7 +175,7 @@ TEST_F(SyncEngineRules, Rule15_AStateThatCannotBeWrittenIsSaidAndTheNextRunSettl
 
 TEST_F(SyncEngineRules, Rule15_WhatCanBeReadOnlyAfterTheRewriteIsNewAndGoesUp)
 {
-    givenTwoHomes();
+    givenTwoHomes(Layout::leopard);
     auto& a = home("a");
     auto& b = home("b");
     b.unreadable = {"Zweitling"};

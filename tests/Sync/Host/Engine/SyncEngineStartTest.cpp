@@ -61,7 +61,7 @@ TEST_F(SyncEngineRules, Rule5_AFullComparisonThatLossesHeldBackIsMadeLater)
 {
     givenTwoHomes();
     auto& a = home("a");
-    a.unsafe = {"Zahnarzt"};
+    a.unsafe = {"Privat"};
     EXPECT_EQ(a.sync(full()).startResult, 1);
     a.unsafe = {};
     EXPECT_EQ(a.sync().startResult, 6);

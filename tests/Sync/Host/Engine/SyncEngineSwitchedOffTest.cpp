@@ -212,7 +212,7 @@ TEST_P(SwitchedOffUnknown, Rule24_WhatOthersDoToItWaits)
 
 TEST_P(SwitchedOffUnknown, Rule24_WhatMovedThereInAHeldRunIsNotDeletedByTheNext)
 {
-    a.unsafe = {"Einkaufen"};
+    a.unsafe = {"Privat"};
     move(a, "Zahnarzt", "Privat", "Geheim");
     EXPECT_TRUE(a.sync().held);
     a.unsafe = {};
@@ -289,7 +289,7 @@ TEST_P(SwitchedOff, Rule24_ACalendarThatWasNeverSeenItselfTakesNothingAlong)
 TEST_P(SwitchedOff, Rule24_WithUnsafeLossesNoCalendarGoes)
 {
     removeCalendar(a, "Arbeit");
-    a.unsafe = {"Einkaufen"};
+    a.unsafe = {"Privat"};
     const SyncRunSummary summary = a.sync();
     EXPECT_EQ(summary.deletedOnServer, 0U);
     EXPECT_THAT(summary.notices, IsEmpty());
