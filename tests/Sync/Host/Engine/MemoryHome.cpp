@@ -112,10 +112,14 @@ HookedHost::Hooks MemoryHome::Session::hooks()
     HookedHost::Hooks hooks;
     hooks.onLoading = [this] { onLoading(); };
     hooks.onCompared = [this] {
+        if (!isSettling())
+            _home.pulled = _host.pulled();
         if (isTheEnd(Break::cancelBeforePush))
             _plugin.cancelSync();
     };
     hooks.beforeFinish = [this] {
+        if (!isSettling())
+            _home.compared = _host.pushed();
         if (isTheEnd(Break::killBeforeFinish))
             die();
     };
@@ -152,10 +156,6 @@ void MemoryHome::Session::onLoading()
 
 void MemoryHome::Session::onFinished()
 {
-    if (!isSettling()) {
-        _home.pulled = _host.pulled();
-        _home.compared = _host.pushed();
-    }
     if (writesStore() && isTheEnd(Break::killAfterFinish))
         die();
     if (writesStore() && isTheEnd(Break::cancelBeforeRewrite))

@@ -94,6 +94,20 @@ TEST_P(MemoryHomes, WhatIsBrokenIsToldOfAndComesBackWhenItIsMended)
     EXPECT_TRUE(home.sync().losses.empty());
 }
 
+TEST_P(MemoryHomes, WhatTheDiskCannotReadIsToldOfAndStays)
+{
+    home.store.calendars = {calendar("Privat", {event("Zahnarzt", "20071224T100000")}),
+                            calendar("Arbeit", {task("Bericht")})};
+    home.sync();
+    const auto before = bytes();
+    home.unreadable = {"Zahnarzt", "Arbeit"};
+    EXPECT_EQ(home.sync().newlyUnread.size(), 2U);
+    EXPECT_EQ(bytes(), before);
+    home.unreadable = {};
+    EXPECT_TRUE(home.sync().losses.empty());
+    EXPECT_EQ(bytes(), before);
+}
+
 TEST_P(MemoryHomes, ARewriteIsKilledOnceTheStoreHasChanged)
 {
     home.store.calendars = {calendar("Privat", {event("Zahnarzt", "20071224T100000")})};

@@ -25,8 +25,7 @@ protected:
         syncUntilRest();
     }
 
-    static HomeItem& damage(MemoryHome& home, const std::string& calendar,
-                                 const std::string& title)
+    static HomeItem& damage(MemoryHome& home, const std::string& calendar, const std::string& title)
     {
         HomeItem& item = *home.store.item(calendar, title);
         item.isBroken = true;
