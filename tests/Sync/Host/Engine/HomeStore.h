@@ -26,7 +26,6 @@ public:
     /// How many items of that title the whole store holds.
     int count(const std::string& title) const;
 
-    Layout layout() const { return _layout; }
     int systemVersion() const { return _layout == Layout::tiger ? 4 : 5; }
     const std::string& home() const { return _home; }
     const std::shared_ptr<DiskWithReadErrors>& disk() const { return _disk; }

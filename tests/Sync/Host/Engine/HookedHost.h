@@ -31,7 +31,6 @@ public:
     // Of the last session.
     int startResult() const { return _startResult; }
     const SyncRecordList& pulled() const { return _pulled; }
-    const SyncResult& pushed() const { return _pushed; }
 
     void disableFileNotifications() override { _hooks.onLoading(); }
     int startSync(int mode) override { return _startResult = ReferenceHost::startSync(mode); }
@@ -49,11 +48,6 @@ public:
             ReferenceHost::diffLocalStateWithLocalUpdates(localUpdates, remoteUpdates, diffMode);
         _hooks.onCompared();
         return result;
-    }
-    bool pushSyncResult(const SyncResult& result) override
-    {
-        _pushed = result;
-        return ReferenceHost::pushSyncResult(result);
     }
     bool finishSync() override
     {
@@ -84,7 +78,6 @@ private:
     Hooks _hooks;
     int _startResult = 0;
     SyncRecordList _pulled;
-    SyncResult _pushed;
 };
 
 }  // namespace kt::test

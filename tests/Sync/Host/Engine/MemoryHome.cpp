@@ -118,8 +118,6 @@ HookedHost::Hooks MemoryHome::Session::hooks()
             _plugin.cancelSync();
     };
     hooks.beforeFinish = [this] {
-        if (!isSettling())
-            _home.compared = _host.pushed();
         if (isTheEnd(Break::killBeforeFinish))
             die();
     };
@@ -235,12 +233,10 @@ SyncRunSummary MemoryHome::sync(const Wishes& wishes)
     SyncRunResult result;
     doSyncResult = false;
     pulled.clear();
-    compared = {};
     try {
         result = Session(*this, wishes).run();
     } catch (const Killed&) {}
     doSyncResult = result.isCompleted;
-    reasons = result.reasons;
     store.read();
     return result.summary;
 }

@@ -60,14 +60,11 @@ public:
     /// Called after the store was rewritten and before it is settled.
     std::function<void()> beforeSettling;
     std::string serverUrl;
-    /// What the last run pulled, and what it handed to the push.
+    /// What the last run pulled.
     SyncRecordList pulled;
-    SyncResult compared;
     /// The engine's lines.
     std::vector<std::string> log;
     bool doSyncResult = false;
-    /// What the host said of the last run beside the engine.
-    std::vector<std::string> reasons;
 
     LocalState openState() const { return LocalState(_statePath); }
     const std::string& statePath() const { return _statePath; }

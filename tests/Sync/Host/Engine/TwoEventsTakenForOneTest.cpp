@@ -1,9 +1,9 @@
-#include <memory>
+#include <algorithm>
 #include <string>
-#include <vector>
 
 #include <gtest/gtest.h>
 
+#include "Sync/Host/Server/SyncServer.h"
 #include "tests/Sync/Host/Engine/SimulatedHome.h"
 #include "tests/support/HostClassesScope.h"
 #include "tests/support/PlatformScope.h"
