@@ -13,13 +13,14 @@
 #include "Sync/PlugIns/iCal/ICalSyncPlugin.h"
 #include "tests/histories/SteppedHost.h"
 #include "tests/histories/SteppedServer.h"
+#include "tests/support/ClassesInForce.h"
 #include "tests/support/PlatformScope.h"
+#include "tests/support/QuietServices.h"
 
 namespace kt::test {
 
 namespace {
 
-constexpr int kNoDescriptor = -1;
 constexpr const char* kZone = "Europe/Berlin";
 
 /// The process-wide settings of one machine, for the length of a scope.
@@ -36,20 +37,6 @@ private:
     PlatformScope _platform;
 };
 
-class ClassesInForce {
-public:
-    explicit ClassesInForce(const KTClassTable& table) : _before(hostClassTable())
-    {
-        setHostClassTable(table);
-    }
-    ~ClassesInForce() { setHostClassTable(_before); }
-    ClassesInForce(const ClassesInForce&) = delete;
-    ClassesInForce& operator=(const ClassesInForce&) = delete;
-
-private:
-    KTClassTable _before;
-};
-
 std::string keyOf(const StoreHand::Calendar& calendar)
 {
     const bool isOwn = calendar.kind == StoreHand::Kind::own;
@@ -63,7 +50,6 @@ class Device::Session {
 public:
     Session(Device& device, const std::string& serverURL, const Fault& fault)
         : _device(device),
-          _suite(device._home),
           _steps(fault, [this] { _stop.wish(); }),
           _state(device._statePath),
           _server(syncServerWithURL(serverURL), _steps)
@@ -91,24 +77,16 @@ public:
 
 private:
     Device& _device;
-    SuiteFolder _suite;
     StopWish _stop;
     Steps _steps;
     LocalState _state;
     SteppedServer _server;
     HostClasses _classes;
     ClassesInForce _classesInForce{_classes.table()};
-    StatusLine _statusLine{kNoDescriptor, StatusLine::Detail::warnings};
-    HostLog _log{_suite.logPath(), _statusLine};
-    HostFileLogger _fileLogger{_suite.fileLogPath(), _statusLine};
-    Processes _processes{"/nonexistent"};
-    Preferences _preferences{_suite.preferencesPath(), Preferences::Storage::file};
+    QuietServices _services{_device._home, _device._systemVersion, Preferences::Storage::file};
     SyncEngine _engine{_state, _server, _classes.reports(),
                        [this](std::string_view line) { _host.logMsg(line); }};
-    SteppedHost _host{{_preferences, _log, _fileLogger, _statusLine, _processes, CalendarProgram{},
-                       _device._systemVersion},
-                      _engine,
-                      _steps};
+    SteppedHost _host{_services.services(), _engine, _steps};
     ICalSyncPlugin _plugin{&_host};
 };
 

@@ -15,8 +15,13 @@ constexpr std::size_t kLongestName = 255;
 
 std::vector<std::string> namesOf(const std::string& path)
 {
-    std::vector<std::string> names = pathComponents(path);
-    std::erase(names, "/");
+    std::vector<std::string> names;
+    for (std::size_t begin = 0; begin < path.size();) {
+        const std::size_t end = std::min(path.find('/', begin), path.size());
+        if (end > begin)
+            names.push_back(path.substr(begin, end - begin));
+        begin = end + 1;
+    }
     return names;
 }
 

@@ -17,23 +17,19 @@ protected:
         syncUntilRest();
         home("a").store.item("Privat", "Einkaufen")->uid = "uid-of-the-task";
         home("b").store.item("Privat", "Einkaufen")->uid = uidBefore;
-        for (const char* name : {"a", "b"})
-            home(name).store.touch();
         syncUntilRest();
         rowsBefore = home("b").openState().seenRows();
         move(home("a"));
-        home("a").store.touch();
         home("a").sync();
         home("b").sync(broken(Break::killAfterFinish));
-        SimulatedItem copy = *home("b").store.item("Privat", "Einkaufen");
+        HomeItem copy = *home("b").store.item("Privat", "Einkaufen");
         copy.uid = uidAfter();
         home("b").store.calendar(to)->items.push_back(copy);
-        home("b").store.touch();
     }
 
-    void move(SimulatedHome& home)
+    void move(MemoryHome& home)
     {
-        const SimulatedItem item = *home.store.item("Privat", "Einkaufen");
+        const HomeItem item = *home.store.item("Privat", "Einkaufen");
         removeItem(home, "Privat", "Einkaufen");
         home.store.calendar(to)->items.push_back(item);
     }
@@ -110,8 +106,8 @@ TEST_F(HalfDoneMove, Rule19_AnEditInTheOldPlaceIsNotLost)
     syncUntilRest();
     for (const char* name : {"a", "b"}) {
         int edited = 0;
-        for (const SimulatedCalendar& each : home(name).store.calendars)
-            for (const SimulatedItem& item : each.items)
+        for (const HomeCalendar& each : home(name).store.calendars)
+            for (const HomeItem& item : each.items)
                 edited += item.fields["URL"] == Value("http://example.invalid") ? 1 : 0;
         EXPECT_GE(edited, 1) << name;
     }
@@ -125,9 +121,8 @@ TEST_F(HalfDoneMove, Rule19_ACopyInAnotherCalendarIsAnotherRecordWhereNothingWas
     fields(home("a"), "Privat", "Zahnarzt").set("Location", "Praxis");
     home("a").sync();
     home("b").sync(broken(Break::killAfterFinish));
-    const SimulatedItem copy = *home("b").store.item("Privat", "Einkaufen");
+    const HomeItem copy = *home("b").store.item("Privat", "Einkaufen");
     home("b").store.calendar("Arbeit")->items.push_back(copy);
-    home("b").store.touch();
     syncUntilRest();
     for (const char* name : {"a", "b"})
         EXPECT_EQ(home(name).store.count("Einkaufen"), 2) << name;

@@ -12,35 +12,27 @@ using testing::ElementsAre;
 class HalfMadeFolder : public UnreadHomes {
 protected:
     // `there` comes into the other home's store; the rewrite of "a" is killed.
-    void givenAKilledRewriteOf(const SimulatedCalendar& there)
+    void givenAKilledRewriteOf(const HomeCalendar& there)
     {
         givenHomes();
         damage(home("a"), "Arbeit", "Sitzung");
         home("b").store.calendars.push_back(there);
-        home("b").store.touch();
         home("b").sync();
         home("a").sync(broken(Break::killAfterFinish));
     }
 
-    static KTLoss lossOf(const std::string& folder)
+    // As a power cut leaves it: what describes the calendar has a name and no bytes.
+    KTLoss givenHalfOf(const std::string& name)
     {
+        const HomeStore& store = home("a").store;
+        const std::string path = store.root() + "/" + name;
+        EXPECT_TRUE(store.disk()->createDirectoryAtPath(path));
+        EXPECT_TRUE(store.disk()->writeAtomically("", StorePaths::infoFile(path)));
         KTLoss loss;
-        loss.file = "/home/Calendars/" + folder + "/Info.plist";
+        loss.file = StorePaths::infoFile(path);
         loss.reason = "Die Info.plist kann nicht gelesen werden";
         loss.extent = KTLoss::Extent::calendar;
         return loss;
-    }
-
-    // The next run; the folder is whole once it is written over.
-    SyncRunSummary syncWith(const KTLoss& loss)
-    {
-        auto& a = home("a");
-        a.furtherLosses = {loss};
-        a.beforeSettling = [&a] { a.furtherLosses.clear(); };
-        a.store.touch();
-        const SyncRunSummary summary = a.sync();
-        a.beforeSettling = nullptr;
-        return summary;
     }
 
     std::string keyOf(const std::string& title)
@@ -57,28 +49,30 @@ protected:
 
 TEST_F(HalfMadeFolder, Rule19_ACalendarsIsWrittenOver)
 {
-    const SimulatedCalendar garden = calendar("Garten", {task("Umgraben")});
+    const HomeCalendar garden = calendar("Garten", {task("Umgraben")});
     givenAKilledRewriteOf(garden);
-    const KTLoss loss = lossOf(garden.sourceKey + ".calendar");
-    EXPECT_THAT(syncWith(loss).overwritten, ElementsAre(loss));
+    const KTLoss loss = givenHalfOf(garden.sourceKey + ".calendar");
+    EXPECT_THAT(home("a").sync().overwritten, ElementsAre(loss));
     expectOnceEverywhere({"Umgraben", "Sitzung"});
 }
 
 TEST_F(HalfMadeFolder, Rule19_AGroupsIsWrittenOver)
 {
-    SimulatedCalendar group = calendar("Zuhause");
+    HomeCalendar group = calendar("Zuhause");
     group.type = "CalendarGroup";
     group.sourceKey.clear();
     givenAKilledRewriteOf(group);
-    const KTLoss loss = lossOf(keyOf("Zuhause") + ".group");
-    EXPECT_THAT(syncWith(loss).overwritten, ElementsAre(loss));
+    const KTLoss loss = givenHalfOf(keyOf("Zuhause") + ".group");
+    EXPECT_THAT(home("a").sync().overwritten, ElementsAre(loss));
     EXPECT_NE(home("a").store.calendar("Zuhause"), nullptr);
 }
 
 TEST_F(HalfMadeFolder, Rule19_AFolderThatNothingHandedOutIsNamedAfterStays)
 {
     givenAKilledRewriteOf(calendar("Garten", {task("Umgraben")}));
-    EXPECT_TRUE(syncWith(lossOf("Fremdes.calendar")).overwritten.empty());
+    const KTLoss loss = givenHalfOf("Fremdes.calendar");
+    EXPECT_TRUE(home("a").sync().overwritten.empty());
+    EXPECT_EQ(home("a").store.disk()->contentsAtPath(loss.file), "");
     EXPECT_EQ(home("a").store.count("Sitzung"), 1);
 }
 

@@ -8,7 +8,7 @@
 #include "Sync/Foundation/PropertyList.h"
 #include "Sync/Host/Engine/HostRecordKinds.h"
 #include "Sync/HostInterface/KTSyncRecord.h"
-#include "tests/Sync/Host/Engine/SimulatedStore.h"
+#include "tests/Sync/Host/Engine/HomeModel.h"
 
 namespace kt::test {
 namespace {

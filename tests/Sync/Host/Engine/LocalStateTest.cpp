@@ -6,7 +6,7 @@
 
 #include "Sync/Foundation/Exception.h"
 #include "Sync/Host/Engine/LocalState.h"
-#include "tests/Sync/Host/Engine/SimulatedStore.h"
+#include "tests/Sync/Host/Engine/HomeModel.h"
 #include "tests/support/TemporaryFolder.h"
 
 namespace kt::test {

@@ -68,7 +68,7 @@ TEST(Rule10, ALineForTheLogIsOneLineAndNotTooLong)
                 testing::EndsWith("\"" + enough + "…\""));
 }
 
-std::size_t linesOfConflicts(const SimulatedHome& home)
+std::size_t linesOfConflicts(const MemoryHome& home)
 {
     return static_cast<std::size_t>(
         std::count_if(home.log.begin(), home.log.end(), [](const std::string& line) {
@@ -121,7 +121,7 @@ TEST_F(SyncEngineRules, Rule10_AtAFirstMeetingTheTextThatGivesWayIsNamed)
 {
     auto& a = home("a");
     auto& b = home("b");
-    a.telling = b.telling = SimulatedHome::Telling::noPlaces;
+    a.telling = b.telling = MemoryHome::Telling::noPlaces;
     a.store.calendars = {
         calendar("Privat", {event("Zahnarzt", "20071224T100000", {{"Location", "von a"}})})};
     b.store.calendars = {
@@ -135,7 +135,7 @@ TEST_F(SyncEngineRules, Rule10_AtAFirstMeetingTheNotesOfBothStay)
 {
     auto& a = home("a");
     auto& b = home("b");
-    a.telling = b.telling = SimulatedHome::Telling::noPlaces;
+    a.telling = b.telling = MemoryHome::Telling::noPlaces;
     a.store.calendars = {
         calendar("Privat", {event("Zahnarzt", "20071224T100000", {{"Notes", "von a"}})})};
     b.store.calendars = {
@@ -159,7 +159,7 @@ TEST_F(SyncEngineRules, Rule10_TwoNewEventsOfOneKeyKeepBothNotes)
     syncUntilRest();
     expectEqualHomes();
     std::string notes;
-    for (const SimulatedItem& item : a.store.calendar("Privat")->items)
+    for (const HomeItem& item : a.store.calendar("Privat")->items)
         notes += item.fields["Notes"].description() + "\n";
     EXPECT_THAT(notes, testing::HasSubstr("von a"));
     EXPECT_THAT(notes, testing::HasSubstr("von b"));

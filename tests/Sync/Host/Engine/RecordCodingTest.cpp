@@ -7,7 +7,7 @@
 #include "Sync/Foundation/Exception.h"
 #include "Sync/Foundation/PropertyList.h"
 #include "Sync/Host/Engine/RecordCoding.h"
-#include "tests/Sync/Host/Engine/SimulatedStore.h"
+#include "tests/Sync/Host/Engine/HomeModel.h"
 #include "tests/support/ExceptionOf.h"
 #include "tests/support/ValueGenerator.h"
 

@@ -7,7 +7,7 @@
 #include "Sync/Foundation/KeyedArchive.h"
 #include "Sync/Foundation/PropertyList.h"
 #include "Sync/Host/Engine/RecordFields.h"
-#include "tests/Sync/Host/Engine/SimulatedStore.h"
+#include "tests/Sync/Host/Engine/HomeModel.h"
 
 namespace kt::test {
 namespace {

@@ -6,7 +6,7 @@
 
 #include "Sync/Host/Engine/RecordFields.h"
 #include "Sync/Host/Engine/RecordMerge.h"
-#include "tests/Sync/Host/Engine/SimulatedStore.h"
+#include "tests/Sync/Host/Engine/HomeModel.h"
 
 namespace kt::test {
 namespace {

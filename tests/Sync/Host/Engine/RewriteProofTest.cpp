@@ -7,7 +7,7 @@
 
 #include "Sync/Host/Engine/HostSyncRecord.h"
 #include "Sync/Host/Engine/RewriteProof.h"
-#include "tests/Sync/Host/Engine/SimulatedStore.h"
+#include "tests/Sync/Host/Engine/HomeModel.h"
 
 namespace kt::test {
 namespace {

@@ -43,7 +43,7 @@ TEST_F(SyncEngineRules, Rule7_WhatALayoutDropsIsNoChange)
 {
     auto& a = home("a");
     auto& b = home("b", Layout::tiger);
-    SimulatedCalendar privat = calendar("Privat", {event("Zahnarzt", "20071224T100000")});
+    HomeCalendar privat = calendar("Privat", {event("Zahnarzt", "20071224T100000")});
     privat.notes = "meine";
     privat.order = 7;
     a.store.calendars = {privat};
@@ -62,9 +62,9 @@ TEST_F(SyncEngineRules, Rule7_ADetachedOccurrenceStaysWithItsSeriesOverAPoorerLa
 {
     auto& a = home("a", Layout::tiger);
     auto& b = home("b");
-    SimulatedItem series =
+    HomeItem series =
         event("Chor", "20080107T190000", {{"RecurrenceRule", Dictionary{{"Frequency", "WEEKLY"}}}});
-    SimulatedItem occurrence =
+    HomeItem occurrence =
         event("Chor", "20080115T190000", {{"RecurrenceId", date("20080114T190000")}});
     series.uid = occurrence.uid = "chor";
     a.store.calendars = {calendar("Privat", {series, occurrence})};

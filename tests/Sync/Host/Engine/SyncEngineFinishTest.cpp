@@ -132,8 +132,8 @@ TEST_F(SyncEngineRules, Rule24_AHostMayLeaveSwitchesAlone)
     givenTwoHomes();
     auto& a = home("a");
     SyncRunOptions options;
-    options.home = "/home";
-    options.switches[a.store.keyOf(*a.store.calendar("Arbeit"))] = false;
+    options.home = a.store.home();
+    options.switches[a.store.calendar("Arbeit")->recordKey()] = false;
     a.switchOff("Arbeit");
     a.sync();
     a.store.calendar("Arbeit")->title = "Dienst";
@@ -143,11 +143,12 @@ TEST_F(SyncEngineRules, Rule24_AHostMayLeaveSwitchesAlone)
     SyncEngine engine(state, *server, reports, {});
     engine.beginRun(options);
     SyncRecordList records;
-    for (const auto& loaded : a.store.load()) {
-        reports.identities.reportIdentity(loaded.calendar,
-                                          {"", "", "", SimulatedStore::folderOf(*loaded.text)});
-        records.push_back(loaded.calendar);
-        records.insert(records.end(), loaded.items.begin(), loaded.items.end());
+    a.writeStore();
+    for (const HomeCalendar& each : a.calendarsAsRead()) {
+        records.push_back(std::make_shared<HostSyncRecord>(kRecordTypeRecord, each.stored->record,
+                                                           each.recordKey(), std::nullopt,
+                                                           std::string(kConduitCalendar)));
+        reports.identities.reportIdentity(records.back(), {"", "", "", each.stored->folder});
     }
     ASSERT_EQ(engine.startSync(5), 1);
     const auto result = engine.diffLocalStateWithLocalUpdates(records, std::nullopt, 7);

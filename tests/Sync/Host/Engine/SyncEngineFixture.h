@@ -9,7 +9,7 @@
 
 #include "Sync/Host/Server/SyncServer.h"
 #include "tests/Sync/Host/Engine/FailingSqlite.h"
-#include "tests/Sync/Host/Engine/SimulatedHome.h"
+#include "tests/Sync/Host/Engine/MemoryHome.h"
 #include "tests/support/HostClassesScope.h"
 #include "tests/support/PlatformScope.h"
 #include "tests/support/TemporaryFolder.h"
@@ -19,8 +19,10 @@ namespace kt::test {
 /// Homes that share one server, and what can be said of all of them.
 class SyncEngineFixture : public testing::Test {
 protected:
+    SyncEngineFixture();
+
     /// The home of that name, made when it is first asked for.
-    SimulatedHome& home(const std::string& name, Layout layout = Layout::leopard);
+    MemoryHome& home(const std::string& name, Layout layout = Layout::leopard);
 
     /// Every home once, in the order in which they were made.
     void syncAll();
@@ -33,11 +35,10 @@ protected:
 
     /// What a home shows: calendar title, conduit and the fields that mean something, one line
     /// each, sorted.
-    static std::vector<std::string> contents(const SimulatedHome& home);
+    static std::vector<std::string> contents(MemoryHome& home);
     /// Removes the item of that title from the home's store.
-    static void removeItem(SimulatedHome& home, const std::string& calendar,
-                           const std::string& title);
-    static void removeCalendar(SimulatedHome& home, const std::string& title);
+    static void removeItem(MemoryHome& home, const std::string& calendar, const std::string& title);
+    static void removeCalendar(MemoryHome& home, const std::string& title);
 
     std::string serverUrl() const { return "sqlite:" + folder.path("server.db"); }
     /// Live records on the server, and everything on it.
@@ -48,8 +49,8 @@ protected:
     PlatformScope platform;
     HostClassesScope classes;
     TemporaryFolder folder;
-    std::vector<std::unique_ptr<SimulatedHome>> homes;
-    std::map<std::string, SimulatedHome*> homesByName;
+    std::vector<std::unique_ptr<MemoryHome>> homes;
+    std::map<std::string, MemoryHome*> homesByName;
 };
 
 }  // namespace kt::test

@@ -41,8 +41,8 @@ protected:
         expectRest();
     }
 
-    SimulatedHome& a = home("a", GetParam());
-    SimulatedHome& b = home("b");
+    MemoryHome& a = home("a", GetParam());
+    MemoryHome& b = home("b");
     std::vector<RecordId> before;
 };
 
@@ -64,7 +64,7 @@ TEST_P(Identity, AnEditOfTitleStartAndSequenceAtOnceIsAnEdit)
 TEST_P(Identity, EditsOfOneRecordGoOnForEver)
 {
     for (int round = 0; round < 4; ++round) {
-        SimulatedHome& editor = round % 2 == 0 ? a : b;
+        MemoryHome& editor = round % 2 == 0 ? a : b;
         const std::string last = round == 0 ? "Zahnarzt" : "Termin " + std::to_string(round - 1);
         editor.store.item("Privat", last)->fields.set("Title", "Termin " + std::to_string(round));
         expectOnlyEdits(editor.sync(), 1);
@@ -77,9 +77,9 @@ TEST_P(Identity, EditsOfOneRecordGoOnForEver)
 TEST_F(SyncEngineRules, Rule13_AnOccurrenceBelongsToItsSeriesWhateverBecomesOfThatsKey)
 {
     auto& tiger = home("a", Layout::tiger);
-    SimulatedItem series =
+    HomeItem series =
         event("Sport", "20071224T100000", {{"RecurrenceRule", Dictionary{{"Frequency", 1}}}});
-    SimulatedItem occurrence =
+    HomeItem occurrence =
         event("Sport (verlegt)", "20080101T100000", {{"RecurrenceId", date("20071231T100000")}});
     series.uid = occurrence.uid = "UID-Sport";
     tiger.store.calendars = {calendar("Privat", {series, occurrence})};
@@ -97,7 +97,6 @@ TEST_F(SyncEngineRules, Rule13_AnOccurrenceBelongsToItsSeriesWhateverBecomesOfTh
     ASSERT_EQ(agreed("Sport (verlegt)").second, Value(key));
     tiger.store.item("Privat", "Sport")->fields.set("Title", "Turnen");
     tiger.store.item("Privat", "Sport (verlegt)")->fields.set("Notes", "neu");
-    tiger.store.touch();
     EXPECT_EQ(tiger.sync().sent, 2U);
     EXPECT_EQ(agreed("Turnen").first, key);
     EXPECT_EQ(agreed("Sport (verlegt)").second, Value(key));
@@ -130,7 +129,7 @@ TEST_P(Identity, TwoCalendarsSwapTheirTitles)
 TEST_P(Identity, ANewCalendarTakesTheTitleOfARenamedOne)
 {
     a.store.calendar("Privat")->title = "Familie";
-    SimulatedCalendar other = calendar("Privat", {task("Steuer")});
+    HomeCalendar other = calendar("Privat", {task("Steuer")});
     other.sourceKey = "SK-neu";
     a.store.calendars.push_back(other);
     const SyncRunSummary summary = a.sync();
@@ -145,7 +144,7 @@ TEST_P(Identity, ANewCalendarTakesTheTitleOfARenamedOne)
 
 TEST_P(Identity, AnItemThatMovesToAnotherCalendarMoves)
 {
-    SimulatedItem moved = *a.store.item("Privat", "Zahnarzt");
+    HomeItem moved = *a.store.item("Privat", "Zahnarzt");
     removeItem(a, "Privat", "Zahnarzt");
     a.store.calendar("Arbeit")->items.push_back(moved);
     expectOnlyEdits(a.sync(), 1);
@@ -192,9 +191,9 @@ TEST_P(Identity, EditsOfDifferentFieldsMeetWhateverBecameOfTheKey)
     there.set("Location", "Praxis");
     there.set("Sequence", "2");
     expectAllAtRest();
-    for (const SimulatedHome* each : {&a, &b}) {
+    for (const MemoryHome* each : {&a, &b}) {
         const Dictionary& fields =
-            const_cast<SimulatedHome*>(each)->store.item("Privat", "Zahnarzt")->fields;
+            const_cast<MemoryHome*>(each)->store.item("Privat", "Zahnarzt")->fields;
         EXPECT_EQ(fields["Notes"], Value("nüchtern"));
         EXPECT_EQ(fields["Location"], Value("Praxis"));
     }
@@ -226,7 +225,7 @@ TEST_P(Identity, AnEditedItemIsDeletedWhenItIsDeleted)
 
 TEST_P(Identity, WithoutAnIdentityContentDecidesAsBefore)
 {
-    a.telling = SimulatedHome::Telling::noPlaces;
+    a.telling = MemoryHome::Telling::noPlaces;
     a.sync();
     a.store.item("Privat", "Zahnarzt")->fields.set("Notes", "nüchtern");
     expectOnlyEdits(a.sync(), 1);
@@ -235,7 +234,7 @@ TEST_P(Identity, WithoutAnIdentityContentDecidesAsBefore)
 
 TEST_P(Identity, TwinsUnderOneUidAreToldApartByContent)
 {
-    SimulatedItem twin = *a.store.item("Privat", "Einkaufen");
+    HomeItem twin = *a.store.item("Privat", "Einkaufen");
     twin.fields.set("Notes", "Zwilling");
     a.store.calendar("Privat")->items.push_back(twin);
     syncUntilRest();
@@ -276,10 +275,9 @@ protected:
     }
     void enter(Dictionary more)
     {
-        SimulatedItem item = event("Zahnarzt", "20071224T100000", std::move(more));
+        HomeItem item = event("Zahnarzt", "20071224T100000", std::move(more));
         item.uid = "another";
         a.store.calendar("Privat")->items.push_back(item);
-        a.store.touch();
         a.sync();
     }
 };
@@ -315,10 +313,9 @@ TEST_P(EnteredAgain, IsOneRecordEverywhere)
 TEST_P(EnteredAgain, ThreeTimesIsThreeRecords)
 {
     enter({{"Notes", "neu"}});
-    SimulatedItem third = event("Zahnarzt", "20071224T100000", {{"Notes", "noch einer"}});
+    HomeItem third = event("Zahnarzt", "20071224T100000", {{"Notes", "noch einer"}});
     third.uid = "a third";
     a.store.calendar("Privat")->items.push_back(third);
-    a.store.touch();
     a.sync();
     b.store.item("Privat", "Zahnarzt")->fields.set("Notes", "alt");
     syncUntilRest();

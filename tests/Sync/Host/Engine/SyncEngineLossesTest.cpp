@@ -13,7 +13,7 @@ TEST_F(SyncEngineRules, Rule18_UnsafeTextsHoldARun)
     auto& b = home("b");
     b.store.calendar("Privat")->items.push_back(task("Blumen"));
     b.sync();
-    a.unsafe = {"Arbeit", "Einkaufen"};
+    a.unsafe = {"Arbeit", "Privat"};
     a.store.calendar("Privat")->items.push_back(task("Geschenke"));
     const SyncRunSummary summary = a.sync();
     EXPECT_EQ(summary.startResult, 1);
@@ -42,7 +42,7 @@ TEST_F(SyncEngineRules, Rule18_AHeldRunSendsAnEditTogetherWithWhatTheServerHas)
     auto& b = home("b");
     fields(b, "Privat", "Zahnarzt").set("Location", "Praxis");
     b.sync();
-    a.unsafe = {"Einkaufen"};
+    a.unsafe = {"Privat"};
     fields(a, "Privat", "Zahnarzt").set("Notes", "Karte");
     a.sync();
     EXPECT_FALSE(fields(a, "Privat", "Zahnarzt").contains("Location"));
@@ -59,7 +59,7 @@ TEST_F(SyncEngineRules, Rule18_WhatIsDeletedBesidesALossIsDeletedOnceTheLossIsMe
 {
     givenTwoHomes();
     auto& a = home("a");
-    a.unsafe = {"Zahnarzt"};
+    a.unsafe = {"Privat"};
     removeItem(a, "Privat", "Einkaufen");
     EXPECT_EQ(a.sync().deletedOnServer, 0U);
     a.unsafe = {};
@@ -76,7 +76,7 @@ TEST_F(SyncEngineRules, Rule18_AHeldFirstMeetingIsAMeeting)
     a.store.calendars = b.store.calendars = {
         calendar("Privat", {event("Zahnarzt", "20071224T100000"), task("Einkaufen")})};
     a.sync();
-    b.unsafe = {"Einkaufen"};
+    b.unsafe = {"Privat"};
     EXPECT_TRUE(b.sync().held);
     removeItem(a, "Privat", "Zahnarzt");
     EXPECT_EQ(a.sync().deletedOnServer, 1U);
@@ -97,7 +97,7 @@ TEST_F(SyncEngineRules, Rule18_UnsafeTextsDoNotHoldWhileAMarkStands)
     home("a").store.calendar("Privat")->items.push_back(task("Blumen"));
     home("a").sync();
     b.sync(broken(Break::killInRewrite));
-    b.unsafe = {"Zahnarzt"};
+    b.unsafe = {"Privat"};
     const SyncRunSummary summary = b.sync();
     EXPECT_EQ(summary.startResult, 6);
     EXPECT_EQ(summary.deletedOnServer, 0U);
@@ -110,7 +110,7 @@ TEST_F(SyncEngineRules, Rule18_TheUserCanGoOnWithUnsafeTextsAndNothingMissingIsD
     auto& a = home("a");
     home("b").store.calendar("Privat")->items.push_back(task("Blumen"));
     home("b").sync();
-    a.unsafe = {"Sitzung"};
+    a.unsafe = {"Arbeit"};
     Wishes wishes;
     wishes.acceptLosses = true;
     a.beforeSettling = [&] { a.unsafe = {}; };

@@ -15,7 +15,6 @@ TEST_F(SyncEngineRules, Rule19_ATaskEditedBeforeItsRewriteWasSettledIsNotDoubled
     home("a").sync();
     b.sync(broken(Break::killBeforeSettling));
     fields(b, "Privat", "Blumen").set("Notes", "Tulpen");
-    b.store.touch();
     syncUntilRest();
     for (const char* name : {"a", "b"}) {
         ASSERT_EQ(home(name).store.count("Blumen"), 1) << name;
@@ -29,9 +28,8 @@ TEST_F(SyncEngineRules, Rule19_AnItemThatTheCutRewriteOnlyMovedHalfwayIsNotDoubl
     givenTwoHomes();
     auto& a = home("a");
     auto& b = home("b");
-    const auto move = [](SimulatedHome& in) {
+    const auto move = [](MemoryHome& in) {
         in.store.calendar("Arbeit")->items.push_back(*in.store.item("Privat", "Zahnarzt"));
-        in.store.touch();
     };
     move(a);
     removeItem(a, "Privat", "Zahnarzt");
@@ -59,7 +57,6 @@ protected:
         a.store.calendar("Arbeit")->items.push_back(task("Blumen"));
         a.sync(broken(Break::killAfterFinish));
         fields(a, "Arbeit", "Blumen").set("Title", "Tulpen");
-        a.store.touch();
     }
     void expectOneTask()
     {
@@ -122,7 +119,6 @@ TEST_F(SyncEngineRules, Rule19_AnEditIsComparedWithWhatIsAgreedAndTakesNothingAw
     b.sync(broken(Break::killAfterFinish));
     // The old store has no notes for it, which nobody deleted.
     fields(b, "Privat", "Einkaufen").set("URL", "http://example.invalid");
-    b.store.touch();
     syncUntilRest();
     for (const char* name : {"a", "b"}) {
         EXPECT_EQ(fields(home(name), "Privat", "Einkaufen")["Notes"], Value("Milch")) << name;
@@ -140,7 +136,6 @@ TEST_F(SyncEngineRules, Rule19_ATaskOfTheTitleOfOneThatWasNotWrittenYetIsAnother
     home("a").sync();
     b.sync(broken(Break::killAfterFinish));
     b.store.calendar("Privat")->items.push_back(task("Blumen", {{"Notes", "Rosen"}}));
-    b.store.touch();
     syncUntilRest();
     for (const char* name : {"a", "b"})
         EXPECT_EQ(home(name).store.count("Blumen"), 2) << name;
@@ -161,7 +156,6 @@ TEST_F(SyncEngineRules, Rule19_AnEditOfWhatTheRewriteHadNothingForStands)
         b.sync(broken(at));
         const std::string place = "Raum " + std::to_string(static_cast<int>(at));
         fields(b, "Privat", "Zahnarzt").set("Location", place);
-        b.store.touch();
         syncUntilRest();
         for (auto* each : {&a, &b})
             EXPECT_EQ(fields(*each, "Privat", "Zahnarzt")["Location"], Value(place));
@@ -182,7 +176,6 @@ TEST_F(SyncEngineRules, Rule19_AnEditOfWhatTheRewriteHadNothingForKeepsWhatOnlyT
     home("a").sync();
     b.sync(broken(Break::killAfterFinish));
     fields(b, "Privat", "Zahnarzt").set("URL", "http://example.invalid");
-    b.store.touch();
     syncUntilRest();
     for (const char* name : {"a", "b"}) {
         EXPECT_EQ(fields(home(name), "Privat", "Zahnarzt")["Location"], Value("Praxis")) << name;
@@ -197,16 +190,13 @@ TEST_F(SyncEngineRules, Rule19_WhatTheStoreGaveIsKnownThroughASecondRewriteThatE
     auto& a = home("a");
     auto& b = home("b");
     b.store.calendar("Privat")->items.push_back(task("Blumen", {{"Notes", "Tulpen"}}));
-    b.store.touch();
     for (const Break at : {Break::killBeforeSettling, Break::killAfterFinish}) {
         fields(a, "Arbeit", "Sitzung").set("Notes", std::to_string(static_cast<int>(at)));
-        a.store.touch();
         a.sync();
         b.sync(broken(at));
     }
     // Entered before both, so the rewrites had nothing to write there: the user took it out.
     fields(b, "Privat", "Blumen").remove("Notes");
-    b.store.touch();
     syncUntilRest();
     for (auto* each : {&a, &b})
         EXPECT_FALSE(fields(*each, "Privat", "Blumen").contains("Notes"));
@@ -218,12 +208,12 @@ TEST_F(SyncEngineRules, Rule19_WhatTheStoreGaveIsKnownThroughASecondRewriteThatE
 // end nobody has seen.
 class UnsettledRewrite : public SyncEngineRules, public testing::WithParamInterface<Layout> {
 protected:
-    void givenTwoHomesAnd(std::vector<SimulatedItem> more)
+    void givenTwoHomesAnd(std::vector<HomeItem> more)
     {
         home("a").store.calendars = {calendar("Privat", {event("Zahnarzt", "20071224T100000")})};
         home("b", GetParam());
         syncUntilRest();
-        for (SimulatedItem& item : more)
+        for (HomeItem& item : more)
             home("a").store.calendar("Privat")->items.push_back(std::move(item));
         home("a").sync();
         home("b").sync(broken(Break::killBeforeSettling));
@@ -244,7 +234,6 @@ TEST_P(UnsettledRewrite, Rule19_EqualKeysKeepTheirNumbersAlthoughOneWasEditedSin
         if (item.fields["DueDate"] == Value(date("20071225")))
             item.fields.set("Notes", "Brot");
     }
-    b.store.touch();
     syncUntilRest();
     for (const char* name : {"a", "b"}) {
         EXPECT_EQ(home(name).store.count("Einkaufen"), 2) << name;
@@ -264,7 +253,6 @@ TEST_P(UnsettledRewrite, Rule19_EqualKeysKeepTheirNumbersWhenAllOfThemWereEdited
         if (item.conduit == kConduitTask)
             item.fields.set("Notes", "von b");
     }
-    b.store.touch();
     syncUntilRest();
     for (const char* name : {"a", "b"})
         EXPECT_EQ(home(name).store.count("Einkaufen"), 2) << name;
@@ -280,7 +268,6 @@ TEST_P(UnsettledRewrite, Rule19_ARecordThatComesBackUnderAnotherKeyIsNotDoubled)
     auto& b = home("b");
     fields(b, "Privat", "Feier").set("Sequence", "2");
     fields(b, "Privat", "Feier").set("Location", "Garten");
-    b.store.touch();
     syncUntilRest();
     for (const char* name : {"a", "b"}) {
         ASSERT_EQ(home(name).store.count("Feier"), 1) << name;
@@ -301,7 +288,6 @@ TEST_P(UnsettledRewrite, Rule19_ACalendarMadeMeanwhileIsNotTakenForOneThatWasHan
     b.sync(broken(Break::killAfterFinish));
     b.store.calendars.push_back(calendar("Garten", {task("Gießen")}));
     b.store.calendar("Garten")->order = 1;
-    b.store.touch();
     syncUntilRest();
     for (const char* name : {"a", "b"}) {
         ASSERT_NE(home(name).store.calendar("Arbeit"), nullptr) << name;
@@ -352,7 +338,6 @@ TEST_F(SyncEngineRules, Rule19_KeptRecordsThatHalfAStoreLacksAreNotDeletedWhenTh
     a.sync();
     b.sync(broken(Break::killBeforeSettling));
     b.store.calendar("Arbeit")->items.clear();
-    b.store.touch();
     b.switchOn("Arbeit");
     syncUntilRest();
     for (const char* title : {"Sitzung", "nur bei b"}) {

@@ -27,7 +27,7 @@ protected:
     }
 
     static constexpr const char* kTitles[] = {"eins", "zwei", "drei", "vier", "fünf"};
-    SimulatedHome& a = home("a");
+    MemoryHome& a = home("a");
 };
 
 TEST_F(OlderCopy, Rule17_IsWhereThreeWentBack)

@@ -29,20 +29,20 @@ protected:
         EXPECT_THAT(sequence(tiger), ElementsAre("Zuhause", "Privat", "Arbeit", "Verein"));
         EXPECT_EQ(tiger.store.calendar("Verein")->order, 3);
     }
-    static void add(SimulatedHome& home, const std::string& title, int order,
+    static void add(MemoryHome& home, const std::string& title, int order,
                     const std::string& group = "", const std::string& type = "CalendarNode")
     {
-        SimulatedCalendar each = calendar(title);
+        HomeCalendar each = calendar(title);
         each.type = type;
         each.order = order;
         each.group = group;
         home.store.calendars.push_back(each);
     }
     /// The titles of a group, or of the top, as the home shows them.
-    static Titles sequence(const SimulatedHome& home, const std::string& group = "")
+    static Titles sequence(const MemoryHome& home, const std::string& group = "")
     {
         std::vector<std::pair<int, std::string>> members;
-        for (const SimulatedCalendar& each : home.store.calendars)
+        for (const HomeCalendar& each : home.store.calendars)
             if (each.group == group)
                 members.emplace_back(each.order, each.title);
         std::sort(members.begin(), members.end());
@@ -58,7 +58,7 @@ protected:
         return titles;
     }
     /// As the older calendar program numbers them.
-    static void arrange(SimulatedHome& home, const Titles& titles)
+    static void arrange(MemoryHome& home, const Titles& titles)
     {
         int order = 0;
         for (const std::string& title : titles)
@@ -72,8 +72,8 @@ protected:
         expectRest();
     }
 
-    SimulatedHome& leopard = home("leopard");
-    SimulatedHome& tiger = home("tiger", Layout::tiger);
+    MemoryHome& leopard = home("leopard");
+    MemoryHome& tiger = home("tiger", Layout::tiger);
 };
 
 TEST_F(CalendarOrder, ChangedInEitherLayoutIsTheSameInBoth)

@@ -28,8 +28,8 @@ protected:
     }
 
     std::string before;
-    SimulatedHome& a = home("a");
-    SimulatedHome& b = home("b");
+    MemoryHome& a = home("a");
+    MemoryHome& b = home("b");
 };
 
 // In the first run of a store that tells nothing of UIDs.
@@ -37,7 +37,7 @@ class UnansweredFirstPush : public UnansweredPush {
 protected:
     void SetUp() override
     {
-        a.telling = SimulatedHome::Telling::noPlaces;
+        a.telling = MemoryHome::Telling::noPlaces;
         a.store.calendars = {calendar("Privat", {event("Zahnarzt", "20071224T100000")})};
         fields(a, "Privat", "Zahnarzt").set("Notes", "von a");
         remember();

@@ -25,8 +25,8 @@ protected:
 
     std::string memory() { return a.openState().facts().loadInVain; }
 
-    SimulatedHome& a = home("a");
-    SimulatedHome& b = home("b");
+    MemoryHome& a = home("a");
+    MemoryHome& b = home("b");
 };
 
 TEST_F(QuietRun, IsRememberedUntilSomethingIsDone)
@@ -71,7 +71,7 @@ TEST_F(QuietRun, FindsWhatTheUserDidSince)
 
 TEST_F(QuietRun, FindsAnEditThatWasTakenBack)
 {
-    SimulatedItem& item = *a.store.item("Privat", "Zahnarzt");
+    HomeItem& item = *a.store.item("Privat", "Zahnarzt");
     const Dictionary before = item.fields;
     item.fields.set("Notes", "nüchtern");
     EXPECT_EQ(a.sync().sent, 1U);
@@ -120,7 +120,7 @@ TEST_F(QuietRun, FindsAnotherServer)
 
 TEST_F(QuietRun, DoesAllThatIsAskedOfIt)
 {
-    SimulatedHome::Wishes full;
+    MemoryHome::Wishes full;
     full.isFull = true;
     EXPECT_EQ(a.sync(full).startResult, 6);
     EXPECT_EQ(memory(), "") << "the store was rewritten";

@@ -4,12 +4,12 @@
 
 namespace kt::test {
 
-void SyncEngineRules::givenTwoHomes()
+void SyncEngineRules::givenTwoHomes(Layout layoutOfB)
 {
     home("a").store.calendars = {calendar("Privat", {event("Zahnarzt", "20071224T100000"),
                                                      task("Einkaufen")}),
                                  calendar("Arbeit", {event("Sitzung", "20071227T090000")})};
-    home("b");
+    home("b", layoutOfB);
     syncAll();
     syncUntilRest();
 }

@@ -15,7 +15,7 @@ namespace kt::test {
 /// own are tested there.
 class SyncEngineRules : public SyncEngineFixture {
 protected:
-    using Wishes = SimulatedHome::Wishes;
+    using Wishes = MemoryHome::Wishes;
 
     static Wishes broken(Break at)
     {
@@ -32,15 +32,15 @@ protected:
     }
 
     /// Two homes that have "Privat" with a dentist and a shopping list in step, and "Arbeit" with a
-    /// meeting.
-    void givenTwoHomes();
+    /// meeting. One layout each, unless a test is about files of one item.
+    void givenTwoHomes(Layout layoutOfB = Layout::tiger);
 
     /// What another program, or another version of this one, puts on the server.
     void writeToServer(const RecordId& id, const Dictionary& record);
     /// What the server holds of a record now, a deleted one's last content included.
     Dictionary recordOnServer(const RecordId& id);
 
-    static Dictionary& fields(SimulatedHome& home, const std::string& calendar,
+    static Dictionary& fields(MemoryHome& home, const std::string& calendar,
                               const std::string& title)
     {
         return home.store.item(calendar, title)->fields;

@@ -24,10 +24,7 @@ TEST_F(SyncEngineRules, Rule15_AStoreThatChangedSinceTheRewriteIsNotSettled)
     auto& b = home("b");
     home("a").store.calendar("Privat")->items.push_back(task("Blumen"));
     home("a").sync();
-    b.beforeSettling = [&] {
-        fields(b, "Privat", "Zahnarzt").set("Location", "Praxis");
-        b.store.touch();
-    };
+    b.beforeSettling = [&] { fields(b, "Privat", "Zahnarzt").set("Location", "Praxis"); };
     EXPECT_FALSE(b.sync().settled);
     b.beforeSettling = nullptr;
     EXPECT_EQ(b.openState().facts().mark, "2007-12-24");
@@ -178,16 +175,15 @@ TEST_F(SyncEngineRules, Rule15_AStateThatCannotBeWrittenIsSaidAndTheNextRunSettl
 
 TEST_F(SyncEngineRules, Rule15_WhatCanBeReadOnlyAfterTheRewriteIsNewAndGoesUp)
 {
-    givenTwoHomes();
+    givenTwoHomes(Layout::leopard);
     auto& a = home("a");
     auto& b = home("b");
-    SimulatedItem second = task("Zweitling");
-    second.isBroken = true;
-    b.store.calendar("Privat")->items.push_back(second);
+    b.unreadable = {"Zweitling"};
+    b.store.calendar("Privat")->items.push_back(task("Zweitling"));
     syncUntilRest();
     fields(a, "Privat", "Einkaufen").set("Notes", "Milch");
     a.sync();
-    b.beforeSettling = [&] { b.store.item("Privat", "Zweitling")->isBroken = false; };
+    b.beforeSettling = [&] { b.unreadable.clear(); };
     EXPECT_TRUE(b.sync().settled);
     b.beforeSettling = nullptr;
     fields(a, "Privat", "Einkaufen").set("Notes", "Brot");
@@ -205,7 +201,7 @@ protected:
     void SetUp() override
     {
         givenTwoHomes();
-        SimulatedItem unread = task("Zweitling");
+        HomeItem unread = task("Zweitling");
         unread.isBroken = true;
         b.store.calendar("Privat")->items.push_back(unread);
         syncUntilRest();
@@ -215,7 +211,7 @@ protected:
     {
         SeenRow row;
         row.local = {std::string(kConduitTask), "niemandes"};
-        row.localParentKey = b.store.keyOf(*b.store.calendar(calendarTitle));
+        row.localParentKey = b.store.calendar(calendarTitle)->recordKey();
         row.place = {"uid", file, ""};
         b.openState().addSeen(row, {{"Title", "niemandes"}});
     }
@@ -228,7 +224,7 @@ protected:
         return b.openState().seenRows().size() == before;
     }
 
-    SimulatedHome& b = home("b");
+    MemoryHome& b = home("b");
 };
 
 TEST_F(WhatWasNobodys, Rule15_IsForgottenWhereItIsGoneWhateverElseIsUnread)
@@ -239,9 +235,8 @@ TEST_F(WhatWasNobodys, Rule15_IsForgottenWhereItIsGoneWhateverElseIsUnread)
 
 TEST_F(WhatWasNobodys, Rule15_IsRememberedWhereItCannotBeRead)
 {
-    const SimulatedCalendar& privat = *b.store.calendar("Privat");
-    const std::string file = b.store.fileOf(privat, *b.store.item("Privat", "Zweitling"));
-    see("Privat", file.substr(std::string("/home/").size()));
+    const std::string file = b.store.item("Privat", "Zweitling")->stored->path;
+    see("Privat", file.substr(b.store.home().size() + 1));
     EXPECT_TRUE(isStillSeenAfterARewrite());
 }
 

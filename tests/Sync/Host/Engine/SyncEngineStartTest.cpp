@@ -61,7 +61,7 @@ TEST_F(SyncEngineRules, Rule5_AFullComparisonThatLossesHeldBackIsMadeLater)
 {
     givenTwoHomes();
     auto& a = home("a");
-    a.unsafe = {"Zahnarzt"};
+    a.unsafe = {"Privat"};
     EXPECT_EQ(a.sync(full()).startResult, 1);
     a.unsafe = {};
     EXPECT_EQ(a.sync().startResult, 6);
@@ -96,7 +96,7 @@ TEST_F(SyncEngineRules, Rule5_AServerThatHoldsNothingOverwritesNoStore)
     c.store.calendars = {calendar("Anderes", {task("nur hier")})};
     Wishes wishes;
     wishes.fromServer = true;
-    for (SimulatedHome* each : {&a, &c}) {
+    for (MemoryHome* each : {&a, &c}) {
         each->serverUrl = "sqlite:" + folder.path("vertippt.db");
         const auto before = contents(*each);
         for (const bool isDry : {true, false}) {
@@ -145,9 +145,9 @@ TEST_F(SyncEngineRules, Rule6_GroupsCalendarsAndItemsComeInThisOrderAndTombstone
     givenTwoHomes();
     auto& a = home("a");
     auto& b = home("b");
-    SimulatedCalendar group = calendar("Haus");
+    HomeCalendar group = calendar("Haus");
     group.type = "CalendarGroup";
-    SimulatedCalendar member = calendar("Garten", {task("Gießen")});
+    HomeCalendar member = calendar("Garten", {task("Gießen")});
     member.group = "Haus";
     a.store.calendars.push_back(group);
     a.store.calendars.push_back(member);

@@ -27,13 +27,12 @@ protected:
         a.switchOff("Arbeit");
         a.sync();
     }
-    static void move(SimulatedHome& home, const std::string& title, const std::string& from,
+    static void move(MemoryHome& home, const std::string& title, const std::string& from,
                      const std::string& to)
     {
-        const SimulatedItem moved = *home.store.item(from, title);
+        const HomeItem moved = *home.store.item(from, title);
         removeItem(home, from, title);
         home.store.calendar(to)->items.push_back(moved);
-        home.store.touch();
     }
     void expectOnceAndIn(const std::string& calendar, const std::string& title)
     {
@@ -49,8 +48,8 @@ protected:
         expectRest();
     }
 
-    SimulatedHome& a = home("a", GetParam());
-    SimulatedHome& b = home("b");
+    MemoryHome& a = home("a", GetParam());
+    MemoryHome& b = home("b");
 };
 
 INSTANTIATE_TEST_SUITE_P(Layouts, SwitchedOff, testing::Values(Layout::leopard, Layout::tiger));
@@ -213,7 +212,7 @@ TEST_P(SwitchedOffUnknown, Rule24_WhatOthersDoToItWaits)
 
 TEST_P(SwitchedOffUnknown, Rule24_WhatMovedThereInAHeldRunIsNotDeletedByTheNext)
 {
-    a.unsafe = {"Einkaufen"};
+    a.unsafe = {"Privat"};
     move(a, "Zahnarzt", "Privat", "Geheim");
     EXPECT_TRUE(a.sync().held);
     a.unsafe = {};
@@ -290,7 +289,7 @@ TEST_P(SwitchedOff, Rule24_ACalendarThatWasNeverSeenItselfTakesNothingAlong)
 TEST_P(SwitchedOff, Rule24_WithUnsafeLossesNoCalendarGoes)
 {
     removeCalendar(a, "Arbeit");
-    a.unsafe = {"Einkaufen"};
+    a.unsafe = {"Privat"};
     const SyncRunSummary summary = a.sync();
     EXPECT_EQ(summary.deletedOnServer, 0U);
     EXPECT_THAT(summary.notices, IsEmpty());
@@ -300,12 +299,11 @@ TEST_P(SwitchedOff, Rule24_WithUnsafeLossesNoCalendarGoes)
 // What a title says of a calendar, and what it does not.
 class SwitchedOffAndRenamed : public SwitchedOff {
 protected:
-    static void rename(SimulatedHome& home, const std::string& title, const std::string& now)
+    static void rename(MemoryHome& home, const std::string& title, const std::string& now)
     {
         home.store.calendar(title)->title = now;
-        home.store.touch();
     }
-    static SimulatedCalendar inFolder(SimulatedCalendar calendar, const std::string& folder)
+    static HomeCalendar inFolder(HomeCalendar calendar, const std::string& folder)
     {
         calendar.sourceKey = folder;
         return calendar;

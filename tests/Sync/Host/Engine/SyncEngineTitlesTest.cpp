@@ -24,16 +24,16 @@ protected:
         syncUntilRest();
     }
 
-    static std::vector<std::string> titles(const SimulatedHome& home)
+    static std::vector<std::string> titles(const MemoryHome& home)
     {
         std::vector<std::string> titles;
-        for (const SimulatedCalendar& calendar : home.store.calendars)
+        for (const HomeCalendar& calendar : home.store.calendars)
             titles.push_back(calendar.title);
         return titles;
     }
 
-    SimulatedHome& a = home("a");
-    SimulatedHome& b = home("b");
+    MemoryHome& a = home("a");
+    MemoryHome& b = home("b");
 };
 
 TEST_F(SameTitles, GetANumberWhereTwoCalendarsAreRenamedAlike)
@@ -45,7 +45,7 @@ TEST_F(SameTitles, GetANumberWhereTwoCalendarsAreRenamedAlike)
                 ElementsAre("Es gibt hier schon einen Kalender 'Haus'; der neu gekommene heißt "
                             "jetzt überall 'Haus 2'."));
     syncUntilRest();
-    for (const SimulatedHome* home : {&a, &b}) {
+    for (const MemoryHome* home : {&a, &b}) {
         EXPECT_THAT(titles(*home), UnorderedElementsAre("Haus", "Haus 2"));
         EXPECT_EQ(home->store.count("Einkaufen"), 1);
         EXPECT_EQ(home->store.count("Bericht"), 1);

@@ -88,7 +88,7 @@ TEST_F(UnreadKept, Rule23_TwinsOfASwitchedOffCalendarAreBothThereAfterAKillAndAD
     a.switchOff("Privat");
     a.sync();
     for (const std::string& broken : {std::string("(null)"), std::string("zweiter")}) {
-        for (SimulatedItem& item : a.store.calendar("Privat")->items) {
+        for (HomeItem& item : a.store.calendar("Privat")->items) {
             if (item.fields["Title"] == Value("Einkaufen") &&
                 item.fields["Notes"].description() == broken)
                 item.isBroken = true;
@@ -121,7 +121,7 @@ TEST_F(UnreadKept, Rule23_ATwinMissingWhileARewriteIsNotSettledIsNotOverwrittenB
     removeItem(a, "Privat", "Einkaufen");  // as between two unlinks
     EXPECT_TRUE(a.sync().settled);
     std::multiset<std::string> notes;
-    for (const SimulatedItem& item : a.store.calendar("Privat")->items) {
+    for (const HomeItem& item : a.store.calendar("Privat")->items) {
         if (item.fields["Title"] == Value("Einkaufen"))
             notes.insert(item.fields["Notes"].description());
     }
@@ -154,12 +154,11 @@ TEST_F(UnreadKept, Rule24_AnUnreadSwitchedOffCalendarKeepsItsDeletions)
 // Keys are those of a conduit: what an item belonged to says nothing of a calendar.
 TEST_F(Unread, Rule23_AKeptItemOfACalendarsKeyMovesNoCalendar)
 {
-    const std::string key = a.store.keyOf(*a.store.calendar("Privat"));
-    const std::string unread = a.store.keyOf(*a.store.calendar("Arbeit"));
+    const std::string key = a.store.calendar("Privat")->recordKey();
+    const std::string unread = a.store.calendar("Arbeit")->recordKey();
     a.openState().setKept({{std::string(kConduitTask), key}, unread, ""},
                           {{"Title", "Bericht"}, {"ParentRecordKey", unread}});
     a.store.calendar("Arbeit")->isBroken = true;
-    a.store.touch();
     EXPECT_EQ(a.sync().sent, 0U);
 }
 

@@ -130,7 +130,7 @@ TEST_P(UnreadText, Rule18_ThatIsNobodysIsLeftAloneWhenTheUserAcceptsLosses)
 
 TEST_P(UnreadText, Rule18_IsMendedAsAnotherTextAndFollows)
 {
-    SimulatedItem& text = damage(a, "Privat", "Zahnarzt");
+    HomeItem& text = damage(a, "Privat", "Zahnarzt");
     a.sync();
     text.fields.set("Notes", "Karte");
     text.isBroken = false;
@@ -157,7 +157,7 @@ TEST_F(Unread, Rule18_ADeletionInTheSameRunGoesThroughWhereTheTextIsKnown)
 
 TEST_F(Unread, Rule18_NothingMissingIsDeletedWhereANewTextCannotBeTold)
 {
-    a.telling = SimulatedHome::Telling::onlyCalendar;
+    a.telling = MemoryHome::Telling::onlyCalendar;
     damage(a, "Privat", "Zahnarzt");
     removeItem(a, "Privat", "Probe");
     removeItem(a, "Arbeit", "Sitzung");
@@ -199,7 +199,6 @@ TEST_F(Unread, Rule18_WhatIsNewInACalendarThatCouldNotBeReadForOnceGoesUp)
         if (a.store.calendar(known) == nullptr)
             a.store.calendars.push_back(calendar(known));
         a.store.calendar(known)->items.push_back(task("Neu in " + known));
-        a.store.touch();
         a.unreadable = {known};
         b.store.calendar("Arbeit")->items.push_back(task("Bericht " + known));
         b.sync();
@@ -237,12 +236,12 @@ TEST_F(Unread, Rule18_AWholeCalendarIsWrittenOverWhenTheUserSaysSo)
 
 TEST_F(Unread, Rule18_TheFolderOfAnUnreadCalendarIsNobodyElses)
 {
-    // The same folder under another title, as it comes about when a calendar is renamed.
-    SimulatedCalendar twin = calendar("Verein", {task("Kasse")});
+    // A third device has a calendar of another title in a folder of that name.
+    HomeCalendar twin = calendar("Verein", {task("Kasse")});
     twin.sourceKey = "SK-Privat";
-    b.store.calendars.push_back(twin);
+    home("c").store.calendars = {twin};
     a.store.calendar("Privat")->isBroken = true;
-    b.sync();
+    home("c").sync();
     a.sync();
     EXPECT_EQ(a.store.count("Kasse"), 0) << "its folder is taken by a text that is not read";
     mend(a);
@@ -298,9 +297,9 @@ TEST_F(Unread, Rule18_FromTheServerLeavesItWhereItIs)
 
 TEST_F(Unread, Rule18_AnUnreadGroupMovesNobody)
 {
-    SimulatedCalendar group = calendar("Haus");
+    HomeCalendar group = calendar("Haus");
     group.type = "CalendarGroup";
-    SimulatedCalendar garden = calendar("Garten", {task("Gießen")});
+    HomeCalendar garden = calendar("Garten", {task("Gießen")});
     garden.group = "Haus";
     a.store.calendars.push_back(group);
     a.store.calendars.push_back(garden);
@@ -324,18 +323,15 @@ TEST_F(Unread, Rule18_AnUnreadCalendarMovesNobodyUp)
 {
     int number = 0;
     a.store.calendars.push_back(calendar("Verein", {task("Kasse")}));
-    for (SimulatedCalendar& each : a.store.calendars)
+    for (HomeCalendar& each : a.store.calendars)
         each.order = number++;
-    a.store.touch();
     syncUntilRest();
-    SimulatedCalendar& last = a.store.calendars.back();
+    HomeCalendar& last = a.store.calendars.back();
     const int last105 = b.store.calendar("Verein")->order;
     a.store.calendar("Arbeit")->isBroken = true;
     --last.order;
-    a.store.touch();
     EXPECT_EQ(a.sync().sent, 0U);
     last.order -= 2;
-    a.store.touch();
     EXPECT_NE(a.sync().sent, 0U) << "somebody moved it";
     syncUntilRest();
     EXPECT_NE(b.store.calendar("Verein")->order, last105);
@@ -346,19 +342,19 @@ TEST_F(Unread, Rule18_AnEditedTwinDoesNotTakeTheNameOfTheUnreadOne)
     a.store.calendar("Privat")->items.push_back(task("Einkaufen", {{"Notes", "zweiter"}}));
     syncUntilRest();
     ASSERT_EQ(b.store.count("Einkaufen"), 2);
-    std::vector<SimulatedItem*> twins;
-    for (SimulatedItem& item : a.store.calendar("Privat")->items) {
+    std::vector<HomeItem*> twins;
+    for (HomeItem& item : a.store.calendar("Privat")->items) {
         if (item.fields["Title"] == Value("Einkaufen"))
             twins.push_back(&item);
     }
     const bool isFirstTheSecond = twins[0]->fields.contains("Notes");
-    SimulatedItem& plain = *twins[isFirstTheSecond ? 1 : 0];
-    SimulatedItem& second = *twins[isFirstTheSecond ? 0 : 1];
+    HomeItem& plain = *twins[isFirstTheSecond ? 1 : 0];
+    HomeItem& second = *twins[isFirstTheSecond ? 0 : 1];
     plain.isBroken = true;
     second.fields.set("Notes", "zweiter, geändert");
     syncUntilRest();
     std::multiset<std::string> notes;
-    for (const SimulatedItem& item : b.store.calendar("Privat")->items) {
+    for (const HomeItem& item : b.store.calendar("Privat")->items) {
         if (item.fields["Title"] == Value("Einkaufen"))
             notes.insert(item.fields["Notes"].description());
     }
@@ -389,7 +385,7 @@ TEST_F(UnreadAtFirst, NothingIsLostAndEverythingElseIsThere)
     mend(b);
     syncUntilRest();
     std::set<std::string> notes;
-    for (const SimulatedItem& item : a.store.calendar("Privat")->items)
+    for (const HomeItem& item : a.store.calendar("Privat")->items)
         notes.insert(item.fields["Notes"].description());
     EXPECT_EQ(notes.count("Milch") + notes.count("Brot"), 2U);
     expectEqualHomes();
@@ -405,7 +401,6 @@ TEST_F(UnreadHomes, Rule18_OverwritingFromTheServerLeavesACalendarWithUnreadText
     home("b").store.calendars.push_back(calendar("Garten"));
     removeCalendar(home("b"), "Privat");
     removeCalendar(home("b"), "Arbeit");
-    home("b").store.touch();
     home("b").sync();
     Wishes wishes;
     wishes.fromServer = true;
@@ -419,11 +414,9 @@ TEST_F(UnreadHomes, Rule18_WhatWasTakenOutOfAnUnreadTextIsGoneThoughTheStoreWasR
     givenHomes();
     auto& a = home("a");
     fields(a, "Privat", "Probe").set("Notes", "mit Geige");
-    a.store.touch();
     syncUntilRest();
     damage(a, "Privat", "Probe");
     fields(home("b"), "Arbeit", "Sitzung").set("Location", "Saal");
-    home("b").store.touch();
     home("b").sync();
     ASSERT_TRUE(a.sync().settled);
     fields(a, "Privat", "Probe").remove("Notes");

@@ -121,7 +121,7 @@ TEST_F(SyncEngineRules, Rule12_AFullComparisonStillTellsADeletionFromAnAddition)
 // What a store knows an item by outlives the state of a device.
 class WithoutState : public SyncEngineRules {
 protected:
-    static SimulatedItem withUid(SimulatedItem item, const std::string& uid)
+    static HomeItem withUid(HomeItem item, const std::string& uid)
     {
         item.uid = uid;
         return item;
@@ -136,7 +136,7 @@ protected:
         before = liveOnServer();
     }
     // The later one where two devices have other texts.
-    static void rename(SimulatedHome& home, const std::string& title, const std::string& now)
+    static void rename(MemoryHome& home, const std::string& title, const std::string& now)
     {
         Dictionary& item = fields(home, "Privat", title);
         item.set("DateStamp", date("20071223T080000"));
@@ -150,8 +150,8 @@ protected:
         expectRest();
     }
 
-    SimulatedHome& a = home("a");
-    SimulatedHome& b = home("b");
+    MemoryHome& a = home("a");
+    MemoryHome& b = home("b");
     std::vector<RecordId> before;
 };
 
@@ -189,7 +189,7 @@ TEST_F(WithoutState, Rule13_EventsThatWereEnteredTwiceStayTwoWhereTheyContradict
 {
     fields(a, "Privat", "Zahnarzt").set("Notes", "Karte");
     a.sync();
-    SimulatedHome& c = home("c");
+    MemoryHome& c = home("c");
     c.store.calendars = {calendar(
         "Privat",
         {withUid(event("Zahnarzt", "20071224T100000", {{"Notes", "Röntgenbild"}}), "uid-3")})};
@@ -204,9 +204,9 @@ TEST_F(WithoutState, Rule13_EventsThatWereEnteredTwiceStayTwoWhereTheyContradict
 
 TEST_F(WithoutState, Rule13_AnInvitationThatTwoDevicesTakeInIsOneEvent)
 {
-    const SimulatedItem invitation = withUid(event("Sitzung", "20071227T090000"), "uid-4");
+    const HomeItem invitation = withUid(event("Sitzung", "20071227T090000"), "uid-4");
     a.store.calendar("Privat")->items.push_back(invitation);
-    SimulatedItem renamed = invitation;
+    HomeItem renamed = invitation;
     renamed.fields.set("Title", "Sitzung (Anna)");
     b.store.calendar("Privat")->items.push_back(renamed);
     syncUntilRest();

@@ -12,9 +12,9 @@ namespace kt::test {
 class UnreadHomes : public SyncEngineRules {
 protected:
     void givenHomes(Layout layout = Layout::leopard,
-                    SimulatedHome::Telling telling = SimulatedHome::Telling::all)
+                    MemoryHome::Telling telling = MemoryHome::Telling::all)
     {
-        SimulatedHome& a = home("a", layout);
+        MemoryHome& a = home("a", layout);
         a.telling = telling;
         a.store.calendars = {calendar("Privat",
                                       {event("Zahnarzt", "20071224T100000"),
@@ -23,26 +23,22 @@ protected:
         home("b");
         syncAll();
         syncUntilRest();
-        a.sync(full());  // so that no text is as it was entered, but as it was written
     }
 
-    static SimulatedItem& damage(SimulatedHome& home, const std::string& calendar,
-                                 const std::string& title)
+    static HomeItem& damage(MemoryHome& home, const std::string& calendar, const std::string& title)
     {
-        SimulatedItem& item = *home.store.item(calendar, title);
+        HomeItem& item = *home.store.item(calendar, title);
         item.isBroken = true;
-        home.store.touch();
         return item;
     }
 
-    static void mend(SimulatedHome& home)
+    static void mend(MemoryHome& home)
     {
-        for (SimulatedCalendar& each : home.store.calendars) {
+        for (HomeCalendar& each : home.store.calendars) {
             each.isBroken = false;
-            for (SimulatedItem& item : each.items)
+            for (HomeItem& item : each.items)
                 item.isBroken = false;
         }
-        home.store.touch();
     }
 
     static Wishes accepting()
@@ -65,31 +61,31 @@ protected:
 struct HowTold {
     const char* name;
     Layout layout;
-    SimulatedHome::Telling telling;
+    MemoryHome::Telling telling;
 };
 
 class UnreadText : public UnreadHomes, public testing::WithParamInterface<HowTold> {
 protected:
     UnreadText() { givenHomes(GetParam().layout, GetParam().telling); }
 
-    SimulatedHome& a = home("a");
-    SimulatedHome& b = home("b");
+    MemoryHome& a = home("a");
+    MemoryHome& b = home("b");
 };
 
 class Unread : public UnreadHomes {
 protected:
     Unread() { givenHomes(); }
 
-    SimulatedHome& a = home("a");
-    SimulatedHome& b = home("b");
+    MemoryHome& a = home("a");
+    MemoryHome& b = home("b");
 };
 
 inline const HowTold kWaysOfTelling[] = {
-    HowTold{"AFileOfItsOwn", Layout::leopard, SimulatedHome::Telling::all},
-    HowTold{"AComponentByItsUid", Layout::tiger, SimulatedHome::Telling::all},
-    HowTold{"AFileNobodyKnows", Layout::leopard, SimulatedHome::Telling::onlyCalendar},
-    HowTold{"AComponentWithoutUid", Layout::tiger, SimulatedHome::Telling::onlyCalendar},
-    HowTold{"WithoutPlaces", Layout::leopard, SimulatedHome::Telling::noPlaces}};
+    HowTold{"AFileOfItsOwn", Layout::leopard, MemoryHome::Telling::all},
+    HowTold{"AComponentByItsUid", Layout::tiger, MemoryHome::Telling::all},
+    HowTold{"AFileNobodyKnows", Layout::leopard, MemoryHome::Telling::onlyCalendar},
+    HowTold{"AComponentWithoutUid", Layout::tiger, MemoryHome::Telling::onlyCalendar},
+    HowTold{"WithoutPlaces", Layout::leopard, MemoryHome::Telling::noPlaces}};
 
 inline std::string nameOfTelling(const testing::TestParamInfo<HowTold>& row)
 {
