@@ -161,10 +161,6 @@ void Comparison::dropLocal(const LocalRecord& local)
 
 void Comparison::compareAgreed(const AgreedRow& agreed)
 {
-    if (_local.wasEnteredAgain(agreed.id)) {
-        remove(agreed);
-        return;
-    }
     const LocalRecord* local = _local.recordAgreedAs(agreed.id);
     const LocalWish wish = wishFor(agreed, local);
     const RemoteChange* remote = _remote.change(agreed.id);

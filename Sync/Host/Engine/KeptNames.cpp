@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <functional>
+#include <optional>
 #include <set>
 #include <unordered_map>
 #include <utility>
@@ -136,7 +137,8 @@ private:
     static bool isAnotherItem(const Record& record, const KeptRow& row)
     {
         const std::string& uid = record.place.uid;
-        return !uid.empty() && !row.place.uid.empty() && uid != row.place.uid && uid != row.id.key;
+        return row.id.conduit != kConduitCalendar && !uid.empty() && !row.place.uid.empty() &&
+               uid != row.place.uid && uid != row.id.key;
     }
 
     // Where one may be missing without being deleted, it is not known which one was edited.

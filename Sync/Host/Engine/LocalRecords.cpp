@@ -4,7 +4,6 @@
 #include <cstdint>
 
 #include "Sync/Host/Engine/CalendarTitles.h"
-#include "Sync/Host/Engine/EnteredAgain.h"
 #include "Sync/Host/Engine/EqualKeys.h"
 #include "Sync/Host/Engine/FirstMeeting.h"
 #include "Sync/Host/Engine/IdentityPairing.h"
@@ -271,7 +270,6 @@ LocalRecords::LocalRecords(std::vector<LocalRecord> loaded, const Knowledge& kno
             return row.agreedKey && claimed.count({row.local.conduit, *row.agreedKey}) != 0;
         });
     }
-    _enteredAgain = nameWhatWasEnteredAgain(_records, remote, knowledge, state);
     nameByOrigin(_records, remote, knowledge, state);
     nameCalendarsByTitle(_records, knowledge, remote, state);
     nameWhatWasNeverSeen(_records, knowledge, state);

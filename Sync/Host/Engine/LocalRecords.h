@@ -70,10 +70,6 @@ public:
     /// Null when the store has no such record.
     const LocalRecord* recordAgreedAs(const RecordId& id) const;
 
-    /// Whether the store's record that is agreed under that name has been entered again on a server
-    /// that lost it, and goes by its name there.
-    bool wasEnteredAgain(const RecordId& id) const { return _enteredAgain.count(id) != 0; }
-
     /// Whether one of the store's records is what that row was.
     bool isRowTaken(const SeenRow& row) const { return _rowsTaken[_knowledge.numberOf(row)]; }
 
@@ -97,7 +93,6 @@ private:
     const Knowledge& _knowledge;
     std::vector<LocalRecord> _records;
     std::vector<bool> _rowsTaken;  // in the order of the rows
-    Claims _enteredAgain;
     std::unordered_map<RecordIdView, std::size_t, RecordIdHash> _byAgreedId;
     std::unordered_set<std::string> _calendars;  // local keys
     std::unordered_map<std::string, std::string> _agreedCalendarKeys;

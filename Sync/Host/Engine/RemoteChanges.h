@@ -58,7 +58,6 @@ public:
     /// An agreed record of which the server knows neither record nor deletion: it has to go up
     /// again.
     bool isMissingOnServer(const RecordId& id) const { return _missing.count(id) != 0; }
-    bool hasLostRecords() const { return !_missing.empty(); }
     /// Looks up which of the names, and of those with numbers behind them, were those of records
     /// that are deleted: before mayRevive() is asked. Throws Exception when the server fails.
     void findBuried(SyncServerSession& server, std::vector<RecordId> names);

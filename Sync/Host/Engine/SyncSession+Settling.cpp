@@ -314,7 +314,7 @@ void SyncSession::leaveOutWhatWasKept(const std::vector<HandedRecord>& handed,
             kept.insert(
                 {record.id.conduit, keyBeforeNumber(record.id.key).value_or(record.id.key)});
     }
-    for (std::size_t index = 0; index < _localRecords.size(); ++index) {
+    for (std::size_t index = 0; index < _localRecords.size() && !kept.empty(); ++index) {
         SyncRecord& record = _localRecords[index];
         if (record && !agreedKeys[index] &&
             kept.count({record->conduit(), record->recordKey()}) != 0)

@@ -239,7 +239,8 @@ SyncRecord SyncSession::keptAsLocal(const KeptRow& row)
     }
     auto record = std::make_shared<HostSyncRecord>(kRecordTypeRecord, std::move(content), key,
                                                    parent, row.id.conduit);
-    _setting.reports.identities.reportIdentity(record, {row.place.uid, "", "", row.place.file});
+    _setting.reports.identities.reportIdentity(record, {row.place.uid, row.place.recurrence, "",
+                                                        row.place.file});
     return record;
 }
 

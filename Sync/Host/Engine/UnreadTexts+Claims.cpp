@@ -2,7 +2,10 @@
 
 #include <algorithm>
 #include <map>
+#include <unordered_map>
+#include <unordered_set>
 #include <utility>
+#include <vector>
 
 #include "Sync/Host/Engine/UnreadTexts.h"
 
