@@ -44,6 +44,21 @@ public:
         }
     }
 
+    /// Whether an equal digest was entered.
+    template <class DigestAt>
+    bool contains(const SHA1Digest& digest, const DigestAt& digestAt) const
+    {
+        if (_count == 0)
+            return false;
+        const std::uint32_t tag = tagOf(digest);
+        for (std::size_t index = firstPlace(tag); _places[index].position != kFree;
+             index = behind(index)) {
+            if (_places[index].tag == tag && digestAt(_places[index].position) == digest)
+                return true;
+        }
+        return false;
+    }
+
 private:
     static constexpr std::uint32_t kFree = std::numeric_limits<std::uint32_t>::max();
     static constexpr std::size_t kFewest = 16;

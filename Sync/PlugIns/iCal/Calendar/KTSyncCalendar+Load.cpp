@@ -62,7 +62,7 @@ void KTSyncCalendar::loadItemFiles(const std::string& folder, const std::vector<
         if (pathExtension(name) != StorePaths::itemFileExtension)
             continue;
         const std::string path = stringByAppendingPathComponent(folder, name);
-        if (const auto file = earlier.next(name)) {
+        if (const auto file = earlier.next(name); file && !loading.hasNewCopies(*file)) {
             loading.takeOver(*file);
             continue;
         }

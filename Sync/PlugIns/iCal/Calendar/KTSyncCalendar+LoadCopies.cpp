@@ -1,6 +1,7 @@
 // What items of a calendar's files have to do with each other: copies, and the occurrences of a
 // series. What an earlier load found takes part in the first.
 
+#include <algorithm>
 #include <cstdint>
 #include <string>
 #include <string_view>
@@ -19,6 +20,14 @@ namespace {
 std::string nameOfUID(const Value& uid) { return (uid.isString() ? "s" : "v") + uid.description(); }
 
 }  // namespace
+
+bool KTSyncCalendar::Loading::hasNewCopies(const EarlierItems::File& file) const
+{
+    return std::any_of(file.events.begin(), file.events.end(), [&](const LoadedItem& event) {
+        return _known.contains(event.uniqueness,
+                               [&](std::uint32_t at) { return uniquenessOf(at); });
+    });
+}
 
 void KTSyncCalendar::Loading::takeOver(const EarlierItems::File& file)
 {

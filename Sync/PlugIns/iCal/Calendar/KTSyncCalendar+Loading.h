@@ -27,6 +27,9 @@ public:
     /// The calendar has both of its lists, is not owned and outlives this.
     Loading(KTSyncCalendar& calendar, std::size_t fileCount);
 
+    /// Whether one of the file's events is a copy of one that was found before it now, though it
+    /// was none earlier.
+    bool hasNewCopies(const EarlierItems::File& file) const;
     /// The file's items as they were found in it earlier.
     void takeOver(const EarlierItems::File& file);
     /// Logs and tells, as losses, what cannot be taken of it. Passes on the Exception of a

@@ -1,67 +1,63 @@
-#include <algorithm>
 #include <string>
 
 #include <gtest/gtest.h>
 
-#include "Sync/Host/Server/SyncServer.h"
-#include "tests/Sync/Host/Engine/SimulatedHome.h"
-#include "tests/support/HostClassesScope.h"
-#include "tests/support/PlatformScope.h"
-#include "tests/support/TemporaryFolder.h"
+#include "tests/Sync/Host/Engine/SyncEngineFixture.h"
 
 namespace kt::test {
 namespace {
 
-/// Two homes that share one server.
-class TwoEventsTakenForOne : public testing::Test {
-protected:
-    void syncUntilRest()
-    {
-        for (int round = 0; round < 6; ++round) {
-            bool isQuiet = true;
-            for (auto* each : {&a, &b}) {
-                const SyncRunSummary summary = each->sync();
-                EXPECT_TRUE(summary.finished) << testing::PrintToString(summary.reasons);
-                isQuiet = isQuiet && summary.startResult == 1 &&
-                          summary.sent + summary.deletedOnServer == 0;
-            }
-            if (isQuiet)
-                return;
-        }
-        ADD_FAILURE() << "the homes do not come to rest";
-    }
-    std::size_t liveOnServer() const
-    {
-        const auto digests = syncServerWithURL(url)
-                                 ->openSession("default", "test", ServerAccess::readOnly)
-                                 .session->digests();
-        return static_cast<std::size_t>(
-            std::count_if(digests.begin(), digests.end(),
-                          [](const ServerDigest& digest) { return !digest.isTombstone; }));
-    }
-
-    PlatformScope platform;
-    HostClassesScope classes;
-    TemporaryFolder folder;
-    std::string url = "sqlite:" + folder.path("server.db");
-    SimulatedHome a{folder.path("a.state"), url};
-    SimulatedHome b{folder.path("b.state"), url};
+/// Layouts of two homes, and whether their own files come before those that a rewrite names after
+/// keys.
+struct OneEventTwice {
+    const char* name;
+    Layout a;
+    Layout b;
+    const char* ownFiles;
 };
 
-TEST_F(TwoEventsTakenForOne, AreBothKept)
-{
-    a.store.calendars = {calendar("Privat")};
-    syncUntilRest();
-    // Both enter it, with a sequence of their own: two keys, one event to the reader.
-    a.store.calendar("Privat")->items = {event("e", "20071224T100000", {{"Sequence", "2"}})};
-    b.store.calendar("Privat")->items = {event("e", "20071224T100000", {{"Sequence", "3"}})};
-    syncUntilRest();
-    EXPECT_EQ(liveOnServer(), 3U);
-    for (int round = 0; round < 2; ++round) {
-        EXPECT_EQ(a.sync().startResult, 1);
-        EXPECT_EQ(b.sync().startResult, 1);
+/// Both homes have entered one event, with a sequence of their own: two keys, one event to the
+/// reader, which gives the first that it finds.
+class TwoEventsTakenForOne : public SyncEngineFixture,
+                             public testing::WithParamInterface<OneEventTwice> {
+protected:
+    void SetUp() override
+    {
+        a.store.calendars = {calendar("Privat")};
+        syncUntilRest();
+        a.store.calendar("Privat")->items = {entered("A", "2")};
+        b.store.calendar("Privat")->items = {entered("B", "3")};
     }
-    EXPECT_EQ(liveOnServer(), 3U);
+
+    static HomeItem entered(const std::string& name, const std::string& sequence)
+    {
+        HomeItem item = event("e", "20071224T100000", {{"Sequence", sequence}});
+        item.uid = GetParam().ownFiles + name;
+        return item;
+    }
+
+    MemoryHome& a = home("a", GetParam().a);
+    MemoryHome& b = home("b", GetParam().b);
+};
+
+INSTANTIATE_TEST_SUITE_P(
+    Homes, TwoEventsTakenForOne,
+    testing::Values(OneEventTwice{"BehindTheOthers", Layout::leopard, Layout::leopard, "x-"},
+                    OneEventTwice{"BeforeTheOthers", Layout::leopard, Layout::leopard, "-"},
+                    OneEventTwice{"BehindOfOldAndNew", Layout::tiger, Layout::leopard, "x-"},
+                    OneEventTwice{"BehindOfNewAndOld", Layout::leopard, Layout::tiger, "x-"},
+                    OneEventTwice{"BeforeOfNewAndOld", Layout::leopard, Layout::tiger, "-"},
+                    OneEventTwice{"BothOld", Layout::tiger, Layout::tiger, "x-"}),
+    [](const auto& each) { return each.param.name; });
+
+TEST_P(TwoEventsTakenForOne, AreBothKept)
+{
+    syncUntilRest();
+    EXPECT_EQ(liveOnServer().size(), 3U);
+    expectRest();
+    EXPECT_EQ(liveOnServer().size(), 3U);
+    EXPECT_GE(a.store.count("e"), 1);
+    EXPECT_GE(b.store.count("e"), 1);
 }
 
 }  // namespace

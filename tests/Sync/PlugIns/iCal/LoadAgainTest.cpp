@@ -126,6 +126,16 @@ TEST_P(LoadAgain, FindsACopyOfWhatItDidNotRead)
     EXPECT_THAT(loaded.calendars.front().copies, SizeIs(1));
 }
 
+// Another process would find it, too, and miss what this one had given.
+TEST_P(LoadAgain, FindsThatWhatItDidNotReadIsACopyNow)
+{
+    layOut({{"A", "Privat", {event("1", "Eins"), event("2", "Zwei")}}});
+    load();
+    overwrite(itemFile("A", 0), "SUMMARY;LANGUAGE=de:Eins", "SUMMARY;LANGUAGE=de:Zwei");
+    EXPECT_THAT(titles(loadAgain()), ElementsAre("Privat", "Zwei"));
+    EXPECT_THAT(loaded.calendars.front().copies, SizeIs(1));
+}
+
 TEST_P(LoadAgain, FindsAgainWhatIsACopy)
 {
     layOut({{"A", "Privat", {event("1", "Eins"), event("2", "Eins"), event("3", "Drei")}}});
