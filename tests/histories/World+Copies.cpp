@@ -1,5 +1,6 @@
 // What is broken and mended, and what is put back from older copies.
 
+#include <algorithm>
 #include <filesystem>
 
 #include "tests/histories/ItemMaker.h"
@@ -17,8 +18,8 @@ constexpr const char* kCopy = ".copy";
 /// A text stays unread until somebody mends it. Without a common past it cannot be known that a
 /// record of the server is the same, and while a rewrite is not settled a calendar that cannot be
 /// read is taken for half made. A calendar that was never read has no title that would keep another
-/// one of it away. Where one file holds all items of a calendar it cannot be known, either, what
-/// was moved into it just before.
+/// one of it away. Nor can it be known what was moved just before into a calendar that cannot be
+/// read as a whole.
 void World::damage(Device& device, const Operation& operation)
 {
     Account& account = accountOf(device);
@@ -29,10 +30,9 @@ void World::damage(Device& device, const Operation& operation)
     if (place == nullptr || !account.hasBase ||
         (operation.what == Do::breakCalendar && account.syncedFolders.count(calendar->folder) == 0))
         return;
-    const std::string folder = operation.what == Do::breakCalendar
-                                   ? calendar->folder
-                                   : stringByDeletingLastPathComponent(place->file);
-    if (device.systemVersion() == 4 && wasMovedInto(device, folder))
+    const bool isKnownByName = operation.what == Do::breakFile && device.systemVersion() != 4;
+    if (!isKnownByName &&
+        wasMovedInto(device, operation.what == Do::breakCalendar ? calendar->key : place->calendar))
         return;
     std::string told;
     if (operation.what == Do::breakItem)
@@ -46,13 +46,13 @@ void World::damage(Device& device, const Operation& operation)
     tell("  " + told);
 }
 
-bool World::wasMovedInto(Device& device, const std::string& folder)
+bool World::wasMovedInto(Device& device, const std::string& key)
 {
     const auto& places = accountOf(device).places;
-    for (const auto& place : device.hand().itemsBelow(folder))
+    for (const auto& place : device.hand().items())
         for (const int token : tokensOf(place.item)) {
             const auto before = places.find(token);
-            if (before != places.end() && before->second != folder)
+            if (place.calendar == key && before != places.end() && before->second != key)
                 return true;
         }
     return false;
@@ -117,8 +117,9 @@ void World::restoreBackup(Device& device, int which)
 {
     std::vector<std::string> names = device.backups().names();
     const std::string* name = pick(names, which);
-    if (name == nullptr)
+    if (name == nullptr || isServerOlder())
         return;
+    accountOf(device).isOlder = true;
     std::set<int> gone = tokensIn(device);
     for (const int token : accountOf(device).synced)
         gone.erase(token);
@@ -144,23 +145,34 @@ void World::putStateBack(Device& device)
 }
 
 /// A server that has grown past what a device knows since it was put back is noticed only by a full
-/// comparison.
+/// comparison. What an older store brings to an older server is not known to be what others had.
 void World::putServerBack()
 {
-    if (!std::filesystem::exists(serverPath() + kCopy))
+    const bool isAnyOlder = std::any_of(_accounts.begin(), _accounts.end(),
+                                        [](const auto& each) { return each.second.isOlder; });
+    if (!std::filesystem::exists(serverPath() + kCopy) || isAnyOlder)
         return;
     std::filesystem::copy_file(serverPath() + kCopy, serverPath(),
                                std::filesystem::copy_options::overwrite_existing);
-    for (const auto& device : _devices)
+    for (const auto& device : _devices) {
         device->askForFullSync();
+        accountOf(*device).knowsServer = false;
+    }
+}
+
+bool World::isServerOlder() const
+{
+    return std::any_of(_accounts.begin(), _accounts.end(),
+                       [](const auto& each) { return !each.second.knowsServer; });
 }
 
 /// By hand, behind the host's back: what is newer than the copy is deleted by that.
 void World::putStoreBack(Device& device)
 {
     Account& account = accountOf(device);
-    if (!account.store)
+    if (!account.store || isServerOlder())
         return;
+    account.isOlder = true;
     std::set<int> gone = tokensIn(device);
     for (const int token : account.store->tokens)
         gone.erase(token);

@@ -188,10 +188,9 @@ void World::noteSynced(Device& device)
             synced.erase(token);
     account.synced = std::move(synced);
     account.places.clear();
-    for (const auto& calendar : device.hand().calendars())
-        for (const auto& place : device.hand().itemsBelow(calendar.folder))
-            for (const int token : tokensOf(place.item))
-                account.places[token] = calendar.folder;
+    for (const auto& place : device.hand().items())
+        for (const int token : tokensOf(place.item))
+            account.places[token] = place.calendar;
     for (const auto& calendar : device.hand().calendars())
         if (!account.damages.isBelow(calendar.folder))
             account.syncedFolders.insert(calendar.folder);
@@ -202,6 +201,8 @@ void World::note(Device& device, const Device::Run& run)
     if (run.result.isCompleted) {
         accountOf(device).hasBase = true;
         accountOf(device).isDirty = false;
+        accountOf(device).knowsServer = true;
+        accountOf(device).isOlder = false;
         noteSynced(device);
     }
     std::string line = "  " + device.name() + ": ";

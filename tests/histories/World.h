@@ -50,6 +50,8 @@ private:
         std::set<std::string> brokenTitles{};  // of calendars, until all is mended
         bool hasBase = false;                  // a run of it was completed
         bool isDirty = false;                  // somebody worked in the store since
+        bool knowsServer = true;               // ... since the server was put back
+        bool isOlder = false;                  // the store was put back since
         std::set<int> synced{};  // tokens that were in the store at its end and known by then
         std::map<int, std::string> places{};    // folders of the calendars that they stood in
         std::set<std::string> syncedFolders{};  // of calendars, likewise
@@ -88,7 +90,7 @@ private:
     void putIntoGroup(Device& device, const Operation& operation);
     void changeGroup(Device& device, const Operation& operation);
     void damage(Device& device, const Operation& operation);
-    bool wasMovedInto(Device& device, const std::string& folder);
+    bool wasMovedInto(Device& device, const std::string& key);
     void mendAll(Device& device);
     void copy(Device& device, Do what);
     void putBack(Device& device, const Operation& operation);
@@ -96,6 +98,7 @@ private:
     void restoreBackup(Device& device, int which);
     void putStateBack(Device& device);
     void putServerBack();
+    bool isServerOlder() const;  // than what some device knows of it
     void mayBeGone(const std::set<int>& tokens);
     std::set<int> tokensIn(Device& device);
     std::set<int> tokensWrittenOver(Device& device);
