@@ -44,6 +44,18 @@ std::string addressIn(const Dictionary& record)
     return settings ? settings->dictionary()["RemoteURL"].description() : "unreadable";
 }
 
+/// Occurrences stand in a file in one order or another.
+std::string inAnyOrder(const Array& dates)
+{
+    std::multiset<std::string> texts;
+    for (const Value& date : dates)
+        texts.insert(date.description());
+    std::string text;
+    for (const std::string& each : texts)
+        text += each + " ";
+    return text;
+}
+
 std::map<std::string, Fields> fieldsOf(const Device& device)
 {
     std::map<std::string, std::string> titles;
@@ -60,7 +72,8 @@ std::map<std::string, Fields> fieldsOf(const Device& device)
             fields["group"] = titles[*record->recordParentKey()];
         for (const auto& [field, value] : record->record())
             if (!isOfLayout(record->conduit(), field))
-                fields[field] = value.description();
+                fields[field] = field == "RecurrenceExceptionDates" ? inAnyOrder(value.array())
+                                                                    : value.description();
     }
     return all;
 }
