@@ -68,18 +68,18 @@ struct LocalState::Database {
 
     std::string agreedBytes(const RecordId& id)
     {
-        std::string bytes;
-        file.each(
-            "SELECT record FROM agreed WHERE conduit = ? AND key = ?",
-            [&](auto& row) { bytes = row.getColumn(0).getString(); }, id.conduit, id.key);
-        return bytes;
+        return bytesOf("SELECT record FROM agreed WHERE conduit = ? AND key = ?", id);
     }
     std::string keptBytes(const RecordId& id)
     {
+        return bytesOf("SELECT record FROM kept WHERE conduit = ? AND key = ?", id);
+    }
+    std::string bytesOf(const char* statement, const RecordId& id)
+    {
         std::string bytes;
         file.each(
-            "SELECT record FROM kept WHERE conduit = ? AND key = ?",
-            [&](auto& row) { bytes = row.getColumn(0).getString(); }, id.conduit, id.key);
+            statement, [&](auto& row) { bytes = row.getColumn(0).getString(); }, id.conduit,
+            id.key);
         return bytes;
     }
 
